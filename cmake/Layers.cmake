@@ -1,0 +1,92 @@
+# The library is built storey by storey: each layer is an object library, and studio_data joins their objects.
+# Linking the object libraries instead would make them part of what a static build has to export.
+
+# What every source of the library, and every test that links its objects, is compiled with.
+add_library(studio_data_build INTERFACE)
+target_compile_features(studio_data_build INTERFACE cxx_std_20)
+target_include_directories(studio_data_build INTERFACE "${PROJECT_SOURCE_DIR}/framework" "${PROJECT_SOURCE_DIR}")
+target_link_libraries(studio_data_build INTERFACE Boost::headers studio_data_warnings studio_data_instrumentation)
+if(BUILD_SHARED_LIBS)
+    target_compile_options(studio_data_build INTERFACE -fno-semantic-interposition)
+else()
+    target_compile_definitions(studio_data_build INTERFACE STUDIO_DATA_STATIC)
+endif()
+
+# studio_data_layer(<name> [LINK <private libraries>] [PUBLIC_HEADERS ...] [PRIVATE_HEADERS ...] [SOURCES ...])
+#   Files are named from the current folder. Public headers are installed, private ones only checked.
+function(studio_data_layer name)
+    cmake_parse_arguments(PARSE_ARGV 1 layer "" "" "LINK;PUBLIC_HEADERS;PRIVATE_HEADERS;SOURCES")
+    if(layer_UNPARSED_ARGUMENTS)
+        message(FATAL_ERROR "studio_data_layer(${name}): what is ${layer_UNPARSED_ARGUMENTS}?")
+    endif()
+    list(TRANSFORM layer_PUBLIC_HEADERS PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/")
+    list(TRANSFORM layer_PRIVATE_HEADERS PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/")
+
+    cmake_path(RELATIVE_PATH CMAKE_CURRENT_SOURCE_DIR BASE_DIRECTORY "${PROJECT_SOURCE_DIR}" OUTPUT_VARIABLE folder)
+    if(folder STREQUAL "framework")
+        set_property(GLOBAL APPEND PROPERTY studio_data_FRAMEWORK_HEADERS ${layer_PUBLIC_HEADERS})
+    else()
+        set_property(GLOBAL APPEND PROPERTY studio_data_STUDIO_HEADERS ${layer_PUBLIC_HEADERS})
+    endif()
+    set_property(GLOBAL APPEND PROPERTY studio_data_PRIVATE_HEADERS ${layer_PRIVATE_HEADERS})
+
+    if(layer_SOURCES)
+        add_library(studio_data_${name} OBJECT ${layer_SOURCES})
+        set_target_properties(studio_data_${name} PROPERTIES
+            POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+        target_link_libraries(studio_data_${name} PRIVATE studio_data_build ${layer_LINK})
+        set_property(GLOBAL APPEND PROPERTY studio_data_LAYERS studio_data_${name})
+    endif()
+endfunction()
+
+# Joins the layers: the target studio_data, the objects of all layers in STUDIO_DATA_OBJECTS for tests that link them,
+# and studio_data_private_headers, which compiles each private header alone.
+macro(studio_data_library)
+    get_property(_layers GLOBAL PROPERTY studio_data_LAYERS)
+    get_property(_framework_headers GLOBAL PROPERTY studio_data_FRAMEWORK_HEADERS)
+    get_property(_studio_headers GLOBAL PROPERTY studio_data_STUDIO_HEADERS)
+    get_property(_private_headers GLOBAL PROPERTY studio_data_PRIVATE_HEADERS)
+    set(STUDIO_DATA_OBJECTS)
+    foreach(_layer IN LISTS _layers)
+        list(APPEND STUDIO_DATA_OBJECTS $<TARGET_OBJECTS:${_layer}>)
+    endforeach()
+
+    add_library(studio_data ${STUDIO_DATA_OBJECTS})
+    add_library(studio_data::studio_data ALIAS studio_data)
+    # Two sets: one cannot hold a base folder inside another.
+    target_sources(studio_data
+        PUBLIC FILE_SET framework TYPE HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}/framework" FILES ${_framework_headers}
+        PUBLIC FILE_SET studio TYPE HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${_studio_headers})
+    target_compile_features(studio_data PUBLIC cxx_std_20)
+    target_link_libraries(studio_data
+        PUBLIC Boost::headers
+        PRIVATE PCRE2::8BIT $<BUILD_INTERFACE:studio_data_instrumentation>)
+    set_target_properties(studio_data PROPERTIES
+        LINKER_LANGUAGE CXX
+        VERSION ${PROJECT_VERSION}
+        SOVERSION ${PROJECT_VERSION_MAJOR}
+        VERIFY_INTERFACE_HEADER_SETS ON)
+    if(BUILD_SHARED_LIBS)
+        set(_exports "${PROJECT_SOURCE_DIR}/cmake/studio_data.map")
+        target_link_options(studio_data PRIVATE "LINKER:--version-script=${_exports}")
+        # A sanitized library takes its runtime from the program that loads it.
+        if(NOT STUDIO_DATA_SANITIZE)
+            target_link_options(studio_data PRIVATE "LINKER:--no-undefined")
+        endif()
+        set_target_properties(studio_data PROPERTIES LINK_DEPENDS "${_exports}")
+    else()
+        target_compile_definitions(studio_data PUBLIC STUDIO_DATA_STATIC)
+    endif()
+
+    set(_sources)
+    foreach(_header IN LISTS _private_headers)
+        cmake_path(RELATIVE_PATH _header BASE_DIRECTORY "${PROJECT_SOURCE_DIR}" OUTPUT_VARIABLE _name)
+        set(_source "${PROJECT_BINARY_DIR}/private_headers/${_name}.cpp")
+        file(CONFIGURE OUTPUT "${_source}" CONTENT "#include \"${_name}\"\n")
+        list(APPEND _sources "${_source}")
+    endforeach()
+    if(_sources)
+        add_library(studio_data_private_headers OBJECT EXCLUDE_FROM_ALL ${_sources})
+        target_link_libraries(studio_data_private_headers PRIVATE studio_data_build nlohmann_json::nlohmann_json PCRE2::8BIT)
+    endif()
+endmacro()

@@ -1,0 +1,19 @@
+# studio_data_instrumentation: sanitizers and coverage, for compiling and linking alike.
+add_library(studio_data_instrumentation INTERFACE)
+if(STUDIO_DATA_SANITIZE)
+    set(_flags -fsanitize=${STUDIO_DATA_SANITIZE} -fno-omit-frame-pointer)
+    if(STUDIO_DATA_SANITIZE MATCHES "undefined")
+        # Not part of "undefined": a double that does not fit the integer it is converted to.
+        list(APPEND _flags -fsanitize=float-cast-overflow -fno-sanitize-recover=all)
+    endif()
+    target_compile_options(studio_data_instrumentation INTERFACE ${_flags})
+    target_link_options(studio_data_instrumentation INTERFACE ${_flags})
+endif()
+if(STUDIO_DATA_FUZZ)
+    # libFuzzer steers by what the library itself executes.
+    target_compile_options(studio_data_instrumentation INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+if(STUDIO_DATA_COVERAGE)
+    target_compile_options(studio_data_instrumentation INTERFACE --coverage)
+    target_link_options(studio_data_instrumentation INTERFACE --coverage)
+endif()

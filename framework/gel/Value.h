@@ -1,0 +1,56 @@
+#pragma once
+
+#include "foundation/Export.h"
+
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <variant>
+
+namespace gel {
+
+/// What a data source answers and what an evaluation yields: undefined, a number, a logical or a text.
+/// A value type: copies are independent. A text holds any bytes; the language reads them as UTF-8.
+class STUDIO_DATA_EXPORT Value {
+public:
+    /// The undefined value.
+    Value() noexcept = default;
+
+    Value(double number) noexcept : m_content(number) {}
+    Value(bool logical) noexcept : m_content(logical) {}
+    Value(std::string text) noexcept : m_content(std::move(text)) {}
+
+    /// A text; the undefined value when `text` is null.
+    Value(char const* text);
+
+    /// A number, from any other arithmetic type.
+    template <class Number, std::enable_if_t<std::is_arithmetic_v<Number>, int> = 0>
+    Value(Number number) noexcept : m_content(static_cast<double>(number))
+    {}
+
+    /// Refused: any pointer would convert to a logical.
+    template <class Pointee>
+    Value(Pointee const*) = delete;
+
+    bool isUndefined() const noexcept { return std::holds_alternative<std::monostate>(m_content); }
+    bool isDouble() const noexcept { return std::holds_alternative<double>(m_content); }
+    bool isLogical() const noexcept { return std::holds_alternative<bool>(m_content); }
+    bool isString() const noexcept { return std::holds_alternative<std::string>(m_content); }
+    bool isNumeric() const noexcept { return isDouble() || isLogical(); }
+
+    /// The number. Throws `std::bad_variant_access` for every other kind, as do the two operations that follow.
+    double getDouble() const { return std::get<double>(m_content); }
+    bool getBool() const { return std::get<bool>(m_content); }
+    std::string const& getString() const { return std::get<std::string>(m_content); }
+
+    /// The number, or 1.0 and 0.0 for a logical. Throws `std::bad_variant_access` for the other kinds.
+    double getNumeric() const;
+
+    /// True for the same kind with the same content: numbers as IEEE doubles (a NaN equals nothing), texts by bytes.
+    friend bool operator==(Value const&, Value const&) = default;
+
+private:
+    std::variant<std::monostate, double, bool, std::string> m_content;
+};
+
+}   // namespace gel

@@ -1,0 +1,126 @@
+#include "gel/detail/Numbers.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <system_error>
+
+namespace gel::detail {
+
+namespace {
+
+std::size_t skipDigits(std::string_view text, std::size_t from) noexcept
+{
+    while (from < text.size() && isDigit(text[from]))
+        ++from;
+    return from;
+}
+
+/// Whether a number that no double holds is too large, not too small: its first digit that counts tells.
+bool isLarge(std::string_view text) noexcept
+{
+    std::size_t const mantissa = std::min(text.find_first_of("eE"), text.size());
+    std::size_t const point = std::min(text.find('.'), mantissa);
+    auto const first = static_cast<long long>(text.find_first_of("123456789"));
+    bool const negative = mantissa + 1 < text.size() && text[mantissa + 1] == '-';
+    std::size_t const digits = std::min(text.find_first_of("0123456789", mantissa), text.size());
+
+    int exponent = 0;
+    if (std::from_chars(text.data() + digits, text.data() + text.size(), exponent).ec == std::errc::result_out_of_range)
+        return !negative;   // outweighs any number of digits
+    return static_cast<long long>(point) + (negative ? -exponent : exponent) > first;
+}
+
+}   // namespace
+
+std::size_t numberLength(std::string_view text) noexcept
+{
+    std::size_t end = skipDigits(text, 0);
+    if (end == 0)
+        return 0;
+    if (end < text.size() && text[end] == '.') {
+        std::size_t const fraction = skipDigits(text, end + 1);
+        if (fraction == end + 1)
+            return end;
+        end = fraction;
+    }
+    if (end < text.size() && (text[end] == 'e' || text[end] == 'E')) {
+        bool const sign = end + 1 < text.size() && (text[end + 1] == '+' || text[end + 1] == '-');
+        std::size_t const digits = end + (sign ? 2 : 1);
+        std::size_t const exponent = skipDigits(text, digits);
+        if (exponent > digits)
+            end = exponent;
+    }
+    return end;
+}
+
+double numberValue(std::string_view text) noexcept
+{
+    if (text.substr(0, text.find_first_of("eE")).find_first_of("123456789") == text.npos)
+        return 0;   // whatever the exponent is
+    double value = 0;
+    if (std::from_chars(text.data(), text.data() + text.size(), value).ec == std::errc{})
+        return value;
+    return isLarge(text) ? std::numeric_limits<double>::infinity() : 0;
+}
+
+NumberText::NumberText(double number) noexcept
+{
+    if (std::signbit(number) && number != 0)
+        add('-');
+    if (std::isinf(number)) {
+        add("Infinity");
+        return;
+    }
+
+    // The shortest digits and the exponent: d.ddde+xx
+    std::array<char, 32> scientific;
+    char* const begin = scientific.data();
+    char* const end =
+        std::to_chars(begin, begin + scientific.size(), std::abs(number), std::chars_format::scientific).ptr;
+    char* const mark = std::find(begin, end, 'e');
+    int exponent = 0;
+    std::from_chars(mark[1] == '+' ? mark + 2 : mark + 1, end, exponent);
+    char* const digitsEnd = std::remove(begin, mark, '.');
+    std::string_view const digits(begin, static_cast<std::size_t>(digitsEnd - begin));
+    int const count = static_cast<int>(digits.size());
+
+    int const point = exponent + 1;   // value = 0.digits × 10^point
+    if (count <= point && point <= 21) {
+        add(digits);
+        addZeros(point - count);
+    } else if (0 < point && point <= 21) {
+        add(digits.substr(0, static_cast<std::size_t>(point)));
+        add('.');
+        add(digits.substr(static_cast<std::size_t>(point)));
+    } else if (-6 < point && point <= 0) {
+        add("0.");
+        addZeros(-point);
+        add(digits);
+    } else {
+        add(digits[0]);
+        if (count > 1) {
+            add('.');
+            add(digits.substr(1));
+        }
+        add(exponent < 0 ? "e-" : "e+");
+        char* const to = m_buffer.data() + m_size;
+        m_size +=
+            static_cast<std::size_t>(std::to_chars(to, m_buffer.data() + m_buffer.size(), std::abs(exponent)).ptr - to);
+    }
+}
+
+void NumberText::add(std::string_view text) noexcept
+{
+    std::copy(text.begin(), text.end(), m_buffer.data() + m_size);
+    m_size += text.size();
+}
+
+void NumberText::addZeros(int count) noexcept
+{
+    for (; count > 0; --count)
+        add('0');
+}
+
+}   // namespace gel::detail

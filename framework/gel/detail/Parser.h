@@ -1,0 +1,57 @@
+#pragma once
+
+#include "gel/detail/Emitter.h"
+#include "gel/detail/Instructions.h"
+#include "gel/detail/Lexer.h"
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace gel::detail {
+
+/// Turns a text into instructions in one pass. Knows the grammar, nothing of values.
+class Parser {
+public:
+    static constexpr std::size_t MAX_BYTES = 65'536;
+    static constexpr std::size_t MAX_NESTING = 200;
+
+    /// The instructions of `text`. Throws `ParseError` at the first error from the left.
+    static Instructions parse(std::string_view text);
+
+private:
+    explicit Parser(std::string_view text) : m_lexer(text) {}
+
+    // One operation for each rule of the grammar, loosest first.
+    void whole();
+    void conditional();
+    void operation(Binding loosest);
+    void comparison(Operator const& relation);
+    void membership();
+    void match();
+    void combination(Operator const& row);
+    void operand();
+    bool prefixed();
+    void primary();
+    void call();
+    void parenthesis();
+
+    Token const& token() const noexcept { return m_lexer.token(); }
+    Operator const& row() const noexcept { return rowOf(token().sign); }
+    bool accept(Sign sign);
+    void expect(Sign sign, std::string const& purpose);
+    void close(Sign closing, Sign opening, std::size_t openedAt);
+    void enter(std::size_t offset);
+    void leave() noexcept { --m_nesting; }
+
+    std::string found() const;
+    [[noreturn]] void fail(std::string const& reason) const { m_lexer.fail(token().offset, reason); }
+    [[noreturn]] void failOperand() const;
+    [[noreturn]] void failEnd() const;
+
+    Lexer m_lexer;
+    Emitter m_code;
+    std::size_t m_nesting = 0;
+};
+
+}   // namespace gel::detail

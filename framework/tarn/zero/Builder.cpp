@@ -1,0 +1,101 @@
+#include "tarn/zero/Builder.h"
+
+#include "tarn/zero/ModelElementImpl.h"
+#include "tarn/zero/ModelImpl.h"
+#include "tarn/zero/ReportException.h"
+#include "tarn0/messages/Messages.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace tarn::zero {
+
+namespace {
+
+Transaction beginFor(ModelElement::Builder const& root)
+{
+    if (!root.model())
+        throw std::logic_error{"a builder needs a model"};
+    return root.model()->beginTransaction(false);
+}
+
+} // namespace
+
+ModelElement::Builder::Builder(unsigned long propertyCount) : m_set(propertyCount / wordBits + 1) {}
+
+ModelElement::Builder::~Builder() = default;
+
+ModelElement ModelElement::Builder::create(boost::uuids::uuid const& uuid)
+{
+    return doCreate(true, uuid);
+}
+
+std::uint64_t ModelElement::Builder::setOrAdd(meta::Property const&, Value const&)
+{
+    reportException(tarn0::messages::InvalidValue{});
+}
+
+std::uint64_t ModelElement::Builder::setOrAdd(meta::Property const&, std::unique_ptr<Builder>&)
+{
+    reportException(tarn0::messages::InvalidValue{});
+}
+
+bool ModelElement::Builder::isSet(unsigned long index) const noexcept
+{
+    return index / wordBits < m_set.size() && (m_set[index / wordBits] >> index % wordBits & 1u) != 0;
+}
+
+std::uint64_t ModelElement::Builder::markSet(unsigned long index)
+{
+    std::uint64_t const bit = std::uint64_t{1} << index % wordBits;
+    m_set[index / wordBits] |= bit;
+    return bit;
+}
+
+void ModelElement::Builder::clearSet(unsigned long index) noexcept
+{
+    m_set[index / wordBits] &= ~(std::uint64_t{1} << index % wordBits);
+}
+
+ModelElement::Builder::Orchestrator::Orchestrator(Builder* root) : m_transaction{beginFor(*root)}
+{
+    m_builders.emplace_back(root, ModelElement{});
+    root->m_orchestrator = this;
+}
+
+ModelElement::Builder::Orchestrator::~Orchestrator()
+{
+    for (auto const& entry : m_builders)
+        entry.first->m_orchestrator = nullptr;
+}
+
+void ModelElement::Builder::Orchestrator::addBuilder(Builder* builder)
+{
+    m_builders.emplace_back(builder, ModelElement{});
+    builder->setModel(m_builders.front().first->model());
+    builder->m_orchestrator = this;
+}
+
+void ModelElement::Builder::Orchestrator::setCreatedElement(Builder* builder, ModelElement const& element)
+{
+    for (auto& entry : m_builders)
+        if (entry.first == builder)
+            entry.second = element;
+}
+
+ModelElement ModelElement::Builder::Orchestrator::getCreatedElement(Builder* builder) const
+{
+    auto const found = std::find_if(m_builders.begin(), m_builders.end(),
+                                    [&](auto const& entry) { return entry.first == builder; });
+    return found == m_builders.end() ? ModelElement{} : found->second;
+}
+
+void ModelElement::Builder::Orchestrator::commit()
+{
+    for (auto const& entry : m_builders)
+        if (entry.second)
+            entry.second->didCreate();
+    m_transaction.commit(boost::none);
+}
+
+} // namespace tarn::zero

@@ -1,0 +1,86 @@
+#pragma once
+
+#include "tarn/zero/Model.h"
+#include "tarn/zero/ModelElement.h"
+#include "tarn/zero/Transaction.h"
+#include "tarn/zero/Value.h"
+
+#include <boost/uuid/uuid.hpp>
+
+#include <cstdint>
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace tarn::zero {
+
+/// Collects the values of an element, and of the elements inside it, before any of them exists.
+class STUDIO_DATA_EXPORT ModelElement::Builder {
+public:
+    class Orchestrator;
+
+    explicit Builder(unsigned long propertyCount);
+    Builder(Builder const&) = delete;
+    Builder& operator=(Builder const&) = delete;
+    virtual ~Builder();
+
+    void setModel(Model const& model) { m_model = model; }
+    Model const& model() const noexcept { return m_model; }
+
+    /// Makes the elements, in the model's open transaction or one of its own; all of them or, throwing, none. A nil UUID
+    /// asks for a fresh one. The builder's values are used up.
+    ModelElement create(boost::uuids::uuid const& uuid);
+
+    /// The class of the element that will be made.
+    virtual meta::Class builtClass() const = 0;
+
+    /// Gives property `property` a value, or adds one to it, and answers the property's bit. The base knows no
+    /// property: it throws `InvalidValue` and changes nothing.
+    virtual std::uint64_t setOrAdd(meta::Property const& property, Value const& value);
+    /// The same with a builder for a contained element; ownership passes only if it was taken.
+    virtual std::uint64_t setOrAdd(meta::Property const& property, std::unique_ptr<Builder>& builder);
+
+    /// True once property `index` was given a value.
+    bool isSet(unsigned long index) const noexcept;
+
+    /// Makes the element and tells the orchestrator. With `notify` false the elements are not entered into the model:
+    /// the caller does that in the same transaction.
+    virtual ModelElement doCreate(bool notify, boost::uuids::uuid const& uuid) = 0;
+
+protected:
+    static constexpr unsigned long wordBits = 64;
+
+    std::uint64_t markSet(unsigned long index);
+    void clearSet(unsigned long index) noexcept;
+    Orchestrator* orchestrator() const noexcept { return m_orchestrator; }
+
+private:
+    Model m_model;
+    std::vector<std::uint64_t> m_set;
+    Orchestrator* m_orchestrator = nullptr;
+};
+
+/// Makes the elements of a tree of builders in one step: a transaction, and which builder made what.
+class STUDIO_DATA_EXPORT ModelElement::Builder::Orchestrator {
+public:
+    /// Begins; `root` must have a model. Throws `std::logic_error` if it has none.
+    explicit Orchestrator(Builder* root);
+    Orchestrator(Orchestrator const&) = delete;
+    Orchestrator& operator=(Orchestrator const&) = delete;
+    /// Undoes what was not committed.
+    ~Orchestrator();
+
+    /// Takes a nested builder in: it makes its element in the same model.
+    void addBuilder(Builder* builder);
+    void setCreatedElement(Builder* builder, ModelElement const& element);
+    /// The element made from `builder`; null if none was made.
+    ModelElement getCreatedElement(Builder* builder) const;
+    /// Makes the elements final, after each has been told by `didCreate`.
+    void commit();
+
+private:
+    std::vector<std::pair<Builder*, ModelElement>> m_builders;
+    Transaction m_transaction;
+};
+
+} // namespace tarn::zero

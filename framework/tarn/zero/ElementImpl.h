@@ -1,0 +1,91 @@
+#pragma once
+
+#include "foundation/Export.h"
+#include "tarn/zero/Fwd.h"
+
+#include <atomic>
+#include <cstdint>
+#include <limits>
+
+namespace tarn::zero {
+
+/// The reference-counted base of everything that a handle points to. An object starts with no reference and deletes
+/// itself when its last one goes. The count is atomic; everything else about an object belongs to one thread.
+class STUDIO_DATA_EXPORT ElementImpl {
+public:
+    /// What the count holds while the object deletes itself: references taken and dropped meanwhile are ignored.
+    static constexpr std::int32_t REFCOUNT_DELETING = std::numeric_limits<std::int32_t>::min();
+
+    /// A process-wide hook, null by default: an element that is being invalidated passes it each of its collections,
+    /// once, before its handles turn false. For scripting hosts that hand out collections; it must not throw.
+    using CollectionCallback = void (*)(AbstractOwnedCollection& collection);
+    static CollectionCallback m_callback;
+
+    ElementImpl(ElementImpl const&) = delete;
+    ElementImpl& operator=(ElementImpl const&) = delete;
+
+    void addRef() noexcept
+    {
+        if (m_refCount.load(std::memory_order_relaxed) != REFCOUNT_DELETING)
+            m_refCount.fetch_add(1, std::memory_order_relaxed);
+    }
+
+    void removeRef() noexcept
+    {
+        if (m_refCount.load(std::memory_order_relaxed) == REFCOUNT_DELETING)
+            return;
+        if (m_refCount.fetch_sub(1, std::memory_order_acq_rel) == 1)
+            destroySelf();
+    }
+
+protected:
+    ElementImpl() noexcept = default;
+    virtual ~ElementImpl();
+
+private:
+    void destroySelf() noexcept;
+
+    std::atomic<std::int32_t> m_refCount{0};
+};
+
+/// One counted reference to a `T`, whose `addRef` and `removeRef` do the counting.
+template <class T>
+class Counted {
+public:
+    Counted() noexcept = default;
+    explicit Counted(T* object) noexcept : m_object{object}
+    {
+        if (m_object)
+            m_object->addRef();
+    }
+    Counted(Counted const& other) noexcept : Counted{other.m_object} {}
+    Counted(Counted&& other) noexcept : m_object{other.m_object} { other.m_object = nullptr; }
+    ~Counted()
+    {
+        if (m_object)
+            m_object->removeRef();
+    }
+
+    Counted& operator=(Counted other) noexcept
+    {
+        T* const old = m_object;
+        m_object = other.m_object;
+        other.m_object = old;
+        return *this;
+    }
+
+    T* get() const noexcept { return m_object; }
+    T* operator->() const noexcept { return m_object; }
+    T& operator*() const noexcept { return *m_object; }
+    explicit operator bool() const noexcept { return m_object != nullptr; }
+
+    friend bool operator==(Counted const& left, Counted const& right) noexcept
+    {
+        return left.m_object == right.m_object;
+    }
+
+private:
+    T* m_object = nullptr;
+};
+
+} // namespace tarn::zero

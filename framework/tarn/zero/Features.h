@@ -1,0 +1,268 @@
+#pragma once
+
+#include "tarn/zero/ElementStorage.h"
+#include "tarn/zero/Value.h"
+#include "tarn/zero/collections/AbstractOwnedCollection.h"
+#include "tarn/zero/meta/Type.h"
+
+#include <type_traits>
+#include <utility>
+
+/// The words of a feature list. An element class names its properties once, by meta index, in
+///
+///     static constexpr auto features() { return std::tuple{Attribute<1, &Impl::name, RevertWhenEqual>{}, ...}; }
+///
+/// and `ElementImplOf`, `StorageOf` and `ChangesOf` derive from it what a transaction remembers, reverts and restores,
+/// and what reflection reads.
+namespace tarn::zero {
+
+/// When a remembered value counts as unchanged at commit.
+struct RevertWhenEqual {
+    template <class T>
+    static bool unchanged(T const& old, T const& present)
+    {
+        return old == present;
+    }
+};
+struct RevertNever {
+    template <class T>
+    static bool unchanged(T const&, T const&) noexcept
+    {
+        return false;
+    }
+};
+/// Of a collection: only if it was empty and is empty.
+struct RevertWhenEmpty {
+    template <class Collection, class Old>
+    static bool unchanged(Collection const& collection, Old const& old)
+    {
+        return collection.sizeBefore(old) == 0 && collection.size() == 0;
+    }
+};
+/// The same, and if it held one element and holds just that one.
+struct RevertWhenSameOnlyElement {
+    template <class Collection, class Old>
+    static bool unchanged(Collection const& collection, Old const& old)
+    {
+        return RevertWhenEmpty::unchanged(collection, old) || collection.heldOnlyTheSameElement(old);
+    }
+};
+
+namespace detail {
+
+template <class Member>
+struct MemberOf;
+template <class Class, class Type>
+struct MemberOf<Type Class::*> {
+    using Element = Class;
+    using Value = Type;
+};
+
+/// What every feature answers unless it knows better.
+struct FeatureDefaults {
+    static constexpr bool isCollection = false;
+    static constexpr bool isContainer = false;
+    struct Nothing {};
+    using Old = Nothing;  // what a transaction remembers
+    using Kept = Nothing; // what is left of that for who keeps it
+
+    template <class... Any>
+    static void withdraw(Any&&...) noexcept
+    {
+    }
+    template <class... Any>
+    static void reinstate(Any&&...) noexcept
+    {
+    }
+    template <class... Any>
+    static void drop(Any&&...) noexcept
+    {
+    }
+};
+
+} // namespace detail
+
+/// A plain value in field `Member`; `Setter`, when given, is what a reflective write calls.
+template <unsigned long Index, auto Member, class Rule, auto Setter = nullptr>
+struct Attribute : detail::FeatureDefaults {
+    using Type = typename detail::MemberOf<decltype(Member)>::Value;
+    using Old = Type;
+    using Kept = Type;
+    static constexpr unsigned long index = Index;
+
+    template <class Element>
+    static void remember(Old& old, Element& element)
+    {
+        old = element.*Member;
+    }
+    static Kept const& keep(Old const& old) noexcept { return old; }
+    static void merge(Old& outer, bool outerHas, Old& inner) noexcept
+    {
+        if (!outerHas)
+            std::swap(outer, inner);
+    }
+    template <class Element>
+    static bool unchanged(Old const& old, Element const& element)
+    {
+        return Rule::unchanged(old, element.*Member);
+    }
+    template <class Element>
+    static void restore(Element& element, Old& old) noexcept
+    {
+        std::swap(element.*Member, old);
+    }
+    static void forget(Old& old) noexcept
+    {
+        if constexpr (std::is_base_of_v<ModelElement, Type>)
+            old = Type{}; // other old values wait for reuse with their memory
+    }
+    template <class Element>
+    static void drop(Element& element) noexcept
+    {
+        if constexpr (std::is_base_of_v<ModelElement, Type>)
+            element.*Member = Type{};
+    }
+    static Value oldValue(Kept const& kept, ModelElement::Impl::Changes const&, meta::Property const& property)
+    {
+        return Value{ValueMeta{property}, kept};
+    }
+    template <class Element>
+    static Value value(Element& element, meta::Property const& property, ModelElement::Impl::ReflectionPrivateTag)
+    {
+        return Value{ValueMeta{property}, element.*Member};
+    }
+    template <class Element>
+    static bool has(Element const&) noexcept
+    {
+        return true;
+    }
+    template <class Element>
+    static bool set(Element& element, Value const& value)
+    {
+        if constexpr (std::is_null_pointer_v<decltype(Setter)>)
+            return false;
+        else
+            return (element.*Setter)(value.getValue<Type>()), true;
+    }
+};
+
+/// A collection in field `Member`, which knows how to remember and restore itself.
+template <unsigned long Index, auto Member, class Rule>
+struct Collection : detail::FeatureDefaults {
+    using Type = typename detail::MemberOf<decltype(Member)>::Value;
+    using Old = typename Type::Old;
+    using Kept = typename Type::Kept;
+    static constexpr unsigned long index = Index;
+    static constexpr bool isCollection = true;
+
+    template <class Element>
+    static Type& of(Element& element) noexcept
+    {
+        return element.*Member;
+    }
+    template <class Element>
+    static void remember(Old& old, Element& element)
+    {
+        (element.*Member).remember(old);
+    }
+    static void merge(Old& outer, bool outerHas, Old& inner) noexcept { Type::merge(outer, outerHas, inner); }
+    static Kept keep(Old const& old) { return Type::keep(old); }
+    template <class Element>
+    static bool unchanged(Old const& old, Element const& element)
+    {
+        return Rule::unchanged(element.*Member, old);
+    }
+    template <class Element>
+    static void withdraw(Element& element, Old& old) noexcept
+    {
+        (element.*Member).withdraw(old);
+    }
+    template <class Element>
+    static void restore(Element& element, Old& old) noexcept
+    {
+        (element.*Member).restore(old);
+    }
+    template <class Element>
+    static void reinstate(Element& element, Old& old) noexcept
+    {
+        (element.*Member).reinstate(old);
+    }
+    static void forget(Old& old) noexcept { Type::forget(old); }
+    template <class Element>
+    static void drop(Element& element) noexcept
+    {
+        (element.*Member).dropAll();
+    }
+    static Value oldValue(Kept const& kept, ModelElement::Impl::Changes const&, meta::Property const& property)
+    {
+        ValueMeta meta{property};
+        meta.setUnmanaged();
+        return Value{std::move(meta), CollectionRef<Type>{*Type::detached(kept).release()}};
+    }
+    template <class Element>
+    static Value value(Element& element, meta::Property const& property, ModelElement::Impl::ReflectionPrivateTag tag)
+    {
+        if (tag == ModelElement::Impl::PUBLIC_ACCESS)
+            (element.*Member).resolveProxies();
+        return Value{ValueMeta{property}, CollectionRef<Type>{element.*Member}};
+    }
+    template <class Element>
+    static bool has(Element const& element) noexcept
+    {
+        return (element.*Member).size() != 0;
+    }
+    template <class Element>
+    static bool set(Element&, Value const&) noexcept
+    {
+        return false;
+    }
+};
+
+/// The property that names the element's container, of handle class `Owner`.
+template <unsigned long Index, class Owner, auto Setter>
+struct Container : detail::FeatureDefaults {
+    static constexpr unsigned long index = Index;
+    static constexpr bool isContainer = true;
+
+    template <class Element>
+    static void remember(Nothing&, Element const&) noexcept
+    {
+    }
+    static Nothing keep(Nothing const&) noexcept { return {}; }
+    static void merge(Nothing&, bool, Nothing&) noexcept {}
+    template <class Element>
+    static bool unchanged(Nothing const&, Element const&) noexcept
+    {
+        return false; // the base decides
+    }
+    template <class Element>
+    static void restore(Element&, Nothing&) noexcept
+    {
+    }
+    static void forget(Nothing&) noexcept {}
+    static Value oldValue(Nothing const&, ModelElement::Impl::Changes const& changes, meta::Property const& property)
+    {
+        return Value{ValueMeta{property}, as(changes.oldContainer().get())};
+    }
+    template <class Element>
+    static Value value(Element& element, meta::Property const& property, ModelElement::Impl::ReflectionPrivateTag)
+    {
+        return Value{ValueMeta{property}, as(element.containerImpl())};
+    }
+    template <class Element>
+    static bool has(Element const& element) noexcept
+    {
+        return !element.isTopLevel();
+    }
+    template <class Element>
+    static bool set(Element& element, Value const& value)
+    {
+        (element.*Setter)(value.getValue<Owner>());
+        return true;
+    }
+
+private:
+    static Owner as(ModelElement::Impl* container) { return Owner{static_cast<typename Owner::Impl*>(container)}; }
+};
+
+} // namespace tarn::zero

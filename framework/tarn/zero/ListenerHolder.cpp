@@ -1,0 +1,29 @@
+#include "tarn/zero/ListenerHolder.h"
+
+#include <utility>
+
+namespace tarn::zero {
+
+Listener::~Listener() = default;
+
+ListenerHolderBase::ListenerHolderBase(Listener* listener, bool, bool, bool, bool deep, bool, bool, bool) noexcept
+    : m_listener{listener}
+    , m_deep{deep}
+{
+}
+
+ListenerHolderBase::~ListenerHolderBase() = default;
+
+void ListenerHolderBase::invalidate() noexcept
+{
+    Listener* const listener = std::exchange(m_listener, nullptr);
+    if (!listener)
+        return;
+    try {
+        listener->listenerRemoved();
+    } catch (...) {
+        // The listener is on its way out: there is nobody left to tell.
+    }
+}
+
+} // namespace tarn::zero

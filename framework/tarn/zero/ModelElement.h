@@ -1,0 +1,65 @@
+#pragma once
+
+#include "tarn/zero/ElementImpl.h"
+
+#include <boost/uuid/uuid.hpp>
+
+#include <cstddef>
+#include <functional>
+
+namespace tarn::zero {
+
+/// A handle to one element of a model: one counted pointer, no behaviour of its own. A null handle and a handle whose
+/// element was destroyed (or whose model ended) both convert to false; the latter still answers what the element last
+/// held. Copying shares the element. Used, like its model, on one thread at a time.
+class STUDIO_DATA_EXPORT ModelElement {
+public:
+    class Impl;
+    class Builder;
+
+    ModelElement() noexcept = default;
+    explicit ModelElement(Impl* impl) noexcept;
+    ModelElement(ModelElement const& other) noexcept;
+    ModelElement(ModelElement&& other) noexcept : m_impl{other.m_impl} { other.m_impl = nullptr; }
+    ModelElement& operator=(ModelElement const& other) noexcept;
+    ModelElement& operator=(ModelElement&& other) noexcept;
+    ~ModelElement();
+
+    /// The meta class that every element class derives from.
+    static meta::Class metaClass();
+
+    /// Takes or drops one more reference by hand; ignored by a null handle.
+    void addRef() const noexcept;
+    void removeRef() const noexcept;
+
+    /// True while the element lives.
+    explicit operator bool() const noexcept;
+
+    /// The element's identity; nil for a null handle.
+    boost::uuids::uuid Uuid() const noexcept;
+
+    /// True if the element's class is `type` or derives from it. A null handle and a null class answer false.
+    bool isA(meta::Class const& type) const noexcept;
+
+    Impl* get() const noexcept { return m_impl; }
+    Impl* operator->() const noexcept { return m_impl; }
+
+    /// Handles are equal when they refer to the same implementation object.
+    friend bool operator==(ModelElement const& left, ModelElement const& right) noexcept
+    {
+        return left.m_impl == right.m_impl;
+    }
+
+private:
+    Impl* m_impl = nullptr;
+};
+
+} // namespace tarn::zero
+
+template <>
+struct std::hash<tarn::zero::ModelElement> {
+    std::size_t operator()(tarn::zero::ModelElement const& element) const noexcept
+    {
+        return std::hash<void const*>{}(element.get());
+    }
+};

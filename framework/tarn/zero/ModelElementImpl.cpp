@@ -1,0 +1,337 @@
+#include "tarn/zero/ModelElementImpl.h"
+
+#include "tarn/zero/Builder.h"
+#include "tarn/zero/ElementStorage.h"
+#include "tarn/zero/ModelImpl.h"
+#include "tarn/zero/ReportException.h"
+#include "tarn/zero/Transaction.h"
+#include "tarn/zero/collections/ReferenceCollection.h"
+#include "tarn/zero/detail/Journal.h"
+#include "tarn/zero/detail/UuidSource.h"
+#include "tarn/zero/meta/Type.h"
+#include "tarn0/messages/Messages.h"
+
+#include <stdexcept>
+#include <utility>
+
+namespace tarn::zero {
+
+namespace {
+
+ReferenceCollection& collectionOf(ModelElement::Impl& owner, unsigned long featureIndex)
+{
+    ReferenceCollection* const collection = owner.referenceCollection(featureIndex);
+    if (!collection)
+        reportException(tarn0::messages::InvalidValue{});
+    return *collection;
+}
+
+} // namespace
+
+ModelElement::Impl::Impl(Model const& model, boost::uuids::uuid const& uuid)
+    : m_uuid{uuid.is_nil() ? detail::freshUuid() : uuid}
+    , m_model{model.get()}
+{
+    if (!m_model)
+        throw std::logic_error{"an element needs a model"};
+}
+
+ModelElement::Impl::Impl(Builder& builder, boost::uuids::uuid const& uuid) : Impl{builder.model(), uuid} {}
+
+ModelElement::Impl::~Impl()
+{
+    if (m_holdsContainer)
+        m_container->removeRef();
+}
+
+Model ModelElement::Impl::getModel() const noexcept
+{
+    return Model{m_model};
+}
+
+ProxyId ModelElement::Impl::getPersistentProxyId(bool) const noexcept
+{
+    return getProxyId();
+}
+
+void ModelElement::Impl::convertToProxy(meta::Property const& feature, ProxyId const& id, ModelElement const& owner)
+{
+    refuseDead();
+    if (!(id == getProxyId()) || (m_container && m_container != owner.get()))
+        throw std::logic_error{"a proxy has the UUID of what it stands for and no other container"};
+    ReferenceCollection* const collection = owner.get() ? &collectionOf(*owner.get(), feature.index()) : nullptr;
+    Transaction transaction = begin();
+    ModelElement const keep{this};
+    if (collection)
+        collection->removeElement(keep); // it stood under its key
+    if (!m_proxy) {
+        m_model->journal().becomingProxy(*this);
+        m_proxy = true;
+    }
+    if (collection)
+        collection->addElement(keep);
+    transaction.commit(boost::none);
+}
+
+meta::Property ModelElement::Impl::containmentFeature() const
+{
+    return m_container ? m_container->getPropertyByIndex(m_containerFeature) : meta::Property{};
+}
+
+void ModelElement::Impl::notifyModifying(unsigned long index)
+{
+    refuseDead();
+    m_model->journal().touch(*this, index);
+}
+
+void ModelElement::Impl::notifyCreated()
+{
+    m_model->journal().created(*this);
+}
+
+void ModelElement::Impl::notifyDestroying()
+{
+    m_model->journal().destroyed(*this);
+}
+
+Transaction ModelElement::Impl::begin() const
+{
+    refuseDead();
+    return m_model->beginTransaction(false);
+}
+
+bool ModelElement::Impl::isInTransaction() const noexcept
+{
+    return m_model && m_model->isInTransaction();
+}
+
+void ModelElement::Impl::enter(ModelElement const& element)
+{
+    Transaction transaction = element->begin();
+    element->notifyCreated();
+    element->didCreate();
+    transaction.commit(boost::none);
+}
+
+void ModelElement::Impl::recordContainer()
+{
+    unsigned long const index = containerIndex();
+    notifyModifying(index == NO_INDEX ? Changes::OFFSET_CONTAINMENT : index);
+}
+
+void ModelElement::Impl::makeUncontained()
+{
+    if (!m_container)
+        return;
+    recordContainer();
+    collectionOf(*m_container, m_containerFeature).inverseRemove(ModelElement{this});
+    m_container = nullptr;
+}
+
+void ModelElement::Impl::checkCircularContainment(ModelElement const& container) const
+{
+    for (Impl const* outer = container.get(); outer; outer = outer->m_container)
+        if (outer == this)
+            reportException(tarn0::messages::CircularContainment{});
+}
+
+void ModelElement::Impl::basicSetContainer(Impl* container, meta::Property const& feature, unsigned long) noexcept
+{
+    basicSetContainer(container, feature.index());
+}
+
+void ModelElement::Impl::basicSetContainer(Impl* container, unsigned long featureIndex) noexcept
+{
+    m_container = container;
+    m_containerFeature = static_cast<std::uint8_t>(featureIndex);
+}
+
+void ModelElement::Impl::_setContainedByThis(Impl* child, meta::Property const& feature)
+{
+    _setContainedByThis(child, feature.index());
+}
+
+void ModelElement::Impl::_setContainedByThis(Impl* child, unsigned long featureIndex)
+{
+    child->recordContainer();
+    child->basicSetContainer(this, featureIndex);
+}
+
+void ModelElement::Impl::_inverseAddThis(Impl* target, meta::Property const& feature, bool notify)
+{
+    _inverseAddThis(target, feature.index(), notify);
+}
+
+void ModelElement::Impl::_inverseAddThis(Impl* target, unsigned long featureIndex, bool notify)
+{
+    ReferenceCollection& collection = collectionOf(*target, featureIndex);
+    if (notify)
+        collection.inverseAdd(ModelElement{this});
+    else
+        collection.basicAdd(ModelElement{this});
+}
+
+void ModelElement::Impl::_inverseRemoveThis(Impl* target, meta::Property const& feature)
+{
+    _inverseRemoveThis(target, feature.index());
+}
+
+void ModelElement::Impl::_inverseRemoveThis(Impl* target, unsigned long featureIndex)
+{
+    collectionOf(*target, featureIndex).inverseRemove(ModelElement{this});
+}
+
+bool ModelElement::Impl::_inverseContainsThis(Impl* target, meta::Property const& feature) const
+{
+    return target->inverseContains(ModelElement{const_cast<Impl*>(this)}, feature);
+}
+
+void ModelElement::Impl::_basicAdd(ReferenceCollection* collection, ModelElement const& element)
+{
+    collection->basicAdd(element);
+}
+
+void ModelElement::Impl::_basicRemove(ReferenceCollection* collection, ModelElement const& element)
+{
+    collection->basicRemove(element);
+}
+
+void ModelElement::Impl::_basicClear(ReferenceCollection* collection)
+{
+    collection->basicClear();
+}
+
+void ModelElement::Impl::_basicCopyValues(ReferenceCollection* collection, ReferenceCollection const& source)
+{
+    collection->basicCopyValues(source);
+}
+
+void ModelElement::Impl::destroy()
+{
+    if (!m_alive)
+        return;
+    ModelElement const keep{this};
+    Transaction transaction = begin();
+    destroyRecursively(true, true, true);
+    transaction.commit(boost::none);
+}
+
+void ModelElement::Impl::destroyRecursively(bool detach, bool runHooks, bool notify)
+{
+    ModelElement const keep{this};
+    if (runHooks && m_alive)
+        aboutToDestroy();
+    if (!m_alive || m_destroying)
+        return;
+    try {
+        if (detach && m_container)
+            collectionOf(*m_container, m_containerFeature).inverseRemove(keep);
+        doDestroy(runHooks, notify);
+    } catch (...) {
+        m_destroying = false; // the transaction rolls the rest back
+        throw;
+    }
+}
+
+void ModelElement::Impl::doDestroy(bool, bool notify)
+{
+    if (notify)
+        notifyDestroying();
+    invalidate();
+}
+
+void ModelElement::Impl::refuseDead() const
+{
+    if (!m_alive)
+        throw std::logic_error{"the element was destroyed"};
+}
+
+void ModelElement::Impl::refuseProxy() const
+{
+    refuseDead();
+    if (m_proxy)
+        reportException(tarn0::messages::CannotModifyProxy{});
+}
+
+bool ModelElement::Impl::conforms(Impl const* type, Impl const* wanted) noexcept
+{
+    if (type == wanted || !type || !wanted)
+        return type && wanted;
+    for (auto const* base = static_cast<meta::Class::Impl const*>(type); base; base = base->superclassImpl())
+        if (base == wanted)
+            return true;
+    return false;
+}
+
+void ModelElement::Impl::invalidate()
+{
+    m_alive = false;
+    if (m_container && !m_holdsContainer) {
+        m_container->addRef();
+        m_holdsContainer = true;
+    }
+}
+
+void ModelElement::Impl::revive() noexcept
+{
+    m_alive = true;
+    m_destroying = false;
+    if (m_holdsContainer)
+        m_container->removeRef();
+    m_holdsContainer = false;
+}
+
+// Elements refer to other elements through their containers only, unless their class says otherwise.
+void ModelElement::Impl::disassociateIncoming() {}
+void ModelElement::Impl::basicDisassociateAll() {}
+void ModelElement::Impl::convertReferencesToProxies(bool, boost::optional<ProxyId>&) {}
+void ModelElement::Impl::basicAssociate(ModelElement const&, meta::Property const&) {}
+
+void ModelElement::Impl::inverseAdd(ModelElement const& element, meta::Property const& feature)
+{
+    collectionOf(*this, feature.index()).inverseAdd(element);
+}
+
+void ModelElement::Impl::inverseRemove(ModelElement const& element, meta::Property const& feature)
+{
+    collectionOf(*this, feature.index()).inverseRemove(element);
+}
+
+bool ModelElement::Impl::inverseContains(ModelElement const& element, meta::Property const& feature) const
+{
+    ReferenceCollection const* const collection = const_cast<Impl*>(this)->referenceCollection(feature.index());
+    return collection && collection->containsElement(element);
+}
+
+bool ModelElement::Impl::inverseContainsProxyTo(ModelElement const& element, meta::Property const& feature) const
+{
+    ReferenceCollection const* const collection = const_cast<Impl*>(this)->referenceCollection(feature.index());
+    return collection && element.get() && collection->containsProxy(element->getProxyId());
+}
+
+Value ModelElement::Impl::getPropertyValue(meta::Property const&, ReflectionPrivateTag) const
+{
+    return Value{};
+}
+
+bool ModelElement::Impl::hasPropertyValue(meta::Property const&, ReflectionPrivateTag) const
+{
+    return false;
+}
+
+void ModelElement::Impl::setPropertyValue(meta::Property const&, Value const&, ReflectionPrivateTag)
+{
+    reportException(tarn0::messages::InvalidValue{});
+}
+
+meta::Property ModelElement::Impl::getPropertyByIndex(unsigned long) const
+{
+    return meta::Property{};
+}
+
+ReferenceCollection* ModelElement::Impl::referenceCollection(unsigned long) noexcept
+{
+    return nullptr;
+}
+
+} // namespace tarn::zero

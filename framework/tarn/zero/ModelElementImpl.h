@@ -1,0 +1,231 @@
+#pragma once
+
+#include "tarn/zero/Model.h"
+#include "tarn/zero/ModelElement.h"
+#include "tarn/zero/ProxyId.h"
+#include "tarn/zero/Transaction.h"
+#include "tarn/zero/Value.h"
+
+#include <boost/optional/optional.hpp>
+
+#include <memory>
+
+namespace tarn::zero {
+
+class ReferenceCollection;
+
+/// What every element consists of: identity, place in a model, container, and the record that the open transaction
+/// keeps of it. Element classes derive through `ElementImplOf`, which fills the virtual operations below from the
+/// class's feature list. Properties are numbered from 1; index 0 stands for the container.
+class STUDIO_DATA_EXPORT ModelElement::Impl : public ElementImpl {
+public:
+    class Changes;
+    class Storage;
+
+    /// How a reflective access treats proxies.
+    enum class ReflectionPrivateTag {
+        PUBLIC_ACCESS,   ///< proxies are resolved where that is possible
+        IN_MEMORY_ONLY,  ///< only what is here already
+        NO_PROXY_RESOLVE ///< proxies are answered as they stand
+    };
+    static constexpr auto PUBLIC_ACCESS = ReflectionPrivateTag::PUBLIC_ACCESS;
+    static constexpr auto IN_MEMORY_ONLY = ReflectionPrivateTag::IN_MEMORY_ONLY;
+    static constexpr auto NO_PROXY_RESOLVE = ReflectionPrivateTag::NO_PROXY_RESOLVE;
+
+    static constexpr unsigned long NO_INDEX = ~0ul;
+
+    /// An element of `model`. A nil UUID asks for a fresh random one. Not yet known to the model: see `notifyCreated`.
+    Impl(Model const& model, boost::uuids::uuid const& uuid);
+    Impl(Builder& builder, boost::uuids::uuid const& uuid);
+
+    // Identity and place
+
+    boost::uuids::uuid const& identifier() const noexcept { return m_uuid; }
+    /// The element's model; null once the element's death is final.
+    Model getModel() const noexcept;
+    /// The same, borrowed.
+    Model::Impl* getModelImpl() const noexcept { return m_model; }
+    bool isAlive() const noexcept { return m_alive; }
+
+    /// True for a placeholder of an element that lives in another model; every setter refuses it.
+    bool isProxy() const noexcept { return m_proxy; }
+    ProxyId getProxyId() const noexcept { return ProxyId{m_uuid}; }
+    /// The identity by which other models name this element; `persistent` or not, it is the UUID.
+    ProxyId getPersistentProxyId(bool persistent) const noexcept;
+    /// Makes this element a placeholder for `id`, whose UUID it has, held in `feature` of `owner` (which may be null:
+    /// uncontained). The model no longer finds it, so that what it stands for can be found when it comes. Throws
+    /// `std::logic_error` if the UUIDs differ, or the element is contained elsewhere or dead.
+    void convertToProxy(meta::Property const& feature, ProxyId const& id, ModelElement const& owner);
+
+    /// True when nothing contains the element.
+    bool isTopLevel() const noexcept { return m_container == nullptr; }
+    /// The container; of a dead element the last one.
+    ModelElement container() const noexcept { return ModelElement{m_container}; }
+    Impl* containerImpl() const noexcept { return m_container; }
+    unsigned long containerFeatureIndex() const noexcept { return m_containerFeature; }
+    /// The collection of the container that holds this element; null when top-level.
+    meta::Property containmentFeature() const;
+
+    // Changing, called by element classes inside a transaction
+
+    /// Announces a change of property `index`: the open transaction keeps the value of before its first change.
+    /// Throws `std::logic_error` without an open transaction or on a dead element; nothing is recorded then.
+    void notifyModifying(unsigned long index);
+    /// Enters the element into its model, as created by the open transaction.
+    void notifyCreated();
+    /// Records that the open transaction destroys the element.
+    void notifyDestroying();
+
+    /// Takes the element out of its container, which is told; the place is remembered as the old container.
+    void makeUncontained();
+    /// Throws `CircularContainment` if `container` is this element or lives inside it.
+    void checkCircularContainment(ModelElement const& container) const;
+    /// Sets the container link and tells nobody. `index` is the property of this class that names its container.
+    void basicSetContainer(Impl* container, meta::Property const& feature, unsigned long index) noexcept;
+    void basicSetContainer(Impl* container, unsigned long featureIndex) noexcept;
+    /// Keeps the present container as the old one, before it changes.
+    void recordContainer();
+    /// Makes `child` contained by this element: its old value and old container are kept, its link is set.
+    void _setContainedByThis(Impl* child, meta::Property const& feature);
+    void _setContainedByThis(Impl* child, unsigned long featureIndex);
+
+    /// Adds this element to `feature` of `target` (removes it, tests it); `notify` announces the change of `target`.
+    void _inverseAddThis(Impl* target, meta::Property const& feature, bool notify);
+    void _inverseRemoveThis(Impl* target, meta::Property const& feature);
+    bool _inverseContainsThis(Impl* target, meta::Property const& feature) const;
+    void _inverseAddThis(Impl* target, unsigned long featureIndex, bool notify);
+    void _inverseRemoveThis(Impl* target, unsigned long featureIndex);
+
+    /// Changes a reference collection of this element and announces nothing.
+    void _basicAdd(ReferenceCollection* collection, ModelElement const& element);
+    void _basicRemove(ReferenceCollection* collection, ModelElement const& element);
+    void _basicClear(ReferenceCollection* collection);
+    void _basicCopyValues(ReferenceCollection* collection, ReferenceCollection const& source);
+
+    /// Destroys the element with all it contains, in the open transaction or one of its own. Handles turn false at
+    /// once; a roll back revives the very same element. A second call has no effect.
+    void destroy();
+    /// The same for an element whose container goes too. `detach` first takes it out of its container; with `notify`
+    /// false the caller records the destruction, in the same transaction.
+    void destroyRecursively(bool detach, bool runHooks, bool notify);
+
+    /// Throws `std::logic_error` on a dead element and `CannotModifyProxy` on a proxy.
+    void refuseDead() const;
+    /// True from the beginning of its destruction: its contents need not leave it one by one.
+    bool isBeingDestroyed() const noexcept { return m_destroying; }
+    void beginDestroying() noexcept { m_destroying = true; }
+    /// Opens a transaction of the element's model, joining an open one.
+    [[nodiscard]] Transaction begin() const;
+    bool isInTransaction() const noexcept;
+    /// What the open transaction remembers of this element at its innermost level; null if it was not touched.
+    Storage* storage() const noexcept { return m_storage; }
+
+    /// One bit that a walk over elements may use and must leave false.
+    bool marked() const noexcept { return m_marked; }
+    void mark(bool on) noexcept { m_marked = on; }
+
+    void refuseProxy() const;
+
+    /// Enters a freshly made element into its model, in the open transaction or one of its own, and calls `didCreate`.
+    /// If that throws, the element is gone with its last handle.
+    static void enter(ModelElement const& element);
+
+    /// True if the class `type` is `wanted` or derives from it; either may be null, which answers false.
+    static bool conforms(Impl const* type, Impl const* wanted) noexcept;
+
+    // What element classes fill in
+
+    virtual meta::Class getMetaClass() const = 0;
+    /// The same class, borrowed; null before the class is registered and after that has been undone.
+    virtual ModelElement::Impl* classPointer() const noexcept = 0;
+    virtual ModelElement This() const = 0;
+    /// Turns the element's handles false.
+    virtual void invalidate();
+    virtual void doDestroy(bool runHooks, bool notify);
+    virtual void disassociateIncoming();
+    virtual void basicDisassociateAll();
+    virtual void convertReferencesToProxies(bool recursive, boost::optional<ProxyId>& id);
+    /// The opposite side changed: add `element` to (remove it from) the collection `feature`. The base refuses.
+    virtual void inverseAdd(ModelElement const& element, meta::Property const& feature);
+    virtual void inverseRemove(ModelElement const& element, meta::Property const& feature);
+    virtual bool inverseContains(ModelElement const& element, meta::Property const& feature) const;
+    virtual void basicAssociate(ModelElement const& element, meta::Property const& feature);
+    virtual bool inverseContainsProxyTo(ModelElement const& element, meta::Property const& feature) const;
+    /// The value of `property`; an empty value for one that the class does not have.
+    virtual Value getPropertyValue(meta::Property const& property, ReflectionPrivateTag tag) const;
+    virtual bool hasPropertyValue(meta::Property const& property, ReflectionPrivateTag tag) const;
+    /// Throws `InvalidValue` for a property that cannot be set this way.
+    virtual void setPropertyValue(meta::Property const& property, Value const& value, ReflectionPrivateTag tag);
+    virtual meta::Property getPropertyByIndex(unsigned long index) const;
+    /// The collection of elements that is property `index`; null if that is none.
+    virtual ReferenceCollection* referenceCollection(unsigned long index) noexcept;
+    virtual void copyValue(Storage* storage, unsigned long index) const = 0;
+    /// Copies back each remembered feature. Keyed maps follow in a pass of their own, as their keys come from elements.
+    virtual void copyStateFromStorage(Storage* storage) = 0;
+    virtual std::unique_ptr<Storage> createStorage() const = 0;
+    virtual std::unique_ptr<Changes> createChanges() const = 0;
+    /// The property of this class that names the container, set along with every change of the container.
+    virtual unsigned long containerIndex() const noexcept { return NO_INDEX; }
+    /// Lets go of all other elements, for good: called once the element's death is final.
+    virtual void dropReferences() noexcept = 0;
+    virtual bool isReflective() const { return false; }
+    virtual void aboutToDestroy() {}
+    virtual void didCreate() {}
+
+protected:
+    ~Impl() override;
+
+    /// The common setter: refuses proxies and dead elements, skips an equal value, joins or makes a transaction.
+    template <class Field>
+    void assign(unsigned long index, Field& field, Field const& newValue)
+    {
+        refuseProxy();
+        if (field == newValue)
+            return;
+        Transaction transaction = begin();
+        notifyModifying(index);
+        field = newValue;
+        transaction.commit(boost::none);
+    }
+
+private:
+    friend class Model::Impl;
+    friend class detail::ElementTable;
+    friend class detail::Journal;
+
+    void revive() noexcept;
+
+    boost::uuids::uuid m_uuid;
+    Model::Impl* m_model;               // null once death is final
+    Impl* m_container = nullptr;        // counted only while m_holdsContainer
+    Storage* m_storage = nullptr;       // of the innermost level that touched the element
+    std::uint8_t m_containerFeature = 0;
+    bool m_alive : 1 = true;
+    bool m_proxy : 1 = false;
+    bool m_indexed : 1 = false;                 // the model finds the element by its UUID
+    bool m_holdsContainer : 1 = false;          // dead elements keep their last container readable
+    bool m_destroying : 1 = false;              // its contents need not leave it one by one
+    bool m_marked : 1 = false;                  // scratch of one walk
+};
+
+/// The class test without a handle in between: `T` is a handle class whose `Impl` tells its class.
+template <class T>
+bool isInstance(ModelElement::Impl const& element) noexcept
+{
+    return ModelElement::Impl::conforms(element.classPointer(), T::Impl::classImpl());
+}
+
+template <class T>
+bool isInstance(ModelElement const& element) noexcept
+{
+    return element.get() && isInstance<T>(*element.get());
+}
+
+/// The element as a `T`, borrowed; null if it is none. Dead elements keep their class.
+template <class T>
+typename T::Impl* elementCast(ModelElement const& element) noexcept
+{
+    return isInstance<T>(element) ? static_cast<typename T::Impl*>(element.get()) : nullptr;
+}
+
+} // namespace tarn::zero

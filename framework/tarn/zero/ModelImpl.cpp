@@ -1,0 +1,127 @@
+#include "tarn/zero/ModelImpl.h"
+
+#include "tarn/zero/ReportData.h"
+#include "tarn/zero/ReportException.h"
+#include "tarn/zero/detail/Delivery.h"
+#include "tarn/zero/detail/Journal.h"
+#include "tarn0/messages/Messages.h"
+
+#include <stdexcept>
+#include <utility>
+
+namespace tarn::zero {
+
+Model::Impl::Impl(ModelSpec const& spec)
+    : m_name{spec.name}
+    , m_elements{std::make_unique<detail::ElementTable>()}
+    , m_journal{std::make_unique<detail::Journal>(*m_elements)}
+    , m_listeners{std::make_unique<detail::ListenerList>()}
+    , m_delivery{std::make_unique<detail::Delivery>()}
+{
+}
+
+Model::Impl::~Impl()
+{
+    m_listeners->clear();
+    m_elements->forEach([](ModelElement::Impl& element) {
+        element.invalidate();
+        element.m_model = nullptr;
+    });
+    // Containers and contents hold each other now: only when all are invalid can they let go.
+    m_elements->forEach([](ModelElement::Impl& element) { element.dropReferences(); });
+    m_elements->clear();
+}
+
+Transaction Model::Impl::beginTransaction(bool)
+{
+    if (m_freezers != 0 && m_thawers == 0)
+        reportException(tarn0::messages::ModelFrozen{});
+    return Transaction{Model{this}, m_journal->begin()};
+}
+
+bool Model::Impl::isInTransaction() const noexcept
+{
+    return m_journal->isOpen();
+}
+
+ModelElement Model::Impl::findElement(boost::uuids::uuid const& uuid, FindElementBehavior) const
+{
+    return ModelElement{m_elements->find(uuid)};
+}
+
+std::vector<ModelElement> Model::Impl::elements() const
+{
+    std::vector<ModelElement> list;
+    list.reserve(m_elements->size());
+    m_elements->forEach([&](ModelElement::Impl& element) {
+        if (element.isAlive())
+            list.emplace_back(&element);
+    });
+    return list;
+}
+
+void Model::Impl::removeListener(Listener* listener) noexcept
+{
+    m_listeners->remove(listener);
+}
+
+bool Model::Impl::isListening(Listener const* listener) const noexcept
+{
+    return m_listeners->contains(listener);
+}
+
+void Model::Impl::addHolder(std::shared_ptr<ListenerHolderBase> holder)
+{
+    m_listeners->add(std::move(holder));
+}
+
+void Model::Impl::commit(std::uint64_t serial)
+{
+    detail::Journal& journal = *m_journal;
+    if (!journal.isInnermost(serial))
+        throw std::logic_error{"a transaction must be committed once, after those opened inside it"};
+    if (journal.isNested())
+        return journal.mergeIntoOuter();
+
+    std::shared_ptr<ReportData> report = takeReport();
+    report->m_storages.reserve(journal.touchedCount());
+    journal.revertUnchanged(); // may still throw: the destructor of the transaction then rolls back
+    journal.seal(report->m_storages);
+
+    // Final, and the model idle: listeners may open transactions of their own.
+    struct Return {
+        Impl& model;
+        std::shared_ptr<ReportData>& report;
+        ~Return() { model.giveReport(std::move(report)); }
+    } const giveBack{*this, report};
+    if (!report->empty())
+        m_delivery->deliver(report, m_listeners->snapshot());
+}
+
+void Model::Impl::rollBack(std::uint64_t serial) noexcept
+{
+    m_journal->rollBackTo(serial);
+}
+
+std::shared_ptr<ReportData> Model::Impl::takeReport()
+{
+    if (m_spareReports.empty()) {
+        m_spareReports.reserve(m_spareReports.capacity() + 1); // so that giving it back needs no memory
+        return std::make_shared<ReportData>();
+    }
+    std::shared_ptr<ReportData> report = std::move(m_spareReports.back());
+    m_spareReports.pop_back();
+    return report;
+}
+
+void Model::Impl::giveReport(std::shared_ptr<ReportData> report) noexcept
+{
+    if (report.use_count() != 1)
+        return; // somebody keeps it
+    report->m_byElement.clear();
+    m_journal->recycle(report->m_storages);
+    if (m_spareReports.size() < m_spareReports.capacity())
+        m_spareReports.push_back(std::move(report));
+}
+
+} // namespace tarn::zero

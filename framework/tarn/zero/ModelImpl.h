@@ -1,0 +1,70 @@
+#pragma once
+
+#include "tarn/zero/ListenerHolder.h"
+#include "tarn/zero/Model.h"
+#include "tarn/zero/ModelElement.h"
+#include "tarn/zero/Transaction.h"
+
+#include <memory>
+#include <vector>
+
+namespace tarn::zero {
+
+/// How `findElement` looks. 1, which finds live elements by their UUID, is the only mode in use.
+using FindElementBehavior = int;
+
+/// One model: its elements, its open transaction and its listeners.
+class STUDIO_DATA_EXPORT Model::Impl final : public ElementImpl {
+public:
+    explicit Impl(ModelSpec const& spec);
+
+    /// Opens a transaction; inside an open one a savepoint. Element setters pass false, whoever groups changes passes
+    /// true; to the model both are the same. Throws `ModelFrozen` on a frozen model.
+    [[nodiscard]] Transaction beginTransaction(bool groupsChanges);
+    bool isInTransaction() const noexcept;
+
+    /// The live element of that UUID (of several the first that was created), else a null handle. Elements created by
+    /// the open transaction are found, elements that it destroyed and placeholders are not.
+    ModelElement findElement(boost::uuids::uuid const& uuid, FindElementBehavior behavior) const;
+    /// Every live element, in no particular order.
+    std::vector<ModelElement> elements() const;
+
+    /// Registers `listener` for the reports it names; a listener that is registered already stays where it is.
+    template <class T>
+    void addDeepListener(T* listener)
+    {
+        if (!isListening(listener))
+            addHolder(std::make_shared<ListenerHolder<T, false>>(listener));
+    }
+    /// No further report reaches `listener`, not even one that is being delivered. Ignores a listener that is not
+    /// registered; throws nothing.
+    void removeListener(Listener* listener) noexcept;
+    bool isListening(Listener const* listener) const noexcept;
+
+    std::u16string const& name() const noexcept { return m_name; }
+    detail::Journal& journal() noexcept { return *m_journal; }
+
+private:
+    friend class Freezer;
+    friend class Thawer;
+    friend class Transaction;
+
+    ~Impl() override;
+
+    void addHolder(std::shared_ptr<ListenerHolderBase> holder);
+    void commit(std::uint64_t serial);
+    void rollBack(std::uint64_t serial) noexcept;
+    std::shared_ptr<ReportData> takeReport();
+    void giveReport(std::shared_ptr<ReportData> report) noexcept;
+
+    std::u16string m_name;
+    std::unique_ptr<detail::ElementTable> m_elements;
+    std::unique_ptr<detail::Journal> m_journal;
+    std::unique_ptr<detail::ListenerList> m_listeners;
+    std::unique_ptr<detail::Delivery> m_delivery;
+    std::vector<std::shared_ptr<ReportData>> m_spareReports;
+    unsigned m_freezers = 0;
+    unsigned m_thawers = 0;
+};
+
+} // namespace tarn::zero

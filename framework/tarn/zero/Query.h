@@ -1,0 +1,87 @@
+#pragma once
+
+#include "tarn/zero/Model.h"
+#include "tarn/zero/ModelElement.h"
+
+#include <functional>
+#include <utility>
+#include <vector>
+
+namespace tarn::zero {
+
+/// Which classes a search takes.
+enum class SearchClassMatchMode {
+    ExactClass,        ///< elements of the class itself
+    ClassAndSubclasses ///< and of the classes derived from it
+};
+
+/// A condition on elements.
+class STUDIO_DATA_EXPORT QueryConstraint {
+public:
+    explicit QueryConstraint(std::function<bool(ModelElement const&)> matches) : m_matches{std::move(matches)} {}
+
+    bool matches(ModelElement const& element) const { return m_matches(element); }
+
+private:
+    std::function<bool(ModelElement const&)> m_matches;
+};
+
+/// A search over the live elements of one model.
+class STUDIO_DATA_EXPORT AbstractQuery {
+public:
+    explicit AbstractQuery(Model model) : m_model{std::move(model)} {}
+    virtual ~AbstractQuery();
+
+    Model const& model() const noexcept { return m_model; }
+    /// Every live element that fits, in no particular order. *Cost*: a walk over the model.
+    std::vector<ModelElement> find(QueryConstraint const& constraint) const;
+
+private:
+    Model m_model;
+};
+
+/// What a search can ask of elements of class `C`: of that class, in that mode.
+template <class C>
+class ConstrainablesOf {
+public:
+    ConstrainablesOf(AbstractQuery const& query, meta::Class const& type, SearchClassMatchMode mode)
+        : m_query{&query}, m_type{type}, m_mode{mode}
+    {
+    }
+
+    AbstractQuery const& query() const noexcept { return *m_query; }
+
+    /// Matches exactly this element.
+    QueryConstraint operator==(C const& element) const
+    {
+        return constraint([element](ModelElement const& candidate) { return candidate == element; });
+    }
+    /// Matches every element of the class.
+    QueryConstraint any() const
+    {
+        return constraint([](ModelElement const&) { return true; });
+    }
+
+private:
+    template <class Condition>
+    QueryConstraint constraint(Condition condition) const;
+
+    AbstractQuery const* m_query;
+    ModelElement m_type;
+    SearchClassMatchMode m_mode;
+};
+
+/// True if an element's class is taken by that class and mode.
+STUDIO_DATA_EXPORT bool isOfClass(ModelElement const& element, ModelElement const& type,
+                                  SearchClassMatchMode mode) noexcept;
+
+template <class C>
+template <class Condition>
+QueryConstraint ConstrainablesOf<C>::constraint(Condition condition) const
+{
+    return QueryConstraint{[type = m_type, mode = m_mode, condition](ModelElement const& candidate) {
+        return isOfClass(candidate, type, mode) && condition(candidate);
+    }};
+}
+
+} // namespace tarn::zero

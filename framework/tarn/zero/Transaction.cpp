@@ -1,0 +1,26 @@
+#include "tarn/zero/Transaction.h"
+
+#include "tarn/zero/ModelImpl.h"
+#include "tarn/zero/Value.h"
+
+#include <stdexcept>
+#include <utility>
+
+namespace tarn::zero {
+
+Transaction::~Transaction()
+{
+    if (m_model)
+        m_model->rollBack(m_serial);
+}
+
+void Transaction::commit(boost::optional<Value> const&)
+{
+    if (!m_model)
+        throw std::logic_error{"the transaction was committed before"};
+    // Whatever a listener throws finds the transaction ended: the journal no longer knows its number.
+    m_model->commit(m_serial);
+    m_model = Model{};
+}
+
+} // namespace tarn::zero

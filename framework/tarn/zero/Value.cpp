@@ -1,0 +1,73 @@
+#include "tarn/zero/Value.h"
+
+#include "tarn/zero/ReportException.h"
+#include "tarn/zero/meta/MetaRegistry.h"
+#include "tarn/zero/meta/Type.h"
+#include "tarn/zero/meta/TypedElement.h"
+#include "tarn0/messages/Messages.h"
+
+#include <utility>
+
+namespace tarn::zero {
+
+ValueMeta::ValueMeta(meta::Property const& property)
+    : m_type{property ? property->getType() : meta::Type{}}
+    , m_collection{property && property->isCollection()}
+{
+}
+
+ValueMeta::ValueMeta(meta::Type const& type) : m_type{type} {}
+
+meta::Type ValueMeta::type() const
+{
+    return meta::Type{static_cast<meta::Type::Impl*>(m_type.get())};
+}
+
+Value::Value(Value const& other)
+    : m_meta{other.m_meta}
+    , m_handlers{other.m_handlers}
+    , m_payload{other.m_handlers ? other.m_handlers->clone(other.m_payload) : nullptr}
+{
+}
+
+Value::Value(Value&& other) noexcept
+    : m_meta{std::move(other.m_meta)}
+    , m_handlers{std::exchange(other.m_handlers, nullptr)}
+    , m_payload{std::exchange(other.m_payload, nullptr)}
+{
+}
+
+Value& Value::operator=(Value other) noexcept
+{
+    std::swap(m_meta, other.m_meta);
+    std::swap(m_handlers, other.m_handlers);
+    std::swap(m_payload, other.m_payload);
+    return *this;
+}
+
+Value::~Value()
+{
+    if (m_handlers)
+        m_handlers->destroy(m_payload);
+}
+
+std::size_t Value::hash() const
+{
+    return m_handlers ? m_handlers->hash(m_payload) : 0;
+}
+
+bool Value::slotAccepts(std::type_info const& type) const
+{
+    if (m_meta.isCollection())
+        return true; // the slot names the type of the items
+    std::type_info const* const held = meta::MetaRegistry::getInstance().valueTypeOf(m_meta.type());
+    return !held || *held == type;
+}
+
+void Value::reportIncompatible() const
+{
+    meta::Type const type = m_meta.type();
+    reportException(tarn0::messages::CannotCastIncompatibleTypes{type.get() ? type->getQualifiedName() : u"nothing"});
+}
+
+} // namespace tarn::zero

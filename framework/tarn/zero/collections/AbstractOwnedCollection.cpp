@@ -1,0 +1,105 @@
+#include "tarn/zero/collections/AbstractOwnedCollection.h"
+
+#include "tarn/zero/ElementStorage.h"
+#include "tarn/zero/ModelImpl.h"
+#include "tarn/zero/Value.h"
+#include "tarn/zero/meta/TypedElement.h"
+
+#include <utility>
+
+namespace tarn::zero {
+
+GenericCollectionInterface::~GenericCollectionInterface() = default;
+
+OCDChangeDescriptor::~OCDChangeDescriptor() = default;
+
+OCDChangeOfModelElementSequence::OCDChangeOfModelElementSequence(OCDChangeDescriptor::Kind kind, std::size_t index,
+                                                                 ModelElement element) noexcept
+    : m_kind{kind}
+    , m_index{index}
+    , m_element{std::move(element)}
+{
+}
+
+OCDChangeDescriptorOfModelElementSequence::OCDChangeDescriptorOfModelElementSequence(Kind kind, std::size_t index,
+                                                                                     ModelElement element) noexcept
+    : OCDChangeDescriptor{kind}
+    , m_index{index}
+    , m_element{std::move(element)}
+{
+}
+
+OCDChangeDescriptorOfModelElementSequence::~OCDChangeDescriptorOfModelElementSequence() = default;
+
+std::unique_ptr<OCDChangeOfModelElementSequence> OCDChangeDescriptorOfModelElementSequence::createChange() const
+{
+    return std::make_unique<OCDChangeOfModelElementSequence>(kind(), m_index, m_element);
+}
+
+AbstractOwnedCollection::AbstractOwnedCollection(ModelElement::Impl& owner, unsigned long featureIndex) noexcept
+    : m_owner{&owner}
+    , m_featureIndex{featureIndex}
+{
+}
+
+AbstractOwnedCollection::~AbstractOwnedCollection() = default;
+
+meta::Property AbstractOwnedCollection::getCollectionProperty() const
+{
+    return m_owner ? m_owner->getPropertyByIndex(m_featureIndex) : meta::Property{};
+}
+
+void AbstractOwnedCollection::modifying(OCDChangeDescriptor const&)
+{
+    refuseUnmodifiable();
+    if (m_owner)
+        m_owner->notifyModifying(m_featureIndex);
+}
+
+OCDChangeDescriptor AbstractOwnedCollection::getGiveUpDescriptor() const noexcept
+{
+    return OCDChangeDescriptor{OCDChangeDescriptor::Kind::GiveUp};
+}
+
+void AbstractOwnedCollection::addRef() const noexcept
+{
+    if (m_owner)
+        m_owner->addRef();
+    else
+        m_detachedCount.fetch_add(1, std::memory_order_relaxed);
+}
+
+void AbstractOwnedCollection::removeRef() const noexcept
+{
+    if (m_owner)
+        m_owner->removeRef();
+    else if (m_detachedCount.fetch_sub(1, std::memory_order_acq_rel) == 1)
+        delete this;
+}
+
+void AbstractOwnedCollection::refuseUnmodifiable() const
+{
+    if (m_owner)
+        m_owner->refuseProxy();
+}
+
+void* AbstractOwnedCollection::recording() const noexcept
+{
+    ModelElement::Impl::Storage const* const storage = m_owner ? m_owner->storage() : nullptr;
+    return storage ? const_cast<void*>(storage->oldSlot(m_featureIndex)) : nullptr;
+}
+
+AbstractOwnedCollection::Operation::Operation(AbstractOwnedCollection& collection)
+{
+    collection.refuseUnmodifiable();
+    if (collection.m_owner)
+        m_transaction.emplace(collection.m_owner->begin());
+}
+
+void AbstractOwnedCollection::Operation::commit()
+{
+    if (m_transaction)
+        m_transaction->commit(boost::none);
+}
+
+} // namespace tarn::zero

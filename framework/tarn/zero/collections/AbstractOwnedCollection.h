@@ -1,0 +1,89 @@
+#pragma once
+
+#include "tarn/zero/Transaction.h"
+#include "tarn/zero/collections/ChangeDescriptors.h"
+#include "tarn/zero/collections/Interfaces.h"
+
+#include <boost/optional/optional.hpp>
+
+#include <atomic>
+
+namespace tarn::zero {
+
+/// A collection that is a property of an element, or stands alone ("detached"). Every change of an owned one is first
+/// announced to its owner, so that the open transaction can undo it; a change outside of a transaction makes one of its
+/// own. A change of a collection whose owner is dead throws `std::logic_error`, of a proxy's `CannotModifyProxy`, before
+/// anything is touched.
+class STUDIO_DATA_EXPORT AbstractOwnedCollection {
+public:
+    class Operation;
+
+    AbstractOwnedCollection(AbstractOwnedCollection const&) = delete;
+    AbstractOwnedCollection& operator=(AbstractOwnedCollection const&) = delete;
+    virtual ~AbstractOwnedCollection();
+
+    bool isDetached() const noexcept { return m_owner == nullptr; }
+    /// The element that the collection belongs to; null when detached.
+    ModelElement owner() const noexcept { return ModelElement{m_owner}; }
+    unsigned long featureIndex() const noexcept { return m_featureIndex; }
+    /// The meta property that the collection is; null when detached.
+    meta::Property getCollectionProperty() const;
+
+    /// Announces the change that `descriptor` tells. Needs an open transaction when the collection is owned.
+    void modifying(OCDChangeDescriptor const& descriptor);
+    /// A descriptor for changes that nobody could describe in detail.
+    OCDChangeDescriptor getGiveUpDescriptor() const noexcept;
+
+    /// References on an owned collection are references on its owner.
+    void addRef() const noexcept;
+    void removeRef() const noexcept;
+
+protected:
+    AbstractOwnedCollection() noexcept = default;
+    AbstractOwnedCollection(ModelElement::Impl& owner, unsigned long featureIndex) noexcept;
+
+    ModelElement::Impl* ownerImpl() const noexcept { return m_owner; }
+    void refuseUnmodifiable() const;
+    /// Where the open transaction keeps what the collection held; null if it keeps nothing.
+    void* recording() const noexcept;
+
+private:
+    ModelElement::Impl* m_owner = nullptr;
+    unsigned long m_featureIndex = 0;
+    mutable std::atomic<std::int32_t> m_detachedCount{0};
+};
+
+/// A group of changes of one collection that is made whole or not at all: a savepoint on the owner's model.
+/// Of a detached collection it is nothing.
+class STUDIO_DATA_EXPORT AbstractOwnedCollection::Operation {
+public:
+    explicit Operation(AbstractOwnedCollection& collection);
+    Operation(Operation const&) = delete;
+    Operation& operator=(Operation const&) = delete;
+    /// Rolls back what was not committed.
+    ~Operation() = default;
+
+    void commit();
+
+private:
+    boost::optional<Transaction> m_transaction;
+};
+
+/// A handle that shares a collection: of an element it keeps the element, a detached one lives as long as its handles.
+template <class C>
+class CollectionRef {
+public:
+    explicit CollectionRef(C& collection) noexcept : m_collection{&collection} {}
+
+    C& operator*() const noexcept { return *m_collection.get(); }
+    C* operator->() const noexcept { return m_collection.get(); }
+
+    auto begin() const { return m_collection->begin(); }
+    auto end() const { return m_collection->end(); }
+    auto size() const noexcept { return m_collection->size(); }
+
+private:
+    Counted<C> m_collection;
+};
+
+} // namespace tarn::zero

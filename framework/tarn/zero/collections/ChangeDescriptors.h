@@ -1,0 +1,59 @@
+#pragma once
+
+#include "tarn/zero/ModelElement.h"
+
+#include <cstddef>
+#include <memory>
+
+namespace tarn::zero {
+
+/// A change of an owned collection, about to be made.
+class STUDIO_DATA_EXPORT OCDChangeDescriptor {
+public:
+    enum class Kind {
+        Add,
+        Remove,
+        Replace,
+        Clear,
+        GiveUp ///< any change at all: who follows changes one by one must look at the whole again
+    };
+
+    explicit OCDChangeDescriptor(Kind kind) noexcept : m_kind{kind} {}
+    virtual ~OCDChangeDescriptor();
+
+    Kind kind() const noexcept { return m_kind; }
+
+private:
+    Kind m_kind;
+};
+
+/// What one change did to a sequence of elements.
+class STUDIO_DATA_EXPORT OCDChangeOfModelElementSequence {
+public:
+    OCDChangeOfModelElementSequence(OCDChangeDescriptor::Kind kind, std::size_t index, ModelElement element) noexcept;
+
+    OCDChangeDescriptor::Kind kind() const noexcept { return m_kind; }
+    std::size_t index() const noexcept { return m_index; }
+    ModelElement const& element() const noexcept { return m_element; }
+
+private:
+    OCDChangeDescriptor::Kind m_kind;
+    std::size_t m_index;
+    ModelElement m_element;
+};
+
+/// The place and the element of a change of a sequence.
+class STUDIO_DATA_EXPORT OCDChangeDescriptorOfModelElementSequence : public OCDChangeDescriptor {
+public:
+    OCDChangeDescriptorOfModelElementSequence(Kind kind, std::size_t index, ModelElement element) noexcept;
+    ~OCDChangeDescriptorOfModelElementSequence() override;
+
+    /// The change as a record to keep.
+    std::unique_ptr<OCDChangeOfModelElementSequence> createChange() const;
+
+private:
+    std::size_t m_index;
+    ModelElement m_element;
+};
+
+} // namespace tarn::zero

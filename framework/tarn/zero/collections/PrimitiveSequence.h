@@ -1,0 +1,166 @@
+#pragma once
+
+#include "tarn/zero/ElementStorage.h"
+#include "tarn/zero/Value.h"
+#include "tarn/zero/collections/AbstractOwnedCollection.h"
+
+#include <algorithm>
+#include <memory>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+namespace tarn::zero {
+
+/// Plain values that belong to an element, held in a `Container`.
+template <class T, class Container>
+class PrimitiveCollection : public AbstractOwnedCollection, public GenericPrimitiveInterface {
+public:
+    using value_type = T;
+    using const_iterator = typename Container::const_iterator;
+    /// What a transaction remembers.
+    using Old = Container;
+    using Kept = Container;
+
+    std::size_t size() const noexcept { return m_values.size(); }
+    bool empty() const noexcept { return m_values.empty(); }
+    bool genericEmpty() const noexcept override { return empty(); }
+    const_iterator begin() const noexcept { return m_values.begin(); }
+    const_iterator end() const noexcept { return m_values.end(); }
+
+    void remember(Old& old) const { old = m_values; }
+    static Kept const& keep(Old const& old) noexcept { return old; }
+    static void merge(Old& outer, bool outerHas, Old& inner) noexcept
+    {
+        if (!outerHas)
+            outer.swap(inner);
+    }
+    void withdraw(Old&) noexcept {}
+    void restore(Old& old) noexcept { m_values.swap(old); }
+    void reinstate(Old&) noexcept {}
+    static void forget(Old& old) noexcept { old.clear(); }
+    void dropAll() noexcept {}
+    void resolveProxies() noexcept {}
+    std::size_t sizeBefore(Old const& old) const noexcept { return old.size(); }
+
+protected:
+    PrimitiveCollection() = default;
+    explicit PrimitiveCollection(Container values) : m_values{std::move(values)} {}
+    PrimitiveCollection(ModelElement::Impl& owner, unsigned long featureIndex)
+        : AbstractOwnedCollection{owner, featureIndex}
+    {
+    }
+
+    /// Announces a change and makes it, in the open transaction or one of its own. `change` is made whole or throws.
+    template <class Change>
+    void modify(OCDChangeDescriptor::Kind kind, Change const& change)
+    {
+        boost::optional<Operation> alone;
+        if (!isDetached() && !isOwnerInTransaction())
+            alone.emplace(*this);
+        modifying(OCDChangeDescriptor{kind});
+        change(m_values);
+        if (alone)
+            alone->commit();
+    }
+
+    Container const& values() const noexcept { return m_values; }
+
+private:
+    bool isOwnerInTransaction() const
+    {
+        refuseUnmodifiable();
+        return ownerImpl()->isInTransaction();
+    }
+
+    Container m_values;
+};
+
+/// An ordered list of plain values; duplicates are allowed. An index past the end throws `std::out_of_range` and
+/// changes nothing.
+template <class T>
+class PrimitiveSequence final : public PrimitiveCollection<T, std::vector<T>> {
+    using Base = PrimitiveCollection<T, std::vector<T>>;
+    using Kind = OCDChangeDescriptor::Kind;
+    using Values = std::vector<T>;
+
+public:
+    using typename Base::Old;
+    static constexpr std::size_t npos = static_cast<std::size_t>(-1);
+
+    PrimitiveSequence() = default;
+    explicit PrimitiveSequence(Values values) : Base{std::move(values)} {}
+    PrimitiveSequence(ModelElement::Impl& owner, unsigned long featureIndex) : Base{owner, featureIndex} {}
+
+    typename Values::const_reference at(std::size_t index) const { return this->values().at(index); }
+    typename Values::const_reference operator[](std::size_t index) const { return at(index); }
+    /// The place of the first equal value, or `npos`.
+    std::size_t indexOf(T const& value) const
+    {
+        auto const found = std::find(this->begin(), this->end(), value);
+        return found == this->end() ? npos : static_cast<std::size_t>(found - this->begin());
+    }
+
+    void push_back(T const& value)
+    {
+        this->modify(Kind::Add, [&](Values& values) { values.push_back(value); });
+    }
+    void insert(std::size_t index, T const& value)
+    {
+        requireIndex(index, this->size() + 1);
+        T copy = value; // so that only moves, which do not throw, shift the rest
+        this->modify(Kind::Add, [&](Values& values) {
+            values.insert(values.begin() + static_cast<std::ptrdiff_t>(index), std::move(copy));
+        });
+    }
+    void erase(std::size_t index)
+    {
+        requireIndex(index, this->size());
+        this->modify(Kind::Remove,
+                     [&](Values& values) { values.erase(values.begin() + static_cast<std::ptrdiff_t>(index)); });
+    }
+    /// Removes the first equal value; false if there is none.
+    bool remove(T const& value)
+    {
+        std::size_t const index = indexOf(value);
+        if (index == npos)
+            return false;
+        erase(index);
+        return true;
+    }
+    void replace(std::size_t index, T const& value)
+    {
+        requireIndex(index, this->size());
+        this->modify(Kind::Replace, [&](Values& values) { values[index] = value; });
+    }
+    void clear()
+    {
+        this->modify(Kind::Clear, [](Values& values) { values.clear(); });
+    }
+
+    void genericAdd(Value const& value) override { push_back(value.getValue<T>()); }
+    void genericRemove(Value const& value) override { remove(value.getValue<T>()); }
+    void genericEnsureAt(std::size_t index, Value const& value) override
+    {
+        T const wanted = value.getValue<T>();
+        if (index < this->size())
+            replace(index, wanted);
+        else
+            insert(index, wanted);
+    }
+
+    /// A sequence of its own with those values.
+    static std::unique_ptr<PrimitiveSequence> detached(Values const& values)
+    {
+        return std::make_unique<PrimitiveSequence>(values);
+    }
+
+private:
+    static void requireIndex(std::size_t index, std::size_t limit)
+    {
+        if (index >= limit)
+            throw std::out_of_range{"index past the end of a sequence"};
+    }
+};
+
+} // namespace tarn::zero

@@ -1,0 +1,110 @@
+#include "tarn/zero/collections/ReferenceCollection.h"
+
+#include "tarn/zero/ModelImpl.h"
+#include "tarn/zero/ReportException.h"
+#include "tarn/zero/meta/Type.h"
+#include "tarn0/messages/Messages.h"
+
+namespace tarn::zero {
+
+bool ReferenceCollection::containsProxy(ProxyId const&) const noexcept
+{
+    return false;
+}
+
+bool ReferenceCollection::hasProxies() const noexcept
+{
+    return false;
+}
+
+void ReferenceCollection::addElement(ModelElement const& element)
+{
+    if (!element)
+        reportException(tarn0::messages::CannotAddNonExistentObject{});
+    refuseUnmodifiable();
+    checkType(element);
+    checkCompatibleModel(element.get());
+    checkRoom(element);
+    if (isDetached())
+        return basicAdd(element);
+    if (m_composite)
+        element->checkCircularContainment(owner());
+
+    Operation operation{*this};
+    if (m_composite)
+        element->makeUncontained();
+    inverseAdd(element);
+    if (m_composite)
+        ownerImpl()->_setContainedByThis(element.get(), featureIndex());
+    operation.commit();
+}
+
+bool ReferenceCollection::removeElement(ModelElement const& element)
+{
+    refuseUnmodifiable();
+    if (!containsElement(element))
+        return false;
+    Operation operation{*this};
+    if (m_composite && !isDetached())
+        element->makeUncontained();
+    else
+        inverseRemove(element);
+    operation.commit();
+    return true;
+}
+
+void ReferenceCollection::checkCompatibleModel(ModelElement::Impl* element) const
+{
+    if (!isDetached() && element->getModelImpl() != ownerImpl()->getModelImpl() && !element->isProxy())
+        reportException(tarn0::messages::CannotCreateCrossModelAssociation{});
+}
+
+ModelElement ReferenceCollection::resolveProxy(ProxyId const& id)
+{
+    ModelElement const standIn = proxy(id);
+    ModelElement const element = peekResolveProxy(id);
+    if (standIn.get() && element) {
+        Operation operation{*this};
+        replaceProxy(standIn, element);
+        operation.commit();
+    }
+    return element;
+}
+
+ModelElement ReferenceCollection::peekResolveProxy(ProxyId const& id) const
+{
+    if (isDetached() || !ownerImpl()->isAlive())
+        return ModelElement{};
+    ModelElement element = ownerImpl()->getModelImpl()->findElement(id.element(), 1);
+    return element && !element->isProxy() ? element : ModelElement{};
+}
+
+void ReferenceCollection::resolveProxies() {}
+
+void ReferenceCollection::inverseAdd(ModelElement const& element)
+{
+    modifying(OCDChangeDescriptor{OCDChangeDescriptor::Kind::Add});
+    basicAdd(element);
+}
+
+void ReferenceCollection::inverseRemove(ModelElement const& element)
+{
+    modifying(OCDChangeDescriptor{OCDChangeDescriptor::Kind::Remove});
+    basicRemove(element);
+}
+
+void ReferenceCollection::replaceProxy(ModelElement const&, ModelElement const&) {}
+
+ModelElement ReferenceCollection::proxy(ProxyId const&) const
+{
+    return ModelElement{};
+}
+
+void ReferenceCollection::refuseType(ModelElement const& element, meta::Class const& wanted)
+{
+    meta::Class const given = element->getMetaClass();
+    auto const name = [](meta::Class const& type) { return type.get() ? type->getQualifiedName() : u"nothing"; };
+    reportException(tarn0::messages::CannotAddIncompatibleTypes{name(given), name(wanted)});
+}
+
+} // namespace tarn::zero

@@ -1,0 +1,139 @@
+#pragma once
+
+#include "tarn/zero/ReportException.h"
+#include "tarn/zero/Value.h"
+#include "tarn/zero/collections/ReferenceCollection.h"
+#include "tarn0/messages/Messages.h"
+
+#include <map>
+#include <memory>
+#include <vector>
+
+namespace tarn::zero {
+
+/// A collection of elements of handle class `E`, held as handles in a `Container` that iterates in its order.
+template <class E, class Container>
+class TypedReferenceCollection : public ReferenceCollection {
+public:
+    using value_type = E;
+    using const_iterator = typename Container::const_iterator;
+
+    std::size_t size() const noexcept { return m_elements.size(); }
+    bool empty() const noexcept override { return m_elements.empty(); }
+    const_iterator begin() const noexcept { return m_elements.begin(); }
+    const_iterator end() const noexcept { return m_elements.end(); }
+
+    void add(E const& element) { addElement(element); }
+    bool remove(E const& element) { return removeElement(element); }
+    /// Takes every element out.
+    void clear()
+    {
+        Operation operation{*this};
+        for (E const& element : std::vector<E>(begin(), end()))
+            removeElement(element);
+        operation.commit();
+    }
+
+    void destroyElements(bool runHooks, bool notify) override
+    {
+        for (E const& element : std::vector<E>(begin(), end()))
+            if (!element->isProxy())
+                element->destroyRecursively(false, runHooks, notify);
+    }
+
+    /// What a `Value` holds of an element: the typed handle, or the plain one.
+    static ModelElement elementIn(Value const& value)
+    {
+        if (ModelElement const* const plain = value.peekValue<ModelElement>())
+            return *plain;
+        return value.getValue<E>();
+    }
+
+protected:
+    using ReferenceCollection::ReferenceCollection;
+
+    void checkType(ModelElement const& element) const override
+    {
+        if (!isInstance<E>(element))
+            refuseType(element, E::metaClass());
+    }
+    static E typed(ModelElement const& element) noexcept
+    {
+        return E{static_cast<typename E::Impl*>(element.get())};
+    }
+
+    Container m_elements;
+};
+
+/// The same with placeholders for elements of other models, in a table of their own.
+template <class E, class Container>
+class TypedReferenceCollectionWithProxies : public TypedReferenceCollection<E, Container> {
+    using Base = TypedReferenceCollection<E, Container>;
+
+public:
+    using Proxies = std::map<ProxyId, E>;
+
+    bool containsProxy(ProxyId const& id) const noexcept override { return m_proxies && m_proxies->count(id) != 0; }
+    bool hasProxies() const noexcept override { return m_proxies && !m_proxies->empty(); }
+    std::vector<E> proxies() const
+    {
+        std::vector<E> list;
+        if (m_proxies)
+            for (auto const& entry : *m_proxies)
+                list.push_back(entry.second);
+        return list;
+    }
+
+    void resolveProxies() override
+    {
+        for (E const& proxy : proxies())
+            this->resolveProxy(proxy->getProxyId());
+    }
+
+protected:
+    using Base::Base;
+
+    void addProxy(E const& element)
+    {
+        if (!m_proxies)
+            m_proxies = std::make_unique<Proxies>();
+        m_proxies->emplace(element->getProxyId(), element);
+    }
+    bool removeProxy(ModelElement const& element)
+    {
+        return m_proxies && m_proxies->erase(element->getProxyId()) != 0;
+    }
+    /// Placeholders that are contained leave the owner with the collection.
+    void clearProxies()
+    {
+        if (!m_proxies)
+            return;
+        if (this->isComposite())
+            for (auto const& entry : *m_proxies) {
+                entry.second->recordContainer();
+                entry.second->basicSetContainer(nullptr, 0);
+            }
+        m_proxies.reset();
+    }
+    std::unique_ptr<Proxies> copyProxies() const { return m_proxies ? std::make_unique<Proxies>(*m_proxies) : nullptr; }
+    void swapProxies(std::unique_ptr<Proxies>& other) noexcept { m_proxies.swap(other); }
+
+    ModelElement proxy(ProxyId const& id) const override
+    {
+        if (m_proxies)
+            if (auto const found = m_proxies->find(id); found != m_proxies->end())
+                return found->second;
+        return ModelElement{};
+    }
+    void replaceProxy(ModelElement const& proxy, ModelElement const& element) override
+    {
+        this->removeElement(proxy);
+        if (!this->containsElement(element))
+            this->addElement(element);
+    }
+
+private:
+    std::unique_ptr<Proxies> m_proxies; // null while there are none, which is nearly always
+};
+
+} // namespace tarn::zero

@@ -1,0 +1,77 @@
+#pragma once
+
+#include "tarn/zero/ReportException.h"
+#include "tarn/zero/collections/ElementMap.h"
+#include "tarn/zero/collections/ElementSequence.h"
+#include "tarn/zero/collections/PrimitiveSequence.h"
+#include "tarn/zero/meta/Type.h"
+#include "tarn0/messages/Messages.h"
+
+#include <concepts>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <typeinfo>
+#include <utility>
+
+namespace tarn::zero::meta {
+
+/// What the registry knows of the C++ type behind a meta type.
+class STUDIO_DATA_EXPORT CollectionInstantiator {
+public:
+    CollectionInstantiator() = default;
+    CollectionInstantiator(CollectionInstantiator const&) = delete;
+    CollectionInstantiator& operator=(CollectionInstantiator const&) = delete;
+    virtual ~CollectionInstantiator() = default;
+
+    /// The type of one value; of a class, its handle class.
+    virtual std::type_info const& valueType() const noexcept = 0;
+    virtual bool isEnum() const noexcept = 0;
+
+    /// An empty collection that belongs to no element, as a value that holds a `CollectionRef`: a sequence, or elements
+    /// by their names. *Throws* `InvalidValue` where the type allows no such collection.
+    virtual Value createSequence(Type const& type) const = 0;
+    virtual Value createMap(Type const& type) const = 0;
+};
+
+/// Elements that can be kept in a map: `getName()` gives them a key.
+template <class T>
+concept NamedHandle = requires(typename T::Impl const& element) {
+    { element.getName() } -> std::convertible_to<std::string_view>;
+};
+
+template <class T>
+class CollectionInstantiatorOf final : public CollectionInstantiator {
+public:
+    std::type_info const& valueType() const noexcept override { return typeid(T); }
+    bool isEnum() const noexcept override { return std::is_enum_v<T>; }
+
+    Value createSequence(Type const& type) const override
+    {
+        if constexpr (!std::is_base_of_v<ModelElement, T>)
+            return detached<PrimitiveSequence<T>>(type);
+        else if constexpr (requires { T::Impl::classImpl(); })
+            return detached<ElementSequence<T>>(type);
+        else
+            reportException(tarn0::messages::InvalidValue{}); // the root class: nobody checks what goes in
+    }
+    Value createMap(Type const& type) const override
+    {
+        if constexpr (std::is_base_of_v<ModelElement, T>)
+            if constexpr (NamedHandle<T>)
+                return detached<ElementMap<std::string, T>>(type);
+        (void)type;
+        reportException(tarn0::messages::InvalidValue{});
+    }
+
+private:
+    template <class C>
+    static Value detached(Type const& type)
+    {
+        ValueMeta meta{type};
+        meta.setUnmanaged();
+        return Value{std::move(meta), CollectionRef<C>{*std::make_unique<C>().release()}};
+    }
+};
+
+} // namespace tarn::zero::meta

@@ -1,0 +1,80 @@
+#pragma once
+
+#include "tarn/zero/collections/ElementSequence.h"
+#include "tarn/zero/collections/PrimitiveSequence.h"
+#include "tarn/zero/meta/Type.h"
+
+#include <string>
+#include <utility>
+
+namespace tarn::zero::meta {
+
+/// A package that another one needs: a family of packages, and the oldest version that will do. A plain value.
+class VersionInfo {
+public:
+    std::u16string const& family() const noexcept { return m_family; }
+    void setFamily(std::u16string family) { m_family = std::move(family); }
+    /// Empty: any version will do.
+    std::u16string const& minVersion() const noexcept { return m_minVersion; }
+    void setMinVersion(std::u16string version) { m_minVersion = std::move(version); }
+
+    friend bool operator==(VersionInfo const&, VersionInfo const&) = default;
+
+private:
+    std::u16string m_family;
+    std::u16string m_minVersion;
+};
+
+/// A group of types and of packages within, named by a URI.
+class STUDIO_DATA_EXPORT Package : public NamedElement {
+public:
+    class Impl;
+
+    Package() noexcept = default;
+    explicit Package(Impl* impl) noexcept;
+
+    static Package create(Model const& model, boost::uuids::uuid const& uuid);
+    static Class metaClass();
+
+    Impl* operator->() const noexcept;
+};
+
+class STUDIO_DATA_EXPORT Package::Impl : public NamedElement::Impl {
+public:
+    Impl(Model const& model, boost::uuids::uuid const& uuid);
+
+    static ModelElement::Impl* classImpl() noexcept;
+
+    std::u16string const& getUri() const noexcept { return m_uri; }
+    void setUri(std::u16string const& uri);
+    /// Null for a root package.
+    Package getParentPackage() const noexcept;
+    /// Throws `CircularContainment` if `parent` is this package or lies inside it.
+    void setParentPackage(Package const& parent);
+    PrimitiveSequence<VersionInfo> const& getImportedPackages() const noexcept { return m_importedPackages; }
+    PrimitiveSequence<VersionInfo>& getImportedPackagesMutable() noexcept { return m_importedPackages; }
+    ElementSequence<Package> const& getPackages() const noexcept { return m_packages; }
+    ElementSequence<Package>& getPackagesMutable() noexcept { return m_packages; }
+    ElementSequence<Type> const& getTypes() const noexcept { return m_types; }
+    ElementSequence<Type>& getTypesMutable() noexcept { return m_types; }
+
+protected:
+    static constexpr unsigned long URI = 2;
+    static constexpr unsigned long PARENT_PACKAGE = 3;
+    static constexpr unsigned long IMPORTED_PACKAGES = 4;
+    static constexpr unsigned long PACKAGES = 5;
+    static constexpr unsigned long TYPES = 6;
+
+    ~Impl() override;
+
+private:
+    template <class>
+    friend struct detail::FeaturesOf;
+
+    std::u16string m_uri;
+    PrimitiveSequence<VersionInfo> m_importedPackages;
+    ElementSequence<Package> m_packages;
+    ElementSequence<Type> m_types;
+};
+
+} // namespace tarn::zero::meta

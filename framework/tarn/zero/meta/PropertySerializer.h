@@ -1,0 +1,111 @@
+#pragma once
+
+#include "tarn/zero/ReportException.h"
+#include "tarn/zero/Value.h"
+#include "tarn/zero/meta/Type.h"
+#include "tarn0/messages/Messages.h"
+
+#include <boost/optional/optional.hpp>
+
+#include <concepts>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace tarn::zero::meta {
+
+/// Turns the values of one type into text and back, for who stores models.
+class STUDIO_DATA_EXPORT PropertySerializer {
+public:
+    PropertySerializer() = default;
+    PropertySerializer(PropertySerializer const&) = delete;
+    PropertySerializer& operator=(PropertySerializer const&) = delete;
+    virtual ~PropertySerializer() = default;
+
+    /// The text of `value`, which may also be an optional value that holds one; of an empty value the default's.
+    /// *Throws* `CannotCastIncompatibleTypes` for a value of another type.
+    virtual std::u16string serializeValue(Value const& value) = 0;
+    /// *Throws*, for a text that is none of the type's, whatever the type's own parser throws; so does the next.
+    virtual Value parseValue(std::u16string const& text) = 0;
+    virtual Value parseOptionalValue(std::u16string const& text) = 0;
+
+    virtual Value createDefaultValue() const = 0;
+    virtual Value createEmptyOptionalValue() const = 0;
+
+    /// The values as one value that stands outside of any element: a vector, in the same order; a set, for types that
+    /// have an order. *Throws* `CannotCastIncompatibleTypes` if one is of another type, and `InvalidValue` for a set of
+    /// a type without an order.
+    virtual Value combineAsUnmanagedSequenceValue(std::vector<Value> const& values) const = 0;
+    virtual Value combineAsUnmanagedSetValue(std::vector<Value> const& values) const = 0;
+};
+
+/// All of it for the C++ type `T`, but for the text of one value. Optional values are held as `boost::optional<T>`.
+template <class T>
+class DefaultPropertySerializer : public PropertySerializer {
+public:
+    /// Serves `type`, which it keeps; null when nobody needs the values' type.
+    explicit DefaultPropertySerializer(Type const& type) : m_type{type} {}
+
+    std::u16string serializeValue(Value const& value) override
+    {
+        if (T const* const held = value.peekValue<T>())
+            return doSerializeValue(*held);
+        if (auto const* const optional = value.peekValue<boost::optional<T>>(); optional && *optional)
+            return doSerializeValue(**optional);
+        return doSerializeValue(value.getValue<T>());
+    }
+    Value parseValue(std::u16string const& text) override { return make(doParseValue(text)); }
+    Value parseOptionalValue(std::u16string const& text) override
+    {
+        return make(boost::optional<T>{doParseValue(text)});
+    }
+
+    Value createDefaultValue() const override { return make(T()); }
+    Value createEmptyOptionalValue() const override { return make(boost::optional<T>{}); }
+
+    Value combineAsUnmanagedSequenceValue(std::vector<Value> const& values) const override
+    {
+        std::vector<T> combined;
+        combined.reserve(values.size());
+        for (Value const& value : values)
+            combined.push_back(value.getValue<T>());
+        return makeUnmanaged(std::move(combined));
+    }
+    Value combineAsUnmanagedSetValue(std::vector<Value> const& values) const override
+    {
+        if constexpr (std::totally_ordered<T>) {
+            std::set<T> combined;
+            for (Value const& value : values)
+                combined.insert(value.getValue<T>());
+            return makeUnmanaged(std::move(combined));
+        } else {
+            (void)values;
+            reportException(tarn0::messages::InvalidValue{});
+        }
+    }
+
+    virtual std::u16string doSerializeValue(T const& value) = 0;
+    virtual T doParseValue(std::u16string const& text) = 0;
+
+protected:
+    Type const& type() const noexcept { return m_type; }
+
+private:
+    template <class Payload>
+    Value make(Payload payload) const
+    {
+        return Value{ValueMeta{m_type}, std::move(payload)};
+    }
+    template <class Payload>
+    Value makeUnmanaged(Payload payload) const
+    {
+        ValueMeta meta{m_type};
+        meta.setUnmanaged();
+        return Value{std::move(meta), std::move(payload)};
+    }
+
+    Type m_type;
+};
+
+} // namespace tarn::zero::meta

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "foundation/Export.h"
+
+#include <string>
+#include <string_view>
+
+namespace tarn0::messages {
+
+/// What names a message, whatever its arguments and its language. Both texts are static.
+struct MessageId {
+    char const* catalogue;
+    char const* key;
+
+    friend bool operator==(MessageId const& left, MessageId const& right) noexcept
+    {
+        return std::string_view{left.catalogue} == right.catalogue && std::string_view{left.key} == right.key;
+    }
+};
+
+/// One failure of the framework: its identifier and a sentence for people.
+class STUDIO_DATA_EXPORT Message {
+public:
+    static constexpr char const* CATALOGUE = "tarn0:messages";
+
+    MessageId const& id() const noexcept { return m_id; }
+    std::string const& text() const noexcept { return m_text; }
+
+protected:
+    Message(char const* key, std::string text);
+    ~Message() = default;
+    Message(Message const&) = default;
+    Message& operator=(Message const&) = default;
+
+private:
+    MessageId m_id;
+    std::string m_text;
+};
+
+}   // namespace tarn0::messages

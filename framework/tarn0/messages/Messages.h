@@ -1,0 +1,93 @@
+#pragma once
+
+#include "tarn0/messages/Message.h"
+
+#include <string>
+
+namespace tarn0::messages {
+
+/// A setter or a collection change was applied to a placeholder of an element of another model.
+class STUDIO_DATA_EXPORT CannotModifyProxy : public Message {
+public:
+    CannotModifyProxy();
+};
+
+/// A keyed map would hold two elements under one key.
+class STUDIO_DATA_EXPORT UniquenessConstraint : public Message {
+public:
+    UniquenessConstraint();
+};
+
+/// A value was asked for a type that it does not hold.
+class STUDIO_DATA_EXPORT CannotCastIncompatibleTypes : public Message {
+public:
+    explicit CannotCastIncompatibleTypes(std::u16string heldType);
+
+    /// The qualified name of the value's own type.
+    std::u16string const& heldType() const noexcept { return m_heldType; }
+
+private:
+    std::u16string m_heldType;
+};
+
+/// A value or an element of the wrong type was given to a collection.
+class STUDIO_DATA_EXPORT CannotAddIncompatibleTypes : public Message {
+public:
+    CannotAddIncompatibleTypes(std::u16string givenType, std::u16string wantedType);
+
+    std::u16string const& givenType() const noexcept { return m_givenType; }
+    std::u16string const& wantedType() const noexcept { return m_wantedType; }
+
+private:
+    std::u16string m_givenType;
+    std::u16string m_wantedType;
+};
+
+/// A null or a destroyed element was given to a collection.
+class STUDIO_DATA_EXPORT CannotAddNonExistentObject : public Message {
+public:
+    CannotAddNonExistentObject();
+};
+
+/// An element that a unique sequence already holds was given to it again.
+class STUDIO_DATA_EXPORT CannotAddSecondObject : public Message {
+public:
+    CannotAddSecondObject();
+};
+
+/// An element was associated with one of another model where no proxy is allowed.
+class STUDIO_DATA_EXPORT CannotCreateCrossModelAssociation : public Message {
+public:
+    CannotCreateCrossModelAssociation();
+};
+
+/// A value cannot be read, or has no such form.
+class STUDIO_DATA_EXPORT InvalidValue : public Message {
+public:
+    InvalidValue();
+};
+
+/// The meta registry was asked for a type that nobody registered.
+class STUDIO_DATA_EXPORT NoSuchType : public Message {
+public:
+    explicit NoSuchType(std::u16string typeName);
+
+    std::u16string const& typeName() const noexcept { return m_typeName; }
+
+private:
+    std::u16string m_typeName;
+};
+
+/// An element would be contained by itself or by one of its own contents.
+class STUDIO_DATA_EXPORT CircularContainment : public Message {
+public:
+    CircularContainment();
+};
+
+/// A frozen model was modified while nobody had thawed it.
+class STUDIO_DATA_EXPORT ModelFrozen : public Message {
+public:
+    ModelFrozen();
+};
+
+}   // namespace tarn0::messages

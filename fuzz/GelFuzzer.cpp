@@ -1,0 +1,74 @@
+#include "gel/Eval.h"
+#include "gel/ParseError.h"
+#include "gel/Program.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+#include <set>
+#include <string>
+
+// The bytes are a text. Whatever they are, it is refused with a place inside it, or it evaluates: to the same value
+// each time, asking for none but its own symbols and for none twice.
+
+namespace {
+
+void require(bool holds, char const* what)
+{
+    if (!holds) {
+        std::fprintf(stderr, "broken promise: %s\n", what);
+        std::abort();
+    }
+}
+
+/// Values of every kind, chosen by the spelling of the symbol.
+class Source : public gel::DataSource {
+public:
+    gel::Value lookup(std::string const& symbol) const override
+    {
+        require(asked.insert(symbol).second, "a symbol is asked for once");
+        switch (static_cast<unsigned char>(symbol.back()) % 10) {
+        case 0: return 0;
+        case 1: return -2.5;
+        case 2: return std::numeric_limits<double>::quiet_NaN();
+        case 3: return -std::numeric_limits<double>::infinity();
+        case 4: return symbol.size() % 2 == 0;
+        case 5: return "";
+        case 6: return symbol;
+        case 7: return "\xFF" + symbol + "\n\xC3\x28" + symbol;
+        case 8: return std::string(50, 'a') + "!";
+        default: return {};
+        }
+    }
+
+    mutable std::set<std::string> asked;
+};
+
+}   // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
+{
+    std::string const text(data, data + size);
+    try {
+        gel::Program const program(text);
+        std::set<std::string> const symbols = program.symbols();
+        require(symbols == gel::symbols(text), "symbols are those of the program");
+
+        Source first;
+        Source second;
+        gel::Value const value = program.eval(first);
+        require(value == gel::eval(text, second), "a value is equal when it is computed again");
+        require(first.asked == second.asked, "the same symbols are asked for again");
+        for (std::string const& symbol : first.asked)
+            require(symbols.count(symbol) == 1, "only symbols of the text are asked for");
+    } catch (gel::ParseError const& error) {
+        std::string const place = std::to_string(error.line()) + ':' + std::to_string(error.column());
+        require(error.what() == "gel:" + place + ": " + error.reason(), "what() is made of place and reason");
+        require(error.offset() <= size && error.excerpt().find('^') != std::string::npos, "the place is in the text");
+    }
+    return 0;
+}

@@ -1,0 +1,137 @@
+# Sourced by the other scripts: finds what this machine lacks and installs that, nothing else.
+#
+#   set_up [tests] [clang] [tidy]     what a build needs, and what else is needed for; ends the script if it cannot be had
+#
+# What is needed is found by compiling a header or asking a tool for its version, never by the name of a package, so a
+# machine that has everything needs no network and no rights. apt-get never gets to remove a package: where Debian's
+# Boost 1.81 cannot stand beside the Boost that is installed, its headers are unpacked into .deps/ instead.
+
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+say() { printf '%s\n' "$*" >&2; }
+
+# compiles TEXT: true if the compiler accepts it as C++20, with .deps/ in front of the machine's headers.
+compiles() {
+    printf '%s\n' "$1" | "${CXX:-c++}" -std=c++20 -fsyntax-only -isystem .deps/usr/include -x c++ - >/dev/null 2>&1
+}
+
+# at_least WANTED TOOL [ARGS]: true if TOOL is there and reports that version or a later one.
+at_least() {
+    local wanted=$1 found
+    shift
+    found=$("$@" 2>/dev/null | grep -oE '[0-9]+(\.[0-9]+)+' | head -n 1) || return 1
+    [ "$(printf '%s\n' "$wanted" "$found" | sort -V | head -n 1)" = "$wanted" ]
+}
+
+boost_is_there() {
+    compiles '#include <boost/version.hpp>
+#if BOOST_VERSION < 108100
+#error "too old"
+#endif
+#include <boost/container_hash/hash.hpp>
+#include <boost/uuid/uuid_io.hpp>'
+}
+
+# missing_packages PURPOSE...: the Debian packages, a line each, that would bring what is missing.
+missing_packages() {
+    local compiler=there purpose
+    compiles '#include <concepts>
+#include <span>' || { compiler=missing; echo g++; }
+    at_least 3.25 cmake --version || echo cmake
+    at_least 1.10 ninja --version || echo ninja-build
+    # Without a compiler nothing can be tried: then everything is asked for, and apt-get keeps what is there.
+    [ $compiler = there ] && boost_is_there || echo libboost1.81-dev
+    compiles '#include <nlohmann/json.hpp>
+#if NLOHMANN_JSON_VERSION_MAJOR != 3 || NLOHMANN_JSON_VERSION_MINOR < 11
+#error "too old"
+#endif' || echo nlohmann-json3-dev
+    compiles '#define PCRE2_CODE_UNIT_WIDTH 8
+#include <pcre2.h>
+#if PCRE2_MAJOR != 10 || PCRE2_MINOR < 40
+#error "too old"
+#endif' || echo libpcre2-dev
+    for purpose in "$@"; do
+        case $purpose in
+        tests)
+            compiles '#include <gtest/gtest.h>' || echo libgtest-dev
+            compiles '#include <gmock/gmock.h>' || echo libgmock-dev
+            at_least 3.9 python3 --version || echo python3
+            ;;
+        clang) at_least 14 clang++ --version || echo clang ;;
+        tidy) at_least 14 clang-tidy --version || echo clang-tidy ;;
+        esac
+    done
+}
+
+may_install() { [ "$(id -u)" -eq 0 ] && command -v apt-get >/dev/null; }
+
+# The lists of packages are fetched only if these cannot be had by the lists that are there, or not any more.
+install_packages() {
+    local apt=(env DEBIAN_FRONTEND=noninteractive apt-get --yes --quiet --no-remove --no-install-recommends)
+    if "${apt[@]}" --simulate install "$@" >/dev/null 2>&1 && "${apt[@]}" install "$@" >&2; then
+        return
+    fi
+    "${apt[@]}" update >&2 && "${apt[@]}" install "$@" >&2
+}
+
+# The headers of Boost 1.81 need no installation, and so no rights.
+unpack_boost() {
+    local download
+    command -v dpkg >/dev/null && command -v apt-get >/dev/null || return 1
+    say "setup: unpacking the headers of Boost 1.81 into .deps/"
+    mkdir -p .deps
+    download=$(mktemp -d .deps/download.XXXXXX)
+    (
+        cd "$download"
+        chmod 755 .
+        apt-get --quiet download libboost1.81-dev >&2 || { may_install && apt-get --quiet update >&2 &&
+            apt-get --quiet download libboost1.81-dev >&2; }
+    ) && dpkg -x "$download"/libboost1.81-dev_*.deb .deps
+    rm -rf "$download"
+    boost_is_there
+}
+
+set_up() {
+    local packages=() others=() package
+    packages=($(missing_packages "$@"))
+    [ ${#packages[@]} -eq 0 ] && return
+    say "setup: missing here: ${packages[*]}"
+
+    if may_install; then
+        install_packages "${packages[@]}" || true
+        packages=($(missing_packages "$@"))
+    fi
+    # Boost in a package of its own has failed, or may not be installed: everything else first, then the headers alone.
+    for package in "${packages[@]}"; do
+        [ "$package" = libboost1.81-dev ] || others+=("$package")
+    done
+    if [ ${#others[@]} -gt 0 ] && may_install; then
+        install_packages "${others[@]}" || true
+    fi
+    if [ ${#packages[@]} -gt ${#others[@]} ] && ! boost_is_there; then
+        unpack_boost || true
+    fi
+
+    packages=($(missing_packages "$@"))
+    if [ ${#packages[@]} -gt 0 ]; then
+        say "setup: cannot install what is missing. Run this once as root, then again what you ran:"
+        say "    apt-get update && apt-get install --no-remove --no-install-recommends ${packages[*]}"
+        exit 1
+    fi
+}
+
+# configure_and_build PRESET [BUILD ARGS]: quiet unless something goes wrong, and then the whole story.
+configure_and_build() {
+    local preset=$1 log
+    shift
+    log=build/$preset.log
+    mkdir -p build
+    say "setup: building build/$preset"
+    if ! { cmake --preset "$preset" "${CONFIGURE_ARGS[@]}" && cmake --build "build/$preset" "$@"; } >"$log" 2>&1; then
+        cat "$log" >&2
+        say "setup: the build failed; the log is $log"
+        exit 1
+    fi
+}
+CONFIGURE_ARGS=()

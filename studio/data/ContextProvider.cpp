@@ -1,0 +1,240 @@
+#include "studio/data/ContextProvider.h"
+
+#include "studio/data/ProviderRegistry.h"
+#include "studio/data/detail/ProviderTable.h"
+#include "studio/data/model/ContextDataImpl.h"
+#include "studio/data/model/PropertyImpl.h"
+
+#include "foundation/NeverDestroyed.h"
+#include "tarn/zero/ModelImpl.h"
+#include "tarn/zero/Transaction.h"
+
+#include <boost/container/small_vector.hpp>
+
+#include <algorithm>
+
+namespace studio::data {
+
+namespace {
+
+constexpr char SEPARATOR = '.';
+
+template <class Change>
+void inTransaction(Change const& change)
+{
+    tarn::zero::Transaction transaction = ContextProvider::sharedModel()->beginTransaction(true);
+    change();
+    transaction.commit(boost::none);
+}
+
+Property::Impl* propertyOf(ContextData const& context, std::string_view name)
+{
+    return context ? context->getProperties().findImpl(name) : nullptr;
+}
+
+std::shared_ptr<ContextProvider> childOf(Property::Impl const* property)
+{
+    if (!property || !property->getValue().isUUID())
+        return nullptr;
+    return model::getContextProvider(property->getValue().getUUID());
+}
+
+/// Touches neither argument any more once listeners have been called: they may be gone then.
+void writeExisting(ContextData const& context, std::string_view name, PropertyValue const& value)
+{
+    if (Property::Impl* const property = propertyOf(context, name))
+        inTransaction([&] { property->setValue(value); });
+}
+
+}   // namespace
+
+std::shared_ptr<ContextProvider> ContextProvider::create()
+{
+    return std::shared_ptr<ContextProvider>{new ContextProvider};
+}
+
+ContextProvider::ContextProvider()
+{
+    try {
+        inTransaction([this] {
+            element = ContextData::create(sharedModel(), boost::uuids::uuid{});
+            detail::ProviderTable::instance().add(getId(), this);
+        });
+    } catch (...) {
+        detail::ProviderTable::instance().abandon(getId());
+        // Still there if a listener threw: the element is committed then, and nobody else would take it back.
+        destroyElement();
+        throw;
+    }
+}
+
+ContextProvider::~ContextProvider()
+{
+    detail::ProviderTable::instance().remove(getId());
+    destroyElement();
+    rook::factory::full::retract(this);
+}
+
+tarn::zero::Model const& ContextProvider::sharedModel()
+{
+    static foundation::NeverDestroyed<tarn::zero::Model> s_model{
+        tarn::zero::Model::create(tarn::zero::ModelConstellation{})};
+    return *s_model;
+}
+
+Property ContextProvider::getProperty(std::string const& name) const
+{
+    return Property{findProperty(name)};
+}
+
+bool ContextProvider::hasProperty(std::string const& name) const
+{
+    return findProperty(name) != nullptr;
+}
+
+Property::Impl* ContextProvider::findProperty(std::string_view name) const
+{
+    return propertyOf(element, name);
+}
+
+std::shared_ptr<ContextProvider> ContextProvider::getChildContextProvider(std::string const& name) const
+{
+    return childOf(findProperty(name));
+}
+
+PropertyValue ContextProvider::getPropertyValue(std::string const& name) const
+{
+    // The dots are followed to their end even when the value is known: a provider in mid-destruction on the way is an
+    // error wherever it stands.
+    Property::Impl const* found = nullptr;
+    std::shared_ptr<ContextProvider> child;
+    ContextProvider const* provider = this;
+    for (std::string_view rest = name;;) {
+        if (!found)
+            found = provider->findProperty(rest);
+        std::size_t const dot = rest.find(SEPARATOR);
+        if (dot == std::string_view::npos)
+            break;
+        std::shared_ptr<ContextProvider> next = childOf(provider->findProperty(rest.substr(0, dot)));
+        if (!next)
+            break;
+        child = std::move(next);
+        provider = child.get();
+        rest.remove_prefix(dot + 1);
+    }
+    return found ? found->getValue() : PropertyValue{};
+}
+
+std::vector<std::string> ContextProvider::getPropertyNames() const
+{
+    std::vector<std::string> names;
+    if (element) {
+        auto const& properties = element->getProperties();
+        names.reserve(properties.size());
+        for (Property const& property : properties)
+            names.push_back(property->getName());
+    }
+    return names;
+}
+
+std::vector<std::string> ContextProvider::getActiveContexts() const
+{
+    if (!element)
+        return {};
+    auto const& contexts = element->getActiveContexts();
+    return {contexts.begin(), contexts.end()};
+}
+
+void ContextProvider::addProperty(std::string const& name, PropertyValue const& value)
+{
+    if (!element || findProperty(name))
+        return;
+    inTransaction([&] {
+        Property const property = Property::create(sharedModel(), boost::uuids::uuid{});
+        property->setName(name);
+        property->setValue(value);
+        element->getPropertiesMutable().add(property);
+    });
+}
+
+void ContextProvider::setPropertyValue(std::string const& name, PropertyValue const& value)
+{
+    std::string_view rest = name;
+    std::size_t dot = rest.find(SEPARATOR);
+    if (dot == std::string_view::npos)
+        return writeExisting(element, rest, value);
+
+    // The whole way is looked up before the first write. The callbacks of that write may release what comes after it,
+    // this provider too, so all of it is held.
+    struct Child {
+        std::shared_ptr<ContextProvider> provider;
+        std::string_view rest;
+    };
+    ContextData const own = element;
+    boost::container::small_vector<Child, 16> children;
+    for (ContextProvider const* provider = this; dot != std::string_view::npos; dot = rest.find(SEPARATOR)) {
+        std::shared_ptr<ContextProvider> child = childOf(provider->findProperty(rest.substr(0, dot)));
+        if (!child)
+            break;
+        provider = child.get();
+        rest.remove_prefix(dot + 1);
+        children.push_back({std::move(child), rest});
+    }
+    for (; !children.empty(); children.pop_back())
+        writeExisting(children.back().provider->element, children.back().rest, value);
+    writeExisting(own, name, value);
+}
+
+void ContextProvider::removeProperty(std::string const& name)
+{
+    if (Property::Impl* const property = findProperty(name))
+        inTransaction([&] { property->destroy(); });
+}
+
+void ContextProvider::setActiveContexts(std::vector<std::string> const& contexts)
+{
+    if (!element)
+        return;
+    inTransaction([&] {
+        auto& sequence = element->getActiveContextsMutable();
+        sequence.clear();
+        for (std::string const& context : contexts)
+            sequence.push_back(context);
+    });
+}
+
+void ContextProvider::destroyElement() noexcept
+{
+    if (!element)
+        return;
+    try {
+        inTransaction([this] { element->destroy(); });
+    } catch (...) {
+        // A listener's exception: the element is gone all the same. Without the memory for a transaction it stays,
+        // and nothing refers to it.
+    }
+}
+
+bool operator==(std::vector<std::string> const& left, std::vector<std::string> const& right)
+{
+    return std::equal(left.begin(), left.end(), right.begin(), right.end());
+}
+
+bool operator!=(std::vector<std::string> const& left, std::vector<std::string> const& right)
+{
+    return !(left == right);
+}
+
+bool operator==(tarn::zero::PrimitiveSequence<std::string> const& left,
+                tarn::zero::PrimitiveSequence<std::string> const& right)
+{
+    return left.size() == right.size() && std::equal(left.begin(), left.end(), right.begin(), right.end());
+}
+
+bool operator!=(tarn::zero::PrimitiveSequence<std::string> const& left,
+                tarn::zero::PrimitiveSequence<std::string> const& right)
+{
+    return !(left == right);
+}
+
+}   // namespace studio::data

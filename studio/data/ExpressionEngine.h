@@ -1,0 +1,157 @@
+#pragma once
+
+#include "studio/data/ExpressionHandle.h"
+#include "studio/data/model/ContextDataImpl.h"
+#include "studio/data/model/PropertyImpl.h"
+#include "tarn/zero/ChangeReport.h"
+#include "tarn/zero/Listener.h"
+#include "tarn/zero/services/Hashers.h"
+
+#include <boost/uuid/uuid.hpp>
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+namespace studio::data {
+
+class ContextProvider;
+class Expression;
+
+/// Evaluates expressions over the properties of one root context and tells its subscribers when a value changes.
+///
+/// An expression is shared by all who acquire its text. Each of its symbols is bound along its dotted path to *leaves*,
+/// the properties that the path goes through; a committed transaction that touches one of them, creates it or takes it
+/// away has the expression evaluated once, and its handles are called if the value differs.
+///
+/// Callbacks run inside the commit, on its thread, after the state is final. They may do anything: write, acquire,
+/// release their own or any other handle, drop providers, destroy the engine.
+class STUDIO_DATA_EXPORT ExpressionEngine : public tarn::zero::Listener {
+public:
+    using Callback = ExpressionHandle::Callback;
+    using Reports = tarn::zero::ReportList<tarn::zero::DeepChangeReport<Property>,
+                                           tarn::zero::ShallowChangeReport<ContextData>>;
+
+    /// One step of a symbol's path: the component of `symbol` that begins at `offset`.
+    struct Leaf {
+        std::string_view symbol; // of a key of symbolExpressions
+        unsigned long offset;
+
+        friend bool operator==(Leaf const& left, Leaf const& right) noexcept
+        {
+            return left.offset == right.offset && left.symbol == right.symbol;
+        }
+    };
+    struct STUDIO_DATA_EXPORT LeafHash {
+        std::size_t operator()(Leaf const& leaf) const noexcept;
+    };
+
+    /// Symbols are read from `provider`. With null every symbol is undefined and nothing is ever bound.
+    explicit ExpressionEngine(std::shared_ptr<ContextProvider> provider);
+    /// The same with the provider of that id, null if there is none.
+    explicit ExpressionEngine(boost::uuids::uuid id);
+    /// Detaches every handle that is left.
+    ~ExpressionEngine() override;
+
+    /// Subscribes to a text. *Notifies*: `callback` gets the present value before this returns, and again after each
+    /// commit that changes it. Texts that differ in spacing are different expressions.
+    /// *Throws* `gel::ParseError` for a text that does not parse, and what the first call throws: nobody is subscribed
+    /// then. *Cost*: for a new text a parse, a walk along each symbol and an evaluation; else only the handle.
+    std::unique_ptr<ExpressionHandle> acquireExpression(std::string const& text, Callback const& callback);
+    /// What a handle's destructor calls: takes it out, and with the last one the expression. Ignores foreign handles.
+    void releaseExpression(ExpressionHandle* handle) noexcept;
+
+    /// The expression of that text; null if nobody holds it.
+    Expression* findExpression(std::string const& text) const;
+    /// The texts of the expressions that name `symbol`; null if there are none.
+    std::unordered_set<std::string> const* findExpressions(std::string const& symbol) const;
+    /// Evaluates an acquired text now; ignores one that nobody holds.
+    void updateExpression(std::string const& text) const;
+
+    // Binding. Expressions and reports call these.
+
+    /// Notes that `text` names `symbol`, and binds its path anew.
+    void acquireSymbol(std::string const& symbol, std::string const& text);
+    // By design: unbinds the symbol for every expression that names it, not only for `text`; a later acquisition binds
+    // it again. Hosts rely on a release costing no look at the others.
+    void releaseSymbol(std::string const& symbol, std::string const& text) noexcept;
+    /// Binds the path of a known symbol from `offset` on, beginning at `provider`; a null one binds nothing. *Throws*
+    /// `std::out_of_range` for an offset past the symbol's end.
+    void acquireLeaf(std::string_view symbol, unsigned long offset, std::shared_ptr<ContextProvider> provider);
+    /// Unbinds whatever a symbol holds from `offset` on, wherever its references lead by now. *Throws* as above.
+    void releaseLeaf(std::string_view symbol, unsigned long offset);
+
+    void transactionCommitted(tarn::zero::DeepChangeReport<Property> const& report);
+    void transactionCommitted(tarn::zero::ShallowChangeReport<ContextData> const& report);
+
+private:
+    friend class Expression;
+    friend class ExpressionHandle;
+
+    struct BoundLeaf {
+        boost::uuids::uuid provider;
+        unsigned long offset;
+    };
+    /// The first place of a path that a report touched.
+    struct Cut {
+        unsigned long offset;
+        bool keepsLeaf; // the leaf there stays: its context does
+        friend bool operator<(Cut const& left, Cut const& right) noexcept
+        {
+            return left.offset != right.offset ? left.offset < right.offset : left.keepsLeaf < right.keepsLeaf;
+        }
+    };
+    /// A symbol's own side of the table of leaves: what it holds there, and who reads it.
+    struct Binding {
+        std::vector<BoundLeaf> leaves;        // in the order of the path, unless mixed
+        std::vector<Expression*> expressions; // that are whole and not retired
+        bool mixed = false;                   // leaves of two paths: bound anew in a transaction that rolled back
+        std::uint64_t stamp = 0;              // the last report that touched it
+        Cut cut{};                            // where that report cuts the path
+    };
+    struct Batch;
+    struct Frame;
+
+    using Hasher = tarn::zero::services::hashers::TARN0Hasher<boost::uuids::uuid>;
+    using LeafSet = std::unordered_set<Leaf, LeafHash>;
+    using NamedLeaves = std::unordered_map<std::string_view, LeafSet>;
+    using Bindings = std::unordered_map<std::string_view, Binding>;
+
+    std::uint64_t nextNumber() noexcept { return ++lastNumber; }
+    void attach(Expression& expression);
+    void detach(Expression& expression) noexcept;
+
+    void bindPath(Bindings::value_type& symbol, unsigned long offset, std::shared_ptr<ContextProvider> provider);
+    void bindLeaf(Bindings::value_type& symbol, unsigned long offset, std::string_view name,
+                  boost::uuids::uuid const& provider);
+    void unbindFrom(Bindings::value_type& symbol, unsigned long offset) noexcept;
+    void removeLeaf(std::string_view name, Leaf const& leaf, boost::uuids::uuid const& provider) noexcept;
+    static std::string_view componentAt(std::string_view symbol, unsigned long offset) noexcept;
+
+    void process(tarn::zero::ReportData const& report);
+    void touchProperty(Property::Impl const& property, Batch& batch);
+    void touchContext(boost::uuids::uuid const& id, bool exists, Batch& batch);
+    void touch(Leaf const& leaf, bool keepsLeaf, Batch& batch);
+    void rebind(Bindings::value_type& symbol);
+    void collect(Batch& batch) const;
+
+    std::shared_ptr<ContextProvider> rootProvider;
+    std::unordered_map<boost::uuids::uuid, NamedLeaves, Hasher> leaves;
+    std::unordered_map<std::string, std::unordered_set<std::string>> symbolExpressions;
+    std::unordered_map<std::string, std::shared_ptr<Expression>> expressions;
+
+    Bindings bindings; // by the keys of symbolExpressions
+    std::uint64_t lastNumber = 0;
+    std::uint64_t lastStamp = 0;
+    Frame* running = nullptr;              // the innermost report under way
+    std::vector<std::unique_ptr<Batch>> spareBatches; // as many as reports were under way at once
+    std::size_t batchCount = 0;
+};
+
+} // namespace studio::data

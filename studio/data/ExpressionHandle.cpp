@@ -1,0 +1,66 @@
+#include "studio/data/ExpressionHandle.h"
+
+#include "studio/data/Expression.h"
+#include "studio/data/ExpressionEngine.h"
+
+#include <memory>
+#include <utility>
+
+namespace studio::data {
+
+/// A callback that runs: holds the function meanwhile and gives it back if the handle is still there.
+struct ExpressionHandle::Call : private boost::noncopyable {
+    explicit Call(ExpressionHandle const& handle) : handle{&handle}, function{std::move(handle.callback)}
+    {
+        handle.running = this;
+    }
+    ~Call()
+    {
+        if (!handle)
+            return;
+        handle->callback = std::move(function);
+        handle->running = nullptr;
+    }
+
+    ExpressionHandle const* handle; // null once the handle is destroyed
+    Callback function;
+};
+
+ExpressionHandle::ExpressionHandle(Expression* watched, Callback const& function)
+    : expression{watched}
+    , callback{function}
+    , text{watched ? watched->text : std::string{}}
+{
+}
+
+ExpressionHandle::~ExpressionHandle()
+{
+    if (expression)
+        expression->engine->releaseExpression(this);
+    if (running)
+        running->handle = nullptr;
+}
+
+PropertyValue ExpressionHandle::getValue() const
+{
+    return expression ? expression->value : PropertyValue{};
+}
+
+void ExpressionHandle::notify() const
+{
+    if (!expression)
+        return;
+    std::shared_ptr<Expression const> const pinned = expression->shared_from_this();
+    call(*pinned);
+}
+
+void ExpressionHandle::call(Expression const& pinned) const
+{
+    PropertyValue const value = pinned.value; // stays what it is while the callback changes things
+    if (running)
+        return running->function(pinned.text, value); // a change from inside the callback
+    Call lent{*this};
+    lent.function(pinned.text, value);
+}
+
+} // namespace studio::data

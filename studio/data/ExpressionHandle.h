@@ -1,0 +1,49 @@
+#pragma once
+
+#include "foundation/Export.h"
+#include "studio/data/PropertyValue.h"
+
+#include <boost/core/noncopyable.hpp>
+
+#include <cstddef>
+#include <functional>
+#include <string>
+
+namespace studio::data {
+
+class Expression;
+
+/// A subscriber's hold on one expression of an engine: the value, and a callback for its changes. Destroying it ends the
+/// subscription, also from inside its own callback. It may outlive its engine: it is then detached, reads undefined and
+/// stays silent.
+class STUDIO_DATA_EXPORT ExpressionHandle : private boost::noncopyable {
+public:
+    using Callback = std::function<void(std::string const& text, PropertyValue const& value)>;
+
+    /// For the engine. A null expression makes a detached handle with an empty text.
+    ExpressionHandle(Expression* expression, Callback const& callback);
+    /// Ends the subscription; the last handle of an expression takes it away.
+    ~ExpressionHandle();
+
+    /// The value of the last evaluation; undefined when detached.
+    PropertyValue getValue() const;
+    /// Calls the callback with the text and the value; does nothing when detached. *Throws* what the callback throws,
+    /// `std::bad_function_call` if it is empty. *Lifetime*: the callback stays alive until it returns, whatever it does.
+    void notify() const;
+
+private:
+    friend class Expression;
+    friend class ExpressionEngine;
+
+    struct Call;
+
+    void call(Expression const& pinned) const;
+
+    Expression* expression;    // not owned; null once detached
+    mutable Callback callback; // lent to the running call, so that it survives the handle
+    std::string text;
+    mutable Call* running = nullptr;
+    std::size_t position = 0; // among the handles of its expression
+};
+
+} // namespace studio::data

@@ -1,0 +1,95 @@
+#pragma once
+
+#include "foundation/Export.h"
+
+#include <boost/uuid/uuid.hpp>
+
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <variant>
+
+namespace studio::data {
+
+class ContextProvider;
+
+/// The absence of a value.
+struct undefined {
+    friend constexpr bool operator==(undefined, undefined) noexcept { return true; }
+};
+
+template <class T>
+concept Arithmetic = std::is_arithmetic_v<T>;
+
+/// The one value type of contexts and expressions: undefined, a UUID, a number, a logical or a text. A reference to a
+/// context is held as that context's UUID. A plain value: copies are independent, concurrent reads are safe.
+class STUDIO_DATA_EXPORT PropertyValue {
+public:
+    /// The kind tests compare the index of the alternative, so the order is fixed.
+    using Variant = std::variant<undefined, boost::uuids::uuid, double, bool, std::string>;
+
+    PropertyValue() noexcept = default;
+    PropertyValue(Variant variant) noexcept : value{std::move(variant)} {}
+    PropertyValue(double number) noexcept : value{number} {}
+    PropertyValue(bool logical) noexcept : value{logical} {}
+    PropertyValue(std::string text) noexcept : value{std::move(text)} {}
+    /// A text. *Throws* std::logic_error for a null pointer.
+    PropertyValue(char const* text) : PropertyValue{std::string(text)} {}
+    PropertyValue(boost::uuids::uuid const& uuid) noexcept : value{uuid} {}
+    /// The id of the provider, undefined for null. *Lifetime*: the value does not keep the provider alive.
+    PropertyValue(std::shared_ptr<ContextProvider> const& provider);
+
+    /// Any other arithmetic type is a number; integers above 2^53 round to the nearest one.
+    template <Arithmetic T>
+    PropertyValue(T number) noexcept : PropertyValue{static_cast<double>(number)}
+    {}
+
+    /// Refused at compile time: other pointers would silently become logicals.
+    template <class T>
+    PropertyValue(T* pointer) = delete;
+    template <class T, class Class>
+    PropertyValue(T Class::*pointer) = delete;
+
+    PropertyValue(PropertyValue const&) = default;
+    PropertyValue(PropertyValue&&) noexcept = default;
+    PropertyValue& operator=(PropertyValue const&) = default;
+    PropertyValue& operator=(PropertyValue&&) noexcept = default;
+    ~PropertyValue() = default;
+
+    bool isUndefined() const noexcept { return value.index() == 0; }
+    bool isUUID() const noexcept { return value.index() == 1; }
+    bool isDouble() const noexcept { return value.index() == 2; }
+    bool isLogical() const noexcept { return value.index() == 3; }
+    bool isString() const noexcept { return value.index() == 4; }
+    bool isNumeric() const noexcept { return isDouble() || isLogical(); }
+    /// True for the UUID of a provider that lives now: the answer changes when that provider comes or goes.
+    /// *Throws* std::bad_weak_ptr while that provider is being destroyed.
+    bool isContextProvider() const;
+
+    // Each getter throws std::invalid_argument when the value is of no kind that it accepts.
+
+    undefined getUndefined() const;
+    boost::uuids::uuid getUUID() const;
+    double getDouble() const;
+    /// The number, or 1 and 0 for the logicals. A text is not parsed.
+    double getNumeric() const;
+    /// The truth of a condition: a logical's own, a number other than 0 (NaN too), a text that is not empty.
+    bool getBool() const;
+    /// *Lifetime*: refers into this value, until it is assigned to or dies.
+    std::string const& getString() const;
+    /// The living provider that the UUID names. *Throws* also as isContextProvider does.
+    std::shared_ptr<ContextProvider> getContextProvider() const;
+
+    /// The value as text, whatever its kind and the locale. An integral number has no decimal point, and one outside
+    /// the range of a 32-bit int gives "-2147483648"; every other number has six decimals.
+    std::string asString() const;
+
+    /// True for the same kind and the same value: 1 is neither `true` nor "1", and NaN differs from itself.
+    STUDIO_DATA_EXPORT friend bool operator==(PropertyValue const& left, PropertyValue const& right) noexcept;
+
+private:
+    Variant value;
+};
+
+}   // namespace studio::data

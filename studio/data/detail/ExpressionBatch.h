@@ -1,0 +1,53 @@
+#pragma once
+
+#include "studio/data/Expression.h"
+#include "studio/data/ExpressionEngine.h"
+
+#include <memory>
+#include <vector>
+
+namespace studio::data {
+
+/// What one report has an engine do. Reused, so that a steady stream of reports allocates nothing.
+struct ExpressionEngine::Batch {
+    std::vector<Bindings::value_type*> symbols;           // touched; valid until the first callback
+    std::vector<std::shared_ptr<Expression>> expressions; // to evaluate, in order of acquisition
+};
+
+/// One report that an engine is working on: takes a batch and gives it back, and learns if the engine goes meanwhile.
+struct ExpressionEngine::Frame {
+    explicit Frame(ExpressionEngine& owner) : engine{owner}, outer{owner.running}, batch{take(owner)}
+    {
+        engine.running = this;
+    }
+    Frame(Frame const&) = delete;
+    Frame& operator=(Frame const&) = delete;
+    ~Frame()
+    {
+        if (engineGone)
+            return;
+        engine.running = outer;
+        batch->symbols.clear();
+        batch->expressions.clear();
+        engine.spareBatches.push_back(std::move(batch)); // there is room: it was made when the batch was
+    }
+
+    static std::unique_ptr<Batch> take(ExpressionEngine& engine)
+    {
+        auto& spare = engine.spareBatches;
+        if (spare.empty()) {
+            spare.reserve(++engine.batchCount);
+            return std::make_unique<Batch>();
+        }
+        std::unique_ptr<Batch> batch = std::move(spare.back());
+        spare.pop_back();
+        return batch;
+    }
+
+    ExpressionEngine& engine;
+    Frame* outer;
+    bool engineGone = false;
+    std::unique_ptr<Batch> batch;
+};
+
+} // namespace studio::data

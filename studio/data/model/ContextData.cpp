@@ -1,0 +1,172 @@
+#include "studio/data/model/ContextData.h"
+
+#include "studio/data/model/ContextDataImpl.h"
+#include "studio/data/model/MetaPackageStudio_data.h"
+#include "tarn/zero/ModelImpl.h"
+#include "tarn/zero/ReportException.h"
+#include "tarn0/messages/Messages.h"
+
+#include <utility>
+
+namespace studio::data {
+
+
+ContextData::ContextData(Impl* impl) noexcept : ModelElement{impl} {}
+
+ContextData ContextData::create(tarn::zero::Model const& model, boost::uuids::uuid const& uuid)
+{
+    return Impl::createIn(model, uuid);
+}
+
+tarn::zero::meta::Class ContextData::metaClass()
+{
+    return MetaPackageStudio_data::contextDataClass();
+}
+
+tarn::zero::CollectionRef<ContextData::PropertyMap> ContextData::properties() const
+{
+    if (!get())
+        throw std::logic_error{"a null context has no properties"};
+    return tarn::zero::CollectionRef<PropertyMap>{(*this)->getPropertiesMutable()};
+}
+
+ContextData::Impl* ContextData::operator->() const noexcept
+{
+    return static_cast<Impl*>(get());
+}
+
+ContextData::Impl::Impl(tarn::zero::Model const& model, boost::uuids::uuid const& uuid)
+    : ElementImplOf{model, uuid}
+    , activeContexts{*this, ACTIVE_CONTEXTS}
+    , properties{*this, PROPERTIES, true}
+{
+}
+
+ContextData::Impl::Impl(tarn::zero::ModelElement::Builder& builder, boost::uuids::uuid const& uuid)
+    : Impl{builder.model(), uuid}
+{
+}
+
+tarn::zero::ModelElement::Impl* ContextData::Impl::classImpl() noexcept
+{
+    return MetaPackageStudio_data::contextDataClassImpl();
+}
+
+tarn::zero::meta::Property ContextData::Impl::propertyAt(unsigned long index)
+{
+    return MetaPackageStudio_data::contextDataProperty(index);
+}
+
+ContextData::Impl::Properties const& ContextData::Impl::getProperties() const
+{
+    if (isProxy())
+        tarn::zero::reportException(tarn0::messages::CannotModifyProxy{});
+    return properties;
+}
+
+Property ContextData::Impl::createIntoProperties(Property::BuilderWrapper builder, boost::uuids::uuid const& uuid)
+{
+    refuseProxy();
+    if (!builder)
+        tarn::zero::reportException(tarn0::messages::InvalidValue{});
+    tarn::zero::Transaction transaction = begin();
+    builder->setModel(getModel());
+    Property const property = builder->createProperty(true, uuid);
+    properties.add(property);
+    transaction.commit(boost::none);
+    return property;
+}
+
+ContextData ContextData::Impl::cloneTo(tarn::zero::Model const& model, bool cloneUUID) const
+{
+    tarn::zero::Transaction transaction = model->beginTransaction(false);
+    ContextData const clone = ContextData::create(model, cloneUUID ? identifier() : boost::uuids::uuid{});
+    Properties& copies = clone->properties;
+    for (Property const& source : getProperties()) {
+        Property const copy = source->cloneTo(model, cloneUUID);
+        if (!copy)
+            continue;
+        copies.checkCompatibleModel(copy.get());
+        tarn::zero::AbstractOwnedCollection::Operation operation{copies};
+        copies.inverseAdd(copy); // refuses a second element under one name
+        clone->_setContainedByThis(copy.get(), PROPERTIES);
+        operation.commit();
+    }
+    for (Property const& source : properties.proxies()) {
+        Property const copy = Property::create(model, source.Uuid());
+        copy->convertToProxy(propertyAt(PROPERTIES), source->getProxyId(), clone);
+    }
+    transaction.commit(boost::none);
+    return clone;
+}
+
+ContextData::Builder::Builder() : BuilderBase{Impl::PROPERTIES} {}
+
+ContextData::Builder::Builder(tarn::zero::Model const& model) : BuilderBase{Impl::PROPERTIES, model} {}
+
+void ContextData::Builder::doAddActiveContexts(std::string const& name)
+{
+    m_values.activeContexts.push_back(name);
+    markSet(Impl::ACTIVE_CONTEXTS);
+}
+
+void ContextData::Builder::doAddActiveContexts(std::initializer_list<std::string> names)
+{
+    m_values.activeContexts.insert(m_values.activeContexts.end(), names);
+    markSet(Impl::ACTIVE_CONTEXTS);
+}
+
+void ContextData::Builder::doClearActiveContexts() noexcept
+{
+    m_values.activeContexts.clear();
+    clearSet(Impl::ACTIVE_CONTEXTS);
+}
+
+void ContextData::Builder::doAddProperties(std::unique_ptr<tarn::zero::ModelElement::Builder> builder)
+{
+    m_values.properties.push_back(std::move(builder));
+    markSet(Impl::PROPERTIES);
+}
+
+void ContextData::Builder::doClearProperties() noexcept
+{
+    m_values.properties.clear();
+    clearSet(Impl::PROPERTIES);
+}
+
+long ContextData::Builder::doSetOrAdd(tarn::zero::meta::Property const& property, tarn::zero::Value const& value)
+{
+    if (!property.get() || !(property == Impl::propertyAt(Impl::ACTIVE_CONTEXTS)))
+        return -1;
+    doAddActiveContexts(value.getValue<std::string>());
+    return static_cast<long>(Impl::ACTIVE_CONTEXTS);
+}
+
+long ContextData::Builder::doSetOrAdd(tarn::zero::meta::Property const& property,
+                                      std::unique_ptr<tarn::zero::ModelElement::Builder>& builder)
+{
+    bool const fits = property.get() && property == Impl::propertyAt(Impl::PROPERTIES) && builder
+        && tarn::zero::ModelElement::Impl::conforms(builder->builtClass().get(), Property::Impl::classImpl());
+    if (!fits)
+        return -1;
+    doAddProperties(std::move(builder));
+    return static_cast<long>(Impl::PROPERTIES);
+}
+
+void ContextData::Builder::fill(Impl& context)
+{
+    for (std::string const& name : m_values.activeContexts)
+        context.getActiveContextsMutable().push_back(name);
+}
+
+void ContextData::Builder::cascadeCreation(Impl& context, bool notify)
+{
+    for (auto const& builder : m_values.properties) {
+        orchestrator()->addBuilder(builder.get());
+        tarn::zero::ModelElement const property = builder->doCreate(notify, boost::uuids::uuid{});
+        context.getPropertiesMutable().basicAdd(property);
+        property->basicSetContainer(&context, Impl::PROPERTIES);
+    }
+}
+
+} // namespace studio::data

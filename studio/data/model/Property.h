@@ -1,0 +1,35 @@
+#pragma once
+
+#include "tarn/zero/ModelElement.h"
+
+#include <string>
+
+namespace studio::data {
+
+class ContextData;
+
+/// One named value of a context. A handle: copying shares the element, which lives as long as its model holds it.
+/// A null handle and one whose element was destroyed both convert to false and stay safe to hold.
+class STUDIO_DATA_EXPORT Property : public tarn::zero::ModelElement {
+public:
+    class Impl;
+    class Builder;
+    class BuilderWrapper;
+    class Constrainables;
+
+    Property() = default;
+    explicit Property(Impl* impl) noexcept;
+
+    /// A new property in `model`, without a name, a value and an owner; a nil UUID asks for a fresh one.
+    static Property create(tarn::zero::Model const& model, boost::uuids::uuid const& uuid);
+    static tarn::zero::meta::Class metaClass();
+
+    /// The name; empty for a null handle. Of a destroyed property the last one.
+    std::string name() const;
+    /// The context that holds the property, null when none does. Of a destroyed property the last one.
+    ContextData owner() const;
+
+    Impl* operator->() const noexcept; // complete in PropertyImpl.h
+};
+
+} // namespace studio::data

@@ -1,0 +1,333 @@
+#include "GelTables.h"
+#include "gel/Eval.h"
+#include "gel/ParseError.h"
+#include "gel/Program.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <functional>
+#include <map>
+#include <ostream>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace gel {
+
+void PrintTo(Value const& value, std::ostream* out)
+{
+    if (value.isString())
+        *out << '\'' << value.getString() << '\'';
+    else if (value.isDouble())
+        *out << value.getDouble();
+    else
+        *out << (value.isUndefined() ? "undefined" : value.getBool() ? "true" : "false");
+}
+
+namespace test {
+
+namespace {
+
+/// Answers from a map, and writes down what it was asked for.
+class RecordingSource : public DataSource {
+public:
+    explicit RecordingSource(std::map<std::string, Value> values = {}) : values(std::move(values)) {}
+
+    Value lookup(std::string const& symbol) const override
+    {
+        asked += (asked.empty() ? "" : " ") + symbol;
+        auto const found = values.find(symbol);
+        return found == values.end() ? Value() : found->second;
+    }
+
+    std::map<std::string, Value> values;
+    mutable std::string asked;
+};
+
+class FunctionSource : public DataSource {
+public:
+    explicit FunctionSource(std::function<Value(std::string const&)> answer) : answer(std::move(answer)) {}
+    Value lookup(std::string const& symbol) const override { return answer(symbol); }
+
+    std::function<Value(std::string const&)> answer;
+};
+
+std::string repeated(std::string const& text, std::size_t count)
+{
+    std::string result;
+    for (; count > 0; --count)
+        result += text;
+    return result;
+}
+
+/// The place and reason of the error of a text; empty when it parses.
+std::string errorOf(std::string const& text)
+{
+    try {
+        Program const program(text);
+        return "";
+    } catch (ParseError const& error) {
+        return std::to_string(error.offset()) + ": " + error.reason();
+    }
+}
+
+class GelTable : public testing::TestWithParam<Table> {};
+
+TEST_P(GelTable, YieldsTheValueAndAsksOnlyForWhatItNeeds)
+{
+    for (Row const& row : GetParam().rows) {
+        SCOPED_TRACE(row.text);
+        std::map<std::string, Value> values;
+        for (Holding const* held = row.symbols; held->symbol; ++held)
+            values[held->symbol] = held->cell.value();
+        RecordingSource const source(values);
+        EXPECT_EQ(eval(row.text, source), row.expected.value());
+        if (row.lookups) {
+            EXPECT_EQ(source.asked, row.lookups);
+        }
+        for (auto const& [name, value] : values)
+            EXPECT_EQ(symbols(row.text).count(name), 1U);
+        EXPECT_EQ(Program(row.text).eval(source), row.expected.value()) << "the second time";
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Rules, GelTable, testing::ValuesIn(tables()),
+                         [](auto const& info) { return std::string(info.param.name); });
+
+TEST(Gel, RefusesATextWithPlaceAndReason)
+{
+    for (Refusal const& row : refusals()) {
+        SCOPED_TRACE(row.text);
+        for (int time = 0; time < 2; ++time) {
+            try {
+                symbols(row.text);
+                ADD_FAILURE() << "is accepted";
+            } catch (ParseError const& error) {
+                EXPECT_EQ(std::string("gel:") + row.place + ": " + row.reason, error.what());
+                EXPECT_EQ(error.reason(), row.reason);
+                EXPECT_EQ(std::to_string(error.line()) + ":" + std::to_string(error.column()), row.place);
+                EXPECT_LE(error.offset(), std::string(row.text).size());
+            }
+        }
+    }
+}
+
+TEST(Gel, ShowsTheLineWithACaretUnderThePlace)
+{
+    std::string const longName(60, 'n');
+    std::string const dots = "...";
+    struct Case {
+        std::string text, excerpt;
+    };
+    for (Case const& row : {
+             Case{"x > 1 && !a == b", "x > 1 && !a == b\n            ^"},
+             Case{"a\n && größe b\n || c", " && größe b\n          ^"},
+             Case{"a\tb", "a\tb\n \t^"},
+             Case{"", "\n^"},
+             Case{"a +\n", "\n^"},
+             Case{"# " + longName + longName, "# " + std::string(75, 'n') + dots + "\n^"},
+             Case{longName + longName + " +", dots + std::string(75, 'n') + " +\n" + std::string(80, ' ') + "^"},
+             Case{longName + " é " + longName, dots + std::string(36, 'n') + " é " + std::string(35, 'n') + dots +
+                                                   "\n" + std::string(40, ' ') + "^"},
+         }) {
+        try {
+            symbols(row.text);
+            ADD_FAILURE() << row.text << " is accepted";
+        } catch (ParseError const& error) {
+            EXPECT_EQ(error.excerpt(), row.excerpt);
+        }
+    }
+}
+
+TEST(Gel, NamesAllSymbolsSortedAlsoThoseItSkips)
+{
+    EXPECT_EQ(symbols("b.c && false ? `x-y` : a in [b.c, min] || min(1, 2) > `b`.c"),
+              (std::set<std::string>{"a", "b.c", "min", "x-y"}));
+    EXPECT_EQ(symbols("1 + 1"), std::set<std::string>{});
+}
+
+TEST(Gel, NestsTwoHundredLevels)
+{
+    struct Case {
+        std::string open, close;
+        std::size_t place;
+    };
+    for (Case const& row :
+         {Case{"(", ")", 0}, Case{"a in [", "]", 5}, Case{"abs(", ")", 3}, Case{"!", "", 0}, Case{"- ", "", 0},
+          Case{"a ? ", " : a", 2}, Case{"a ? a : ", "", 2}, Case{"a ?? ", "", 2}}) {
+        SCOPED_TRACE(row.open);
+        auto const nested = [&](std::size_t levels) {
+            return repeated(row.open, levels) + "a" + repeated(row.close, levels);
+        };
+        std::string const error =
+            std::to_string(200 * row.open.size() + row.place) + ": nested more than 200 levels deep";
+        EXPECT_EQ(errorOf(nested(200)), "");
+        EXPECT_EQ(errorOf(nested(201)), error);
+        EXPECT_EQ(errorOf(nested(5000)), error);
+        RecordingSource const source;
+        eval(nested(200), source);
+        EXPECT_EQ(source.asked, "a");
+    }
+}
+
+TEST(Gel, KeepsItsOtherLimits)
+{
+    EXPECT_EQ(errorOf("#" + std::string(65'535, ' ')), "0: unexpected character '#'");
+    EXPECT_EQ(errorOf(std::string(65'536, ' ') + "#"),
+              "0: a text of 65537 bytes is too long; at most 65536 are allowed");
+    EXPECT_EQ(errorOf("max(" + repeated("a,", 254) + "a)"), "");
+    EXPECT_EQ(errorOf("max(" + repeated("a,", 255) + "a)"), "514: a call takes at most 255 arguments");
+    EXPECT_EQ(errorOf("a =~ /" + repeated("(", 50) + repeated(")", 50) + "/"), "");
+    EXPECT_NE(errorOf("a =~ /" + repeated("(", 51) + repeated(")", 51) + "/"), "");
+    EXPECT_EQ(errorOf(std::string(60'000, '!') + "a"), "200: nested more than 200 levels deep");
+}
+
+TEST(Gel, ChainsAreNotNesting)
+{
+    RecordingSource const source({{"a", 1}, {"s", "x"}});
+    EXPECT_EQ(eval(repeated("a&&", 15'000) + "a", source), true);
+    EXPECT_EQ(eval("z&&" + repeated("a&&", 15'000) + "a", source), false);
+    EXPECT_EQ(eval(repeated("a+", 20'000) + "a", source), 20'001);
+    EXPECT_EQ(eval(repeated("1-", 20'000) + "1", source), -19'999);
+    EXPECT_EQ(eval(repeated("s+", 20'000) + "s", source), std::string(20'001, 'x'));
+    EXPECT_EQ(eval(repeated("'y'+", 15'000) + "'y'", source), std::string(15'001, 'y'));
+    EXPECT_EQ(eval("5 in [" + repeated("z,", 20'000) + "5]", source), true);
+    EXPECT_EQ(eval("(" + repeated("min(a)+(", 90) + "a" + repeated(")", 90) + ")", source), 91);   // a deep stack
+
+    std::string sum = "0";
+    std::map<std::string, Value> values;
+    for (int index = 1; index <= 100; ++index) {   // more symbols than fit on the stack
+        sum += " + v" + std::to_string(index);
+        values["v" + std::to_string(index)] = index;
+    }
+    EXPECT_EQ(eval(sum, RecordingSource(values)), 5050);
+}
+
+TEST(Gel, ANestedEvaluationMayDropItsTextFromTheCache)
+{
+    std::string const text = "'<' + first + second + '>' == '<' + 12 + '>' && last =~ /^b/";
+    FunctionSource const inner([](std::string const&) { return 2; });
+    FunctionSource const outer([&](std::string const& symbol) -> Value {
+        for (int other = 0; other < 9'000; ++other)
+            EXPECT_EQ(eval(symbol + " + " + std::to_string(other), inner), 2 + other);
+        return symbol == "first" ? Value(1) : symbol == "second" ? Value(2) : Value("b");
+    });
+    EXPECT_EQ(eval(text, outer), true);
+    EXPECT_EQ(eval(text, outer), true);
+}
+
+TEST(Gel, ATextMayBeEvaluatedInsideItself)
+{
+    Program const program("tag =~ /^a+$/ && n > 1 ? n * rest : tag =~ /a$/ ? 1 : undefined");
+    std::function<Value(double)> const factorial = [&](double n) {
+        return program.eval(FunctionSource([&, n](std::string const& symbol) {
+            return symbol == "tag" ? Value("aa") : symbol == "n" ? Value(n) : factorial(n - 1);
+        }));
+    };
+    EXPECT_EQ(factorial(20), 2432902008176640000.0);
+}
+
+TEST(Gel, WhatALookupThrowsPassesUnchanged)
+{
+    std::string const text = "text(1.5) + 'a text that no small buffer holds' + s0 + (lower(s1) + s2) + "
+                             "s3 + s4 + s5 + s6 + s7 + s8 + s9 + s10 + s11 + s12 + s13 + s14 + s15";
+    for (std::string const more : {"", " + s16 + s17"}) {
+        for (std::size_t const failing : {0U, 1U, 7U, 15U}) {
+            FunctionSource const source([&](std::string const& symbol) -> Value {
+                if (symbol == "s" + std::to_string(failing))
+                    throw std::out_of_range(symbol);
+                return std::string(100, 'X');
+            });
+            try {
+                eval(text + more, source);
+                ADD_FAILURE() << "nothing was thrown";
+            } catch (std::out_of_range const& error) {
+                EXPECT_EQ("s" + std::to_string(failing), error.what());
+            }
+        }
+    }
+}
+
+TEST(Gel, MatchesAreBounded)
+{
+    for (auto const& [text, expected] : std::map<std::string, bool>{
+             {"s =~ /^(a+)+$/", false},
+             {"s =~ /(a|b)*c/", false},
+             {"s =~ /^(a|b)*!/", false},   // would match, beyond the limits
+             {"s =~ /^(?:a?){50}a{50}$/", false},
+             {"s =~ /^a*!$/", true},
+         }) {
+        RecordingSource const source({{"s", std::string(100'000, 'a') + "!"}});
+        auto const begin = std::chrono::steady_clock::now();
+        EXPECT_EQ(eval(text, source), expected) << text;
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1)) << text;
+    }
+}
+
+TEST(Gel, MatchesTheSameWithAndWithoutJit)
+{
+    for (std::string const pattern : {"^(a+)+$", "(a|b)*c", "^(?:(a)|b)*\\1$", "(?<=a)b*?!", "^(.|\\n)*$", "\\bé\\W",
+                                      "^(?:.*a){12}", "(?i)É[^]x", "[^a]", "^((?:a|aa)+)+!$"}) {
+        for (std::string const unit : {"", "a", "ab", "b!", "éx", "é\xFFx", "\xC3", "aab\n"}) {
+            for (std::size_t const count : {1U, 3U, 30U, 3'000U, 30'000U}) {
+                RecordingSource const source({{"s", repeated(unit, count) + "!"}});
+                EXPECT_EQ(eval("s =~ /" + pattern + "/", source), eval("s =~ /(*NO_JIT)" + pattern + "/", source))
+                    << pattern << " on " << count << " times " << unit;
+            }
+        }
+    }
+}
+
+TEST(Gel, ACopyMayBeEvaluatedOnAnotherThread)
+{
+    Program const program("s =~ /^(a|b)+$/ && n + 1 == 2");
+    std::vector<std::thread> threads;
+    for (int index = 0; index < 4; ++index) {
+        threads.emplace_back([program] {
+            RecordingSource const source({{"s", "abab"}, {"n", 1}});
+            for (int time = 0; time < 2'000; ++time)
+                ASSERT_EQ(program.eval(source), true);
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
+TEST(Gel, EvaluatesAfterTheCacheOfItsThreadIsGone)
+{
+    static Value s_late;
+    struct Late {
+        ~Late() { s_late = eval("a + 1", RecordingSource({{"a", 1}})); }
+    };
+    std::thread([] {
+        thread_local Late s_object;   // made before the cache, hence destroyed after it
+        static_cast<void>(&s_object);
+        EXPECT_EQ(eval("a + 1", RecordingSource({{"a", 2}})), 3);
+    }).join();
+    EXPECT_EQ(s_late, 2);
+}
+
+TEST(Gel, ValuesKeepTheirKind)
+{
+    EXPECT_TRUE(Value(1).isDouble() && Value(2.5F).isDouble() && Value(3UL).isDouble());
+    EXPECT_TRUE(Value("x").isString() && Value(true).isLogical() &&
+                Value(static_cast<char const*>(nullptr)).isUndefined());
+    EXPECT_EQ(Value(true).getNumeric() + Value(2).getNumeric(), 3);
+    EXPECT_THROW(Value("1").getNumeric(), std::bad_variant_access);
+    EXPECT_THROW(Value(1).getBool(), std::bad_variant_access);
+    EXPECT_THROW(Value(true).getDouble(), std::bad_variant_access);
+    EXPECT_THROW(Value().getString(), std::bad_variant_access);
+    EXPECT_FALSE(Value(1) == Value(true));
+    EXPECT_FALSE(Value() == Value(false));
+}
+
+}   // namespace
+
+}   // namespace test
+
+}   // namespace gel

@@ -1,0 +1,357 @@
+#include "gel/Eval.h"
+#include "gel/Program.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <map>
+#include <memory>
+#include <optional>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+// Random trees, printed with as few parentheses as the precedence table allows, against an evaluator over the tree that
+// shares nothing with the library but the kinds of value.
+namespace gel::test {
+
+namespace {
+
+struct Tree {
+    std::string sign;   // an operator, a function, "literal" or "symbol"
+    std::vector<std::unique_ptr<Tree>> parts;
+    std::string text;   // of a literal, a symbol, a pattern
+    Value value;        // of a literal
+};
+
+/// How tightly a tree binds, by its sign; 9 is an operand.
+int levelOf(Tree const& tree)
+{
+    static std::map<std::string, int> const s_levels{{"?:", 1},     {"||", 2}, {"&&", 3}, {"==", 4}, {"!=", 4},
+                                                     {"<", 4},      {"<=", 4}, {">", 4},  {">=", 4}, {"in", 4},
+                                                     {"not in", 4}, {"=~", 4}, {"??", 5}, {"+", 6},  {"-", 6},
+                                                     {"*", 7},      {"/", 7},  {"%", 7},  {"!", 8},  {"neg", 8}};
+    auto const found = s_levels.find(tree.sign);
+    return found == s_levels.end() ? 9 : found->second;
+}
+
+class Generator {
+public:
+    explicit Generator(unsigned seed) : m_random(seed) {}
+
+    std::size_t below(std::size_t count) { return std::uniform_int_distribution<std::size_t>(0, count - 1)(m_random); }
+
+    template <class T>
+    T const& oneOf(std::vector<T> const& choices)
+    {
+        return choices[below(choices.size())];
+    }
+
+    std::unique_ptr<Tree> tree(int depth)
+    {
+        auto made = std::make_unique<Tree>();
+        static std::vector<std::string> const s_operators{"?:", "||", "&&", "&&", "==",  "!=",     "<",   "<=",     ">",
+                                                          ">=", "in", "=~", "??", "??",  "+",      "+",   "-",      "*",
+                                                          "/",  "%",  "!",  "!",  "neg", "not in", "max", "defined"};
+        if (depth == 0 || below(5) == 0)
+            return leaf(std::move(made));
+        made->sign = oneOf(s_operators);
+        if (made->sign == "=~")
+            made->text = oneOf<std::string>({"a", "^x"});
+        std::size_t count = levelOf(*made) == 8 || made->sign == "=~" || made->sign == "defined" ? 1 : 2;
+        if (made->sign == "?:")
+            count = 3;
+        else if (made->sign == "max")
+            count = 1 + below(3);
+        else if (made->sign == "in" || made->sign == "not in")
+            count = 1 + below(4);
+        while (made->parts.size() < count)
+            made->parts.push_back(tree(depth - 1));
+        return made;
+    }
+
+    std::map<std::string, Value> values()
+    {
+        static std::vector<Value> const s_values{{},
+                                                 0,
+                                                 1,
+                                                 2,
+                                                 -1.5,
+                                                 -0.0,
+                                                 true,
+                                                 false,
+                                                 "",
+                                                 "a",
+                                                 "xa",
+                                                 "1",
+                                                 std::numeric_limits<double>::quiet_NaN(),
+                                                 std::numeric_limits<double>::infinity()};
+        std::map<std::string, Value> made;
+        for (char const* const name : {"a", "b", "c.d", "e-f"})
+            made[name] = oneOf(s_values);
+        return made;
+    }
+
+private:
+    std::unique_ptr<Tree> leaf(std::unique_ptr<Tree> made)
+    {
+        static std::vector<std::pair<char const*, Value>> const s_literals{
+            {"0", 0},         {"1", 1},          {"2.5", 2.5}, {"true", true},
+            {"false", false}, {"undefined", {}}, {"''", ""},   {"'a'", "a"}};
+        made->sign = below(3) == 0 ? "literal" : "symbol";
+        if (made->sign == "literal")
+            std::tie(made->text, made->value) = oneOf(s_literals);
+        else
+            made->text = oneOf<std::string>({"a", "b", "c.d", "`e-f`"});
+        return made;
+    }
+
+    std::mt19937 m_random;
+};
+
+struct Printed {
+    std::string text;
+    bool endsNegated = false;   // its last operand has a '!' and no parentheses
+};
+
+Printed print(Tree const& tree);
+
+/// A part that must bind at least as tightly as `level`; `operatorFollows` says that one of the levels 4 to 7 does.
+Printed printPart(Tree const& part, int level, bool operatorFollows = false)
+{
+    Printed const printed = print(part);
+    if (levelOf(part) < level || (operatorFollows && printed.endsNegated))
+        return {"(" + printed.text + ")"};
+    return printed;
+}
+
+std::string printList(Tree const& tree, std::size_t first)
+{
+    std::string list;
+    for (std::size_t index = first; index < tree.parts.size(); ++index)
+        list += (index > first ? ", " : "") + print(*tree.parts[index]).text;
+    return list;
+}
+
+Printed print(Tree const& tree)
+{
+    int const level = levelOf(tree);
+    auto const part = [&](std::size_t index, int atLeast, bool operatorFollows = false) {
+        return printPart(*tree.parts[index], atLeast, operatorFollows);
+    };
+    if (tree.sign == "literal" || tree.sign == "symbol")
+        return {tree.text};
+    if (level == 9)
+        return {tree.sign + "(" + printList(tree, 0) + ")"};
+    if (level == 8) {
+        Printed const operand = part(0, 8);
+        return {(tree.sign == "!" ? "!" : "-") + operand.text, tree.sign == "!" || operand.endsNegated};
+    }
+    if (tree.sign == "?:") {
+        Printed const last = part(2, 1);
+        return {part(0, 2).text + " ? " + part(1, 1).text + " : " + last.text, last.endsNegated};
+    }
+    if (tree.sign == "=~")
+        return {part(0, 5, true).text + " =~ /" + tree.text + "/"};
+    if (tree.sign == "in" || tree.sign == "not in")
+        return {part(0, 5, true).text + " " + tree.sign + " [" + printList(tree, 1) + "]"};
+    bool const toTheRight = tree.sign == "??";
+    bool const chains = level != 4;
+    Printed const left = part(0, level + (toTheRight || !chains ? 1 : 0), level >= 4);
+    Printed const right = part(1, level + (toTheRight ? 0 : 1));
+    return {left.text + " " + tree.sign + " " + right.text, right.endsNegated};
+}
+
+/// A number whose text this file would have to lay out by itself.
+struct OddNumber {};
+
+/// The naive evaluator: follows the rules from the tree, one value at a time.
+class Naive {
+public:
+    explicit Naive(std::map<std::string, Value> const& values) : m_values(values) {}
+
+    std::string asked;
+
+    Value of(Tree const& tree)
+    {
+        std::string const& sign = tree.sign;
+        auto const part = [&](std::size_t index) { return of(*tree.parts[index]); };
+        if (sign == "literal")
+            return tree.value;
+        if (sign == "symbol")
+            return symbol(tree.text);
+        if (sign == "?:")
+            return truth(part(0)) ? part(1) : part(2);
+        if (sign == "&&")
+            return truth(part(0)) && truth(part(1));
+        if (sign == "||")
+            return truth(part(0)) || truth(part(1));
+        Value const left = part(0);
+        if (sign == "??")
+            return left.isUndefined() ? part(1) : left;
+        if (sign == "!")
+            return !truth(left);
+        if (sign == "neg")
+            return left.isNumeric() ? sane(-left.getNumeric(), left, left) : Value();
+        if (sign == "defined")
+            return !left.isUndefined();
+        if (sign == "=~")
+            return left.isString() &&
+                   (tree.text == "a" ? left.getString().find('a') != std::string::npos : left.getString()[0] == 'x');
+        if (sign == "in" || sign == "not in") {
+            for (std::size_t index = 1; index < tree.parts.size(); ++index)
+                if (part(index) == left)
+                    return sign == "in";
+            return sign != "in";
+        }
+        if (sign == "max")
+            return largest(tree, left);
+        return binary(sign, left, part(1));
+    }
+
+private:
+    static bool truth(Value const& value)
+    {
+        if (value.isString())
+            return !value.getString().empty();
+        return value.isNumeric() && value.getNumeric() != 0;
+    }
+
+    static Value sane(double result, Value const& left, Value const& right)
+    {
+        bool const fromFinite = std::isfinite(left.getNumeric()) && std::isfinite(right.getNumeric());
+        if (std::isnan(result) || (std::isinf(result) && fromFinite))
+            return {};
+        return result == 0 ? 0.0 : result;
+    }
+
+    static std::string text(Value const& value)
+    {
+        if (value.isString())
+            return value.getString();
+        if (value.isLogical())
+            return value.getBool() ? "true" : "false";
+        double const number = value.getDouble();
+        if (std::isinf(number))
+            return number < 0 ? "-Infinity" : "Infinity";
+        if (std::abs(number) > 1e15 || std::floor(number) != number)
+            throw OddNumber();
+        return std::to_string(static_cast<long long>(number));
+    }
+
+    Value symbol(std::string name)
+    {
+        std::erase(name, '`');
+        if (auto const known = m_fetched.find(name); known != m_fetched.end())
+            return known->second;
+        asked += name + " ";
+        Value value = m_values.at(name);
+        if (value.isDouble())
+            value = std::isnan(value.getDouble()) ? Value() : sane(value.getDouble(), Value(INFINITY), Value(0));
+        return m_fetched[name] = value;
+    }
+
+    Value largest(Tree const& tree, Value best)
+    {
+        std::vector<Value> all{best};
+        for (std::size_t index = 1; index < tree.parts.size(); ++index)
+            all.push_back(of(*tree.parts[index]));
+        double found = -INFINITY;
+        for (Value const& value : all) {
+            if (!value.isNumeric())
+                return {};
+            found = std::max(found, value.getNumeric());
+        }
+        return found;
+    }
+
+    static Value binary(std::string const& sign, Value const& left, Value const& right)
+    {
+        if (sign == "==" || sign == "!=")
+            return (left == right) == (sign == "==");
+        bool const numeric = left.isNumeric() && right.isNumeric();
+        if (sign[0] == '<' || sign[0] == '>') {
+            if (!numeric && !(left.isString() && right.isString()))
+                return false;
+            int order = numeric ? 0 : left.getString().compare(right.getString());
+            if (numeric)
+                order = (left.getNumeric() > right.getNumeric()) - (left.getNumeric() < right.getNumeric());
+            return (order == 0 && sign.size() == 2) || (sign[0] == '<' ? order < 0 : order > 0);
+        }
+        if (sign == "+" && (left.isString() || right.isString()))
+            return left.isUndefined() || right.isUndefined() ? Value() : Value(text(left) + text(right));
+        if (!numeric)
+            return {};
+        double const a = left.getNumeric();
+        double const b = right.getNumeric();
+        double const result = sign == "+"   ? a + b
+                              : sign == "-" ? a - b
+                              : sign == "*" ? a * b
+                              : sign == "/" ? a / b
+                                            : std::fmod(a, b);
+        return sane(result, left, right);
+    }
+
+    std::map<std::string, Value> const& m_values;
+    std::map<std::string, Value> m_fetched;
+};
+
+void collectSymbols(Tree const& tree, std::set<std::string>& names)
+{
+    if (tree.sign == "symbol")
+        names.insert(tree.text == "`e-f`" ? "e-f" : tree.text);
+    for (auto const& part : tree.parts)
+        collectSymbols(*part, names);
+}
+
+class MapSource : public DataSource {
+public:
+    explicit MapSource(std::map<std::string, Value> const& values) : m_values(values) {}
+
+    Value lookup(std::string const& symbol) const override
+    {
+        asked += symbol + " ";
+        return m_values.at(symbol);
+    }
+
+    mutable std::string asked;
+
+private:
+    std::map<std::string, Value> const& m_values;
+};
+
+TEST(GelTree, ARandomTreeMeansWhatItsTextMeans)
+{
+    int compared = 0;
+    for (unsigned seed = 1; seed <= 6'000; ++seed) {
+        Generator generator(seed);
+        std::unique_ptr<Tree> const tree = generator.tree(static_cast<int>(seed % 6));
+        std::string const text = print(*tree).text;
+        SCOPED_TRACE("seed " + std::to_string(seed) + ": " + text);
+        std::set<std::string> names;
+        collectSymbols(*tree, names);
+        ASSERT_EQ(symbols(text), names);
+
+        Program const program(text);
+        for (int round = 0; round < 5; ++round) {
+            std::map<std::string, Value> const values = generator.values();
+            Naive naive(values);
+            MapSource const source(values);
+            try {
+                Value const expected = naive.of(*tree);
+                ASSERT_TRUE(program.eval(source) == expected);
+                ASSERT_EQ(source.asked, naive.asked);
+                ++compared;
+            } catch (OddNumber const&) {
+                continue;
+            }
+        }
+    }
+    EXPECT_GT(compared, 25'000);
+}
+
+}   // namespace
+
+}   // namespace gel::test

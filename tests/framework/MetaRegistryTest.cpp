@@ -1,0 +1,457 @@
+#include "tarn/zero/meta/MetaRegistry.h"
+
+#include "tarn/zero/ChangeReport.h"
+#include "tarn/zero/Listener.h"
+#include "tarn/zero/ModelImpl.h"
+#include "tarn/zero/meta/AbstractMetaPackage.h"
+#include "tarn/zero/meta/PropertySerializerRegistry.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <set>
+
+namespace tarn::zero::meta {
+namespace {
+
+using namespace tarn0::messages;
+using foundation::core::except::Exception;
+using testing::ElementsAre;
+
+template <class Msg>
+using Failure = Exception<Msg, std::exception>;
+
+boost::uuids::uuid const FRESH{};
+
+MetaRegistry& registry()
+{
+    return MetaRegistry::getInstance();
+}
+
+// ---- what every schema may rely on
+
+struct KnownType {
+    char16_t const* name;
+    char16_t const* qualifiedName; // empty: unknown
+    std::type_info const* valueType;
+    bool isPrimitive;
+};
+
+TEST(MetaRegistry, KnowsTheKernelTypesByBothNames)
+{
+    for (KnownType const& known : {KnownType{u"StdString", u"StdString", &typeid(std::string), true},
+                                   {u"std::string", u"StdString", &typeid(std::string), true},
+                                   {u"Boolean", u"Boolean", &typeid(bool), true},
+                                   {u"Model", u"Model", &typeid(Model), true},
+                                   {u"ModelElement", u"ModelElement", &typeid(ModelElement), false},
+                                   {u"meta.Class", u"meta.Class", &typeid(Class), false},
+                                   {u"tarn::zero::meta::Argument", u"meta.Argument", &typeid(Argument), false},
+                                   {u"Class", u"", nullptr, false},
+                                   {u"", u"", nullptr, false},
+                                   {u"\xD800", u"", nullptr, false}}) {
+        Type const type = registry().getType(known.name);
+        ASSERT_EQ(bool(type), known.valueType != nullptr) << std::string(known.qualifiedName, known.qualifiedName + 3);
+        EXPECT_EQ(registry().valueTypeOf(type), known.valueType);
+        EXPECT_EQ(bool(registry().getPrimitiveType(known.name)), known.isPrimitive);
+        if (type)
+            EXPECT_EQ(type->getQualifiedName(), known.qualifiedName);
+    }
+    PrimitiveType const text = registry().getPrimitiveType(u"StdString");
+    EXPECT_TRUE(registry().isCorrectTypeForTypeId(text, "StdString"));
+    EXPECT_TRUE(registry().isCorrectTypeForTypeId(text, "std::string"));
+    EXPECT_FALSE(registry().isCorrectTypeForTypeId(text, "Boolean"));
+    EXPECT_FALSE(registry().isCorrectTypeForTypeId(PrimitiveType{}, "unheard of"));
+    EXPECT_FALSE(internal::isEnumType(text));
+}
+
+template <class H>
+void expectClasses(std::set<char16_t const*> const& bases)
+{
+    Model const model = Model::create(ModelSpec{});
+    H const element = H::create(model, FRESH);
+    EXPECT_EQ(element->getMetaClass(), H::metaClass());
+    for (char16_t const* name : {u"ModelElement", u"meta.NamedElement", u"meta.Type", u"meta.PrimitiveType",
+                                 u"meta.StructuredType", u"meta.OperatableType", u"meta.Class", u"meta.Interface",
+                                 u"meta.TypedElement", u"meta.Property", u"meta.Operation", u"meta.Argument",
+                                 u"meta.Package"}) {
+        Class const type{elementCast<Class>(registry().getType(name))};
+        bool const expected = std::any_of(bases.begin(), bases.end(), [&](auto base) {
+            return std::u16string_view{base} == name;
+        });
+        EXPECT_EQ(element.isA(type), expected) << testing::PrintToString(std::u16string{name});
+    }
+}
+
+TEST(MetaRegistry, MetaElementsAreElementsWithClassesOfTheirOwn)
+{
+    expectClasses<Class>({u"ModelElement", u"meta.NamedElement", u"meta.Type", u"meta.StructuredType",
+                          u"meta.OperatableType", u"meta.Class"});
+    expectClasses<Interface>({u"ModelElement", u"meta.NamedElement", u"meta.Type", u"meta.StructuredType",
+                              u"meta.OperatableType", u"meta.Interface"});
+    expectClasses<PrimitiveType>({u"ModelElement", u"meta.NamedElement", u"meta.Type", u"meta.PrimitiveType"});
+    expectClasses<Property>({u"ModelElement", u"meta.NamedElement", u"meta.TypedElement", u"meta.Property"});
+    expectClasses<Operation>({u"ModelElement", u"meta.NamedElement", u"meta.TypedElement", u"meta.Operation"});
+    expectClasses<Argument>({u"ModelElement", u"meta.NamedElement", u"meta.TypedElement", u"meta.Argument"});
+    expectClasses<Package>({u"ModelElement", u"meta.NamedElement", u"meta.Package"});
+    EXPECT_EQ(Property{}.index(), 0u);
+}
+
+TEST(MetaRegistry, IsWritableOnlyWhileThawed)
+{
+    Type const text = registry().getType(u"StdString");
+    EXPECT_THROW(text->setName(u"Text"), Failure<ModelFrozen>);
+    EXPECT_THROW(Package::create(registry().model(), FRESH), Failure<ModelFrozen>);
+    {
+        Model::Thawer const thawer = registry().freezer().thaw();
+        Transaction const rolledBack = registry().model()->beginTransaction(true);
+        text->setName(u"Text");
+    }
+    EXPECT_EQ(text->getName(), u"StdString");
+    EXPECT_THROW(text->setName(u"Text"), Failure<ModelFrozen>);
+}
+
+// ---- schemas as elements: in a model of their own, which nobody freezes
+
+class Schema : public testing::Test {
+protected:
+    Schema()
+    {
+        inner->setName(u"inner");
+        type->setName(u"Thing");
+        key->setName(u"key");
+        inner->setParentPackage(outer);
+        type->setOwningPackage(inner);
+        key->setOwningType(type);
+        operation->setOwningType(type);
+        argument->setOperation(operation);
+    }
+
+    Model model = Model::create(ModelSpec{});
+    Package outer = Package::create(model, FRESH);
+    Package inner = Package::create(model, FRESH);
+    Class type = Class::create(model, FRESH);
+    Property key = Property::create(model, FRESH);
+    Operation operation = Operation::create(model, FRESH);
+    Argument argument = Argument::create(model, FRESH);
+};
+
+TEST_F(Schema, NamesAreQualifiedByWhatContainsThem)
+{
+    EXPECT_EQ(key->getQualifiedName(), u"inner.Thing.key"); // the outer package has no name
+    outer->setName(u"outer");
+    EXPECT_EQ(type->getQualifiedName(), u"outer.inner.Thing");
+    inner->setParentPackage(Package{});
+    EXPECT_EQ(type->getQualifiedName(), u"inner.Thing");
+}
+
+TEST_F(Schema, MovingAnElementLeavesTheOldPlace)
+{
+    type->setOwningPackage(outer);
+    EXPECT_EQ(inner->getTypes().size(), 0u);
+    EXPECT_THAT(outer->getTypes(), ElementsAre(Type{type}));
+    EXPECT_EQ(type->getOwningPackage(), outer);
+    key->setOwningType(StructuredType{});
+    EXPECT_EQ(type->getProperties().size(), 0u);
+    EXPECT_FALSE(key->getOwningType());
+}
+
+TEST_F(Schema, RefusesCircles)
+{
+    EXPECT_THROW(outer->setParentPackage(inner), Failure<CircularContainment>);
+    EXPECT_THROW(outer->setParentPackage(outer), Failure<CircularContainment>);
+    Class const derived = Class::create(model, FRESH);
+    derived->setSuperclass(type);
+    EXPECT_THROW(type->setSuperclass(derived), Failure<CircularContainment>);
+    EXPECT_THROW(type->setSuperclass(type), Failure<CircularContainment>);
+    type->setIsFinal(true);
+    EXPECT_THROW(Class::create(model, FRESH)->setSuperclass(type), Failure<InvalidValue>);
+    EXPECT_TRUE(outer->isTopLevel());
+    EXPECT_FALSE(type->getSuperclass());
+}
+
+TEST_F(Schema, RollingBackRestoresEverySetting)
+{
+    {
+        Transaction const rolledBack = model->beginTransaction(true);
+        key->setName(u"other");
+        key->setType(type);
+        key->setIsOrdered(true);
+        key->setLower(7);
+        key->setUpper(9);
+        key->setOpposite(key);
+        key->setQualifiedBy(key);
+        key->setIsQualificationUnique(true);
+        key->setIsUnique(true);
+        key->setDefaultValue(std::u16string{u"text"});
+        key->setValueFlags(ValueFlags::KeyedElements);
+        key->setIsComposite(true);
+        key->setIndex(5);
+        key->setOwningType(StructuredType{});
+        operation->setIsAbstract(true);
+        operation->setIsStatic(true);
+        operation->setIsPublic(false);
+        operation->getArgumentsMutable().clear();
+        argument->setIsInput(true);
+        type->setTypeId("id");
+        type->setIsAbstract(true);
+        outer->setUri(u"uri");
+        outer->getImportedPackagesMutable().push_back(VersionInfo{});
+        inner->destroy();
+    }
+    EXPECT_EQ(key->getQualifiedName(), u"inner.Thing.key");
+    EXPECT_FALSE(key->getType() || key->isOrdered() || key->getLower() != 0 || key->getUpper() != 1);
+    EXPECT_FALSE(key->getOpposite() || key->getQualifiedBy() || key->isQualificationUnique() || key->isUnique());
+    EXPECT_FALSE(key->getDefaultValue() || key->isCollection() || key->isComposite() || key.index() != 0);
+    EXPECT_FALSE(operation->isAbstract() || operation->isStatic() || !operation->isPublic() || argument->isInput());
+    EXPECT_THAT(operation->getArguments(), ElementsAre(argument));
+    EXPECT_EQ(type->getTypeId() + (type->isAbstract() ? "abstract" : ""), "");
+    EXPECT_EQ(outer->getUri(), u"");
+    EXPECT_EQ(outer->getImportedPackages().size(), 0u);
+    EXPECT_THAT(outer->getPackages(), ElementsAre(inner));
+    EXPECT_EQ(model->findElement(argument.Uuid(), 1), argument);
+}
+
+TEST_F(Schema, DiesWithItsPackageHoweverItIsKnotted)
+{
+    Property const other = Property::create(model, FRESH);
+    other->setOwningType(type);
+    other->setType(type);
+    other->setOpposite(key);
+    key->setOpposite(other);
+    key->setQualifiedBy(key);
+    outer->destroy();
+    EXPECT_FALSE(outer || inner || type || key || other || operation || argument);
+    EXPECT_TRUE(model->elements().empty());
+    EXPECT_EQ(key->getQualifiedName(), u"inner.Thing.key"); // dead elements tell what they were
+    EXPECT_THROW(key->setName(u"x"), std::logic_error);
+    EXPECT_THROW(Class::create(model, FRESH)->setOwningPackage(inner), std::logic_error);
+} // under a leak checker: and nothing holds on to anything
+
+// ---- registering
+
+/// Tells whether the registry still has it.
+class Watched final : public CollectionInstantiator {
+public:
+    enum class Colour { Red };
+
+    Watched() { ++s_alive; }
+    ~Watched() override { --s_alive; }
+    std::type_info const& valueType() const noexcept override { return typeid(Colour); }
+    bool isEnum() const noexcept override { return true; }
+    Value createSequence(Type const&) const override { return {}; }
+    Value createMap(Type const&) const override { return {}; }
+
+    static int s_alive;
+};
+int Watched::s_alive = 0;
+
+/// A package with one value type, registered in a transaction.
+class Registered : public testing::Test, private AbstractMetaPackage {
+protected:
+    ~Registered() override
+    {
+        unregisterRootPackage(URI);
+        if (root)
+            root->destroy();
+    }
+
+    void makeElements()
+    {
+        root = createPackage(u"", URI);
+        Package const inner = createPackage(u"colours", URI + u"/colours");
+        inner->setParentPackage(root);
+        colour = PrimitiveType::create(registry().model(), FRESH);
+        colour->setOwningPackage(inner);
+        enter(colour);
+    }
+    static void enter(Type const& type)
+    {
+        registry().registerType(type, std::make_unique<Watched>());
+        registry().registerTypeNames(type, "colours.Colour", "colours::Colour");
+    }
+    void makePackage()
+    {
+        Transaction transaction = registry().model()->beginTransaction(true);
+        makeElements();
+        transaction.commit(boost::none);
+        registerRootPackage(root);
+    }
+
+    void expectKnown(Type const& type) const
+    {
+        EXPECT_EQ(registry().getType(u"colours.Colour"), type);
+        EXPECT_EQ(registry().getType(u"colours::Colour"), type);
+    }
+    void expectForgotten() const
+    {
+        expectKnown(Type{});
+        EXPECT_EQ(Watched::s_alive, 0);
+        EXPECT_FALSE(registry().valueTypeOf(colour));
+        EXPECT_FALSE(registry().findRootPackage(URI));
+        EXPECT_TRUE(registry().getType(u"StdString"));
+    }
+
+    std::u16string const URI = u"http://schema.invalid/colours";
+    Model::Thawer const m_thawer = registry().freezer().thaw();
+    Package root;
+    PrimitiveType colour;
+};
+
+TEST_F(Registered, IsFoundByUriAndNames)
+{
+    makePackage();
+    expectKnown(colour);
+    EXPECT_EQ(registry().findRootPackage(URI), root);
+    EXPECT_EQ(*registry().valueTypeOf(colour), typeid(Watched::Colour));
+    EXPECT_TRUE(internal::isEnumType(colour));
+}
+
+TEST_F(Registered, IsForgottenWithItsRootPackage)
+{
+    makePackage();
+    registry().unregisterRootPackage(u"http://schema.invalid/unknown");
+    expectKnown(colour);
+    registry().unregisterRootPackage(URI);
+    expectForgotten();
+    EXPECT_TRUE(root); // destroying it is up to the package
+}
+
+TEST_F(Registered, IsForgottenWhenItDiesUnregistered)
+{
+    makePackage();
+    root->destroy();
+    expectForgotten();
+}
+
+TEST_F(Registered, SurvivesADestructionThatRollsBack)
+{
+    makePackage();
+    {
+        Transaction const rolledBack = registry().model()->beginTransaction(true);
+        root->destroy();
+        expectKnown(Type{});
+    }
+    expectKnown(colour);
+    EXPECT_EQ(registry().findRootPackage(URI), root);
+}
+
+TEST_F(Registered, LeavesNothingWhenItsTransactionRollsBack)
+{
+    std::size_t const before = registry().model()->elements().size();
+    {
+        Transaction const rolledBack = registry().model()->beginTransaction(true);
+        makeElements();
+        expectKnown(colour);
+    }
+    expectKnown(Type{});
+    registry().forgetDeadTypes();
+    expectForgotten();
+    EXPECT_EQ(registry().model()->elements().size(), before);
+}
+
+TEST_F(Registered, KeepsTheFirstOfANameUntilThatDies)
+{
+    makePackage();
+    PrimitiveType const second = PrimitiveType::create(registry().model(), FRESH);
+    enter(second);
+    expectKnown(colour);
+    colour->destroy();
+    expectKnown(Type{});
+    registry().registerTypeNames(second, "colours.Colour", "colours::Colour");
+    expectKnown(second);
+    second->destroy();
+    root->destroy();
+    expectForgotten();
+}
+
+TEST_F(Registered, RefusesIndexesThatNoElementCanRemember)
+{
+    Property const property = createProperty(u"p", ValueFlags::Single, false, "c3756432-d277-3c50-9501-1cdc00c51e2d");
+    for (int const index : {-1, 0, 64})
+        EXPECT_THROW(setPropertyIndex(property, index), std::out_of_range);
+    setPropertyIndex(property, 63);
+    EXPECT_EQ(property.index(), 63u);
+    property->destroy();
+    EXPECT_THROW(createClass(u"C", "C", false, false, "5cafa685-a2da"), std::runtime_error);
+}
+
+TEST(MetaRegistry, MakesElementsOfClassesThatHaveAFactory)
+{
+    Model const model = Model::create(ModelSpec{});
+    ModelElement const made = registry().createElement(registry().getType(u"meta.Package"), model, FRESH);
+    EXPECT_TRUE(elementCast<Package>(made));
+    EXPECT_THROW(registry().createElement(registry().getType(u"StdString"), model, FRESH), Failure<InvalidValue>);
+    EXPECT_THROW(registry().createElement(registry().getType(u"meta.Type"), model, FRESH), Failure<InvalidValue>);
+    EXPECT_THROW(registry().createElement(Type{}, model, FRESH), Failure<NoSuchType>);
+}
+
+TEST(MetaRegistry, MakesDetachedCollections)
+{
+    Type const text = registry().getType(u"StdString");
+    Value const texts = registry().collectionInstantiator(text)->createSequence(text);
+    auto const* const sequence = texts.peekValue<CollectionRef<PrimitiveSequence<std::string>>>();
+    ASSERT_TRUE(sequence && texts.meta().isUnmanaged());
+    (*sequence)->push_back("a");
+    EXPECT_THAT(**sequence, ElementsAre("a"));
+    EXPECT_THROW(registry().collectionInstantiator(text)->createMap(text), Failure<InvalidValue>);
+
+    Type const package = registry().getType(u"meta.Package");
+    Value const packages = registry().collectionInstantiator(package)->createSequence(package);
+    EXPECT_TRUE(packages.peekValue<CollectionRef<ElementSequence<Package>>>());
+    Type const root = ModelElement::metaClass();
+    EXPECT_THROW(registry().collectionInstantiator(root)->createSequence(root), Failure<InvalidValue>);
+}
+
+// ---- serializers
+
+/// Numbers as that many strokes.
+class Strokes final : public DefaultPropertySerializer<int> {
+public:
+    using DefaultPropertySerializer::DefaultPropertySerializer;
+    std::u16string doSerializeValue(int const& value) override
+    {
+        return std::u16string(static_cast<std::size_t>(value), u'|');
+    }
+    int doParseValue(std::u16string const& text) override { return static_cast<int>(text.size()); }
+};
+
+TEST(PropertySerializer, WrapsWhatTheValueTypeWritesAndReads)
+{
+    Type const type = registry().getType(u"Boolean"); // any will do
+    Strokes strokes{type};
+    EXPECT_EQ(strokes.serializeValue(strokes.parseValue(u"|||")), u"|||");
+    EXPECT_EQ(strokes.serializeValue(strokes.parseOptionalValue(u"||")), u"||");
+    EXPECT_EQ(strokes.serializeValue(strokes.createDefaultValue()), u"");
+    EXPECT_EQ(strokes.serializeValue(Value{}), u"");
+    EXPECT_EQ(strokes.parseValue(u"|").meta().type(), type);
+    EXPECT_FALSE(strokes.createEmptyOptionalValue().getValue<boost::optional<int>>());
+    EXPECT_THROW(strokes.serializeValue(Value{ValueMeta{}, std::string{"x"}}), Failure<CannotCastIncompatibleTypes>);
+
+    std::vector<Value> const values{strokes.parseValue(u"||"), strokes.parseValue(u"|"), strokes.parseValue(u"||")};
+    Value const sequence = strokes.combineAsUnmanagedSequenceValue(values);
+    EXPECT_TRUE(sequence.meta().isUnmanaged());
+    EXPECT_THAT(sequence.getValue<std::vector<int>>(), ElementsAre(2, 1, 2));
+    EXPECT_THAT(strokes.combineAsUnmanagedSetValue(values).getValue<std::set<int>>(), ElementsAre(1, 2));
+    EXPECT_THROW(strokes.combineAsUnmanagedSequenceValue({Value{ValueMeta{}, 2.0}}),
+                 Failure<CannotCastIncompatibleTypes>);
+}
+
+TEST(PropertySerializerRegistry, KeepsTheFirstOfATypeUntilItIsUnlinked)
+{
+    Type const type = registry().getType(u"Boolean");
+    PropertySerializerRegistry& serializers = PropertySerializerRegistry::getInstance();
+    PropertySerializerRegistry::LockGuard const lock{serializers};
+    auto first = std::make_unique<Strokes>(type);
+    PropertySerializer* const kept = first.get();
+    serializers.registerPropertySerializer(type, std::move(first));
+    serializers.registerPropertySerializer(type, std::make_unique<Strokes>(type));
+    EXPECT_EQ(serializers.findPropertySerializer(type), kept);
+    EXPECT_EQ(serializers.unlinkPropertySerializer(type).get(), kept);
+    EXPECT_FALSE(serializers.findPropertySerializer(type));
+    EXPECT_FALSE(serializers.unlinkPropertySerializer(type));
+    EXPECT_THROW(serializers.registerPropertySerializer(Type{}, std::make_unique<Strokes>(type)), Failure<InvalidValue>);
+}
+
+} // namespace
+} // namespace tarn::zero::meta

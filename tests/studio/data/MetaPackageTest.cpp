@@ -1,0 +1,368 @@
+#include "studio/data/model/MetaPackageStudio_data.h"
+
+#include "studio/data/model/ContextDataImpl.h"
+#include "studio/data/model/PropertyImpl.h"
+#include "tarn/zero/ModelImpl.h"
+#include "tarn/zero/meta/MetaRegistry.h"
+#include "tarn/zero/meta/PropertySerializerRegistry.h"
+#include "tarn0/messages/Messages.h"
+
+#include <boost/lexical_cast.hpp>
+#include <boost/uuid/uuid_io.hpp>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <thread>
+
+namespace studio::data {
+
+namespace zero = tarn::zero;
+namespace meta = tarn::zero::meta;
+
+/// Instances beside the one of the process, which they neither publish nor disturb at exit.
+class MetaPackageTest {
+public:
+    static MetaPackageStudio_data* make() { return new MetaPackageStudio_data; }
+    static void destroy(MetaPackageStudio_data* package) { delete package; }
+};
+
+namespace {
+
+using NoSuchType = foundation::core::except::Exception<tarn0::messages::NoSuchType, std::exception>;
+using InvalidValue = foundation::core::except::Exception<tarn0::messages::InvalidValue, std::exception>;
+using testing::ElementsAre;
+using testing::ExitedWithCode;
+
+char const* const ROOT_UUID = "5cafa685-a2da-390e-9641-85a7523c81f7";
+std::u16string const ROOT_URI = std::u16string{meta::SCHEMA_HOST} + u"/tarn0/studio_data/1.0";
+
+meta::MetaRegistry& registry()
+{
+    return meta::MetaRegistry::getInstance();
+}
+
+zero::ModelElement find(char const* uuid)
+{
+    return registry().model()->findElement(boost::lexical_cast<boost::uuids::uuid>(uuid), 1);
+}
+
+template <class H>
+H findAs(char const* uuid)
+{
+    return H{zero::elementCast<H>(find(uuid))};
+}
+
+std::u16string nameOf(meta::NamedElement const& element)
+{
+    return element.get() ? element->getQualifiedName() : std::u16string{};
+}
+
+// ---- the schema, as stored models know it
+
+TEST(MetaPackage, HasItsPackages)
+{
+    MetaPackageStudio_data::getInstance();
+    meta::Package const root = registry().findRootPackage(ROOT_URI);
+    ASSERT_EQ(root, find(ROOT_UUID));
+    meta::VersionInfo imported;
+    imported.setFamily(u"meta");
+    EXPECT_THAT(root->getImportedPackages(), ElementsAre(imported));
+    ASSERT_EQ(root->getPackages().size(), 1u);
+    meta::Package const studio = root->getPackages().at(0);
+    EXPECT_EQ(studio->getUri(), ROOT_URI + u"/studio");
+    ASSERT_EQ(studio->getPackages().size(), 1u);
+    meta::Package const data = studio->getPackages().at(0);
+    EXPECT_EQ(data->getUri(), ROOT_URI + u"/studio.data");
+    EXPECT_EQ(data->getQualifiedName(), u"studio.data");
+    EXPECT_THAT(data->getTypes(), ElementsAre(ContextData::metaClass(), Property::metaClass(),
+                                              registry().getType(u"studio.data.PropertyValue")));
+}
+
+struct PropertyCase {
+    meta::Property property;
+    unsigned long index;
+    char const* uuid;
+    char16_t const* name;
+    meta::ValueFlags flags;
+    bool isComposite;
+    char16_t const* type;
+    bool isOrdered;
+    bool isUnique;
+    char16_t const* opposite;
+    char16_t const* qualifiedBy;
+};
+
+TEST(MetaPackage, HasItsProperties)
+{
+    zero::Model const model = zero::Model::create(zero::ModelSpec{});
+    ContextData const context = ContextData::create(model, {});
+    Property const property = Property::create(model, {});
+    using enum meta::ValueFlags;
+    PropertyCase const cases[] = {
+        {context->getPropertyByIndex(1), 1, "c3756432-d277-3c50-9501-1cdc00c51e2d",
+         u"studio.data.ContextData.activeContexts", OrderedValues, false, u"StdString", true, false, u"", u""},
+        {context->getPropertyByIndex(2), 2, "855ded9b-1a58-3c34-9139-cf2b7e39e297",
+         u"studio.data.ContextData.properties", KeyedElements, true, u"studio.data.Property", false, true,
+         u"studio.data.Property.owner", u"studio.data.Property.name"},
+        {property->getPropertyByIndex(1), 1, "8460da61-c9f9-369b-872c-9b0ba5ef9828", u"studio.data.Property.name",
+         Single, false, u"StdString", true, true, u"", u""},
+        {property->getPropertyByIndex(2), 2, "4d3a5145-05d2-3cc3-879e-ca60228d0628", u"studio.data.Property.value",
+         Single, false, u"studio.data.PropertyValue", true, true, u"", u""},
+        {property->getPropertyByIndex(3), 3, "d92fc30d-fce4-346d-986c-7afd630033cb", u"studio.data.Property.owner",
+         Single, false, u"studio.data.ContextData", true, true, u"studio.data.ContextData.properties", u""}};
+    for (PropertyCase const& c : cases) {
+        SCOPED_TRACE(c.uuid);
+        ASSERT_EQ(c.property, find(c.uuid));
+        EXPECT_EQ(c.property->getQualifiedName(), c.name);
+        EXPECT_EQ(c.property.index(), c.index);
+        EXPECT_EQ(c.property->getValueFlags(), c.flags);
+        EXPECT_EQ(c.property->isComposite(), c.isComposite);
+        EXPECT_EQ(nameOf(c.property->getType()), c.type);
+        EXPECT_EQ(c.property->isOrdered(), c.isOrdered);
+        EXPECT_EQ(c.property->isUnique(), c.isUnique);
+        EXPECT_EQ(nameOf(c.property->getOpposite()), c.opposite);
+        EXPECT_EQ(nameOf(c.property->getQualifiedBy()), c.qualifiedBy);
+        EXPECT_TRUE(c.property->isQualificationUnique());
+        EXPECT_FALSE(c.property->getDefaultValue());
+    }
+    EXPECT_FALSE(context->getPropertyByIndex(0) || context->getPropertyByIndex(3) || property->getPropertyByIndex(4));
+}
+
+TEST(MetaPackage, HasItsClassesAndOperations)
+{
+    MetaPackageStudio_data::getInstance();
+    struct {
+        char16_t const* type;
+        char16_t const* scoped;
+        char const* uuid;
+        char const* cloneTo;
+        char const* model;
+        char const* cloneUUID;
+    } const cases[] = {{u"studio.data.ContextData", u"studio::data::ContextData",
+                        "41062a53-2003-33ce-b973-744a819d2bf1", "5b62344b-ac02-3efa-9d30-5ca85795de4f",
+                        "dd1f3c1e-8fad-3080-8dc5-511640a42d36", "9eb4e297-4f9a-35ec-83d9-5f6c1327ec9b"},
+                       {u"studio.data.Property", u"studio::data::Property",
+                        "12acc4e4-a131-3f1c-a11f-18d031a04f91", "41d8e36c-79ed-3903-90ae-da0fe6ce0355",
+                        "59c6e654-395a-3369-bebd-5ae8b64a29ce", "f216201a-595e-3c5a-9a3d-49625ee020db"}};
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.uuid);
+        auto const type = findAs<meta::Class>(c.uuid);
+        ASSERT_TRUE(type && type == registry().getType(c.type) && type == registry().getType(c.scoped));
+        EXPECT_EQ(type->getQualifiedName(), c.type);
+        EXPECT_EQ(std::u16string(type->getTypeId().begin(), type->getTypeId().end()), c.type);
+        EXPECT_EQ(type->getSuperclass(), zero::ModelElement::metaClass());
+        EXPECT_FALSE(type->isAbstract() || type->isFinal());
+
+        auto const cloneTo = findAs<meta::Operation>(c.cloneTo);
+        ASSERT_TRUE(cloneTo);
+        EXPECT_EQ(cloneTo->getQualifiedName(), c.type + std::u16string{u".cloneTo"});
+        EXPECT_TRUE(cloneTo->isPublic() && !cloneTo->isAbstract() && !cloneTo->isStatic());
+        EXPECT_TRUE(cloneTo->getType() == type && cloneTo->getLower() == 1 && cloneTo->getUpper() == 1);
+        auto const model = findAs<meta::Argument>(c.model);
+        auto const cloneUUID = findAs<meta::Argument>(c.cloneUUID);
+        EXPECT_THAT(cloneTo->getArguments(), ElementsAre(model, cloneUUID));
+        EXPECT_EQ(nameOf(model->getType()), u"Model");
+        EXPECT_EQ(nameOf(cloneUUID->getType()), u"Boolean");
+        for (meta::Argument const& argument : {model, cloneUUID})
+            EXPECT_TRUE(argument->isInput() && argument->getLower() == 1 && argument->getUpper() == 1);
+        EXPECT_EQ(model->getName() + cloneUUID->getName(), u"modelcloneUUID");
+
+        zero::Model const target = zero::Model::create(zero::ModelSpec{});
+        EXPECT_TRUE(registry().createElement(type, target, {}).isA(type));
+    }
+}
+
+TEST(MetaPackage, SerializesPropertyValues)
+{
+    MetaPackageStudio_data::getInstance();
+    meta::Type const type = registry().getPrimitiveType(u"studio::data::PropertyValue");
+    ASSERT_EQ(type, find("ff213765-2c5d-37bc-a365-124aa1abb674"));
+    EXPECT_EQ(*registry().valueTypeOf(type), typeid(PropertyValue));
+    meta::PropertySerializer* const serializer =
+        meta::PropertySerializerRegistry::getInstance().findPropertySerializer(type);
+    ASSERT_TRUE(serializer);
+    EXPECT_EQ(serializer->serializeValue(serializer->createDefaultValue()), u"null");
+    zero::Value const two = serializer->parseOptionalValue(u"2");
+    EXPECT_EQ(serializer->serializeValue(two), u"2.0");
+    EXPECT_EQ(serializer->combineAsUnmanagedSequenceValue({serializer->parseValue(u"true")})
+                  .getValue<std::vector<PropertyValue>>(),
+              std::vector<PropertyValue>{true});
+    EXPECT_THROW(serializer->combineAsUnmanagedSetValue({}), InvalidValue);
+}
+
+TEST(MetaPackage, IsMadeOnce)
+{
+    MetaPackageStudio_data& package = MetaPackageStudio_data::getInstance();
+    std::size_t const elements = registry().model()->elements().size();
+    EXPECT_EQ(&MetaPackageStudio_data::getInstance(), &package);
+    EXPECT_EQ(registry().model()->elements().size(), elements);
+}
+
+// ---- coming and going: each in a process of its own, where nothing has been made yet
+
+class MetaPackageProcess : public testing::Test {
+protected:
+    MetaPackageProcess() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+};
+
+/// Ends the process, at once, with a code that tells where.
+#define REQUIRE(condition)                                                                                             \
+    if (!(condition)) {                                                                                                \
+        std::fprintf(stderr, "%s:%d: %s\n", __FILE__, __LINE__, #condition);                                           \
+        std::_Exit(1);                                                                                                 \
+    }
+
+bool isForgotten()
+{
+    bool const byName = registry().getType(u"studio.data.ContextData") || registry().getType(u"studio::data::Property")
+        || registry().getType(u"studio.data.PropertyValue");
+    return !byName && !find(ROOT_UUID) && !registry().findRootPackage(ROOT_URI);
+}
+
+void replaceAStaleRoot()
+{
+    ContextData const context = ContextData::create(zero::Model::create(zero::ModelSpec{}), {});
+    meta::Package const first = registry().findRootPackage(ROOT_URI);
+    std::size_t const elements = registry().model()->elements().size();
+    MetaPackageStudio_data* const second = MetaPackageTest::make();
+    meta::Package const replacement = registry().findRootPackage(ROOT_URI);
+    meta::Type const value = registry().getType(u"studio.data.PropertyValue");
+    REQUIRE(!first && replacement && find(ROOT_UUID) == replacement);
+    REQUIRE(registry().model()->elements().size() == elements);
+    REQUIRE(registry().getType(u"studio.data.Property") != Property::metaClass());
+    REQUIRE(zero::isInstance<ContextData>(context)); // of the instance that the process began with
+
+    MetaPackageTest::destroy(second);
+    REQUIRE(isForgotten() && !value && !replacement);
+    REQUIRE(!meta::PropertySerializerRegistry::getInstance().findPropertySerializer(value));
+    std::exit(0);
+}
+
+TEST_F(MetaPackageProcess, AStaleRootIsReplacedAndWhatReplacedItIsForgottenWithIt)
+{
+    EXPECT_EXIT(replaceAStaleRoot(), ExitedWithCode(0), "");
+}
+
+void failForWantOfAType()
+{
+    zero::Model const& model = registry().model();
+    {
+        zero::Model::Thawer const thawer = registry().freezer().thaw();
+        registry().getType(u"StdString")->destroy();
+    }
+    std::size_t const elements = model->elements().size();
+    zero::Model const own = zero::Model::create(zero::ModelSpec{});
+    for (int attempt = 0; attempt != 2; ++attempt) {
+        try {
+            ContextData::create(own, {});
+            std::_Exit(1);
+        } catch (NoSuchType const& failure) {
+            REQUIRE(failure.message().typeName() == u"StdString");
+        }
+        REQUIRE(isForgotten() && model->elements().size() == elements && own->elements().empty());
+        REQUIRE(!MetaPackageStudio_data::contextDataClassImpl());
+    }
+
+    meta::PrimitiveType text;
+    {
+        zero::Model::Thawer const thawer = registry().freezer().thaw();
+        text = meta::PrimitiveType::create(model, {});
+        registry().registerType(text, std::make_unique<meta::CollectionInstantiatorOf<std::string>>());
+        registry().registerTypeNames(text, "StdString", "std::string");
+    }
+    REQUIRE(ContextData::create(own, {}) && !isForgotten());
+    REQUIRE(Property::Impl::propertyAt(1)->getType() == text);
+    std::exit(0);
+}
+
+TEST_F(MetaPackageProcess, AMissingTypeLeavesNothingAndTheNextCallTriesAgain)
+{
+    EXPECT_EXIT(failForWantOfAType(), ExitedWithCode(0), "");
+}
+
+/// Destroyed after the package, if made before it.
+struct Late {
+    zero::Model model = zero::Model::create(zero::ModelSpec{});
+    ContextData context;
+
+    ~Late()
+    {
+        REQUIRE(isForgotten());
+        REQUIRE(!ContextData::metaClass() && !Property::metaClass() && !MetaPackageStudio_data::propertyProperty(1));
+        REQUIRE(context && !zero::isInstance<ContextData>(context) && !context.isA(zero::ModelElement::metaClass()));
+        REQUIRE(!context->getPropertyByIndex(1));
+        ContextData::create(model, {})->destroy();
+        context->destroy();
+        REQUIRE(!context);
+        std::_Exit(7);
+    }
+};
+
+void exitInTheHardOrder()
+{
+    static Late late;
+    late.context = ContextData::create(late.model, {});
+    Property const property = Property::create(late.model, {});
+    property->setOwner(late.context);
+    std::exit(0);
+}
+
+TEST_F(MetaPackageProcess, ContextsMayOutliveThePackage)
+{
+    EXPECT_EXIT(exitInTheHardOrder(), ExitedWithCode(7), "");
+}
+
+void cleanUp()
+{
+    static int s_calls = 0;
+    static struct AtLast {
+        ~AtLast() { std::_Exit(s_calls == 123 ? 7 : 1); }
+    } s_atLast;
+    MetaPackageStudio_data& package = MetaPackageStudio_data::getInstance();
+    package.addCleanup([&] {
+        s_calls = s_calls * 10 + 1;
+        REQUIRE(ContextData::metaClass() && !isForgotten());
+        package.addCleanup([] { s_calls = s_calls * 10 + 3; });
+    });
+    package.addCleanup([] { s_calls = s_calls * 10 + 2; });
+    std::exit(0);
+}
+
+TEST_F(MetaPackageProcess, CleanupsRunInOrderWhileThePackageIsWhole)
+{
+    EXPECT_EXIT(cleanUp(), ExitedWithCode(7), "");
+}
+
+TEST_F(MetaPackageProcess, ACleanupThatThrowsEndsTheProcess)
+{
+    auto const fail = [] {
+        MetaPackageStudio_data::getInstance().addCleanup([] { throw std::runtime_error{"no"}; });
+        std::exit(0);
+    };
+    EXPECT_EXIT(fail(), testing::KilledBySignal(SIGABRT), "");
+}
+
+void raceForTheInstance()
+{
+    std::vector<std::thread> threads;
+    std::atomic<int> whole{0};
+    for (int i = 0; i != 8; ++i)
+        threads.emplace_back([&] {
+            if (ContextData::metaClass() && MetaPackageStudio_data::contextDataClassImpl()
+                && ContextData::metaClass() == registry().getType(u"studio.data.ContextData"))
+                ++whole;
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    std::exit(whole == 8 ? 0 : 1);
+}
+
+TEST_F(MetaPackageProcess, SeveralThreadsMayComeFirst)
+{
+    EXPECT_EXIT(raceForTheInstance(), ExitedWithCode(0), "");
+}
+
+} // namespace
+} // namespace studio::data

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstddef>
+
+namespace support {
+
+// The test program's own operator new counts, and can be made to fail. Of the calling thread only.
+
+/// How many allocations there have been.
+std::size_t allocationCount() noexcept;
+
+/// Lets one allocation throw `std::bad_alloc`: the one after the next `skipped`. Ends with its scope.
+class FailingAllocation {
+public:
+    explicit FailingAllocation(std::size_t skipped) noexcept;
+    FailingAllocation(FailingAllocation const&) = delete;
+    FailingAllocation& operator=(FailingAllocation const&) = delete;
+    ~FailingAllocation();
+
+    bool happened() const noexcept;
+};
+
+}   // namespace support

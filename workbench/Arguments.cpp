@@ -1,0 +1,80 @@
+#include "workbench/Arguments.h"
+
+#include <array>
+
+namespace workbench {
+
+namespace {
+
+struct Flag {
+    char const* spelling;
+    bool Arguments::*field;
+};
+constexpr std::array s_flags{
+    Flag{"--help", &Arguments::help},   Flag{"-h", &Arguments::help},         Flag{"--trace", &Arguments::trace},
+    Flag{"--check", &Arguments::check}, Flag{"--verify", &Arguments::verify}, Flag{"--quiet", &Arguments::quiet},
+};
+
+Flag const* flagOf(std::string const& word)
+{
+    for (Flag const& flag : s_flags)
+        if (word == flag.spelling)
+            return &flag;
+    return nullptr;
+}
+
+}   // namespace
+
+char const* const Arguments::HELP =
+    R"(Usage: studio-workbench [OPTIONS] [EXPRESSIONS.json SESSION.json]
+
+Subscribes to every expression, replays the session step by step, each step in one
+transaction, and says which results changed. Without files it replays a sample of its
+own: a day at a small editor.
+
+  --trace            show every step: which results changed, from what to what
+  --check            compare with the answers recorded in the session, values and silence
+                     both; the sample has none recorded, so there this means --verify
+  --verify           compare with the answers of a host that evaluates every expression
+                     anew after every step, and say what that costs
+  --quiet            print differences only
+  --save-sample DIR  write the sample as two files that can be edited and replayed
+  -h, --help         print this
+
+Exit code: 0, 1 when --check or --verify found a difference, 2 when the command line or
+a file cannot be used.
+)";
+
+Arguments Arguments::read(std::vector<std::string> const& words)
+{
+    Arguments result;
+    std::vector<std::string> files;
+    bool options = true;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        std::string const& word = words[i];
+        if (!options || word.size() < 2 || word[0] != '-') {
+            files.push_back(word);
+        } else if (word == "--") {
+            options = false;
+        } else if (Flag const* flag = flagOf(word)) {
+            result.*flag->field = true;
+        } else if (word == "--save-sample") {
+            if (++i == words.size() || words[i].empty())
+                throw UsageError("--save-sample needs a folder to write to");
+            result.saveSample = words[i];
+        } else {
+            throw UsageError("unknown option " + word);
+        }
+    }
+    if (files.size() == 1 || files.size() > 2)
+        throw UsageError("expected two files, expressions and session, or none; found " + std::to_string(files.size()));
+    if (!files.empty() && !result.saveSample.empty())
+        throw UsageError("--save-sample takes no files");
+    if (!files.empty()) {
+        result.expressions = files[0];
+        result.recording = files[1];
+    }
+    return result;
+}
+
+}   // namespace workbench

@@ -1,0 +1,209 @@
+#include "workbench/Document.h"
+
+#include "gel/Eval.h"
+#include "gel/ParseError.h"
+#include "workbench/Json.h"
+
+#include <array>
+#include <string_view>
+#include <utility>
+
+namespace workbench {
+
+using Kind = Operation::Kind;
+
+namespace {
+
+struct Word {
+    std::string_view spelling;
+    Kind kind;
+    std::size_t length;   // of the whole list, the word included
+};
+constexpr std::array s_words{
+    Word{"new", Kind::create, 2}, Word{"set", Kind::set, 4},   Word{"del", Kind::remove, 3},
+    Word{"link", Kind::link, 4},  Word{"drop", Kind::drop, 2}, Word{"active", Kind::activate, 3},
+};
+
+void expectFormat(Node const& document)
+{
+    Node const format = document.member("format");
+    if (format.number() != 1)
+        format.fail("only format 1 is known");
+}
+
+/// Reads operations in the order in which they will happen, so it knows which contexts there are at each.
+class OperationReader {
+public:
+    explicit OperationReader(Node const& contexts) : declared{contexts} {}
+
+    std::vector<Operation> read(Node const& list)
+    {
+        std::vector<Operation> operations(list.size());
+        for (std::size_t i = 0; i < operations.size(); ++i)
+            operations[i] = operation(list.item(i));
+        return operations;
+    }
+
+    void expectAllMade() const
+    {
+        if (declared.number() != alive.size())
+            declared.fail("there are " + std::to_string(alive.size()) + " contexts by the end, the root included");
+    }
+
+private:
+    Operation operation(Node const& node)
+    {
+        Word const& word = wordOf(node.item(0));
+        if (node.size() != word.length)
+            node.fail("\"" + std::string(word.spelling) + "\" takes " + std::to_string(word.length - 1) +
+                      " arguments, not " + std::to_string(node.size() - 1));
+        Operation result;
+        result.kind = word.kind;
+        result.context = word.kind == Kind::create ? fresh(node.item(1)) : living(node.item(1));
+        switch (word.kind) {
+        case Kind::set:
+            result.name = property(node.item(2));
+            result.value = node.item(3).value();
+            break;
+        case Kind::link:
+            result.name = property(node.item(2));
+            result.target = living(node.item(3));
+            break;
+        case Kind::remove: result.name = property(node.item(2)); break;
+        case Kind::activate: result.names = names(node.item(2)); break;
+        case Kind::drop: drop(node.item(1)); break;
+        case Kind::create: break;
+        }
+        return result;
+    }
+
+    static Word const& wordOf(Node const& node)
+    {
+        for (Word const& word : s_words)
+            if (node.text() == word.spelling)
+                return word;
+        node.fail("unknown operation \"" + node.text() + "\"");
+    }
+
+    std::size_t fresh(Node const& node)
+    {
+        if (node.number() != alive.size())
+            node.fail("the next new context is number " + std::to_string(alive.size()));
+        alive.push_back(true);
+        return node.number();
+    }
+
+    std::size_t living(Node const& node) const
+    {
+        std::size_t const context = node.number();
+        if (context >= alive.size())
+            node.fail("context " + std::to_string(context) + " has not been made");
+        if (!alive[context])
+            node.fail("context " + std::to_string(context) + " has been dropped");
+        return context;
+    }
+
+    void drop(Node const& node)
+    {
+        if (node.number() == 0)
+            node.fail("the root stays");
+        alive[node.number()] = false;
+    }
+
+    static std::string property(Node const& node)
+    {
+        if (node.text().find('.') != std::string::npos)
+            node.fail("the name of a property has no dot: name the context and what it calls the property");
+        return node.text();
+    }
+
+    static std::vector<std::string> names(Node const& node)
+    {
+        std::vector<std::string> result(node.size());
+        for (std::size_t i = 0; i < result.size(); ++i)
+            result[i] = node.item(i).text();
+        return result;
+    }
+
+    Node declared;
+    std::vector<bool> alive{true};
+};
+
+std::vector<Answer> readAnswers(Node const& list, std::size_t expressions)
+{
+    std::vector<Answer> answers(list.size());
+    for (std::size_t i = 0; i < answers.size(); ++i) {
+        Node const pair = list.item(i);
+        Node const id = pair.item(0);
+        answers[i] = {id.number(), pair.item(1).value()};
+        if (answers[i].expression >= expressions)
+            id.fail("there are only " + std::to_string(expressions) + " expressions");
+        if (i > 0 && answers[i].expression <= answers[i - 1].expression)
+            id.fail("the expressions of a step stand in ascending order");
+    }
+    return answers;
+}
+
+std::vector<studio::data::PropertyValue> readInitialValues(Node const& list, std::size_t expressions)
+{
+    if (list.size() != expressions)
+        list.fail("recorded over " + std::to_string(list.size()) + " expressions, but there are " +
+                  std::to_string(expressions));
+    std::vector<studio::data::PropertyValue> values(expressions);
+    for (std::size_t i = 0; i < expressions; ++i)
+        values[i] = list.item(i).value();
+    return values;
+}
+
+}   // namespace
+
+std::vector<Expression> loadExpressions(std::string const& file)
+{
+    nlohmann::json const json = readJson(file);
+    Node const document(file, json);
+    expectFormat(document);
+    Node const list = document.member("expressions");
+    std::vector<Expression> expressions(list.size());
+    for (std::size_t i = 0; i < expressions.size(); ++i) {
+        Node const node = list.item(i);
+        if (Node const id = node.member("id"); id.number() != i)
+            id.fail("expected " + std::to_string(i) + ": the expressions stand in the order of their numbers");
+        Node const text = node.member("expression");
+        try {
+            gel::symbols(text.text());
+        } catch (gel::ParseError const& error) {
+            text.fail("does not parse: " + std::to_string(error.line()) + ":" + std::to_string(error.column()) + ": " +
+                      error.reason());
+        }
+        expressions[i] = {text.text(), node.note("source")};
+    }
+    return expressions;
+}
+
+Recording loadRecording(std::string const& file, std::size_t expressions)
+{
+    nlohmann::json const json = readJson(file);
+    Node const document(file, json);
+    expectFormat(document);
+    OperationReader reader(document.member("contexts"));
+    Recording recording;
+    recording.contexts = document.member("contexts").number();
+    recording.initial = reader.read(document.member("initial"));
+    recording.hasAnswers = document.has("initialValues");
+    if (recording.hasAnswers)
+        recording.initialValues = readInitialValues(document.member("initialValues"), expressions);
+    Node const steps = document.member("steps");
+    recording.steps.resize(steps.size());
+    for (std::size_t i = 0; i < recording.steps.size(); ++i) {
+        Node const node = steps.item(i);
+        Step& step = recording.steps[i];
+        step.operations = reader.read(node.member("ops"));
+        step.during = node.note("during");
+        if (recording.hasAnswers)
+            step.changed = readAnswers(node.member("changed"), expressions);
+    }
+    reader.expectAllMade();
+    return recording;
+}
+
+}   // namespace workbench

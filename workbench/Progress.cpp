@@ -1,0 +1,38 @@
+#include "workbench/Progress.h"
+
+#include <cstdio>
+#include <string>
+
+#include <unistd.h>
+
+namespace workbench {
+
+Progress::Progress(std::size_t total, bool wanted)
+    : total{total},
+      visible{wanted && total > 0 && isatty(STDOUT_FILENO) != 0 && isatty(STDERR_FILENO) != 0},
+      due{std::chrono::steady_clock::now()}
+{}
+
+Progress::~Progress()
+{
+    if (visible)
+        std::fputs("\r\x1b[K", stderr);
+}
+
+void Progress::advance()
+{
+    ++done;
+    if (visible && std::chrono::steady_clock::now() >= due)
+        draw();
+}
+
+void Progress::draw()
+{
+    constexpr std::size_t width = 40;
+    std::size_t const full = done * width / total;
+    std::string const bar = std::string(full, '#') + std::string(width - full, '.');
+    std::fprintf(stderr, "\r[%s] step %zu of %zu", bar.c_str(), done, total);
+    due = std::chrono::steady_clock::now() + std::chrono::milliseconds(50);
+}
+
+}   // namespace workbench

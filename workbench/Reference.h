@@ -1,0 +1,66 @@
+#pragma once
+
+#include "gel/DataSource.h"
+#include "gel/Program.h"
+#include "studio/data/PropertyValue.h"
+#include "workbench/Document.h"
+
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace workbench {
+
+/// The host that does without the library: contexts are maps, and after every step every expression is evaluated anew.
+/// It says what each value has to be, and what finding that out this way costs.
+class Reference {
+public:
+    /// What stands in a property that refers to a context, by the context's number.
+    using Names = std::function<studio::data::PropertyValue(std::size_t context)>;
+
+    Reference(std::vector<Expression> const& expressions, std::vector<Operation> const& initial, Names names);
+
+    /// Applies a step and evaluates everything; the answer is what changed, in ascending order of expressions.
+    std::vector<Answer> step(std::vector<Operation> const& operations);
+
+    std::vector<studio::data::PropertyValue> const& values() const noexcept { return current; }
+
+    /// How many evaluations the steps took, and how long.
+    std::size_t evaluations() const noexcept { return evaluated; }
+    std::chrono::nanoseconds time() const noexcept { return spent; }
+
+private:
+    struct Cell {
+        gel::Value value;
+        std::optional<std::size_t> target;   // the context that it refers to
+    };
+    using Context = std::map<std::string, Cell, std::less<>>;
+
+    class Source final : public gel::DataSource {
+    public:
+        explicit Source(std::map<std::size_t, Context> const& contexts) : contexts{contexts} {}
+        gel::Value lookup(std::string const& symbol) const override;
+
+    private:
+        gel::Value find(std::size_t context, std::string_view path) const;
+
+        std::map<std::size_t, Context> const& contexts;
+    };
+
+    void apply(Operation const& operation);
+    std::vector<studio::data::PropertyValue> evaluateAll() const;
+
+    Names names;
+    std::map<std::size_t, Context> contexts;
+    std::vector<gel::Program> programs;
+    std::vector<studio::data::PropertyValue> current;
+    std::size_t evaluated = 0;
+    std::chrono::nanoseconds spent{};
+};
+
+}   // namespace workbench

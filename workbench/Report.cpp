@@ -1,0 +1,114 @@
+#include "workbench/Report.h"
+
+#include "workbench/Text.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+namespace workbench {
+
+namespace {
+
+constexpr std::size_t TEXT_WIDTH = 72;
+constexpr std::size_t SOURCE_WIDTH = 48;
+
+/// `part` of `whole` with the digits that a small share needs; nothing is 0 %.
+std::string percent(std::size_t part, std::size_t whole)
+{
+    double const share = whole == 0 ? 0 : 100.0 * static_cast<double>(part) / static_cast<double>(whole);
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), share < 10 ? "%.1f %%" : "%.0f %%", share);
+    return text.data();
+}
+
+std::string aligned(std::string const& text, std::size_t width)
+{
+    return std::string(width - std::min(width, text.size()), ' ') + text;
+}
+
+std::string line(std::string const& what, std::string const& text)
+{
+    return what + std::string(16 - std::min<std::size_t>(what.size(), 15), ' ') + text + '\n';
+}
+
+std::string described(Expression const& expression)
+{
+    std::string text = oneLine(expression.text, TEXT_WIDTH);
+    if (!expression.source.empty())
+        text += "   [" + oneLine(expression.source, SOURCE_WIDTH) + "]";
+    return text;
+}
+
+}   // namespace
+
+void Report::opening(std::string const& title, Recording const& recording)
+{
+    out << title << ": " << counted(expressions.size(), "expression") << ", " << counted(recording.contexts, "context")
+        << ", " << counted(recording.steps.size(), "step") << "\n\n";
+}
+
+void Report::step(std::size_t number, Step const& step, StepResult const& result)
+{
+    out << "step " << number;
+    if (!step.during.empty())
+        out << "  " << oneLine(step.during, TEXT_WIDTH);
+    out << "  (" << counted(step.operations.size(), "operation") << ", " << lasting(result.time) << ')';
+    out << (result.changes.empty() ? ": silent\n" : "\n");
+    for (Change const& change : result.changes)
+        out << "  " << aligned(std::to_string(change.expression), 5) << "  " << oneLine(shown(change.from), TEXT_WIDTH)
+            << " -> " << oneLine(shown(change.to), TEXT_WIDTH) << "   in " << described(expressions[change.expression])
+            << '\n';
+}
+
+void Report::summary(Statistics const& statistics)
+{
+    std::size_t const everything = statistics.steps() * expressions.size();
+    out << line("steps", counted(statistics.steps()) + ", each one transaction; " + counted(statistics.silentSteps) +
+                             " of them silent");
+    out << line("operations", counted(statistics.operations));
+    out << line("notifications",
+                counted(statistics.notifications) +
+                    (statistics.mostInStep == 0 ? ""
+                                                : "; most in one step: " + counted(statistics.mostChanges) + " (step " +
+                                                      std::to_string(statistics.mostInStep) + ")"));
+    out << line("time per step", "median " + lasting(statistics.within(0.5)) + ", 90 % within " +
+                                     lasting(statistics.within(0.9)) + ", longest " + lasting(statistics.within(1)) +
+                                     "; all steps " + lasting(statistics.total()));
+    out << line("evaluations", counted(everything) +
+                                   " for a host that evaluates everything after each step, to find the " +
+                                   percent(statistics.notifications, everything) + " that changed");
+    busiest(statistics);
+}
+
+void Report::busiest(Statistics const& statistics)
+{
+    std::vector<std::size_t> const ranking = statistics.busiest(10);
+    if (ranking.empty())
+        return;
+    out << "\nbusiest expressions, by changes\n";
+    for (std::size_t const expression : ranking)
+        out << aligned(counted(statistics.changesOf[expression]), 8) << "  " << described(expressions[expression])
+            << '\n';
+}
+
+void Report::comparison(Reference const& reference, Statistics const& statistics)
+{
+    out << '\n'
+        << line("in comparison", "a host that evaluates everything: " + counted(reference.evaluations()) +
+                                     " evaluations in " + lasting(reference.time()) + "; all steps here took " +
+                                     lasting(statistics.total()));
+}
+
+void Report::verdict(std::string const& against, Check const& check, Statistics const& statistics)
+{
+    out << '\n'
+        << against << ": " << counted(check.differences(), "difference") << " in "
+        << counted(expressions.size(), "initial value") << " and " << counted(statistics.steps(), "step") << '\n';
+    for (std::string const& difference : check.first())
+        out << "  " << difference << '\n';
+    if (check.differences() > check.first().size())
+        out << "  and " << counted(check.differences() - check.first().size()) << " more\n";
+}
+
+}   // namespace workbench

@@ -1,0 +1,112 @@
+#include "workbench/Session.h"
+
+#include "studio/data/ContextProvider.h"
+#include "studio/data/ExpressionEngine.h"
+#include "studio/data/ExpressionHandle.h"
+#include "tarn/zero/Model.h"
+#include "tarn/zero/ModelImpl.h"
+#include "tarn/zero/Transaction.h"
+
+#include <boost/none.hpp>
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+namespace workbench {
+
+using studio::data::ContextProvider;
+using studio::data::ExpressionEngine;
+using studio::data::PropertyValue;
+using Kind = Operation::Kind;
+
+namespace {
+
+/// Sums the callbacks of a step up: per expression the first `from` and the last `to`.
+void netChanges(std::vector<Change>& calls, StepResult& result)
+{
+    std::stable_sort(calls.begin(), calls.end(),
+                     [](Change const& left, Change const& right) { return left.expression < right.expression; });
+    for (auto first = calls.begin(); first != calls.end();) {
+        auto const last =
+            std::find_if(first, calls.end(), [&](Change const& call) { return call.expression != first->expression; });
+        if (last - first > 1)
+            result.toldAgain.push_back(first->expression);
+        if (!(first->from == (last - 1)->to))
+            result.changes.push_back({first->expression, std::move(first->from), std::move((last - 1)->to)});
+        first = last;
+    }
+}
+
+}   // namespace
+
+Session::Session(std::vector<Expression> const& expressions, Recording const& recording)
+    : contexts(recording.contexts), references(recording.contexts), told(expressions.size())
+{
+    contexts[0] = ContextProvider::create();
+    references[0] = PropertyValue(contexts[0]);
+    apply(recording.initial);
+    engine = std::make_unique<ExpressionEngine>(contexts[0]);
+    handles.reserve(expressions.size());
+    for (std::size_t i = 0; i < expressions.size(); ++i)
+        subscribe(i, expressions[i].text);
+    calls.clear();
+}
+
+Session::~Session() = default;
+
+StepResult Session::run(Step const& step)
+{
+    StepResult result;
+    auto const start = std::chrono::steady_clock::now();
+    apply(step.operations);
+    result.time = std::chrono::steady_clock::now() - start;
+    result.notifications = calls.size();
+    netChanges(calls, result);
+    calls.clear();
+    return result;
+}
+
+void Session::subscribe(std::size_t expression, std::string const& text)
+{
+    handles.push_back(
+        engine->acquireExpression(text, [this, expression](std::string const&, PropertyValue const& value) {
+            calls.push_back({expression, std::exchange(told[expression], value), value});
+        }));
+}
+
+void Session::apply(std::vector<Operation> const& operations)
+{
+    tarn::zero::Model const model = contexts[0]->getModel();
+    tarn::zero::Transaction transaction = model->beginTransaction(true);
+    for (Operation const& operation : operations)
+        apply(operation);
+    transaction.commit(boost::none);
+}
+
+void Session::apply(Operation const& operation)
+{
+    std::shared_ptr<ContextProvider>& context = contexts[operation.context];
+    switch (operation.kind) {
+    case Kind::create:
+        context = ContextProvider::create();
+        references[operation.context] = PropertyValue(context);
+        break;
+    case Kind::set: write(operation, operation.value); break;
+    case Kind::remove: context->removeProperty(operation.name); break;
+    case Kind::link: write(operation, references[operation.target]); break;
+    case Kind::drop: context.reset(); break;
+    case Kind::activate: context->setActiveContexts(operation.names); break;
+    }
+}
+
+void Session::write(Operation const& operation, PropertyValue const& value)
+{
+    ContextProvider& context = *contexts[operation.context];
+    if (context.hasProperty(operation.name))
+        context.setPropertyValue(operation.name, value);
+    else
+        context.addProperty(operation.name, value);
+}
+
+}   // namespace workbench

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "studio/data/PropertyValue.h"
+#include "workbench/Document.h"
+#include "workbench/StepResult.h"
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace studio::data {
+class ContextProvider;
+class ExpressionEngine;
+class ExpressionHandle;
+}   // namespace studio::data
+
+namespace workbench {
+
+/// A host at work: live contexts, an engine over them, and a subscription to every expression.
+class Session {
+public:
+    /// Makes the initial contexts in one transaction, then subscribes: `values()` holds the initial values.
+    Session(std::vector<Expression> const& expressions, Recording const& recording);
+    Session(Session const&) = delete;
+    Session& operator=(Session const&) = delete;
+    ~Session();
+
+    /// Applies the operations of a step in one transaction of the shared model.
+    StepResult run(Step const& step);
+
+    /// What each expression's callback was told last.
+    std::vector<studio::data::PropertyValue> const& values() const noexcept { return told; }
+
+    /// The value that stands in a property that refers to a context; it still names a context that was dropped.
+    studio::data::PropertyValue reference(std::size_t context) const { return references[context]; }
+
+private:
+    void apply(std::vector<Operation> const& operations);
+    void apply(Operation const& operation);
+    void write(Operation const& operation, studio::data::PropertyValue const& value);
+    void subscribe(std::size_t expression, std::string const& text);
+
+    // Handles go first, then the engine, then the contexts.
+    std::vector<std::shared_ptr<studio::data::ContextProvider>> contexts;
+    std::vector<studio::data::PropertyValue> references;
+    std::unique_ptr<studio::data::ExpressionEngine> engine;
+    std::vector<studio::data::PropertyValue> told;
+    std::vector<Change> calls;   // of the step that runs: each callback, with what the expression was told before
+    std::vector<std::unique_ptr<studio::data::ExpressionHandle>> handles;
+};
+
+}   // namespace workbench
