@@ -66,13 +66,13 @@ missing_packages() {
 
 may_install() { [ "$(id -u)" -eq 0 ] && command -v apt-get >/dev/null; }
 
-# The lists of packages are fetched only if these cannot be had by the lists that are there, or not any more.
+apt() { env DEBIAN_FRONTEND=noninteractive apt-get --yes --quiet --no-remove --no-install-recommends "$@" >&2; }
+
+# All or nothing. The lists of packages are fetched only if what they say now does not do, or is out of date.
 install_packages() {
-    local apt=(env DEBIAN_FRONTEND=noninteractive apt-get --yes --quiet --no-remove --no-install-recommends)
-    if "${apt[@]}" --simulate install "$@" >/dev/null 2>&1 && "${apt[@]}" install "$@" >&2; then
-        return
-    fi
-    "${apt[@]}" update >&2 && "${apt[@]}" install "$@" >&2
+    apt --simulate install "$@" >/dev/null 2>&1 || apt update
+    apt --simulate install "$@" >/dev/null 2>&1 || return 1
+    apt install "$@" || { apt update && apt install "$@"; }
 }
 
 # The headers of Boost 1.81 need no installation, and so no rights.
@@ -85,8 +85,7 @@ unpack_boost() {
     (
         cd "$download"
         chmod 755 .
-        apt-get --quiet download libboost1.81-dev >&2 || { may_install && apt-get --quiet update >&2 &&
-            apt-get --quiet download libboost1.81-dev >&2; }
+        apt download libboost1.81-dev || { may_install && apt update && apt download libboost1.81-dev; }
     ) && dpkg -x "$download"/libboost1.81-dev_*.deb .deps
     rm -rf "$download"
     boost_is_there

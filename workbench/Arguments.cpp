@@ -11,8 +11,9 @@ struct Flag {
     bool Arguments::*field;
 };
 constexpr std::array s_flags{
-    Flag{"--help", &Arguments::help},   Flag{"-h", &Arguments::help},         Flag{"--trace", &Arguments::trace},
-    Flag{"--check", &Arguments::check}, Flag{"--verify", &Arguments::verify}, Flag{"--quiet", &Arguments::quiet},
+    Flag{"--help", &Arguments::help},     Flag{"-h", &Arguments::help},         Flag{"--trace", &Arguments::trace},
+    Flag{"--check", &Arguments::check},   Flag{"--verify", &Arguments::verify}, Flag{"--quiet", &Arguments::quiet},
+    Flag{"--mirror", &Arguments::mirror},
 };
 
 Flag const* flagOf(std::string const& word)
@@ -34,14 +35,14 @@ own: a day at a small editor.
 
   --trace            show every step: which results changed, from what to what
   --check            compare with the answers recorded in the session, values and silence
-                     both; the sample has none recorded, so there this means --verify
+                     both; where none are recorded, as in the sample, --verify instead
   --verify           compare with the answers of a host that evaluates every expression
                      anew after every step, and say what that costs
-  --quiet            print differences only
+  --quiet            no summary: print differences, and with --trace the steps
   --save-sample DIR  write the sample as two files that can be edited and replayed
   -h, --help         print this
 
-Exit code: 0, 1 when --check or --verify found a difference, 2 when the command line or
+Exit code: 0, 1 when a comparison found a difference, 2 when the command line or
 a file cannot be used.
 )";
 

@@ -18,6 +18,7 @@ struct Arguments {
     bool trace = false;
     bool check = false;
     bool verify = false;
+    bool mirror = false;
     bool quiet = false;
     std::string saveSample;    ///< a folder; empty when not asked for
     std::string expressions;   ///< a file; empty for the sample

@@ -75,9 +75,8 @@ void Report::summary(Statistics const& statistics)
     out << line("time per step", "median " + lasting(statistics.within(0.5)) + ", 90 % within " +
                                      lasting(statistics.within(0.9)) + ", longest " + lasting(statistics.within(1)) +
                                      "; all steps " + lasting(statistics.total()));
-    out << line("evaluations", counted(everything) +
-                                   " for a host that evaluates everything after each step, to find the " +
-                                   percent(statistics.notifications, everything) + " that changed");
+    out << line("evaluations", counted(everything) + " in a host that evaluates everything after each step; " +
+                                   percent(statistics.notifications, everything) + " of them would find a change");
     busiest(statistics);
 }
 
@@ -105,10 +104,24 @@ void Report::verdict(std::string const& against, Check const& check, Statistics 
     out << '\n'
         << against << ": " << counted(check.differences(), "difference") << " in "
         << counted(expressions.size(), "initial value") << " and " << counted(statistics.steps(), "step") << '\n';
-    for (std::string const& difference : check.first())
+    differences(check.differences(), check.first());
+}
+
+void Report::verdict(Mirror const& mirror, bool everyStep)
+{
+    out << '\n'
+        << "the mirror of the root, compared " << (everyStep ? "after every step" : "at the end") << ": "
+        << counted(mirror.differences(), "difference") << "; now " << counted(mirror.contexts(), "context") << " with "
+        << counted(mirror.properties(), "value") << '\n';
+    differences(mirror.differences(), mirror.first());
+}
+
+void Report::differences(std::size_t count, std::vector<std::string> const& first)
+{
+    for (std::string const& difference : first)
         out << "  " << difference << '\n';
-    if (check.differences() > check.first().size())
-        out << "  and " << counted(check.differences() - check.first().size()) << " more\n";
+    if (count > first.size())
+        out << "  and " << counted(count - first.size()) << " more\n";
 }
 
 }   // namespace workbench

@@ -2,6 +2,7 @@
 
 #include "workbench/Check.h"
 #include "workbench/Document.h"
+#include "workbench/Mirror.h"
 #include "workbench/Reference.h"
 #include "workbench/Statistics.h"
 #include "workbench/StepResult.h"
@@ -25,9 +26,11 @@ public:
     /// What the host that evaluates everything needed for the same.
     void comparison(Reference const& reference, Statistics const& statistics);
     void verdict(std::string const& against, Check const& check, Statistics const& statistics);
+    void verdict(Mirror const& mirror, bool everyStep);
 
 private:
     void busiest(Statistics const& statistics);
+    void differences(std::size_t count, std::vector<std::string> const& first);
 
     std::ostream& out;
     std::vector<Expression> const& expressions;

@@ -32,6 +32,8 @@ public:
     /// What each expression's callback was told last.
     std::vector<studio::data::PropertyValue> const& values() const noexcept { return told; }
 
+    std::shared_ptr<studio::data::ContextProvider> const& root() const noexcept { return contexts[0]; }
+
     /// The value that stands in a property that refers to a context; it still names a context that was dropped.
     studio::data::PropertyValue reference(std::size_t context) const { return references[context]; }
 

@@ -2,6 +2,7 @@
 #include "workbench/Check.h"
 #include "workbench/Document.h"
 #include "workbench/Json.h"
+#include "workbench/Mirror.h"
 #include "workbench/Progress.h"
 #include "workbench/Reference.h"
 #include "workbench/Report.h"
@@ -75,6 +76,9 @@ ExitCode replay(Arguments const& arguments, Material const& material)
                           [&](std::size_t context) { return session.reference(context); });
         evaluated.initial(reference->values(), session.values());
     }
+    std::optional<Mirror> mirror;
+    if (arguments.mirror)
+        mirror.emplace(session.root());
     if (!arguments.quiet)
         report.opening(title, recording);
     {
@@ -88,6 +92,8 @@ ExitCode replay(Arguments const& arguments, Material const& material)
                 recorded.step(number, step.changed, result);
             if (reference)
                 evaluated.step(number, reference->step(step.operations), result);
+            if (mirror && arguments.check)
+                mirror->compare("step " + std::to_string(number));
             if (arguments.trace)
                 report.step(number, step, result);
             progress.advance();
@@ -104,7 +110,14 @@ ExitCode replay(Arguments const& arguments, Material const& material)
         report.verdict("against the recorded answers", recorded, statistics);
     if (reference && (!arguments.quiet || evaluated.differences() > 0))
         report.verdict("against evaluating everything", evaluated, statistics);
-    return recorded.differences() + evaluated.differences() == 0 ? GOOD : DIFFERENT;
+    std::size_t differences = recorded.differences() + evaluated.differences();
+    if (mirror) {
+        mirror->compare("at the end");
+        if (!arguments.quiet || mirror->differences() > 0)
+            report.verdict(*mirror, arguments.check);
+        differences += mirror->differences();
+    }
+    return differences == 0 ? GOOD : DIFFERENT;
 }
 
 ExitCode run(std::vector<std::string> const& words)

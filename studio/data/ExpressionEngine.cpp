@@ -144,6 +144,7 @@ void ExpressionEngine::acquireSymbol(std::string const& symbol, std::string cons
     auto const entry = symbolExpressions.try_emplace(symbol).first;
     entry->second.insert(text);
     auto const binding = bindings.try_emplace(entry->first).first;
+    binding->second.provisional |= ContextProvider::sharedModel()->isInTransaction();
     bindPath(*binding, 0, rootProvider);
 }
 
@@ -208,7 +209,7 @@ void ExpressionEngine::bindLeaf(Bindings::value_type& symbol, unsigned long offs
         removeLeaf(name, {symbol.first, offset}, provider); // no empty entries
         throw;
     }
-    symbol.second.mixed |= !own.empty() && own.back().offset >= offset;
+    symbol.second.provisional |= !own.empty() && own.back().offset >= offset;
     own.push_back({provider, offset});
 }
 
@@ -223,7 +224,7 @@ void ExpressionEngine::unbindFrom(Bindings::value_type& symbol, unsigned long of
     });
     own.erase(kept, own.end());
     if (own.empty())
-        symbol.second.mixed = false;
+        symbol.second.provisional = false;
 }
 
 void ExpressionEngine::removeLeaf(std::string_view name, Leaf const& leaf, boost::uuids::uuid const& provider) noexcept

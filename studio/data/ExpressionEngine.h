@@ -109,9 +109,9 @@ private:
     };
     /// A symbol's own side of the table of leaves: what it holds there, and who reads it.
     struct Binding {
-        std::vector<BoundLeaf> leaves;        // in the order of the path, unless mixed
+        std::vector<BoundLeaf> leaves;        // in the order of the path, unless provisional
         std::vector<Expression*> expressions; // that are whole and not retired
-        bool mixed = false;                   // leaves of two paths: bound anew in a transaction that rolled back
+        bool provisional = false;             // bound inside a transaction: the leaves may be of paths that never were
         std::uint64_t stamp = 0;              // the last report that touched it
         Cut cut{};                            // where that report cuts the path
     };

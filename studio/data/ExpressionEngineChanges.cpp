@@ -98,7 +98,7 @@ void ExpressionEngine::rebind(Bindings::value_type& symbol)
 {
     Binding& binding = symbol.second;
     Cut const cut = binding.cut;
-    if (binding.mixed) {
+    if (binding.provisional) {
         unbindFrom(symbol, 0);
         return bindPath(symbol, 0, rootProvider);
     }

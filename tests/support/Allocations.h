@@ -6,8 +6,11 @@ namespace support {
 
 // The test program's own operator new counts, and can be made to fail. Of the calling thread only.
 
-/// How many allocations there have been.
+/// How many allocations there have been, and of how many bytes in all.
 std::size_t allocationCount() noexcept;
+std::size_t allocatedBytes() noexcept;
+/// How many of them have not been freed; one that another thread frees counts for good.
+std::size_t liveAllocations() noexcept;
 
 /// Lets one allocation throw `std::bad_alloc`: the one after the next `skipped`. Ends with its scope.
 class FailingAllocation {

@@ -23,7 +23,11 @@ Transaction beginFor(ModelElement::Builder const& root)
 
 ModelElement::Builder::Builder(unsigned long propertyCount) : m_set(propertyCount / wordBits + 1) {}
 
-ModelElement::Builder::~Builder() = default;
+ModelElement::Builder::~Builder()
+{
+    if (m_orchestrator)
+        m_orchestrator->removeBuilder(*this);
+}
 
 ModelElement ModelElement::Builder::create(boost::uuids::uuid const& uuid)
 {
@@ -57,7 +61,9 @@ void ModelElement::Builder::clearSet(unsigned long index) noexcept
     m_set[index / wordBits] &= ~(std::uint64_t{1} << index % wordBits);
 }
 
-ModelElement::Builder::Orchestrator::Orchestrator(Builder* root) : m_transaction{beginFor(*root)}
+ModelElement::Builder::Orchestrator::Orchestrator(Builder* root)
+    : m_model{root->model()}
+    , m_transaction{beginFor(*root)}
 {
     m_builders.emplace_back(root, ModelElement{});
     root->m_orchestrator = this;
@@ -66,21 +72,32 @@ ModelElement::Builder::Orchestrator::Orchestrator(Builder* root) : m_transaction
 ModelElement::Builder::Orchestrator::~Orchestrator()
 {
     for (auto const& entry : m_builders)
-        entry.first->m_orchestrator = nullptr;
+        if (entry.first)
+            entry.first->m_orchestrator = nullptr;
 }
 
 void ModelElement::Builder::Orchestrator::addBuilder(Builder* builder)
 {
+    if (builder->m_orchestrator == this)
+        return;
     m_builders.emplace_back(builder, ModelElement{});
-    builder->setModel(m_builders.front().first->model());
+    builder->setModel(m_model);
     builder->m_orchestrator = this;
+}
+
+void ModelElement::Builder::Orchestrator::removeBuilder(Builder const& builder) noexcept
+{
+    for (auto& entry : m_builders)
+        if (entry.first == &builder)
+            entry.first = nullptr;
 }
 
 void ModelElement::Builder::Orchestrator::setCreatedElement(Builder* builder, ModelElement const& element)
 {
-    for (auto& entry : m_builders)
-        if (entry.first == builder)
-            entry.second = element;
+    auto const found = std::find_if(m_builders.rbegin(), m_builders.rend(), // mostly the one added last
+                                    [&](auto const& entry) { return entry.first == builder; });
+    if (found != m_builders.rend())
+        found->second = element;
 }
 
 ModelElement ModelElement::Builder::Orchestrator::getCreatedElement(Builder* builder) const
@@ -92,6 +109,9 @@ ModelElement ModelElement::Builder::Orchestrator::getCreatedElement(Builder* bui
 
 void ModelElement::Builder::Orchestrator::commit()
 {
+    for (std::size_t i = 0; i != m_builders.size(); ++i) // a list that grows: builders bring others
+        if (m_builders[i].first && !m_builders[i].second.get())
+            m_builders[i].first->doCreate(true, boost::uuids::uuid{});
     for (auto const& entry : m_builders)
         if (entry.second)
             entry.second->didCreate();

@@ -70,16 +70,22 @@ public:
     /// Undoes what was not committed.
     ~Orchestrator();
 
-    /// Takes a nested builder in: it makes its element in the same model.
+    /// Takes a nested builder in, once: it makes its element in the same model.
     void addBuilder(Builder* builder);
     void setCreatedElement(Builder* builder, ModelElement const& element);
     /// The element made from `builder`; null if none was made.
     ModelElement getCreatedElement(Builder* builder) const;
-    /// Makes the elements final, after each has been told by `didCreate`.
+    /// Makes what no builder has made yet, tells each element by `didCreate` and makes them final.
     void commit();
 
 private:
-    std::vector<std::pair<Builder*, ModelElement>> m_builders;
+    friend class Builder;
+
+    /// A builder that is going away; what it made stays.
+    void removeBuilder(Builder const& builder) noexcept;
+
+    Model m_model;
+    std::vector<std::pair<Builder*, ModelElement>> m_builders; // null: gone
     Transaction m_transaction;
 };
 

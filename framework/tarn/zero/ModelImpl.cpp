@@ -11,6 +11,12 @@
 
 namespace tarn::zero {
 
+namespace {
+
+constexpr std::size_t mostSpareReports = 8; // commits inside each other's delivery, beyond which memory is asked for
+
+} // namespace
+
 Model::Impl::Impl(ModelSpec const& spec)
     : m_name{spec.name}
     , m_elements{std::make_unique<detail::ElementTable>()}
@@ -106,7 +112,7 @@ void Model::Impl::rollBack(std::uint64_t serial) noexcept
 std::shared_ptr<ReportData> Model::Impl::takeReport()
 {
     if (m_spareReports.empty()) {
-        m_spareReports.reserve(m_spareReports.capacity() + 1); // so that giving it back needs no memory
+        m_spareReports.reserve(mostSpareReports); // so that giving it back needs no memory
         return std::make_shared<ReportData>();
     }
     std::shared_ptr<ReportData> report = std::move(m_spareReports.back());
@@ -117,7 +123,7 @@ std::shared_ptr<ReportData> Model::Impl::takeReport()
 void Model::Impl::giveReport(std::shared_ptr<ReportData> report) noexcept
 {
     if (report.use_count() != 1)
-        return; // somebody keeps it
+        return m_journal->lose(report->m_storages); // somebody keeps it
     report->m_byElement.clear();
     m_journal->recycle(report->m_storages);
     if (m_spareReports.size() < m_spareReports.capacity())

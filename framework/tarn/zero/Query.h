@@ -44,7 +44,8 @@ private:
 template <class C>
 class ConstrainablesOf {
 public:
-    ConstrainablesOf(AbstractQuery const& query, meta::Class const& type, SearchClassMatchMode mode)
+    /// `type` is the class to search for.
+    ConstrainablesOf(AbstractQuery const& query, ModelElement const& type, SearchClassMatchMode mode)
         : m_query{&query}, m_type{type}, m_mode{mode}
     {
     }

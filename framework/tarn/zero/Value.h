@@ -89,8 +89,14 @@ public:
     template <class T>
     void checkCompatible() const
     {
-        if (m_handlers ? *m_handlers->type != typeid(T) : !slotAccepts(typeid(T)))
+        if (!isCompatible<T>())
             reportIncompatible();
+    }
+    /// True if the value can be read as a `T`.
+    template <class T>
+    bool isCompatible() const
+    {
+        return m_handlers ? *m_handlers->type == typeid(T) : slotAccepts(typeid(T));
     }
 
     /// A heap copy; of null, null.

@@ -6,6 +6,7 @@
 #include "tarn/zero/ReportException.h"
 #include "tarn0/messages/Messages.h"
 
+#include <stdexcept>
 #include <utility>
 
 namespace studio::data {
@@ -79,6 +80,8 @@ Property ContextData::Impl::createIntoProperties(Property::BuilderWrapper builde
 
 ContextData ContextData::Impl::cloneTo(tarn::zero::Model const& model, bool cloneUUID) const
 {
+    if (!model)
+        throw std::logic_error{"a copy needs a model"};
     tarn::zero::Transaction transaction = model->beginTransaction(false);
     ContextData const clone = ContextData::create(model, cloneUUID ? identifier() : boost::uuids::uuid{});
     Properties& copies = clone->properties;

@@ -55,11 +55,11 @@ void setRequired(meta::TypedElement const& element, meta::Type const& type)
     element->setUpper(REQUIRED);
 }
 
-} // namespace
+}   // namespace
 
 /// A property; its place among its class's rows is its index.
 struct MetaPackageStudio_data::PropertyRow {
-    char16_t const* name; // null: the class has fewer properties
+    char16_t const* name;   // null: the class has fewer properties
     ValueFlags flags;
     bool isComposite;
     char const* uuid;
@@ -67,8 +67,8 @@ struct MetaPackageStudio_data::PropertyRow {
     bool isUnique;
     bool saysNoDefault;
     Held held;
-    unsigned long opposite;    // an index in the class that it holds; 0: none
-    unsigned long qualifiedBy; // likewise
+    unsigned long opposite;      // an index in the class that it holds; 0: none
+    unsigned long qualifiedBy;   // likewise
 };
 
 struct MetaPackageStudio_data::ClassRow {
@@ -83,26 +83,29 @@ struct MetaPackageStudio_data::ClassRow {
 };
 
 MetaPackageStudio_data::ClassRow const MetaPackageStudio_data::s_contextData{
-    u"ContextData", "studio.data.ContextData", "studio::data::ContextData",
+    u"ContextData",
+    "studio.data.ContextData",
+    "studio::data::ContextData",
     "41062a53-2003-33ce-b973-744a819d2bf1",
-    {{{u"activeContexts", ValueFlags::OrderedValues, false, "c3756432-d277-3c50-9501-1cdc00c51e2d",
-       true, false, false, Held::Text, 0, 0},
-      {u"properties", ValueFlags::KeyedElements, true, "855ded9b-1a58-3c34-9139-cf2b7e39e297",
-       false, true, false, Held::Property, Property::Impl::OWNER, Property::Impl::NAME},
+    {{{u"activeContexts", ValueFlags::OrderedValues, false, "c3756432-d277-3c50-9501-1cdc00c51e2d", true, false, false,
+       Held::Text, 0, 0},
+      {u"properties", ValueFlags::KeyedElements, true, "855ded9b-1a58-3c34-9139-cf2b7e39e297", false, true, false,
+       Held::Property, Property::Impl::OWNER, Property::Impl::NAME},
       {}}},
     "5b62344b-ac02-3efa-9d30-5ca85795de4f",
     "dd1f3c1e-8fad-3080-8dc5-511640a42d36",
     "9eb4e297-4f9a-35ec-83d9-5f6c1327ec9b"};
 
 MetaPackageStudio_data::ClassRow const MetaPackageStudio_data::s_property{
-    u"Property", "studio.data.Property", "studio::data::Property",
+    u"Property",
+    "studio.data.Property",
+    "studio::data::Property",
     "12acc4e4-a131-3f1c-a11f-18d031a04f91",
-    {{{u"name", ValueFlags::Single, false, "8460da61-c9f9-369b-872c-9b0ba5ef9828",
-       true, true, true, Held::Text, 0, 0},
-      {u"value", ValueFlags::Single, false, "4d3a5145-05d2-3cc3-879e-ca60228d0628",
-       true, true, true, Held::PropertyValue, 0, 0},
-      {u"owner", ValueFlags::Single, false, "d92fc30d-fce4-346d-986c-7afd630033cb",
-       true, true, false, Held::ContextData, ContextData::Impl::PROPERTIES, 0}}},
+    {{{u"name", ValueFlags::Single, false, "8460da61-c9f9-369b-872c-9b0ba5ef9828", true, true, true, Held::Text, 0, 0},
+      {u"value", ValueFlags::Single, false, "4d3a5145-05d2-3cc3-879e-ca60228d0628", true, true, true,
+       Held::PropertyValue, 0, 0},
+      {u"owner", ValueFlags::Single, false, "d92fc30d-fce4-346d-986c-7afd630033cb", true, true, false,
+       Held::ContextData, ContextData::Impl::PROPERTIES, 0}}},
     "41d8e36c-79ed-3903-90ae-da0fe6ce0355",
     "59c6e654-395a-3369-bebd-5ae8b64a29ce",
     "f216201a-595e-3c5a-9a3d-49625ee020db"};
@@ -171,7 +174,7 @@ MetaPackageStudio_data::MetaPackageStudio_data()
 MetaPackageStudio_data::~MetaPackageStudio_data()
 {
     for (std::size_t i = 0; i != cleanups.size(); ++i) {
-        std::function<void()> const callback = std::move(cleanups[i]); // it may add another one
+        std::function<void()> const callback = std::move(cleanups[i]);   // it may add another one
         callback();
     }
     retract();
@@ -281,8 +284,7 @@ void MetaPackageStudio_data::instantiate(ClassRow const& row, ClassHandles& hand
     handles.cloneUUID->setIsInput(true);
 }
 
-void MetaPackageStudio_data::weave(ClassRow const& row, ClassHandles const& handles,
-                                   meta::MetaRegistry& registry) const
+void MetaPackageStudio_data::weave(ClassRow const& row, ClassHandles const& handles, meta::MetaRegistry& registry) const
 {
     handles.type->setOwningPackage(dataPackage);
     handles.type->setSuperclass(zero::ModelElement::metaClass());
@@ -365,4 +367,4 @@ MetaPackageStudio_data const* MetaPackageStudio_data::current()
     return s_gone.load(std::memory_order_acquire) ? nullptr : &getInstance();
 }
 
-} // namespace studio::data
+}   // namespace studio::data

@@ -29,7 +29,8 @@ public:
     static tarn::zero::meta::Property contextDataProperty(unsigned long index);
     static tarn::zero::meta::Class propertyClass();
     static tarn::zero::meta::Property propertyProperty(unsigned long index);
-    /// The same classes, borrowed, for class tests; they do not make the package: without it there are no elements.
+    /// The same classes, borrowed, for class tests; null while the package is not whole. They do not make it: before
+    /// it there are no elements.
     static tarn::zero::ModelElement::Impl* contextDataClassImpl() noexcept;
     static tarn::zero::ModelElement::Impl* propertyClassImpl() noexcept;
 
@@ -45,7 +46,7 @@ private:
     /// One element class with its parts, in the order of their making.
     struct ClassHandles {
         tarn::zero::meta::Class type;
-        std::array<tarn::zero::meta::Property, 3> properties; // by index, from 1; null where there is none
+        std::array<tarn::zero::meta::Property, 3> properties;   // by index, from 1; null where there is none
         tarn::zero::meta::Operation cloneTo;
         tarn::zero::meta::Argument model;
         tarn::zero::meta::Argument cloneUUID;
@@ -75,7 +76,7 @@ private:
 
     static ClassRow const s_contextData;
     static ClassRow const s_property;
-    static std::atomic<tarn::zero::ModelElement::Impl*> s_contextDataClass; // null but while the instance is whole
+    static std::atomic<tarn::zero::ModelElement::Impl*> s_contextDataClass;   // null but while the instance is whole
     static std::atomic<tarn::zero::ModelElement::Impl*> s_propertyClass;
 
     tarn::zero::meta::Package rootPackage;
@@ -98,4 +99,4 @@ inline tarn::zero::ModelElement::Impl* MetaPackageStudio_data::propertyClassImpl
     return s_propertyClass.load(std::memory_order_acquire);
 }
 
-} // namespace studio::data
+}   // namespace studio::data

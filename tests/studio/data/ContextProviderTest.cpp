@@ -239,25 +239,42 @@ TEST(DottedName, CallbackOfOneWriteMayDropEveryoneWhoComesAfter)
     EXPECT_EQ(watch.takeHeard(), "c -a -a.b.c -context -c -context b.c -b -b.c -context");
 }
 
+/// Counts reports, without memory of its own.
+struct Counter : tarn::zero::Listener {
+    using Reports = tarn::zero::ReportList<tarn::zero::ShallowChangeReport<Property>>;
+    void transactionCommitted(tarn::zero::ShallowChangeReport<Property> const&) { ++count; }
+    int count = 0;
+};
+
 TEST(DottedName, SteadyWritesAllocateNothing)
 {
-    std::string const shortText(200, 'x');
-    Provider const leaf = providerWith({{"value", shortText}});
+    PropertyValue const texts[] = {std::string(200, 'x'), std::string(200, 'y')};
+    PropertyValue const numbers[] = {1, 2};
+    Provider const leaf = providerWith({{"text", texts[0]}});
     Provider const middle = providerWith({{"a component with a long name", leaf}});
-    Provider const root = providerWith({{"child", middle}, {"own", 0}});
-    support::ContextWatch watch;
-    std::string const names[] = {"own", "child.a component with a long name.value"};
-    PropertyValue const values[] = {1, 2, std::string(200, 'y'), shortText, 1, true};
-    std::size_t before = 0;
-    for (int round = 0; round < 20; ++round) {
-        watch.takeHeard();
-        if (round == 10)
-            before = support::allocationCount();
-        for (std::string const& name : names)
-            for (PropertyValue const& value : values)
-                root->setPropertyValue(name, value);
+    Provider const root = providerWith({{"child", middle}, {"number", numbers[0]}});
+    struct Stream {
+        std::string name;
+        PropertyValue const* values;
+        int reports;
+    };
+    Counter counter;
+    ContextProvider::sharedModel()->addDeepListener(&counter);
+    for (auto const& [name, values, reports] :
+         {Stream{"number", numbers, 100}, Stream{"child.a component with a long name.text", texts, 100},
+          Stream{"child.none.at all", numbers, 0}}) {
+        std::size_t before = 0;
+        for (std::size_t round = 0; round < 110; ++round) {
+            if (round == 10) {
+                before = support::allocationCount();
+                counter.count = 0;
+            }
+            root->setPropertyValue(name, values[round % 2]);
+        }
+        EXPECT_EQ(support::allocationCount(), before) << name;
+        EXPECT_EQ(counter.count, reports) << name;
     }
-    EXPECT_EQ(support::allocationCount() - before, 0u);
+    ContextProvider::sharedModel()->removeListener(&counter);
 }
 
 // ---- the registry, and values that name providers

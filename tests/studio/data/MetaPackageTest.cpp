@@ -2,6 +2,7 @@
 
 #include "studio/data/model/ContextDataImpl.h"
 #include "studio/data/model/PropertyImpl.h"
+#include "support/Allocations.h"
 #include "tarn/zero/ModelImpl.h"
 #include "tarn/zero/meta/MetaRegistry.h"
 #include "tarn/zero/meta/PropertySerializerRegistry.h"
@@ -12,9 +13,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
+#include <stdexcept>
 #include <thread>
+#include <vector>
 
 namespace studio::data {
 
@@ -143,9 +148,9 @@ TEST(MetaPackage, HasItsClassesAndOperations)
     } const cases[] = {{u"studio.data.ContextData", u"studio::data::ContextData",
                         "41062a53-2003-33ce-b973-744a819d2bf1", "5b62344b-ac02-3efa-9d30-5ca85795de4f",
                         "dd1f3c1e-8fad-3080-8dc5-511640a42d36", "9eb4e297-4f9a-35ec-83d9-5f6c1327ec9b"},
-                       {u"studio.data.Property", u"studio::data::Property",
-                        "12acc4e4-a131-3f1c-a11f-18d031a04f91", "41d8e36c-79ed-3903-90ae-da0fe6ce0355",
-                        "59c6e654-395a-3369-bebd-5ae8b64a29ce", "f216201a-595e-3c5a-9a3d-49625ee020db"}};
+                       {u"studio.data.Property", u"studio::data::Property", "12acc4e4-a131-3f1c-a11f-18d031a04f91",
+                        "41d8e36c-79ed-3903-90ae-da0fe6ce0355", "59c6e654-395a-3369-bebd-5ae8b64a29ce",
+                        "f216201a-595e-3c5a-9a3d-49625ee020db"}};
     for (auto const& c : cases) {
         SCOPED_TRACE(c.uuid);
         auto const type = findAs<meta::Class>(c.uuid);
@@ -208,16 +213,17 @@ protected:
 };
 
 /// Ends the process, at once, with a code that tells where.
-#define REQUIRE(condition)                                                                                             \
-    if (!(condition)) {                                                                                                \
-        std::fprintf(stderr, "%s:%d: %s\n", __FILE__, __LINE__, #condition);                                           \
-        std::_Exit(1);                                                                                                 \
+#define REQUIRE(condition)                                                   \
+    if (!(condition)) {                                                      \
+        std::fprintf(stderr, "%s:%d: %s\n", __FILE__, __LINE__, #condition); \
+        std::_Exit(1);                                                       \
     }
 
 bool isForgotten()
 {
-    bool const byName = registry().getType(u"studio.data.ContextData") || registry().getType(u"studio::data::Property")
-        || registry().getType(u"studio.data.PropertyValue");
+    bool const byName = registry().getType(u"studio.data.ContextData") ||
+                        registry().getType(u"studio::data::Property") ||
+                        registry().getType(u"studio.data.PropertyValue");
     return !byName && !find(ROOT_UUID) && !registry().findRootPackage(ROOT_URI);
 }
 
@@ -232,7 +238,7 @@ void replaceAStaleRoot()
     REQUIRE(!first && replacement && find(ROOT_UUID) == replacement);
     REQUIRE(registry().model()->elements().size() == elements);
     REQUIRE(registry().getType(u"studio.data.Property") != Property::metaClass());
-    REQUIRE(zero::isInstance<ContextData>(context)); // of the instance that the process began with
+    REQUIRE(zero::isInstance<ContextData>(context));   // of the instance that the process began with
 
     MetaPackageTest::destroy(second);
     REQUIRE(isForgotten() && !value && !replacement);
@@ -282,6 +288,37 @@ TEST_F(MetaPackageProcess, AMissingTypeLeavesNothingAndTheNextCallTriesAgain)
     EXPECT_EXIT(failForWantOfAType(), ExitedWithCode(0), "");
 }
 
+void failEveryAllocation()
+{
+    auto const failsAt = [](std::size_t allocation, auto const& make) {
+        support::FailingAllocation const failing{allocation};
+        try {
+            make();
+        } catch (std::bad_alloc const&) {}
+        return failing.happened();
+    };
+    std::size_t failures = 0;
+    while (failsAt(failures, [] { meta::MetaRegistry::getInstance(); }))
+        ++failures;
+    REQUIRE(failures > 100);
+
+    std::size_t const elements = registry().model()->elements().size();
+    failures = 0;
+    while (failsAt(failures, [] { MetaPackageStudio_data::getInstance(); })) {
+        REQUIRE(!MetaPackageStudio_data::contextDataClassImpl() && isForgotten());
+        REQUIRE(registry().model()->elements().size() == elements);
+        ++failures;
+    }
+    REQUIRE(failures > 100);
+    REQUIRE(!isForgotten() && Property::Impl::propertyAt(2) == find("4d3a5145-05d2-3cc3-879e-ca60228d0628"));
+    std::exit(0);
+}
+
+TEST_F(MetaPackageProcess, WantOfMemoryLeavesNothingWhereverItStrikes)
+{
+    EXPECT_EXIT(failEveryAllocation(), ExitedWithCode(0), "");
+}
+
 /// Destroyed after the package, if made before it.
 struct Late {
     zero::Model model = zero::Model::create(zero::ModelSpec{});
@@ -290,7 +327,8 @@ struct Late {
     ~Late()
     {
         REQUIRE(isForgotten());
-        REQUIRE(!ContextData::metaClass() && !Property::metaClass() && !MetaPackageStudio_data::propertyProperty(1));
+        REQUIRE(!ContextData::metaClass().get() && !Property::metaClass().get());
+        REQUIRE(!MetaPackageStudio_data::propertyProperty(1).get());
         REQUIRE(context && !zero::isInstance<ContextData>(context) && !context.isA(zero::ModelElement::metaClass()));
         REQUIRE(!context->getPropertyByIndex(1));
         ContextData::create(model, {})->destroy();
@@ -350,8 +388,8 @@ void raceForTheInstance()
     std::atomic<int> whole{0};
     for (int i = 0; i != 8; ++i)
         threads.emplace_back([&] {
-            if (ContextData::metaClass() && MetaPackageStudio_data::contextDataClassImpl()
-                && ContextData::metaClass() == registry().getType(u"studio.data.ContextData"))
+            if (ContextData::metaClass() && MetaPackageStudio_data::contextDataClassImpl() &&
+                ContextData::metaClass() == registry().getType(u"studio.data.ContextData"))
                 ++whole;
         });
     for (std::thread& thread : threads)
@@ -364,5 +402,5 @@ TEST_F(MetaPackageProcess, SeveralThreadsMayComeFirst)
     EXPECT_EXIT(raceForTheInstance(), ExitedWithCode(0), "");
 }
 
-} // namespace
-} // namespace studio::data
+}   // namespace
+}   // namespace studio::data

@@ -12,6 +12,8 @@
 #include <cmath>
 #include <limits>
 #include <random>
+#include <string>
+#include <vector>
 
 namespace studio::data {
 namespace {
@@ -113,6 +115,37 @@ TEST(ParsedText, FailuresAreTheLibrariesOwn)
     EXPECT_THROW(serialized("\xC3"), nlohmann::json::type_error);
     PropertyValueSerializer serializer{tarn::zero::meta::Type{}};
     EXPECT_THROW(serializer.doParseValue({u'"', 0xD800, u'"'}), fl::i18n::ConversionError);
+}
+
+// ---- what the framework asks for, in its own value boxes
+
+TEST(SerializerInTheFramework, HandlesBoxedValues)
+{
+    using tarn::zero::Value;
+    using tarn::zero::ValueMeta;
+    namespace messages = tarn0::messages;
+    PropertyValueSerializer serializer{tarn::zero::meta::Type{}};
+    Value const boxed = serializer.parseValue(u"2.5");
+    EXPECT_EQ(boxed.getValue<PropertyValue>(), PropertyValue(2.5));
+    EXPECT_EQ(serializer.serializeValue(boxed), u"2.5");
+    EXPECT_EQ(serializer.serializeValue(Value{}), u"null");
+    EXPECT_EQ(serializer.createDefaultValue().getValue<PropertyValue>(), PropertyValue());
+    EXPECT_FALSE(serializer.createEmptyOptionalValue().getValue<boost::optional<PropertyValue>>());
+    EXPECT_EQ(serializer.serializeValue(serializer.parseOptionalValue(u"true")), u"true");
+
+    Value const sequence = serializer.combineAsUnmanagedSequenceValue({boxed, serializer.parseValue(u"null"), boxed});
+    EXPECT_TRUE(sequence.meta().isUnmanaged());
+    EXPECT_EQ(sequence.getValue<std::vector<PropertyValue>>(), (std::vector<PropertyValue>{2.5, {}, 2.5}));
+    EXPECT_EQ(boxed.hash(), 0u);
+    EXPECT_EQ(sequence.hash(), serializer.combineAsUnmanagedSequenceValue({boxed, boxed, boxed}).hash());
+
+    EXPECT_THROW(serializer.combineAsUnmanagedSetValue({boxed}),
+                 foundation::core::except::Exception<messages::InvalidValue>);
+    Value const ofAnotherType{ValueMeta{}, "2.5"s};
+    EXPECT_THROW(serializer.serializeValue(ofAnotherType),
+                 foundation::core::except::Exception<messages::CannotCastIncompatibleTypes>);
+    EXPECT_THROW(serializer.combineAsUnmanagedSequenceValue({boxed, ofAnotherType}),
+                 foundation::core::except::Exception<messages::CannotCastIncompatibleTypes>);
 }
 
 // ---- UUIDs: exactly the texts that a lexical cast takes

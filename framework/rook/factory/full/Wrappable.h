@@ -39,8 +39,12 @@ struct RetractHook {
 /// *Lifetime*: the hook's data must outlive its use, which ends when another hook is installed.
 STUDIO_DATA_EXPORT RetractHook installRetractHook(RetractHook hook) noexcept;
 
-/// Lets the host drop its wrapper of `object`. Every destructor of a wrappable class calls it, so that a host hears of
-/// one object more than once; without a hook, or for null, nothing happens.
+/// Lets the host drop its wrapper of `object`; without a hook, or for null, nothing happens.
+///
+/// Every destructor of a wrappable class calls it, so a host hears of one object once per destructor of the chain, each
+/// time at the same address. Whatever the object was, it is a plain `Wrappable` by then: its address may be compared,
+/// nothing may be called on it and nothing read from it. A host that wrapped it again in between, because somebody
+/// still had the pointer, is told again. After the last call the address may be that of another object.
 STUDIO_DATA_EXPORT void retract(Wrappable* object) noexcept;
 
 }   // namespace rook::factory::full

@@ -2,8 +2,10 @@
 
 #include "tarn/zero/ElementStorage.h"
 #include "tarn/zero/ModelImpl.h"
-#include "tarn/zero/Value.h"
+#include "tarn/zero/ReportException.h"
+#include "tarn/zero/meta/Type.h"
 #include "tarn/zero/meta/TypedElement.h"
+#include "tarn0/messages/Messages.h"
 
 #include <utility>
 
@@ -83,10 +85,12 @@ void AbstractOwnedCollection::refuseUnmodifiable() const
         m_owner->refuseProxy();
 }
 
-void* AbstractOwnedCollection::recording() const noexcept
+void AbstractOwnedCollection::refuseValue(Value const& value) const
 {
-    ModelElement::Impl::Storage const* const storage = m_owner ? m_owner->storage() : nullptr;
-    return storage ? const_cast<void*>(storage->oldSlot(m_featureIndex)) : nullptr;
+    auto const name = [](meta::Type const& type) { return type.get() ? type->getQualifiedName() : u"nothing"; };
+    meta::Property const property = getCollectionProperty();
+    reportException(tarn0::messages::CannotAddIncompatibleTypes{
+        name(value.meta().type()), name(property ? property->getType() : meta::Type{})});
 }
 
 AbstractOwnedCollection::Operation::Operation(AbstractOwnedCollection& collection)

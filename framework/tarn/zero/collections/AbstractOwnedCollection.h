@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tarn/zero/Transaction.h"
+#include "tarn/zero/Value.h"
 #include "tarn/zero/collections/ChangeDescriptors.h"
 #include "tarn/zero/collections/Interfaces.h"
 
@@ -44,10 +45,18 @@ protected:
 
     ModelElement::Impl* ownerImpl() const noexcept { return m_owner; }
     void refuseUnmodifiable() const;
-    /// Where the open transaction keeps what the collection held; null if it keeps nothing.
-    void* recording() const noexcept;
+    /// What `value` holds for the collection; throws `CannotAddIncompatibleTypes` if that is no `T`.
+    template <class T>
+    T itemIn(Value const& value) const
+    {
+        if (!value.isCompatible<T>())
+            refuseValue(value);
+        return value.getValue<T>();
+    }
 
 private:
+    [[noreturn]] void refuseValue(Value const& value) const;
+
     ModelElement::Impl* m_owner = nullptr;
     unsigned long m_featureIndex = 0;
     mutable std::atomic<std::int32_t> m_detachedCount{0};

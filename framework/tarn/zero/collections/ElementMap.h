@@ -176,12 +176,21 @@ public:
     {
         std::unique_ptr<typename Base::Proxies> none;
         this->swapProxies(none);
+        try {
+            if (m_memories.newest) // a report that somebody keeps beyond the model
+                m_memories.newest->clearing(this->m_elements);
+        } catch (...) {
+            // Without memory that report forgets what the map held.
+        }
         this->m_elements.clear();
     }
     std::size_t sizeBefore(Old const& old) const noexcept { return old.size(); }
-    bool heldOnlyTheSameElement(Old const& old) const
+    bool heldOnlyTheSameElement(Old const& old) const noexcept
     {
-        return old.size() == 1 && this->size() == 1 && old.elements().front().Uuid() == this->begin()->Uuid();
+        if (old.size() != 1 || this->size() != 1)
+            return false;
+        E const* const left = old.movedOne();
+        return !left || left->Uuid() == this->begin()->Uuid();
     }
     static Kept keep(Old const& old) { return old.elements(); }
     /// A map of its own with those elements under the keys they have now; the first of a key wins.

@@ -8,7 +8,7 @@
 namespace tarn::zero {
 
 /// What can be done with a collection whose type is known only at run time. Values are given as `Value`; one of the
-/// wrong type throws `CannotAddIncompatibleTypes` (an element) or `CannotCastIncompatibleTypes` (a plain value).
+/// wrong type throws `CannotAddIncompatibleTypes`.
 class STUDIO_DATA_EXPORT GenericCollectionInterface {
 public:
     virtual ~GenericCollectionInterface();

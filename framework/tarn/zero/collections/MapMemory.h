@@ -72,27 +72,42 @@ public:
         m_steps.clear();
     }
 
-    /// The elements that the map held, by UUID.
+    /// The elements that the map held: those that left it or moved in it, in order of their first step, then the others
+    /// in order of their keys.
     std::vector<E> elements() const
     {
-        std::set<typename E::Impl*> held;
-        for (E const& element : *m_set)
-            held.insert(element.operator->());
-        for (MapMemory const* memory = m_chain->newest;; memory = memory->m_older) {
-            for (auto step = memory->m_steps.rbegin(); step != memory->m_steps.rend(); ++step)
-                if (step->inserted)
-                    held.erase(step->element.operator->());
-                else
-                    held.insert(step->element.operator->());
-            if (memory == this)
-                break;
-        }
         std::vector<E> list;
-        list.reserve(held.size());
-        for (auto* const impl : held)
-            list.emplace_back(impl);
-        std::sort(list.begin(), list.end(), [](E const& left, E const& right) { return left.Uuid() < right.Uuid(); });
+        std::set<void const*> moved;
+        for (MapMemory const* memory = this; memory; memory = memory->m_newer)
+            for (Step const& step : memory->m_steps)
+                if (moved.insert(step.element.get()).second && !step.inserted) // the first step tells
+                    list.push_back(step.element);
+        for (E const& element : *m_set)
+            if (moved.count(element.get()) == 0)
+                list.push_back(element);
         return list;
+    }
+
+    /// Of a map that held one element: that one, if it left the map or moved in it; else null. Needs no memory.
+    E const* movedOne() const noexcept
+    {
+        auto const left = std::find_if(m_steps.begin(), m_steps.end(), [](Step const& step) {
+            bool const isFirst = !step.element->marked();
+            step.element->mark(true);
+            return isFirst && !step.inserted;
+        });
+        for (Step const& step : m_steps)
+            step.element->mark(false);
+        return left == m_steps.end() ? nullptr : &left->element;
+    }
+
+    /// Empties `set` for good and takes it down for who still asks what the map held.
+    void clearing(Set& set)
+    {
+        while (!set.empty()) {
+            erasing(*set.begin());
+            keepNode(set.extract(set.begin()));
+        }
     }
 
     /// First pass of a roll back: what entered `set` leaves it, under the keys that the elements have now.

@@ -122,6 +122,7 @@ public:
     /// Removes the first equal value; false if there is none.
     bool remove(T const& value)
     {
+        this->refuseUnmodifiable();
         std::size_t const index = indexOf(value);
         if (index == npos)
             return false;
@@ -138,11 +139,11 @@ public:
         this->modify(Kind::Clear, [](Values& values) { values.clear(); });
     }
 
-    void genericAdd(Value const& value) override { push_back(value.getValue<T>()); }
-    void genericRemove(Value const& value) override { remove(value.getValue<T>()); }
+    void genericAdd(Value const& value) override { push_back(this->template itemIn<T>(value)); }
+    void genericRemove(Value const& value) override { remove(this->template itemIn<T>(value)); }
     void genericEnsureAt(std::size_t index, Value const& value) override
     {
-        T const wanted = value.getValue<T>();
+        T const wanted = this->template itemIn<T>(value);
         if (index < this->size())
             replace(index, wanted);
         else

@@ -42,11 +42,10 @@ public:
     }
 
     /// What a `Value` holds of an element: the typed handle, or the plain one.
-    static ModelElement elementIn(Value const& value)
+    ModelElement elementIn(Value const& value) const
     {
-        if (ModelElement const* const plain = value.peekValue<ModelElement>())
-            return *plain;
-        return value.getValue<E>();
+        ModelElement const* const plain = value.peekValue<ModelElement>();
+        return plain ? *plain : this->template itemIn<E>(value);
     }
 
 protected:

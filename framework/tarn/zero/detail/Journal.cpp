@@ -177,6 +177,13 @@ void Journal::recycle(Storages& storages) noexcept
     storages.clear();
 }
 
+void Journal::lose(Storages const& storages) noexcept
+{
+    for (Storage const* const storage : storages)
+        if (Pool* const pool = poolOf(*storage->element().get()))
+            --pool->made;
+}
+
 ModelElement::Impl::Storage& Journal::enter(Impl& element)
 {
     auto const level = static_cast<std::uint32_t>(m_levels.size());

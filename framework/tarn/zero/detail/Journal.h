@@ -53,6 +53,8 @@ public:
 
     /// Takes used storages back for the next transactions.
     void recycle(Storages& storages) noexcept;
+    /// Those will not come back.
+    void lose(Storages const& storages) noexcept;
 
 private:
     struct Level {
@@ -62,7 +64,7 @@ private:
     struct Pool {
         std::type_info const* type; // of the elements; the storages of one class fit each other
         std::vector<Storage*> free;
-        std::size_t made = 0;
+        std::size_t made = 0; // and not lost: `free` has room for them
     };
 
     Storage& enter(Impl& element);

@@ -20,14 +20,14 @@ H make(std::u16string const& name, boost::uuids::uuid const& uuid, Settings cons
 {
     Model const& model = MetaRegistry::getInstance().model();
     Transaction transaction = model->beginTransaction(true);
-    H const element = H::create(model, uuid);
+    H element = H::create(model, uuid);
     element->setName(name);
     settings(element);
     transaction.commit(boost::none);
     return element;
 }
 
-} // namespace
+}   // namespace
 
 AbstractMetaPackage::~AbstractMetaPackage() = default;
 
@@ -87,4 +87,4 @@ boost::uuids::uuid AbstractMetaPackage::parseUuid(std::string const& text)
     return boost::uuids::string_generator{}(text);
 }
 
-} // namespace tarn::zero::meta
+}   // namespace tarn::zero::meta

@@ -36,4 +36,4 @@ protected:
     static boost::uuids::uuid parseUuid(std::string const& text);
 };
 
-} // namespace tarn::zero::meta
+}   // namespace tarn::zero::meta

@@ -25,7 +25,7 @@ void registerBuiltinType(MetaRegistry& registry, Package const& owner, std::stri
     registry.registerTypeNames(type, name, scopedName);
 }
 
-} // namespace
+}   // namespace
 
 void registerBuiltinTypes(MetaRegistry& registry, Package const& owner)
 {
@@ -34,4 +34,4 @@ void registerBuiltinTypes(MetaRegistry& registry, Package const& owner)
     registerBuiltinType<Model>(registry, owner, "Model", "tarn::zero::Model");
 }
 
-} // namespace tarn::zero::meta
+}   // namespace tarn::zero::meta

@@ -1,11 +1,12 @@
 #pragma once
 
+#include "foundation/Export.h"
 #include "tarn/zero/Fwd.h"
 
 namespace tarn::zero::meta {
 
 /// Makes and registers the primitive types that every schema may use, inside the package `owner`, in the open
 /// transaction of the registry's model: "StdString" (`std::string`), "Boolean" (`bool`) and "Model" (`Model`).
-void registerBuiltinTypes(MetaRegistry& registry, Package const& owner);
+STUDIO_DATA_EXPORT void registerBuiltinTypes(MetaRegistry& registry, Package const& owner);
 
-} // namespace tarn::zero::meta
+}   // namespace tarn::zero::meta

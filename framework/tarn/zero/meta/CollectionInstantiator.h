@@ -36,8 +36,11 @@ public:
 
 /// Elements that can be kept in a map: `getName()` gives them a key.
 template <class T>
-concept NamedHandle = requires(typename T::Impl const& element) {
-    { element.getName() } -> std::convertible_to<std::string_view>;
+concept NamedHandle = requires(typename T::Impl const& element)
+{
+    {
+        element.getName()
+        } -> std::convertible_to<std::string_view>;
 };
 
 template <class T>
@@ -53,7 +56,7 @@ public:
         else if constexpr (requires { T::Impl::classImpl(); })
             return detached<ElementSequence<T>>(type);
         else
-            reportException(tarn0::messages::InvalidValue{}); // the root class: nobody checks what goes in
+            reportException(tarn0::messages::InvalidValue{});   // the root class: nobody checks what goes in
     }
     Value createMap(Type const& type) const override
     {
@@ -74,4 +77,4 @@ private:
     }
 };
 
-} // namespace tarn::zero::meta
+}   // namespace tarn::zero::meta

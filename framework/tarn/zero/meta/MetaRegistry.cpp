@@ -41,7 +41,7 @@ bool isInside(ModelElement const& element, ModelElement const& container) noexce
     return false;
 }
 
-} // namespace
+}   // namespace
 
 void detail::ensureKernelClasses()
 {
@@ -152,7 +152,7 @@ void MetaRegistry::unregisterRootPackage(std::u16string const& uri) noexcept
 {
     auto const found = m_rootPackages.find(uri);
     if (found != m_rootPackages.end())
-        forget(Package{found->second}); // a copy: the entry goes with the rest
+        forget(Package{found->second});   // a copy: the entry goes with the rest
 }
 
 Package MetaRegistry::findRootPackage(std::u16string const& uri) const
@@ -187,4 +187,4 @@ bool internal::isEnumType(Type const& type)
     return instantiator && instantiator->isEnum();
 }
 
-} // namespace tarn::zero::meta
+}   // namespace tarn::zero::meta

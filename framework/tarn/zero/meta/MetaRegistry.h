@@ -14,11 +14,11 @@
 namespace foundation {
 template <class T>
 class NeverDestroyed;
-} // namespace foundation
+}   // namespace foundation
 
 namespace tarn::zero {
 class Listener;
-} // namespace tarn::zero
+}   // namespace tarn::zero
 
 namespace tarn::zero::meta {
 
@@ -104,6 +104,6 @@ namespace internal {
 /// True for a type whose values are those of a C++ enumeration.
 STUDIO_DATA_EXPORT bool isEnumType(Type const& type);
 
-} // namespace internal
+}   // namespace internal
 
-} // namespace tarn::zero::meta
+}   // namespace tarn::zero::meta

@@ -55,4 +55,4 @@ void NamedElement::Impl::moveInto(ReferenceCollection* place)
     transaction.commit(boost::none);
 }
 
-} // namespace tarn::zero::meta
+}   // namespace tarn::zero::meta

@@ -9,7 +9,7 @@ namespace tarn::zero::meta {
 namespace detail {
 template <class Impl>
 struct FeaturesOf;
-} // namespace detail
+}   // namespace detail
 
 /// A part of a schema. Schemas consist of elements like any other, in the model of the meta registry, so that what a
 /// transaction adds to a schema is there wholly or not at all. All meta handles count their element, may be null, and
@@ -56,4 +56,4 @@ private:
     std::u16string m_name;
 };
 
-} // namespace tarn::zero::meta
+}   // namespace tarn::zero::meta

@@ -22,12 +22,11 @@ Package::Impl* Package::operator->() const noexcept
 }
 
 Package::Impl::Impl(Model const& model, boost::uuids::uuid const& uuid)
-    : NamedElement::Impl{model, uuid}
-    , m_importedPackages{*this, IMPORTED_PACKAGES}
-    , m_packages{*this, PACKAGES, true}
-    , m_types{*this, TYPES, true}
-{
-}
+    : NamedElement::Impl{model, uuid},
+      m_importedPackages{*this, IMPORTED_PACKAGES},
+      m_packages{*this, PACKAGES, true},
+      m_types{*this, TYPES, true}
+{}
 
 Package::Impl::~Impl() = default;
 
@@ -51,4 +50,4 @@ void Package::Impl::setParentPackage(Package const& parent)
     moveInto(parent.get() ? &parent->getPackagesMutable() : nullptr);
 }
 
-} // namespace tarn::zero::meta
+}   // namespace tarn::zero::meta

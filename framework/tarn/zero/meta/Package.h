@@ -77,4 +77,4 @@ private:
     ElementSequence<Type> m_types;
 };
 
-} // namespace tarn::zero::meta
+}   // namespace tarn::zero::meta

@@ -108,4 +108,4 @@ private:
     Type m_type;
 };
 
-} // namespace tarn::zero::meta
+}   // namespace tarn::zero::meta

@@ -41,4 +41,4 @@ std::unique_ptr<PropertySerializer> PropertySerializerRegistry::unlinkPropertySe
     return serializer;
 }
 
-} // namespace tarn::zero::meta
+}   // namespace tarn::zero::meta

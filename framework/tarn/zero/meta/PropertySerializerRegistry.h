@@ -9,7 +9,7 @@
 namespace foundation {
 template <class T>
 class NeverDestroyed;
-} // namespace foundation
+}   // namespace foundation
 
 namespace tarn::zero::meta {
 
@@ -25,7 +25,8 @@ public:
     PropertySerializerRegistry& operator=(PropertySerializerRegistry const&) = delete;
     ~PropertySerializerRegistry();
 
-    /// Takes the serializer of `type`. A type that has one keeps it. Throws `InvalidValue` for a null type or serializer.
+    /// Takes the serializer of `type`. A type that has one keeps it. Throws `InvalidValue` for a null type or
+    /// serializer.
     void registerPropertySerializer(Type const& type, std::unique_ptr<PropertySerializer> serializer);
     /// Borrowed; null if the type has none.
     PropertySerializer* findPropertySerializer(Type const& type) const;
@@ -35,7 +36,7 @@ public:
 private:
     friend class foundation::NeverDestroyed<PropertySerializerRegistry>;
     struct Entry {
-        Type type; // keeps the key from being used again
+        Type type;   // keeps the key from being used again
         std::unique_ptr<PropertySerializer> serializer;
     };
 
@@ -54,4 +55,4 @@ private:
     std::lock_guard<std::recursive_mutex> m_lock;
 };
 
-} // namespace tarn::zero::meta
+}   // namespace tarn::zero::meta

@@ -75,10 +75,8 @@ StructuredType::Impl* StructuredType::operator->() const noexcept
 }
 
 StructuredType::Impl::Impl(Model const& model, boost::uuids::uuid const& uuid)
-    : Type::Impl{model, uuid}
-    , m_properties{*this, PROPERTIES, true}
-{
-}
+    : Type::Impl{model, uuid}, m_properties{*this, PROPERTIES, true}
+{}
 
 StructuredType::Impl::~Impl() = default;
 
@@ -100,10 +98,8 @@ OperatableType::Impl* OperatableType::operator->() const noexcept
 }
 
 OperatableType::Impl::Impl(Model const& model, boost::uuids::uuid const& uuid)
-    : StructuredType::Impl{model, uuid}
-    , m_operations{*this, OPERATIONS, true}
-{
-}
+    : StructuredType::Impl{model, uuid}, m_operations{*this, OPERATIONS, true}
+{}
 
 OperatableType::Impl::~Impl() = default;
 
@@ -179,4 +175,4 @@ ModelElement::Impl* Interface::Impl::classImpl() noexcept
     return detail::kernelClass<Interface>.load(std::memory_order_acquire);
 }
 
-} // namespace tarn::zero::meta
+}   // namespace tarn::zero::meta

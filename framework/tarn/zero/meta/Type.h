@@ -211,4 +211,4 @@ protected:
     ~Impl() override;
 };
 
-} // namespace tarn::zero::meta
+}   // namespace tarn::zero::meta

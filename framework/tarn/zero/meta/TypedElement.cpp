@@ -179,10 +179,8 @@ Operation::Impl* Operation::operator->() const noexcept
 }
 
 Operation::Impl::Impl(Model const& model, boost::uuids::uuid const& uuid)
-    : TypedElement::Impl{model, uuid}
-    , m_arguments{*this, ARGUMENTS, true}
-{
-}
+    : TypedElement::Impl{model, uuid}, m_arguments{*this, ARGUMENTS, true}
+{}
 
 Operation::Impl::~Impl() = default;
 
@@ -216,4 +214,4 @@ void Operation::Impl::setIsPublic(bool isPublic)
     assign(IS_PUBLIC, m_isPublic, isPublic);
 }
 
-} // namespace tarn::zero::meta
+}   // namespace tarn::zero::meta

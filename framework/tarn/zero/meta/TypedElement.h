@@ -50,7 +50,7 @@ private:
     template <class>
     friend struct detail::FeaturesOf;
 
-    ModelElement m_type; // a Type, which is declared in terms of this class
+    ModelElement m_type;   // a Type, which is declared in terms of this class
     bool m_isOrdered = false;
     unsigned int m_lower = 0;
     unsigned int m_upper = 1;
@@ -58,9 +58,9 @@ private:
 
 /// What a property holds. The codes are part of every schema.
 enum class ValueFlags : unsigned int {
-    Single = 1,       ///< one value
-    OrderedValues = 2, ///< an ordered list of plain values
-    KeyedElements = 5 ///< elements by a key
+    Single = 1,          ///< one value
+    OrderedValues = 2,   ///< an ordered list of plain values
+    KeyedElements = 5    ///< elements by a key
 };
 
 /// One property of a class. Its index is the number by which elements of the class announce and remember changes.
@@ -232,4 +232,4 @@ private:
     ElementSequence<Argument> m_arguments;
 };
 
-} // namespace tarn::zero::meta
+}   // namespace tarn::zero::meta

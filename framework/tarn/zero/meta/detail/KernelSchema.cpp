@@ -17,9 +17,9 @@ using Slot = std::atomic<ModelElement::Impl*>;
 
 struct Row {
     Slot* type;
-    Slot* superclass; // of a row further up; null for the root
+    Slot* superclass;   // of a row further up; null for the root
     char const* name;
-    ElementFactory factory; // empty: abstract
+    ElementFactory factory;   // empty: abstract
     std::unique_ptr<CollectionInstantiator> (*instantiator)();
 };
 
@@ -65,13 +65,13 @@ std::u16string kernelUri(std::string const& path)
 
 Package makePackage(MetaRegistry& registry, std::u16string const& name, std::u16string const& uri)
 {
-    Package const package = Package::create(registry.model(), schemaUuid(uri));
+    Package package = Package::create(registry.model(), schemaUuid(uri));
     package->setName(name);
     package->setUri(uri);
     return package;
 }
 
-} // namespace
+}   // namespace
 
 void makeKernelSchema(MetaRegistry& registry)
 {
@@ -97,7 +97,8 @@ void makeKernelSchema(MetaRegistry& registry)
         type->setIsAbstract(!row.factory);
         type->setOwningPackage(isRoot ? root : metaPackage);
         registry.registerType(type, row.instantiator(), row.factory);
-        registry.registerTypeNames(type, dotted, (isRoot ? "tarn::zero::" : "tarn::zero::meta::") + std::string{row.name});
+        registry.registerTypeNames(type, dotted,
+                                   (isRoot ? "tarn::zero::" : "tarn::zero::meta::") + std::string{row.name});
     }
     registerBuiltinTypes(registry, root);
     registry.registerRootPackage(root);
@@ -105,12 +106,12 @@ void makeKernelSchema(MetaRegistry& registry)
 
 void dropKernelSchema() noexcept
 {
-    for (Slot* const slot : {&kernelClass<ModelElement>, &kernelClass<NamedElement>, &kernelClass<Type>,
-                             &kernelClass<PrimitiveType>, &kernelClass<StructuredType>, &kernelClass<OperatableType>,
-                             &kernelClass<Class>, &kernelClass<Interface>, &kernelClass<TypedElement>,
-                             &kernelClass<Property>, &kernelClass<Operation>, &kernelClass<Argument>,
-                             &kernelClass<Package>})
+    for (Slot* const slot :
+         {&kernelClass<ModelElement>, &kernelClass<NamedElement>, &kernelClass<Type>, &kernelClass<PrimitiveType>,
+          &kernelClass<StructuredType>, &kernelClass<OperatableType>, &kernelClass<Class>, &kernelClass<Interface>,
+          &kernelClass<TypedElement>, &kernelClass<Property>, &kernelClass<Operation>, &kernelClass<Argument>,
+          &kernelClass<Package>})
         slot->store(nullptr, std::memory_order_release);
 }
 
-} // namespace tarn::zero::meta::detail
+}   // namespace tarn::zero::meta::detail

@@ -10,4 +10,4 @@ void makeKernelSchema(MetaRegistry& registry);
 /// Forgets the kernel classes of a registry that could not be made.
 void dropKernelSchema() noexcept;
 
-} // namespace tarn::zero::meta::detail
+}   // namespace tarn::zero::meta::detail

@@ -15,4 +15,4 @@ inline boost::uuids::uuid schemaUuid(std::u16string const& uri)
     return boost::uuids::name_generator_sha1{boost::uuids::ns::url()}(fl::i18n::ustring_to_utf8_lossy(uri));
 }
 
-} // namespace tarn::zero::meta::detail
+}   // namespace tarn::zero::meta::detail

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "rook/factory/CppAndLumenOwned.h"
+#include "studio/data/model/ContextData.h"
+
+#include <boost/core/noncopyable.hpp>
+#include <boost/uuid/uuid.hpp>
+
+#include <functional>
+#include <memory>
+
+namespace studio::data {
+
+class ContextView;
+class HandleRecord;
+
+/// A holder's hold on one context of a view: it reads the view's mirror of the context, and is told once, with an empty
+/// `ContextData`, if the view goes away before it. Changes of the context make no call; they are seen by reading.
+///
+/// Owned by one side, native or host. It may outlive its view: it is then detached, reads empty and is safe to destroy.
+/// All calls come on the thread of the shared model.
+class STUDIO_DATA_EXPORT ContextHandleImpl : public rook::factory::CppAndLumenOwned, private boost::noncopyable {
+public:
+    using Callback = std::function<void(ContextData const& data)>;
+
+    static constexpr char const* TypeName = "ContextHandle";
+    static constexpr char const* ROOKTypeName = "studio.data.ContextHandle";
+
+    /// For `ContextView::acquire`: a handle that no record knows. An empty callback is never called.
+    ContextHandleImpl(boost::uuids::uuid const& id, Callback function, ContextView* owner);
+    /// Releases, then destroys the callback. A callback that runs stays alive until it returns.
+    ~ContextHandleImpl() override;
+
+    /// The view's mirror of the context, which follows it from commit to commit: read it, do not write to it. Empty
+    /// when the handle is detached or the view mirrors the context no more. After `release` it goes on answering what
+    /// the view mirrors, for as long as the view lives.
+    ContextData getData() const;
+
+    /// Calls the callback, if there is one. *Throws* what it throws.
+    void notify(ContextData const& data) const;
+    /// For the record: cuts the handle off for good and tells the holder, with an empty `ContextData`.
+    void detach();
+    /// Gives the hold back. The last one on a context takes its mirror away, and what only that reached. No call is
+    /// made. Again, or when detached, it does nothing. Lets nothing out.
+    void release() noexcept;
+
+    char const* getTypeName() const override { return TypeName; }
+    char const* getFullyQualifiedRookTypeName() const override { return ROOKTypeName; }
+
+private:
+    friend class ContextView;
+    friend class HandleRecord;
+
+    struct Call;
+    struct Life;
+
+    void cutOff() noexcept;
+    ContextView* livingView() const noexcept;
+    void link(ContextHandleImpl*& first) noexcept;
+    void unlink() noexcept;
+
+    boost::uuids::uuid uuid;
+    mutable Callback callback;   // lent to the running call, so that it survives the handle
+    ContextView* view;           // not owned; null once detached, and not to be used without asking livingView
+    bool detached = false;
+
+    std::shared_ptr<Life const> life;   // of the view
+    mutable Call* running = nullptr;
+    ContextHandleImpl* next = nullptr;        // in the list of its record
+    ContextHandleImpl** position = nullptr;   // what points here in that list; null in none
+};
+
+}   // namespace studio::data

@@ -1,0 +1,310 @@
+#include "studio/data/ContextView.h"
+
+#include "studio/data/ContextProvider.h"
+#include "studio/data/HandleRecord.h"
+#include "studio/data/ProviderRegistry.h"
+#include "studio/data/detail/ViewChange.h"
+#include "studio/data/detail/ViewGraph.h"
+#include "studio/data/detail/ViewLife.h"
+
+#include <iterator>
+#include <vector>
+
+namespace studio::data {
+
+namespace {
+
+/// A provider that cannot be shared, because it is being destroyed or was never whole, is none.
+std::shared_ptr<ContextProvider> livingProvider(boost::uuids::uuid const& id)
+{
+    try {
+        return model::getContextProvider(id);
+    } catch (std::bad_weak_ptr const&) {
+        return nullptr;
+    }
+}
+
+/// A clone on the way of a walk, and where the walk stands in it. Chains of contexts may be long: no walk recurses.
+struct Place {
+    explicit Place(ContextData const& context) : clone{context}, next{context->getProperties().begin()} {}
+
+    ContextData clone;
+    ContextData::Impl::Properties::const_iterator next;
+};
+
+/// Calls `enter(uuid)` for each UUID that a property of `clone` holds, in order of names; it answers the clone to walk
+/// on into before the next property, or null.
+template <class Enter>
+void walk(ContextData const& clone, Enter const& enter)
+{
+    if (!clone)
+        return;
+    std::vector<Place> way{Place{clone}};
+    while (!way.empty()) {
+        Place& here = way.back();
+        if (here.next == here.clone->getProperties().end()) {
+            way.pop_back();
+            continue;
+        }
+        PropertyValue const& value = (*here.next++)->getValue();
+        if (!value.isUUID())
+            continue;
+        if (ContextData const found = enter(value.getUUID()))
+            way.emplace_back(found);
+    }
+}
+
+}   // namespace
+
+ContextView::ContextView(tarn::zero::Model const& given)
+    : model{given ? given : tarn::zero::Model::create(tarn::zero::ModelSpec{})},
+      graph{std::make_unique<detail::ViewGraph>()},
+      life{std::make_shared<ContextHandleImpl::Life>(ContextHandleImpl::Life{this})}
+{
+    ContextProvider::sharedModel()->addDeepListener(this);
+}
+
+ContextView::~ContextView()
+{
+    ContextProvider::sharedModel()->removeListener(this);
+    life->ending = true;
+    while (!records.empty()) {
+        HandleRecord* const record = records.begin()->second;
+        records.erase(records.begin());
+        delete record;   // its callbacks may end others
+    }
+    life->view = nullptr;
+    data.clear();
+    model = tarn::zero::Model{};
+    tearDown();
+}
+
+std::unique_ptr<ContextView> ContextView::create(tarn::zero::Model const& model)
+{
+    auto view = std::make_unique<ContextView>(model);
+    view->takeNativeOwnership();
+    return view;
+}
+
+std::unique_ptr<ContextHandleImpl> ContextView::acquire(Id const& id, ContextHandleImpl::Callback const& callback)
+{
+    if (life->ending)
+        return nullptr;
+    auto const watched = life;
+    Id const context = id;   // a listener may take the caller's along
+    // First, so that nobody's code runs between finding the record and entering the handle.
+    auto handle = std::make_unique<ContextHandleImpl>(context, callback, this);
+    handle->takeNativeOwnership();
+    // Listeners on the view's model may end the record that was just made, or the view.
+    if (watched->ending || !createRecord(context) || watched->ending)
+        return nullptr;
+    HandleRecord* const record = getRecord(context);
+    if (!record)
+        return nullptr;
+    try {
+        record->add(*handle);
+    } catch (...) {
+        undoEmptyRecord(context);
+        throw;
+    }
+    return handle;
+}
+
+void ContextView::release(ContextHandleImpl* handle) noexcept
+{
+    HandleRecord* const record = handle ? getRecord(handle->uuid) : nullptr;
+    if (!record || !record->remove(*handle))
+        return;
+    undoEmptyRecord(handle->uuid);
+}
+
+ContextData ContextView::getData(Id const& id) const
+{
+    auto const found = data.find(id);
+    return found == data.end() ? ContextData{} : found->second;
+}
+
+HandleRecord* ContextView::getRecord(Id const& id) const
+{
+    auto const found = records.find(id);
+    return found == records.end() ? nullptr : found->second;
+}
+
+HandleRecord* ContextView::createRecord(Id const& id)
+{
+    if (life->ending)
+        return nullptr;
+    HandleRecord* const present = getRecord(id);
+    if (present && liveData(id))
+        return present;
+    std::shared_ptr<ContextProvider> const provider = present ? present->provider : livingProvider(id);
+    if (!provider)
+        return nullptr;
+    auto const watched = life;
+    Id const context = id;
+    try {
+        refresh();
+        Change change{*this};
+        ContextData const clone = cloneData(context);
+        if (clone) {
+            // By design: a context that was reached before keeps the clone it has, and this one stays beside it.
+            if (!liveData(context))
+                enter(context, clone);
+            createClosure(clone);
+            graph->addRecord(context);
+            if (!present) {
+                auto record = std::make_unique<HandleRecord>(provider);
+                records.emplace(context, record.get());
+                static_cast<void>(record.release());
+            }
+        }
+        change.commit();
+    } catch (...) {
+        if (watched->view)
+            undoEmptyRecord(context);
+        throw;
+    }
+    return watched->view ? getRecord(context) : nullptr;
+}
+
+void ContextView::destroyRecord(HandleRecord* record)
+{
+    if (!record)
+        return;
+    Id const id = record->provider->getId();
+    auto const entry = records.find(id);
+    if (entry == records.end() || entry->second != record)
+        return;
+    auto const watched = life;
+    records.erase(entry);
+    graph->removeRecord(id);
+    delete record;   // runs callbacks, and what hears of the provider's end
+    if (watched->view)
+        discardOrphans();
+}
+
+ContextData ContextView::cloneData(Id const& id)
+{
+    tarn::zero::ModelElement const found = ContextProvider::sharedModel()->findElement(id, 1);
+    ContextData::Impl const* const source = tarn::zero::elementCast<ContextData>(found);
+    return source ? source->cloneTo(model, true) : ContextData{};
+}
+
+void ContextView::createClosure(ContextData const& clone)
+{
+    refresh();
+    Change change{*this};
+    walk(clone, [this](Id const& id) { return mirrorOne(id); });
+    change.commit();
+}
+
+void ContextView::mirror(Id const& id)
+{
+    if (ContextData const clone = mirrorOne(id))
+        createClosure(clone);
+}
+
+/// The new clone of a context; null if it has one, or does not exist.
+ContextData ContextView::mirrorOne(Id const& id)
+{
+    if (liveData(id))
+        return ContextData{};
+    ContextData const clone = cloneData(id);
+    if (clone)
+        enter(id, clone);
+    return clone;
+}
+
+void ContextView::removeDescendents(ContextData const& clone, IdSet& pending) const
+{
+    walk(clone, [&](Id const& id) { return pending.erase(id) != 0 ? getData(id) : ContextData{}; });
+}
+
+void ContextView::removeDescendents(HandleRecord* record, IdSet& pending) const
+{
+    if (!record)
+        return;
+    Id const id = record->provider->getId();
+    if (pending.erase(id) != 0)
+        removeDescendents(getData(id), pending);
+}
+
+void ContextView::discardOrphans()
+{
+    refresh();
+    std::vector<Id> const orphans = graph->orphans();
+    if (orphans.empty())
+        return;
+    std::vector<ContextData> clones;
+    clones.reserve(orphans.size());
+    for (Id const& id : orphans)
+        clones.push_back(getData(id));
+    Change change{*this};
+    for (ContextData const& clone : clones)
+        if (clone)
+            clone->destroy();
+    for (Id const& id : orphans) {
+        data.erase(id);
+        graph->leave(id);
+    }
+    graph->settle();
+    change.commit();
+}
+
+/// The clone of that context, borrowed; null if there is none. One that a roll back of somebody else's transaction, or
+/// a holder, has destroyed is forgotten.
+ContextData* ContextView::liveData(Id const& id)
+{
+    auto const found = data.find(id);
+    if (found == data.end())
+        return nullptr;
+    if (found->second)
+        return &found->second;
+    data.erase(found);
+    graph->leave(id);
+    return nullptr;
+}
+
+void ContextView::enter(Id const& id, ContextData const& clone)
+{
+    data.emplace(id, clone);
+    enterGraph(id, clone);
+}
+
+void ContextView::enterGraph(Id const& id, ContextData const& clone)
+{
+    graph->enter(id);
+    for (Property const& property : clone->getProperties())
+        if (property->getValue().isUUID())
+            graph->addReference(id, property->getValue().getUUID());
+}
+
+/// Makes the graph anew if a transaction of the view was rolled back.
+void ContextView::refresh()
+{
+    if (!stale)
+        return;
+    graph->clear();
+    for (auto entry = data.begin(); entry != data.end();)
+        entry = entry->second ? std::next(entry) : data.erase(entry);
+    for (auto const& [id, clone] : data)
+        enterGraph(id, clone);
+    for (auto const& entry : records)
+        graph->addRecord(entry.first);
+    stale = false;
+}
+
+/// Ends the record if it has no handle. Orphans that cannot be discarded now go with the next ones.
+void ContextView::undoEmptyRecord(Id const& id) noexcept
+{
+    HandleRecord* const record = getRecord(id);
+    if (!record || !record->handles.empty())
+        return;
+    try {
+        destroyRecord(record);
+    } catch (...) {
+        // A listener of the view's model threw, and the orphans are gone; or memory was short.
+    }
+}
+
+}   // namespace studio::data

@@ -1,0 +1,43 @@
+#include "studio/data/HandleRecord.h"
+
+#include "studio/data/ContextHandleImpl.h"
+#include "studio/data/ContextProvider.h"
+
+#include <utility>
+
+namespace studio::data {
+
+HandleRecord::HandleRecord(std::shared_ptr<ContextProvider> contextProvider) noexcept
+    : provider{std::move(contextProvider)}
+{}
+
+HandleRecord::~HandleRecord()
+{
+    handles.clear();
+    ContextHandleImpl* waiting = nullptr;   // in order of acquisition; a handle that is destroyed leaves the list
+    while (ContextHandleImpl* const handle = newest) {
+        handle->unlink();
+        handle->link(waiting);
+        handle->cutOff();
+    }
+    while (ContextHandleImpl* const handle = waiting) {
+        handle->unlink();
+        handle->detach();
+    }
+}
+
+void HandleRecord::add(ContextHandleImpl& handle)
+{
+    if (handles.insert(&handle).second)
+        handle.link(newest);
+}
+
+bool HandleRecord::remove(ContextHandleImpl& handle) noexcept
+{
+    if (handles.erase(&handle) == 0)
+        return false;
+    handle.unlink();
+    return true;
+}
+
+}   // namespace studio::data

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <boost/core/noncopyable.hpp>
+
+#include <memory>
+#include <unordered_set>
+
+namespace studio::data {
+
+class ContextHandleImpl;
+class ContextProvider;
+
+/// What a view keeps of one context that handles name: the provider, which lives for as long as there are handles, and
+/// the handles. The context's id is the provider's.
+class HandleRecord : private boost::noncopyable {
+public:
+    explicit HandleRecord(std::shared_ptr<ContextProvider> contextProvider) noexcept;
+    /// Takes its handles out, marks all of them detached, and then calls them, in order of acquisition. A callback may
+    /// destroy any of them; one that throws ends the process. Last, the provider goes.
+    virtual ~HandleRecord();
+
+    /// *Throws* `std::bad_alloc`; the handle is not in then.
+    void add(ContextHandleImpl& handle);
+    /// False if the handle is not in this record.
+    bool remove(ContextHandleImpl& handle) noexcept;
+
+    std::shared_ptr<ContextProvider> provider;
+    std::unordered_set<ContextHandleImpl*> handles;
+
+private:
+    ContextHandleImpl* newest = nullptr;   // the same handles, each leading to the one acquired before it
+};
+
+}   // namespace studio::data

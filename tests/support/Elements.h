@@ -1,0 +1,122 @@
+#pragma once
+
+#include "studio/data/model/ContextDataImpl.h"
+#include "studio/data/model/PropertyImpl.h"
+#include "tarn/zero/ModelImpl.h"
+#include "tarn/zero/ReportException.h"
+#include "tarn0/messages/Messages.h"
+
+#include <stdexcept>
+#include <string>
+
+/// The words of a test about elements: make them, show them, tell how an operation ended.
+namespace support {
+
+using studio::data::ContextData;
+using studio::data::Property;
+using studio::data::PropertyValue;
+using tarn::zero::Model;
+using tarn::zero::Transaction;
+
+inline Model newModel()
+{
+    return Model::create(tarn::zero::ModelSpec{});
+}
+
+inline boost::uuids::uuid uuid(std::uint8_t last)
+{
+    boost::uuids::uuid id{};
+    id.data[15] = last;
+    return id;
+}
+
+/// Does it all in one transaction.
+template <class Change>
+void commit(Model const& model, Change const& change)
+{
+    Transaction transaction = model->beginTransaction(true);
+    change();
+    transaction.commit(boost::none);
+}
+
+/// Does it all and undoes it.
+template <class Change>
+void rollBack(Model const& model, Change const& change)
+{
+    Transaction const transaction = model->beginTransaction(true);
+    change();
+}
+
+inline ContextData newContext(Model const& model)
+{
+    return ContextData::create(model, {});
+}
+
+/// A property on its own.
+inline Property newProperty(Model const& model, std::string const& name, PropertyValue const& value = {})
+{
+    Property const property = Property::create(model, {});
+    property->setName(name);
+    property->setValue(value);
+    return property;
+}
+
+/// A property in a context.
+inline Property add(ContextData const& context, std::string const& name, PropertyValue const& value = {})
+{
+    Property const property = newProperty(context->getModel(), name, value);
+    context->getPropertiesMutable().add(property);
+    return property;
+}
+
+/// "x,y: a=1 b=2": the active contexts, and the properties in the order of the map, under the keys that find them.
+inline std::string shown(ContextData const& context)
+{
+    std::string text;
+    for (std::string const& name : context->getActiveContexts())
+        text += (text.empty() ? "" : ",") + name;
+    text += ':';
+    for (Property const& property : context.properties()) {
+        bool const isFound = context.properties()->find(property.name()) == property && property.owner() == context;
+        text += ' ' + property.name() + (isFound ? "=" : "?") + property->getValue().asString();
+    }
+    return text;
+}
+
+template <class Operation>
+std::string standardThrownBy(Operation const& operation)
+{
+    try {
+        operation();
+        return {};
+    } catch (std::out_of_range const&) {
+        return "out_of_range";
+    } catch (std::logic_error const&) {
+        return "logic_error";
+    }
+}
+
+template <class Msg, class... Others, class Operation>
+std::string anyThrownBy(Operation const& operation)
+{
+    try {
+        if constexpr (sizeof...(Others) == 0)
+            return standardThrownBy(operation);
+        else
+            return anyThrownBy<Others...>(operation);
+    } catch (foundation::core::except::Exception<Msg, std::exception> const& exception) {
+        return exception.GetID();
+    }
+}
+
+/// What `operation` threw: the key of a message, "logic_error", "out_of_range", or nothing. Lets others pass.
+template <class Operation>
+std::string thrownBy(Operation const& operation)
+{
+    using namespace tarn0::messages;
+    return anyThrownBy<CannotModifyProxy, UniquenessConstraint, CannotCastIncompatibleTypes, CannotAddIncompatibleTypes,
+                       CannotAddNonExistentObject, CannotAddSecondObject, CannotCreateCrossModelAssociation,
+                       CircularContainment, InvalidValue, ModelFrozen>(operation);
+}
+
+} // namespace support

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "studio/data/model/ContextDataImpl.h"
+#include "studio/data/model/PropertyImpl.h"
+#include "tarn/zero/ChangeReport.h"
+#include "tarn/zero/Listener.h"
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+namespace studio::data {
+class ContextHandleImpl;
+class ContextProvider;
+class ContextView;
+}   // namespace studio::data
+
+namespace workbench {
+
+/// A view with a handle on the root of a session, compared with the providers: every context that the root reaches and
+/// every property. Keeps the first differences, a line each.
+class Mirror : public tarn::zero::Listener {
+public:
+    using Reports = tarn::zero::ReportList<tarn::zero::ShallowChangeReport<studio::data::ContextData>>;
+
+    explicit Mirror(std::shared_ptr<studio::data::ContextProvider> root);
+    ~Mirror() override;
+
+    /// `when` is what the lines begin with.
+    void compare(std::string const& when);
+
+    std::size_t differences() const noexcept { return count; }
+    std::vector<std::string> const& first() const noexcept { return lines; }
+
+    // Of the last comparison.
+
+    std::size_t contexts() const noexcept { return contextCount; }
+    std::size_t properties() const noexcept { return propertyCount; }
+
+    /// Notes which clones have seen a change of their source: from then on their active contexts are the source's.
+    void transactionCommitted(tarn::zero::ShallowChangeReport<studio::data::ContextData> const& report);
+
+private:
+    void compare(std::string const& where, studio::data::ContextProvider const& source);
+    void differs(std::string const& where, std::string const& how);
+
+    static constexpr std::size_t KEPT = 10;
+
+    std::shared_ptr<studio::data::ContextProvider> root;
+    std::unique_ptr<studio::data::ContextView> view;
+    std::unique_ptr<studio::data::ContextHandleImpl> handle;
+    std::unordered_set<tarn::zero::ModelElement> modified;   // clones
+    std::size_t count = 0;
+    std::size_t contextCount = 0;
+    std::size_t propertyCount = 0;
+    std::vector<std::string> lines;
+};
+
+}   // namespace workbench
