@@ -136,7 +136,7 @@ private:
 
     void process(tarn::zero::ReportData const& report);
     void touchProperty(Property::Impl const& property, Batch& batch);
-    void touchContext(boost::uuids::uuid const& id, bool exists, Batch& batch);
+    void touchContext(boost::uuids::uuid const& id, Batch& batch);
     void touch(Leaf const& leaf, bool keepsLeaf, Batch& batch);
     void rebind(Bindings::value_type& symbol);
     void collect(Batch& batch) const;

@@ -3,6 +3,7 @@
 #include "studio/data/ExpressionEngine.h"
 #include "studio/data/ProviderRegistry.h"
 #include "studio/data/detail/ExpressionBatch.h"
+#include "tarn/zero/ModelImpl.h"
 
 #include <algorithm>
 
@@ -37,7 +38,7 @@ void ExpressionEngine::process(tarn::zero::ReportData const& report)
         if (auto const* const property = tarn::zero::elementCast<Property>(element))
             touchProperty(*property, batch);
         else if (kind != ReportData::Kind::Modified && tarn::zero::isInstance<ContextData>(element))
-            touchContext(element.Uuid(), kind == ReportData::Kind::Created, batch);
+            touchContext(element.Uuid(), batch);
     }
     if (batch.symbols.empty())
         return;
@@ -68,11 +69,13 @@ void ExpressionEngine::touchProperty(Property::Impl const& property, Batch& batc
         touch(leaf, true, batch);
 }
 
-void ExpressionEngine::touchContext(boost::uuids::uuid const& id, bool exists, Batch& batch)
+void ExpressionEngine::touchContext(boost::uuids::uuid const& id, Batch& batch)
 {
     auto const context = leaves.find(id);
     if (context == leaves.end())
         return;
+    // What was destroyed may have been a copy under the same UUID.
+    bool const exists = static_cast<bool>(ContextProvider::sharedModel()->findElement(id, 1));
     for (auto const& named : context->second)
         for (Leaf const& leaf : named.second)
             touch(leaf, exists, batch);

@@ -110,7 +110,7 @@ TEST_F(Callbacks, PropertiesAndProvidersMayComeAndGo)
         Provider const child = context({{"v", 1}});
         root->addProperty("child", child);
         root->addProperty("x", 9);
-    }; // the child is dropped here
+    };   // the child is dropped here
     EXPECT_EQ(write(1), "a:x=1; a:x=undefined; b:x=undefined; child.v=1; a:x=9; b:x=9; c:x + 10=19; child.v=undefined; "
                         "b:x=9");
 }
@@ -143,7 +143,7 @@ TEST_F(Callbacks, TwoThousandWritesInsideEachOtherAreFine)
 
 struct Release {
     char const* name;
-    std::vector<char> fromA; // who is released in the callback of a
+    std::vector<char> fromA;   // who is released in the callback of a
     char const* expected;
 };
 class ReleaseInCallback : public Callbacks, public testing::WithParamInterface<Release> {};
@@ -157,7 +157,7 @@ TEST_P(ReleaseInCallback, SkipsTheReleasedAndKeepsTheRest)
     EXPECT_EQ(engine->findExpression("x") != nullptr, a || b);
     EXPECT_EQ(engine->findExpression("x + 10") != nullptr, c != nullptr);
     EXPECT_EQ(engine->findExpressions("x") != nullptr, a || b || c);
-    write(2); // and nothing dangles
+    write(2);   // and nothing dangles
 }
 INSTANTIATE_TEST_SUITE_P(All, ReleaseInCallback,
                          testing::Values(Release{"Own", {'a'}, "a:x=1; b:x=1; c:x + 10=11"},
@@ -171,12 +171,12 @@ TEST_F(Callbacks, ReleasedTextMayBeAcquiredAgainAtOnce)
 {
     onA = [&] {
         a.reset();
-        b.reset(); // the running expression is let go of, and its symbols with it
+        b.reset();   // the running expression is let go of, and its symbols with it
         b = calls->watchAs("new", "x");
         calls->note("acquired " + support::shown(b->getValue()));
     };
     EXPECT_EQ(write(1), "a:x=1; acquired 1; c:x + 10=11");
-    EXPECT_EQ(write(2), "c:x + 10=12; new:x=2"); // the expression is a later one
+    EXPECT_EQ(write(2), "c:x + 10=12; new:x=2");   // the expression is a later one
 }
 
 TEST_F(Callbacks, HandleAcquiredInACallbackHasHadItsCall)
@@ -198,12 +198,13 @@ TEST_F(Callbacks, FirstCallMayDoAllThatOthersMay)
     EXPECT_EQ(calls->take(), "d:x * 2=0; a:x=1; b:x=1; c:x + 10=11; d:x * 2=2");
     std::weak_ptr<int> alive;
     auto const token = std::make_shared<int>(0);
-    Handle const last = engine->acquireExpression("y", [&, held = std::make_shared<int>(1)](auto const& text, auto const&) {
-        alive = held;
-        engine.reset(); // the text, the function and what it holds stay until it returns
-        EXPECT_EQ(text, "y");
-        EXPECT_EQ(alive.use_count() >= 1, true);
-    });
+    Handle const last =
+        engine->acquireExpression("y", [&, held = std::make_shared<int>(1)](auto const& text, auto const&) {
+            alive = held;
+            engine.reset();   // the text, the function and what it holds stay until it returns
+            EXPECT_EQ(text, "y");
+            EXPECT_EQ(alive.use_count() >= 1, true);
+        });
     EXPECT_EQ(engine, nullptr);
     EXPECT_EQ(last->getValue(), PropertyValue());
 }
@@ -213,16 +214,17 @@ TEST_F(Callbacks, RunningFunctionOutlivesItsHandle)
     auto const held = std::make_shared<int>(1);
     std::weak_ptr<int> const watched = held;
     Handle own;
-    own = engine->acquireExpression("y", [&own, mine = std::shared_ptr<int>(held)](std::string const& text, PropertyValue const& value) {
-        if (value == PropertyValue(0))
-            return;
-        own.reset();
-        EXPECT_EQ(*mine, 1);
-        EXPECT_EQ(text, "y");
-        EXPECT_EQ(value, PropertyValue(1));
-    });
+    own = engine->acquireExpression(
+        "y", [&own, mine = std::shared_ptr<int>(held)](std::string const& text, PropertyValue const& value) {
+            if (value == PropertyValue(0))
+                return;
+            own.reset();
+            EXPECT_EQ(*mine, 1);
+            EXPECT_EQ(text, "y");
+            EXPECT_EQ(value, PropertyValue(1));
+        });
     root->setPropertyValue("y", 1);
-    EXPECT_EQ(watched.use_count(), 1); // and goes with the call
+    EXPECT_EQ(watched.use_count(), 1);   // and goes with the call
 }
 
 // ---- the engine
@@ -255,7 +257,7 @@ TEST_F(Callbacks, EngineMayBeReplaced)
         engine.reset();
     };
     EXPECT_EQ(write(1), "a:x=1");
-    EXPECT_EQ(otherCalls->take(), "x=1"); // it was not there when that report was made
+    EXPECT_EQ(otherCalls->take(), "x=1");   // it was not there when that report was made
     write(2);
     EXPECT_EQ(otherCalls->take(), "x=2");
 }
@@ -308,7 +310,7 @@ struct Foreign : tarn::zero::Listener {
 
 TEST_F(Callbacks, ForeignListenerMayCommitBetweenAReportAndTheEngine)
 {
-    Foreign before; // registered after the first engine, before the second
+    Foreign before;   // registered after the first engine, before the second
     ExpressionEngine second{root};
     CallRecorder secondCalls{second};
     Handle const handle = secondCalls.watch("(x ?? 'none') + ',' + (child.v ?? '-')");
@@ -335,10 +337,10 @@ TEST_F(Callbacks, ExceptionEndsThePassOfItsEngineAndTheChangeStays)
     onA = [] { throw Refusal{}; };
     EXPECT_THROW(write(1), Refusal);
     EXPECT_EQ(calls->take(), "a:x=1");
-    EXPECT_EQ(secondCalls.take(), "x=1"); // the other listeners are still served
+    EXPECT_EQ(secondCalls.take(), "x=1");   // the other listeners are still served
     EXPECT_EQ(root->getPropertyValue("x"), PropertyValue(1));
     EXPECT_EQ(b->getValue(), PropertyValue(1));
-    EXPECT_EQ(c->getValue(), PropertyValue(10)); // not evaluated; the next report does it
+    EXPECT_EQ(c->getValue(), PropertyValue(10));   // not evaluated; the next report does it
     EXPECT_EQ(write(2), "a:x=2; b:x=2; c:x + 10=12");
 }
 
@@ -364,4 +366,4 @@ TEST_F(Callbacks, DropOfAProviderLetsNothingOut)
     EXPECT_EQ(calls->take(), "child.v=undefined");
 }
 
-} // namespace
+}   // namespace

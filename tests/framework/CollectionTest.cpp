@@ -203,6 +203,16 @@ TEST(OwnedCollection, TellsWhatItIs)
     EXPECT_EQ(recorder.take(), "~context(active=x,y)");
 }
 
+TEST(OwnedCollection, RefusedStepIsNoStep)
+{
+    World w;
+    support::rollBack(w.model, [&] {
+        EXPECT_EQ(thrownBy([&] { w.map.inverseAdd(w.a); }), "UniquenessConstraint");
+        w.map.inverseRemove(w.c); // is not there
+    });
+    EXPECT_EQ(shown(w.context), same);
+}
+
 TEST(OwnedCollection, SharedCollectionKeepsItsElement)
 {
     auto w = std::make_unique<World>();

@@ -180,6 +180,8 @@ private:
 
     void create()
     {
+        if (m_model->elements().size() > 14)
+            return destroy(); // few enough to meet each other again at the next level
         Id const id = m_elements.size();
         boost::uuids::uuid uuid{};
         if (Id const same = anyId(); same != NONE && m_random.oneIn(4))

@@ -263,6 +263,8 @@ INSTANTIATE_TEST_SUITE_P(
                    "~b(name=a) ~a(name=b); ~C(properties=a,b)"},
         ScriptCase{"ClearUndone", "(s(0]n)", "C x,y: a=2 b'=1 | D : | b'* a* lone | 5",
                    "~b'(name=a) ~a(name=b); ~C(properties=a,b')"},
+        ScriptCase{"ActiveContextsAcrossLevels", "(x(x(x]))", "C x,y,z,z: a=1 b=2 | D : | a* b* lone | 5",
+                   "~C(active=x,y)"},
         ScriptCase{"OutAndInAcrossLevels", "((o)(x(m)))", "C x,y,z: a=1 b=2 | D : | a* b* lone | 5",
                    "~C(active=x,y properties=a,b)"}),
     [](auto const& info) { return info.param.name; });

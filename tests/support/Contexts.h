@@ -62,10 +62,7 @@ public:
     explicit CallRecorder(studio::data::ExpressionEngine& engine) : m_engine{engine} {}
 
     /// Subscribes to `text`; the first call is noted too. `then` runs after each note, the first one's included.
-    Handle hear(std::string const& text, std::function<void()> then = {})
-    {
-        return hearAs("", text, std::move(then));
-    }
+    Handle hear(std::string const& text, std::function<void()> then = {}) { return hearAs("", text, std::move(then)); }
     /// The same, noted under a name, to tell handles of one text apart: "h:x=1".
     Handle hearAs(std::string const& name, std::string const& text, std::function<void()> then = {})
     {
@@ -78,7 +75,10 @@ public:
         return m_engine.acquireExpression(text, call);
     }
     /// The same, without the note of the first call and without its `then`.
-    Handle watch(std::string const& text, std::function<void()> then = {}) { return watchAs("", text, std::move(then)); }
+    Handle watch(std::string const& text, std::function<void()> then = {})
+    {
+        return watchAs("", text, std::move(then));
+    }
     Handle watchAs(std::string const& name, std::string const& text, std::function<void()> then = {})
     {
         std::string const before = m_heard;
@@ -101,4 +101,4 @@ private:
     std::string m_heard;
 };
 
-} // namespace support
+}   // namespace support

@@ -4,11 +4,15 @@
 #include "studio/data/ProviderRegistry.h"
 #include "studio/data/model/ContextDataImpl.h"
 #include "studio/data/model/PropertyImpl.h"
+#include "support/Printers.h"
 #include "tarn/zero/ModelImpl.h"
+
+#include <boost/uuid/uuid_io.hpp>
 
 #include <map>
 #include <memory>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -46,6 +50,20 @@ public:
         clone.active.assign(context.getActiveContexts().begin(), context.getActiveContexts().end());
         return clone;
     }
+    static std::string text(Clone const& clone)
+    {
+        std::ostringstream out;
+        for (auto const& [name, slot] : clone.properties) {
+            out << name << '=' << slot.id << ' ';
+            PrintTo(slot.value, &out);
+            out << "; ";
+        }
+        for (std::string const& name : clone.active)
+            out << name << ' ';
+        return out.str();
+    }
+    static std::string text(ContextData const& data) { return data ? text(read(*data.operator->())) : "none"; }
+    /// The context of that id that providers hold.
     static ContextData::Impl* source(Id const& id)
     {
         return tarn::zero::elementCast<ContextData>(studio::data::ContextProvider::sharedModel()->findElement(id, 1));

@@ -39,4 +39,4 @@ inline std::vector<std::uint64_t> seeds(std::uint64_t fixed)
     return list;
 }
 
-} // namespace support
+}   // namespace support

@@ -16,13 +16,13 @@
 
 namespace support {
 
-/// What contexts hold, as plain maps that are copied to be remembered and compared to be reported. It knows the rules of
-/// names, references and transactions, and is as slow as it is simple.
+/// What contexts hold, as plain maps that are copied to be remembered and compared to be reported. It knows the rules
+/// of names, references and transactions, and is as slow as it is simple.
 class ReferenceStore {
 public:
     using Uuid = boost::uuids::uuid;
     using Value = studio::data::PropertyValue;
-    using PropertyId = std::size_t; // never reused, so that a property put back is not the one taken out
+    using PropertyId = std::size_t;   // never reused, so that a property put back is not the one taken out
 
     struct Property {
         Uuid owner;
@@ -45,7 +45,7 @@ public:
     enum class Kind { Created, Modified, Destroyed };
     struct Change {
         Kind kind;
-        std::optional<PropertyId> property; // none: of the context
+        std::optional<PropertyId> property;   // none: of the context
         Uuid context;
     };
     using Changes = std::vector<Change>;
@@ -153,7 +153,7 @@ public:
         std::size_t const made = m_now.properties.size();
         m_now = std::move(m_before.back());
         m_before.pop_back();
-        m_now.properties.resize(made, {{}, "", {}, false}); // their ids are used up
+        m_now.properties.resize(made, {{}, "", {}, false});   // their ids are used up
     }
     /// Ends the innermost transaction; the outermost one tells what it changed, all in all.
     Changes commit()
@@ -209,9 +209,9 @@ private:
             bool const wasThere = found != before.contexts.end();
             Context const& then = wasThere ? found->second : now;
             // A map counts as unchanged only if it was and is empty, or holds the one element that it held.
-            bool const map = then.mapWrites != now.mapWrites && !(then.properties.empty() && now.properties.empty())
-                && !(then.properties.size() == 1 && now.properties.size() == 1
-                     && then.properties.begin()->second == now.properties.begin()->second);
+            bool const map = then.mapWrites != now.mapWrites && !(then.properties.empty() && now.properties.empty()) &&
+                             !(then.properties.size() == 1 && now.properties.size() == 1 &&
+                               then.properties.begin()->second == now.properties.begin()->second);
             bool const active =
                 then.activeWrites != now.activeWrites && !(then.activeContexts == 0 && now.activeContexts == 0);
             note(wasThere && then.alive, now.alive, map || active, std::nullopt, id);
@@ -220,8 +220,8 @@ private:
     }
 
     State m_now;
-    std::vector<State> m_before;     // of each open transaction
-    std::set<Uuid> m_providers; // that live
+    std::vector<State> m_before;   // of each open transaction
+    std::set<Uuid> m_providers;    // that live
 };
 
-} // namespace support
+}   // namespace support

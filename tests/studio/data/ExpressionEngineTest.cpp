@@ -56,7 +56,8 @@ class ExpressionValue : public testing::TestWithParam<Case> {};
 TEST_P(ExpressionValue, IsWhatTheTextYieldsOverTheRoot)
 {
     Provider const child = context({{"n", 2}});
-    Provider const root = context({{"number", 1.5}, {"yes", true}, {"text", "true"}, {"nothing", {}}, {"child", child}});
+    Provider const root =
+        context({{"number", 1.5}, {"yes", true}, {"text", "true"}, {"nothing", {}}, {"child", child}});
     ExpressionEngine engine{root};
     CallRecorder calls{engine};
     Handle const handle = calls.hear(GetParam().text);
@@ -70,7 +71,8 @@ TEST_P(ExpressionValue, IsWhatTheTextYieldsOverTheRoot)
 INSTANTIATE_TEST_SUITE_P(All, ExpressionValue,
                          testing::Values(Case{"Number", "number * 2", "3"}, Case{"Logical", "yes && true", "true"},
                                          Case{"FalseIsToldToo", "1 > 2", "false"},
-                                         Case{"TextStaysText", "text", "'true'"}, Case{"Undefined", "nothing", "undefined"},
+                                         Case{"TextStaysText", "text", "'true'"},
+                                         Case{"Undefined", "nothing", "undefined"},
                                          Case{"Absent", "absent.x", "undefined"}, Case{"Path", "child.n", "2"},
                                          Case{"ReferenceIsItsText", "child", "id"}, Case{"NoSymbols", "1 + 2", "3"}),
                          [](auto const& info) { return info.param.name; });
@@ -130,7 +132,7 @@ TEST(ExpressionEngine, HandlesAreCalledInOrderOfAcquisitionWhateverWasReleased)
     std::vector<Handle> handles;
     for (char name = 'a'; name <= 'z'; ++name)
         handles.push_back(engine.acquireExpression("x", [&order, name](auto const&, auto const&) { order += name; }));
-    for (std::size_t released : {3, 0, 25, 12, 4, 5, 6, 7, 8, 9, 10, 11, 13, 14, 15, 16})
+    for (std::size_t const released : {3u, 0u, 25u, 12u, 4u, 5u, 6u, 7u, 8u, 9u, 10u, 11u, 13u, 14u, 15u, 16u})
         handles[released].reset();
     handles[3] = engine.acquireExpression("x", [&order](auto const&, auto const&) { order += 'D'; });
     order.clear();
@@ -151,11 +153,11 @@ TEST(ExpressionEngine, ReleasingOneOfTwoExpressionsThatShareASymbolUnbindsBoth)
     root->setPropertyValue("x", 2);
     EXPECT_EQ(calls.take(), "");
     EXPECT_EQ(*engine.findExpressions("x"), (std::unordered_set<std::string>{"x + y"}));
-    root->setPropertyValue("y", 5); // its other symbol still wakes it
+    root->setPropertyValue("y", 5);   // its other symbol still wakes it
     EXPECT_EQ(calls.take(), "x + y=7");
-    Handle const sameText = calls.hear("x + y"); // no new expression, so nothing is bound
+    Handle const sameText = calls.hear("x + y");   // no new expression, so nothing is bound
     root->setPropertyValue("x", 3);
-    Handle const newText = calls.hear("x"); // binds for all, and evaluates nobody else
+    Handle const newText = calls.hear("x");   // binds for all, and evaluates nobody else
     root->setPropertyValue("x", 4);
     EXPECT_EQ(calls.take(), "x + y=7; x=3; x + y=9; x + y=9; x=4");
 }
@@ -224,7 +226,7 @@ TEST(ExpressionEngineFailure, TextThatDoesNotParseLeavesNothingBoundAndMayBeTrie
         EXPECT_THROW(engine.acquireExpression("x +", ignore), gel::ParseError);
         EXPECT_EQ(engine.findExpression("x +"), nullptr);
         EXPECT_EQ(engine.findExpressions("x"), nullptr);
-        engine.updateExpression("x +"); // nobody holds it: nothing to do
+        engine.updateExpression("x +");   // nobody holds it: nothing to do
         engine.updateExpression("never seen");
     }
 }
@@ -237,7 +239,7 @@ TEST(ExpressionEngineFailure, LookUpThatThrowsLeavesTheSymbolsAndTheNextTryWorks
     Handle const other = calls.watch("x");
     EXPECT_THROW(calls.hear("x + broken.y"), std::bad_weak_ptr);
     EXPECT_EQ(engine.findExpression("x + broken.y"), nullptr);
-    root->setPropertyValue("x", 2); // wakes the other one, and not what was never made
+    root->setPropertyValue("x", 2);   // wakes the other one, and not what was never made
     EXPECT_EQ(calls.take(), "x=2");
     root->setPropertyValue("broken", context({{"y", 10}}));
     EXPECT_THROW(root->setPropertyValue("broken", deadEntry()), std::bad_weak_ptr);
@@ -272,8 +274,8 @@ TEST(ExpressionEngineFailure, WalksRefuseAnOffsetBeyondTheSymbol)
     Handle const handle = engine.acquireExpression("x", ignore);
     EXPECT_THROW(engine.acquireLeaf("x", 2, root), std::out_of_range);
     EXPECT_THROW(engine.releaseLeaf("x", 2), std::out_of_range);
-    engine.acquireLeaf("x", 0, nullptr); // a null provider stops the walk
+    engine.acquireLeaf("x", 0, nullptr);   // a null provider stops the walk
 }
 
-} // namespace
-} // namespace studio::data
+}   // namespace
+}   // namespace studio::data
