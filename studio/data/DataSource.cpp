@@ -39,4 +39,4 @@ gel::Value DataSource::toGelValue(PropertyValue const& value)
     return gel::Value{};
 }
 
-} // namespace studio::data
+}   // namespace studio::data

@@ -29,4 +29,4 @@ private:
     std::shared_ptr<ContextProvider> provider;
 };
 
-} // namespace studio::data
+}   // namespace studio::data

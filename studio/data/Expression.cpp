@@ -10,10 +10,7 @@
 namespace studio::data {
 
 Expression::Expression(std::string const& expressionText, ExpressionEngine* owner)
-    : engine{owner}
-    , text{expressionText}
-    , program{text}
-    , number{owner->nextNumber()}
+    : engine{owner}, text{expressionText}, program{text}, number{owner->nextNumber()}
 {
     for (std::string const& symbol : program.symbols()) {
         engine->acquireSymbol(symbol, text);
@@ -86,7 +83,7 @@ void Expression::notifyHandles()
     if (inOrder.empty())
         return;
     Pass const pass{*this};
-    std::size_t const count = inOrder.size(); // handles that a callback acquires have had their first call
+    std::size_t const count = inOrder.size();   // handles that a callback acquires have had their first call
     for (std::size_t i = 0; i != count; ++i)
         if (ExpressionHandle const* const handle = inOrder[i])
             handle->call(*this);
@@ -104,4 +101,4 @@ void Expression::closeGaps() noexcept
     gaps = 0;
 }
 
-} // namespace studio::data
+}   // namespace studio::data

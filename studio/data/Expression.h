@@ -54,12 +54,12 @@ private:
     void closeGaps() noexcept;
 
     gel::Program program;
-    std::vector<ExpressionHandle*> inOrder; // the handles by acquisition; null where one was released
+    std::vector<ExpressionHandle*> inOrder;   // the handles by acquisition; null where one was released
     std::size_t gaps = 0;
     unsigned passes = 0;   // walks over inOrder that are under way
     bool retired = false;
-    std::uint64_t number;  // by acquisition
-    std::uint64_t stamp = 0; // the last report that touched it
+    std::uint64_t number;      // by acquisition
+    std::uint64_t stamp = 0;   // the last report that touched it
 };
 
-} // namespace studio::data
+}   // namespace studio::data

@@ -18,7 +18,7 @@ namespace {
 
 constexpr char SEPARATOR = '.';
 
-} // namespace
+}   // namespace
 
 std::size_t ExpressionEngine::LeafHash::operator()(Leaf const& leaf) const noexcept
 {
@@ -48,8 +48,7 @@ ExpressionEngine::~ExpressionEngine()
             entry.second->retire();
 }
 
-std::unique_ptr<ExpressionHandle> ExpressionEngine::acquireExpression(std::string const& text,
-                                                                      Callback const& callback)
+std::unique_ptr<ExpressionHandle> ExpressionEngine::acquireExpression(std::string const& text, Callback const& callback)
 {
     // By design: a failed construction leaves the empty entry.
     std::shared_ptr<Expression>& entry = expressions[text];
@@ -81,8 +80,8 @@ void ExpressionEngine::releaseExpression(ExpressionHandle* handle) noexcept
     if (!handle->expression)
         return;
     auto const entry = expressions.find(handle->text);
-    if (entry != expressions.end() && entry->second && entry->second->removeHandle(*handle)
-        && entry->second->handles.empty()) {
+    if (entry != expressions.end() && entry->second && entry->second->removeHandle(*handle) &&
+        entry->second->handles.empty()) {
         std::shared_ptr<Expression> const last = std::move(entry->second);
         expressions.erase(entry);
         detach(*last);
@@ -130,7 +129,7 @@ void ExpressionEngine::detach(Expression& expression) noexcept
         if (auto const binding = bindings.find(symbol); binding != bindings.end()) {
             auto& users = binding->second.expressions;
             if (auto const user = std::find(users.begin(), users.end(), &expression); user != users.end()) {
-                *user = users.back(); // order is by the expressions' numbers, not by place
+                *user = users.back();   // order is by the expressions' numbers, not by place
                 users.pop_back();
             }
         }
@@ -173,7 +172,7 @@ void ExpressionEngine::acquireLeaf(std::string_view symbol, unsigned long offset
 
 void ExpressionEngine::releaseLeaf(std::string_view symbol, unsigned long offset)
 {
-    static_cast<void>(symbol.substr(offset)); // refuses an offset past the end
+    static_cast<void>(symbol.substr(offset));   // refuses an offset past the end
     if (auto const binding = bindings.find(symbol); binding != bindings.end())
         unbindFrom(*binding, offset);
 }
@@ -206,7 +205,7 @@ void ExpressionEngine::bindLeaf(Bindings::value_type& symbol, unsigned long offs
         if (!named[name].insert({symbol.first, offset}).second)
             return;
     } catch (...) {
-        removeLeaf(name, {symbol.first, offset}, provider); // no empty entries
+        removeLeaf(name, {symbol.first, offset}, provider);   // no empty entries
         throw;
     }
     symbol.second.provisional |= !own.empty() && own.back().offset >= offset;
@@ -255,4 +254,4 @@ std::string_view ExpressionEngine::componentAt(std::string_view symbol, unsigned
     return rest.substr(0, rest.find(SEPARATOR));
 }
 
-} // namespace studio::data
+}   // namespace studio::data

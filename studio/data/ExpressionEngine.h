@@ -35,12 +35,12 @@ class Expression;
 class STUDIO_DATA_EXPORT ExpressionEngine : public tarn::zero::Listener {
 public:
     using Callback = ExpressionHandle::Callback;
-    using Reports = tarn::zero::ReportList<tarn::zero::DeepChangeReport<Property>,
-                                           tarn::zero::ShallowChangeReport<ContextData>>;
+    using Reports =
+        tarn::zero::ReportList<tarn::zero::DeepChangeReport<Property>, tarn::zero::ShallowChangeReport<ContextData>>;
 
     /// One step of a symbol's path: the component of `symbol` that begins at `offset`.
     struct Leaf {
-        std::string_view symbol; // of a key of symbolExpressions
+        std::string_view symbol;   // of a key of symbolExpressions
         unsigned long offset;
 
         friend bool operator==(Leaf const& left, Leaf const& right) noexcept
@@ -101,7 +101,7 @@ private:
     /// The first place of a path that a report touched.
     struct Cut {
         unsigned long offset;
-        bool keepsLeaf; // the leaf there stays: its context does
+        bool keepsLeaf;   // the leaf there stays: its context does
         friend bool operator<(Cut const& left, Cut const& right) noexcept
         {
             return left.offset != right.offset ? left.offset < right.offset : left.keepsLeaf < right.keepsLeaf;
@@ -109,11 +109,11 @@ private:
     };
     /// A symbol's own side of the table of leaves: what it holds there, and who reads it.
     struct Binding {
-        std::vector<BoundLeaf> leaves;        // in the order of the path, unless provisional
-        std::vector<Expression*> expressions; // that are whole and not retired
-        bool provisional = false;             // bound inside a transaction: the leaves may be of paths that never were
-        std::uint64_t stamp = 0;              // the last report that touched it
-        Cut cut{};                            // where that report cuts the path
+        std::vector<BoundLeaf> leaves;          // in the order of the path, unless provisional
+        std::vector<Expression*> expressions;   // that are whole and not retired
+        bool provisional = false;   // bound inside a transaction: the leaves may be of paths that never were
+        std::uint64_t stamp = 0;    // the last report that touched it
+        Cut cut{};                  // where that report cuts the path
     };
     struct Batch;
     struct Frame;
@@ -146,12 +146,12 @@ private:
     std::unordered_map<std::string, std::unordered_set<std::string>> symbolExpressions;
     std::unordered_map<std::string, std::shared_ptr<Expression>> expressions;
 
-    Bindings bindings; // by the keys of symbolExpressions
+    Bindings bindings;   // by the keys of symbolExpressions
     std::uint64_t lastNumber = 0;
     std::uint64_t lastStamp = 0;
-    Frame* running = nullptr;              // the innermost report under way
-    std::vector<std::unique_ptr<Batch>> spareBatches; // as many as reports were under way at once
+    Frame* running = nullptr;                           // the innermost report under way
+    std::vector<std::unique_ptr<Batch>> spareBatches;   // as many as reports were under way at once
     std::size_t batchCount = 0;
 };
 
-} // namespace studio::data
+}   // namespace studio::data

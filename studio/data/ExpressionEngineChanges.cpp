@@ -95,8 +95,8 @@ void ExpressionEngine::touch(Leaf const& leaf, bool keepsLeaf, Batch& batch)
     binding.cut = cut;
 }
 
-/// Binds a touched symbol as a fresh acquisition would: what lies beyond the cut is unbound, and the path is walked once
-/// from there along the values of now.
+/// Binds a touched symbol as a fresh acquisition would: what lies beyond the cut is unbound, and the path is walked
+/// once from there along the values of now.
 void ExpressionEngine::rebind(Bindings::value_type& symbol)
 {
     Binding& binding = symbol.second;
@@ -109,10 +109,10 @@ void ExpressionEngine::rebind(Bindings::value_type& symbol)
         return unbindFrom(symbol, cut.offset);
     unsigned long const next = cut.offset + componentAt(symbol.first, cut.offset).size();
     if (next == symbol.first.size())
-        return; // the end of the path leads nowhere else
-    auto const here = std::lower_bound(
-        binding.leaves.begin(), binding.leaves.end(), cut.offset,
-        [](BoundLeaf const& leaf, unsigned long offset) { return leaf.offset < offset; });
+        return;   // the end of the path leads nowhere else
+    auto const here =
+        std::lower_bound(binding.leaves.begin(), binding.leaves.end(), cut.offset,
+                         [](BoundLeaf const& leaf, unsigned long offset) { return leaf.offset < offset; });
     boost::uuids::uuid const provider = here->provider;
     unbindFrom(symbol, next);
     bindPath(symbol, cut.offset, cut.offset == 0 ? rootProvider : model::getContextProvider(provider));
@@ -131,4 +131,4 @@ void ExpressionEngine::collect(Batch& batch) const
         std::sort(batch.expressions.begin(), batch.expressions.end(), earlier);
 }
 
-} // namespace studio::data
+}   // namespace studio::data

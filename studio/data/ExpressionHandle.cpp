@@ -22,16 +22,13 @@ struct ExpressionHandle::Call : private boost::noncopyable {
         handle->running = nullptr;
     }
 
-    ExpressionHandle const* handle; // null once the handle is destroyed
+    ExpressionHandle const* handle;   // null once the handle is destroyed
     Callback function;
 };
 
 ExpressionHandle::ExpressionHandle(Expression* watched, Callback const& function)
-    : expression{watched}
-    , callback{function}
-    , text{watched ? watched->text : std::string{}}
-{
-}
+    : expression{watched}, callback{function}, text{watched ? watched->text : std::string{}}
+{}
 
 ExpressionHandle::~ExpressionHandle()
 {
@@ -56,11 +53,11 @@ void ExpressionHandle::notify() const
 
 void ExpressionHandle::call(Expression const& pinned) const
 {
-    PropertyValue const value = pinned.value; // stays what it is while the callback changes things
+    PropertyValue const value = pinned.value;   // stays what it is while the callback changes things
     if (running)
-        return running->function(pinned.text, value); // a change from inside the callback
+        return running->function(pinned.text, value);   // a change from inside the callback
     Call lent{*this};
     lent.function(pinned.text, value);
 }
 
-} // namespace studio::data
+}   // namespace studio::data

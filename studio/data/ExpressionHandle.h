@@ -13,9 +13,9 @@ namespace studio::data {
 
 class Expression;
 
-/// A subscriber's hold on one expression of an engine: the value, and a callback for its changes. Destroying it ends the
-/// subscription, also from inside its own callback. It may outlive its engine: it is then detached, reads undefined and
-/// stays silent.
+/// A subscriber's hold on one expression of an engine: the value, and a callback for its changes. Destroying it ends
+/// the subscription, also from inside its own callback. It may outlive its engine: it is then detached, reads undefined
+/// and stays silent.
 class STUDIO_DATA_EXPORT ExpressionHandle : private boost::noncopyable {
 public:
     using Callback = std::function<void(std::string const& text, PropertyValue const& value)>;
@@ -28,7 +28,8 @@ public:
     /// The value of the last evaluation; undefined when detached.
     PropertyValue getValue() const;
     /// Calls the callback with the text and the value; does nothing when detached. *Throws* what the callback throws,
-    /// `std::bad_function_call` if it is empty. *Lifetime*: the callback stays alive until it returns, whatever it does.
+    /// `std::bad_function_call` if it is empty. *Lifetime*: the callback stays alive until it returns, whatever it
+    /// does.
     void notify() const;
 
 private:
@@ -39,11 +40,11 @@ private:
 
     void call(Expression const& pinned) const;
 
-    Expression* expression;    // not owned; null once detached
-    mutable Callback callback; // lent to the running call, so that it survives the handle
+    Expression* expression;      // not owned; null once detached
+    mutable Callback callback;   // lent to the running call, so that it survives the handle
     std::string text;
     mutable Call* running = nullptr;
-    std::size_t position = 0; // among the handles of its expression
+    std::size_t position = 0;   // among the handles of its expression
 };
 
-} // namespace studio::data
+}   // namespace studio::data

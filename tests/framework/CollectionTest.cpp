@@ -69,7 +69,7 @@ struct Case {
     char const* name;
     std::function<void(World&)> change;
     char const* thrown;
-    std::string state; // of the context; what it was at first where something was thrown
+    std::string state;   // of the context; what it was at first where something was thrown
 };
 char const* const same = "x,y: a=1 b=2";
 
@@ -78,7 +78,7 @@ char const* const same = "x,y: a=1 b=2";
 class OwnedCollection : public testing::TestWithParam<Case> {};
 TEST_P(OwnedCollection, ChangesWhollyOrRefuses)
 {
-    for (bool const isInside : {false, true}) { // of an open transaction
+    for (bool const isInside : {false, true}) {   // of an open transaction
         World w;
         support::ReportRecorder recorder{w.model};
         std::optional<Transaction> transaction;
@@ -114,8 +114,8 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"Clear", [](World& w) { w.strings.clear(); }, "", ": a=1 b=2"},
         Case{"GenericAdd", [](World& w) { w.strings.genericAdd(boxed(std::string{"z"})); }, "", "x,y,z: a=1 b=2"},
         Case{"GenericAddOfEmpty", [](World& w) { w.strings.genericAdd(Value{}); }, "", "x,y,: a=1 b=2"},
-        Case{"GenericAddOfAnotherType", [](World& w) { w.strings.genericAdd(boxed(1)); },
-             "CannotAddIncompatibleTypes", same},
+        Case{"GenericAddOfAnotherType", [](World& w) { w.strings.genericAdd(boxed(1)); }, "CannotAddIncompatibleTypes",
+             same},
         Case{"GenericRemove", [](World& w) { w.strings.genericRemove(boxed(std::string{"y"})); }, "", "x: a=1 b=2"},
         Case{"GenericEnsureAt", [](World& w) { w.strings.genericEnsureAt(1, boxed(std::string{"z"})); }, "",
              "x,z: a=1 b=2"},
@@ -123,8 +123,10 @@ INSTANTIATE_TEST_SUITE_P(
              "x,y,z: a=1 b=2"},
         Case{"GenericEnsureAtPastTheEnd", [](World& w) { w.strings.genericEnsureAt(3, boxed(std::string{"z"})); },
              "out_of_range", same},
-        Case{"OfAProxy", [](World& w) { w.proxy->getActiveContextsMutable().push_back("z"); }, "CannotModifyProxy", same},
-        Case{"ClearOfAProxy", [](World& w) { w.proxy->getActiveContextsMutable().clear(); }, "CannotModifyProxy", same}),
+        Case{"OfAProxy", [](World& w) { w.proxy->getActiveContextsMutable().push_back("z"); }, "CannotModifyProxy",
+             same},
+        Case{"ClearOfAProxy", [](World& w) { w.proxy->getActiveContextsMutable().clear(); }, "CannotModifyProxy",
+             same}),
     [](auto const& info) { return info.param.name; });
 INSTANTIATE_TEST_SUITE_P(
     Map, OwnedCollection,
@@ -159,8 +161,8 @@ INSTANTIATE_TEST_SUITE_P(
              "x,y: a=1 b=2 c=3"},
         Case{"GenericAddOfAnotherType", [](World& w) { w.map.genericAdd(boxed(1)); }, "CannotAddIncompatibleTypes",
              same},
-        Case{"GenericAddOfAContext", [](World& w) { w.map.genericAdd(boxed(w.context)); },
-             "CannotAddIncompatibleTypes", same},
+        Case{"GenericAddOfAContext", [](World& w) { w.map.genericAdd(boxed(w.context)); }, "CannotAddIncompatibleTypes",
+             same},
         Case{"GenericAddOfNothing", [](World& w) { w.map.genericAdd(Value{}); }, "CannotAddNonExistentObject", same},
         Case{"GenericRemove", [](World& w) { w.map.genericRemove(boxed(w.b)); }, "", "x,y: a=1"},
         Case{"GenericEnsure",
@@ -197,7 +199,7 @@ TEST(OwnedCollection, TellsWhatItIs)
     EXPECT_EQ(w.strings.getCollectionProperty()->getName(), u"activeContexts");
     EXPECT_EQ(w.map.getGiveUpDescriptor().kind(), OCDChangeDescriptor::Kind::GiveUp);
     EXPECT_FALSE(w.map.genericEmpty() || w.strings.genericEmpty());
-    EXPECT_EQ(thrownBy([&] { w.map.modifying(w.map.getGiveUpDescriptor()); }), "logic_error"); // no transaction
+    EXPECT_EQ(thrownBy([&] { w.map.modifying(w.map.getGiveUpDescriptor()); }), "logic_error");   // no transaction
     support::ReportRecorder recorder{w.model};
     commit(w.model, [&] { w.strings.modifying(w.strings.getGiveUpDescriptor()); });
     EXPECT_EQ(recorder.take(), "~context(active=x,y)");
@@ -208,7 +210,7 @@ TEST(OwnedCollection, RefusedStepIsNoStep)
     World w;
     support::rollBack(w.model, [&] {
         EXPECT_EQ(thrownBy([&] { w.map.inverseAdd(w.a); }), "UniquenessConstraint");
-        w.map.inverseRemove(w.c); // is not there
+        w.map.inverseRemove(w.c);   // is not there
     });
     EXPECT_EQ(shown(w.context), same);
 }
@@ -218,7 +220,7 @@ TEST(OwnedCollection, SharedCollectionKeepsItsElement)
     auto w = std::make_unique<World>();
     CollectionRef<Map> const map = w->context.properties();
     w.reset();
-    EXPECT_EQ(map.size(), 0u); // its model ended
+    EXPECT_EQ(map.size(), 0u);   // its model ended
     EXPECT_FALSE(map->owner());
     EXPECT_EQ(map->find("a"), Property{});
 }
@@ -261,7 +263,7 @@ TEST(ElementSequence, HoldsEachElementOnceInTheGivenOrder)
         {[&] { sequence.erase(1); }, "", "cd"},
         {[&] { sequence.erase(2); }, "out_of_range", "cd"},
         {[&] { EXPECT_FALSE(sequence.remove(w.a)); }, "", "cd"},
-        {[&] { w.c->destroy(); }, "", "cd"}, // nobody tells a collection that belongs to nobody
+        {[&] { w.c->destroy(); }, "", "cd"},   // nobody tells a collection that belongs to nobody
         {[&] { sequence.clear(); }, "", ""},
     };
     for (Row const& row : rows) {
@@ -320,7 +322,8 @@ TEST(Proxy, RefusesEveryChangeOfItself)
     EXPECT_TRUE(w.a->isProxy());
     for (auto const& change : std::vector<std::function<void()>>{
              [&] { w.a->setName("z"); }, [&] { w.a->setName("a"); }, [&] { w.a->setValue(9); },
-             [&] { w.a->setOwner({}); }, [&] { w.b->setOwner(w.proxy); }, [&] { w.proxy->createIntoProperties(std::make_unique<Property::Builder>(), {}); }})
+             [&] { w.a->setOwner({}); }, [&] { w.b->setOwner(w.proxy); },
+             [&] { w.proxy->createIntoProperties(std::make_unique<Property::Builder>(), {}); }})
         EXPECT_EQ(thrownBy(change), "CannotModifyProxy");
     EXPECT_EQ(shown(w.context), "x,y: b=2");
     EXPECT_EQ(w.a.name() + w.a->getValue().asString(), "a1");
@@ -333,7 +336,7 @@ TEST(Proxy, StandsInATableOfItsOwnUntilTheElementComes)
     ProxyId const id = w.a->getProxyId();
     EXPECT_EQ(w.a->getPersistentProxyId(true), id);
     EXPECT_EQ(thrownBy([&] { w.a->convertToProxy({}, ProxyId{}, w.context); }), "logic_error");
-    EXPECT_EQ(thrownBy([&] { w.a->convertToProxy({}, id, {}); }), "logic_error"); // contained elsewhere
+    EXPECT_EQ(thrownBy([&] { w.a->convertToProxy({}, id, {}); }), "logic_error");   // contained elsewhere
     w.standIn(w.a);
     EXPECT_TRUE(w.map.containsProxy(id) && w.map.containsElement(w.a) && !w.map.containsKey("a"));
     EXPECT_EQ(w.map.size(), 1u);
@@ -383,7 +386,7 @@ TEST(Proxy, OutlivesADestroyedContainerWithoutIt)
 {
     World w;
     w.b->destroy();
-    w.standIn(w.a); // the context holds nothing but a placeholder
+    w.standIn(w.a);   // the context holds nothing but a placeholder
     support::rollBack(w.model, [&] { w.context->destroy(); });
     EXPECT_EQ(w.a.owner(), w.context);
     EXPECT_TRUE(w.map.containsElement(w.a));
@@ -409,5 +412,5 @@ TEST(Proxy, IsClonedAsOne)
     EXPECT_EQ(other->elements().size(), 3u);
 }
 
-} // namespace
-} // namespace tarn::zero
+}   // namespace
+}   // namespace tarn::zero

@@ -54,7 +54,7 @@ TEST(Handle, TellsItsClass)
     EXPECT_EQ(elementCast<Property>(property), property.get());
     EXPECT_EQ(elementCast<Property>(context), nullptr);
     property->destroy();
-    EXPECT_EQ(elementCast<Property>(property), property.get()); // dead elements keep their class
+    EXPECT_EQ(elementCast<Property>(property), property.get());   // dead elements keep their class
 }
 
 // ---- dead elements
@@ -79,7 +79,7 @@ TEST_P(DeadElement, StaysReadableAndRefusesChanges)
     boost::uuids::uuid const ids[] = {d.property.Uuid(), d.owner.Uuid()};
     GetParam().end(d);
     d.transaction.reset();
-    d.owner = ContextData{}; // the property keeps it
+    d.owner = ContextData{};   // the property keeps it
     Property const& dead = d.property;
     auto const check = [&] {
         EXPECT_FALSE(dead);
@@ -88,27 +88,20 @@ TEST_P(DeadElement, StaysReadableAndRefusesChanges)
         EXPECT_EQ(dead->getValue(), PropertyValue(5));
         EXPECT_FALSE(dead.owner());
         EXPECT_EQ(dead.owner().Uuid(), ids[1]);
-        EXPECT_EQ(shown(dead.owner()), "x:"); // what it held goes, as nothing could be done with it
+        EXPECT_EQ(shown(dead.owner()), "x:");   // what it held goes, as nothing could be done with it
     };
     check();
-    dead->destroy(); // a second time, without effect
+    dead->destroy();   // a second time, without effect
     ContextData const other = newContext(d.model ? d.model : newModel());
     auto& strings = dead.owner()->getActiveContextsMutable();
     auto& map = dead.owner()->getPropertiesMutable();
     for (auto const& change : std::vector<std::function<void()>>{
-             [&] { dead->setName("q"); },
-             [&] { dead->setName("p"); },
-             [&] { dead->setValue(6); },
-             [&] { dead->setOwner({}); },
-             [&] { dead->setOwner(other); },
+             [&] { dead->setName("q"); }, [&] { dead->setName("p"); }, [&] { dead->setValue(6); },
+             [&] { dead->setOwner({}); }, [&] { dead->setOwner(other); },
              [&] { dead->notifyModifying(Property::Impl::NAME); },
-             [&] { dead->convertToProxy({}, dead->getProxyId(), {}); },
-             [&] { strings.push_back("y"); },
-             [&] { strings.remove("none"); },
-             [&] { strings.clear(); },
-             [&] { map.add(newProperty(other->getModel(), "n")); },
-             [&] { map.remove(dead); },
-             [&] { map.clear(); },
+             [&] { dead->convertToProxy({}, dead->getProxyId(), {}); }, [&] { strings.push_back("y"); },
+             [&] { strings.remove("none"); }, [&] { strings.clear(); },
+             [&] { map.add(newProperty(other->getModel(), "n")); }, [&] { map.remove(dead); }, [&] { map.clear(); },
              [&] { AbstractOwnedCollection::Operation{map}; }})
         EXPECT_EQ(thrownBy(change), "logic_error");
     EXPECT_EQ(thrownBy([&] { other->getPropertiesMutable().add(dead); }), "CannotAddNonExistentObject");
@@ -160,7 +153,7 @@ TEST(DeadElement, GoesWithItsLastHandle)
         for (ModelElement const& handle : handles)
             EXPECT_FALSE(handle);
     };
-    live(); // makes what stays, such as the schema
+    live();   // makes what stays, such as the schema
     std::size_t const before = support::liveAllocations();
     live();
     EXPECT_EQ(support::liveAllocations(), before);
@@ -169,7 +162,7 @@ TEST(DeadElement, GoesWithItsLastHandle)
 TEST(DeadElement, IsToldOfByAReportThatOutlivesTheModel)
 {
     Model model = newModel();
-    support::ReportRecorder recorder{newModel()}; // only to read with
+    support::ReportRecorder recorder{newModel()};   // only to read with
     std::shared_ptr<ReportData> data;
     ContextData const context = newContext(model);
     add(context, "a");
@@ -202,7 +195,7 @@ TEST(Identity, FirstElementOfAUuidStaysTheOneThatIsFound)
     Property const third = Property::create(model, id);
     support::rollBack(model, [&] {
         first->destroy();
-        EXPECT_FALSE(find()); // none is promoted
+        EXPECT_FALSE(find());   // none is promoted
         Property const fourth = Property::create(model, id);
         EXPECT_EQ(find(), fourth);
         fourth->destroy();
@@ -263,5 +256,5 @@ TEST(Model, IsMadeFromASpecOrAConstellation)
     EXPECT_TRUE(one->elements().empty());
 }
 
-} // namespace
-} // namespace tarn::zero
+}   // namespace
+}   // namespace tarn::zero

@@ -20,7 +20,7 @@ using support::Property;
 using support::PropertyValue;
 using support::thrownBy;
 using Strings = std::vector<std::string>;
-using Id = std::size_t; // the n-th element that was ever made
+using Id = std::size_t;   // the n-th element that was ever made
 constexpr Id NONE = static_cast<Id>(-1);
 
 /// One element as a naive model sees it.
@@ -32,7 +32,7 @@ struct Plain {
     PropertyValue value{};
     Id owner = NONE;
     Strings active{};
-    bool touchedActive = false; // since the outermost transaction began
+    bool touchedActive = false;   // since the outermost transaction began
     bool touchedMembers = false;
 };
 
@@ -143,7 +143,7 @@ private:
     }
     void rollBack()
     {
-        std::size_t const level = m_random.below(m_open.size()); // with all that are open inside it
+        std::size_t const level = m_random.below(m_open.size());   // with all that are open inside it
         m_state = m_open[level].before;
         m_open[level].transaction.reset();
         m_open.resize(level);
@@ -158,7 +158,8 @@ private:
     Id pick(bool isContext)
     {
         for (int i = 0; i != 30; ++i)
-            if (Id const id = anyId(); id != NONE && m_state.lives(id) && m_state.elements.at(id).isContext == isContext)
+            if (Id const id = anyId();
+                id != NONE && m_state.lives(id) && m_state.elements.at(id).isContext == isContext)
                 return id;
         return NONE;
     }
@@ -181,7 +182,7 @@ private:
     void create()
     {
         if (m_model->elements().size() > 14)
-            return destroy(); // few enough to meet each other again at the next level
+            return destroy();   // few enough to meet each other again at the next level
         Id const id = m_elements.size();
         boost::uuids::uuid uuid{};
         if (Id const same = anyId(); same != NONE && m_random.oneIn(4))
@@ -198,7 +199,7 @@ private:
         Id const id = m_random.oneIn(4) ? anyId() : pick(m_random.oneIn(4));
         if (id == NONE)
             return;
-        m_elements[id]->destroy(); // of a dead one: nothing
+        m_elements[id]->destroy();   // of a dead one: nothing
         if (m_state.lives(id))
             m_state.destroy(id);
     }
@@ -214,12 +215,14 @@ private:
         else if (Plain const& it = m_state.elements.at(id);
                  it.owner != NONE && it.name != name && m_state.members(it.owner).count(name) != 0)
             refusal = "UniquenessConstraint";
-        expect(refusal, [&] { property(id)->setName(name); }, [&] {
-            Plain& it = m_state.elements.at(id);
-            if (it.name != name)
-                m_state.touchMembers(it.owner);
-            it.name = name;
-        });
+        expect(
+            refusal, [&] { property(id)->setName(name); },
+            [&] {
+                Plain& it = m_state.elements.at(id);
+                if (it.name != name)
+                    m_state.touchMembers(it.owner);
+                it.name = name;
+            });
     }
     void move()
     {
@@ -278,13 +281,24 @@ private:
         auto const at = plain.begin() + static_cast<std::ptrdiff_t>(std::min(index, plain.size()));
         std::string const name = someName();
         switch (m_random.below(4)) {
-        case 0: expect(index > plain.size() ? "out_of_range" : "", [&] { sequence.insert(index, name); },
-                       [&] { touchActive(id).insert(at, name); }); break;
-        case 1: expect(index >= plain.size() ? "out_of_range" : "", [&] { sequence.erase(index); },
-                       [&] { touchActive(id).erase(at); }); break;
-        case 2: expect(index >= plain.size() ? "out_of_range" : "", [&] { sequence.replace(index, name); },
-                       [&] { touchActive(id)[index] = name; }); break;
-        default: expect("", [&] { sequence.clear(); }, [&] { touchActive(id).clear(); });
+        case 0:
+            expect(
+                index > plain.size() ? "out_of_range" : "", [&] { sequence.insert(index, name); },
+                [&] { touchActive(id).insert(at, name); });
+            break;
+        case 1:
+            expect(
+                index >= plain.size() ? "out_of_range" : "", [&] { sequence.erase(index); },
+                [&] { touchActive(id).erase(at); });
+            break;
+        case 2:
+            expect(
+                index >= plain.size() ? "out_of_range" : "", [&] { sequence.replace(index, name); },
+                [&] { touchActive(id)[index] = name; });
+            break;
+        default:
+            expect(
+                "", [&] { sequence.clear(); }, [&] { touchActive(id).clear(); });
         }
     }
     Strings& touchActive(Id id)
@@ -304,7 +318,7 @@ private:
             living += lives ? 1 : 0;
             ASSERT_EQ(static_cast<bool>(m_elements[id]), lives) << id;
             if (m_state.elements.count(id) == 0)
-                continue; // its creation was undone
+                continue;   // its creation was undone
             Plain const& plain = m_state.elements.at(id);
             ASSERT_EQ(m_elements[id].Uuid(), plain.uuid);
             if (plain.isContext) {
@@ -321,7 +335,7 @@ private:
             } else {
                 ASSERT_EQ(property(id).name(), plain.name) << id;
                 ASSERT_EQ(property(id)->getValue(), plain.value) << id;
-                ASSERT_EQ(property(id).owner(), context(plain.owner)) << id; // of a dead one the last
+                ASSERT_EQ(property(id).owner(), context(plain.owner)) << id;   // of a dead one the last
             }
         }
         ASSERT_EQ(m_model->elements().size(), living);
@@ -451,8 +465,8 @@ private:
         Kept kept{m_report, {}};
         for (ReportData::Storage const* const storage : m_report->storages())
             if (storage->element().isA(ContextData::metaClass()) && storage->isChanged(ContextData::Impl::PROPERTIES)) {
-                Id const id = static_cast<Id>(
-                    std::find(m_elements.begin(), m_elements.end(), storage->element()) - m_elements.begin());
+                Id const id = static_cast<Id>(std::find(m_elements.begin(), m_elements.end(), storage->element()) -
+                                              m_elements.begin());
                 for (auto const& [name, member] : before.members(id))
                     kept.members[id].push_back(member);
             }
@@ -489,5 +503,5 @@ TEST(JournalWalk, AgreesWithCopiesOfTheWholeState)
     }
 }
 
-} // namespace
-} // namespace tarn::zero
+}   // namespace
+}   // namespace tarn::zero

@@ -42,10 +42,7 @@ protected:
     std::string take() { return std::exchange(heard, {}); }
 
     /// Changes a property and the map that it is in, so that both overloads are called.
-    void changeBoth(std::string const& name)
-    {
-        v->setName(name);
-    }
+    void changeBoth(std::string const& name) { v->setName(name); }
 };
 
 /// Lets `action` run at the first report only.
@@ -66,7 +63,7 @@ TEST_F(ListenerTest, HearsTheFinalStateWithNoTransactionOpen)
     };
     Transaction outer = model->beginTransaction(true);
     commit(model, [&] { commit(model, [&] { v->setValue(1); }); });
-    EXPECT_EQ(take(), ""); // at level 0 only
+    EXPECT_EQ(take(), "");   // at level 0 only
     outer.commit(boost::none);
     EXPECT_EQ(take(), "A:~v(value=0); B:~v(value=0); C:~v(value=0)");
 }
@@ -168,7 +165,7 @@ TEST_F(ListenerTest, OldValuesOfAnOlderReportOutlastNewerCommits)
         w->setName("v");
         v->setName("w");
     });
-    EXPECT_EQ(old.substr(old.rfind("B:")), "B:~ctx(properties=s,u,v)"); // u, v and w, of which two have new names
+    EXPECT_EQ(old.substr(old.rfind("B:")), "B:~ctx(properties=s,u,v)");   // u, v and w, of which two have new names
 }
 
 // ---- changes of the list inside a report
@@ -183,7 +180,7 @@ TEST_F(ListenerTest, ListenersMayComeAndGoInsideAReport)
         model->addDeepListener(c.get());
     });
     v->setValue(1);
-    EXPECT_EQ(take(), "A:~v(value=0)"); // the others of that time are gone, the new ones are for later
+    EXPECT_EQ(take(), "A:~v(value=0)");   // the others of that time are gone, the new ones are for later
     v->setValue(2);
     EXPECT_EQ(take(), "A:~v(value=1); D:~v(value=1); C:~v(value=1)");
 }
@@ -253,21 +250,21 @@ TEST_F(ListenerTest, FirstExceptionLeavesWhenAllHaveBeenServed)
         EXPECT_STREQ(refused.what(), "A");
     }
     EXPECT_EQ(take(), "A:~w(name=v); B:~w(name=v); B:~ctx(properties=u,w); C:~w(name=v); C:~ctx(properties=u,w)");
-    EXPECT_EQ(v.name(), "w"); // the change stays
+    EXPECT_EQ(v.name(), "w");   // the change stays
     EXPECT_FALSE(model->isInTransaction());
 }
 
 TEST_F(ListenerTest, ExceptionLeavesFromTheCommitWhoseReportItMet)
 {
     a->onProperties = once([&] {
-        EXPECT_NO_THROW(v->setValue(2)); // serves B the first report, which is not its own
+        EXPECT_NO_THROW(v->setValue(2));   // serves B the first report, which is not its own
         heard += "; inner done";
     });
     b->onProperties = once([] { throw Refused{"B"}; });
     Transaction transaction = model->beginTransaction(true);
     v->setValue(1);
     EXPECT_THROW(transaction.commit(boost::none), Refused);
-    EXPECT_THROW(transaction.commit(boost::none), std::logic_error); // it ended all the same
+    EXPECT_THROW(transaction.commit(boost::none), std::logic_error);   // it ended all the same
     EXPECT_EQ(take(), "A:~v(value=0); B:~v(value=0); C:~v(value=0); "
                       "A:~v(value=1); B:~v(value=1); C:~v(value=1); inner done");
     v->setValue(3);
@@ -321,7 +318,7 @@ TEST(Report, KeepsOldValuesAsChangesBeyondItself)
     commit(model, [&] {
         a->setName("b");
         a->setOwner({});
-        for (int i = 0; i != 40; ++i) // a report that is long enough for a table
+        for (int i = 0; i != 40; ++i)   // a report that is long enough for a table
             newProperty(model, "p");
     });
     recorder.onContexts = {};
@@ -332,7 +329,7 @@ TEST(Report, KeepsOldValuesAsChangesBeyondItself)
     };
     EXPECT_EQ(old(0, Property::Impl::NAME).getValue<std::string>(), "a");
     EXPECT_EQ(old(0, Property::Impl::OWNER).getValue<ContextData>(), context);
-    EXPECT_TRUE(old(0, Property::Impl::VALUE).isEmpty()); // it did not change
+    EXPECT_TRUE(old(0, Property::Impl::VALUE).isEmpty());   // it did not change
     EXPECT_TRUE(old(0, Property::Impl::VALUE).getValue<support::PropertyValue>().isUndefined());
     using Map = CollectionRef<ContextData::PropertyMap>;
     Value const map = old(1, ContextData::Impl::PROPERTIES);
@@ -342,5 +339,5 @@ TEST(Report, KeepsOldValuesAsChangesBeyondItself)
     EXPECT_TRUE(map.meta().isUnmanaged());
 }
 
-} // namespace
-} // namespace tarn::zero
+}   // namespace
+}   // namespace tarn::zero

@@ -33,7 +33,7 @@ struct World {
     Property a = add(c, "a", 1);
     Property b = add(c, "b", 2);
     Property lone = newProperty(model, "lone", 3);
-    Property made; // what a test creates
+    Property made;   // what a test creates
 
     World()
     {
@@ -47,8 +47,8 @@ struct World {
         auto const property = [](Property const& any) {
             return any ? any.name() + (any.owner() ? "*" : "") : std::string{"dead"};
         };
-        return "C " + context(c) + " | D " + context(d) + " | " + property(a) + ' ' + property(b) + ' ' + property(lone)
-            + " | " + std::to_string(model->elements().size());
+        return "C " + context(c) + " | D " + context(d) + " | " + property(a) + ' ' + property(b) + ' ' +
+               property(lone) + " | " + std::to_string(model->elements().size());
     }
 };
 
@@ -58,7 +58,7 @@ std::string const atFirst = "C x,y: a=1 b=2 | D : | a* b* lone | 5";
 
 struct ReportCase {
     char const* name;
-    std::function<void(World&)> change; // in one transaction
+    std::function<void(World&)> change;   // in one transaction
     char const* heard;
 };
 class TransactionReport : public testing::TestWithParam<ReportCase> {};
@@ -93,11 +93,9 @@ INSTANTIATE_TEST_SUITE_P(
                    "~a(value=1)"},
         ReportCase{"NameAndBack", [](World& w) { w.a->setName("z"), w.a->setName("a"); }, "~C(properties=a,b)"},
         ReportCase{"Rename", [](World& w) { w.a->setName("z"); }, "~z(name=a); ~C(properties=b,z)"},
-        ReportCase{"Swap",
-                   [](World& w) { w.a->setName("t"), w.b->setName("a"), w.a->setName("b"); },
+        ReportCase{"Swap", [](World& w) { w.a->setName("t"), w.b->setName("a"), w.a->setName("b"); },
                    "~b(name=a) ~a(name=b); ~C(properties=a,b)"},
-        ReportCase{"Move", [](World& w) { w.a->setOwner(w.d); },
-                   "~a(owner=C); ~C(properties=a,b) ~D(properties=)"},
+        ReportCase{"Move", [](World& w) { w.a->setOwner(w.d); }, "~a(owner=C); ~C(properties=a,b) ~D(properties=)"},
         ReportCase{"MoveAndBack", [](World& w) { w.a->setOwner(w.d), w.a->setOwner(w.c); }, "~C(properties=a,b)"},
         ReportCase{"TakeOut", [](World& w) { w.a->setOwner({}); }, "~a(owner=C); ~C(properties=a,b)"},
         ReportCase{"PutIn", [](World& w) { w.d->getPropertiesMutable().add(w.lone); },
@@ -105,14 +103,12 @@ INSTANTIATE_TEST_SUITE_P(
         ReportCase{"CreateAndModify",
                    [](World& w) { w.made = add(w.d, "n", 1), w.made->setValue(2), w.made->setName("m"); },
                    "+m; ~D(properties=)"},
-        ReportCase{"CreateAndDestroy",
-                   [](World& w) { add(w.c, "n", 1)->destroy(), newContext(w.model)->destroy(); },
+        ReportCase{"CreateAndDestroy", [](World& w) { add(w.c, "n", 1)->destroy(), newContext(w.model)->destroy(); },
                    "~C(properties=a,b)"},
         ReportCase{"ModifyAndDestroy", [](World& w) { w.a->setValue(9), w.a->setName("z"), w.a->destroy(); },
                    "-z; ~C(properties=b,z)"},
         ReportCase{"DestroyWithContents", [](World& w) { w.c->destroy(); }, "-a -b; -C"},
-        ReportCase{"DestroyWhatMovedIn",
-                   [](World& w) { w.a->setOwner(w.d), w.d->destroy(), w.d->destroy(); },
+        ReportCase{"DestroyWhatMovedIn", [](World& w) { w.a->setOwner(w.d), w.d->destroy(), w.d->destroy(); },
                    "-a; ~C(properties=a,b) -D"},
         ReportCase{"DestroyedAndMadeAgain",
                    [](World& w) {
@@ -184,9 +180,7 @@ void run(World& w, std::string const& script)
     for (char const step : script) {
         switch (step) {
         case '(': open.push_back(std::make_unique<Transaction>(w.model->beginTransaction(true))); break;
-        case ')':
-            open.back()->commit(boost::none);
-            [[fallthrough]];
+        case ')': open.back()->commit(boost::none); [[fallthrough]];
         case ']': open.pop_back(); break;
         case 'v': w.a->setValue(w.a->getValue().getDouble() + 10); break;
         case 'n': w.a->setName(w.a.name() + "'"); break;
@@ -234,7 +228,8 @@ TEST_P(Savepoints, CommitOutwardAndRollBackAlone)
 INSTANTIATE_TEST_SUITE_P(
     Scripts, Savepoints,
     testing::Values(
-        ScriptCase{"InnerValueKeepsOuterOldValue", "(v(v(v)))", "C x,y: a=31 b=2 | D : | a* b* lone | 5", "~a(value=1)"},
+        ScriptCase{"InnerValueKeepsOuterOldValue", "(v(v(v)))", "C x,y: a=31 b=2 | D : | a* b* lone | 5",
+                   "~a(value=1)"},
         ScriptCase{"InnerValueUndone", "(v(v]v)", "C x,y: a=21 b=2 | D : | a* b* lone | 5", "~a(value=1)"},
         ScriptCase{"InnerRenamesUndone", "(n(n(n)]n)", "C x,y: a''=1 b=2 | D : | a''* b* lone | 5",
                    "~a''(name=a); ~C(properties=a'',b)"},
@@ -295,7 +290,7 @@ TEST(Transaction, CommittedOutOfOrderOrTwiceTouchesNothing)
     n.inner->commit(boost::none);
     EXPECT_EQ(thrownBy([&] { n.inner->commit(boost::none); }), "logic_error");
     EXPECT_EQ(thrownBy([&] { n.outer->commit(boost::none); }), "logic_error");
-    n.inner.reset(); // ended long ago: ends nobody else
+    n.inner.reset();   // ended long ago: ends nobody else
     n.w.b->setValue(20);
     n.middle->commit(boost::none);
     n.outer->commit(boost::none);
@@ -309,7 +304,7 @@ TEST(Transaction, OuterOneEndingFirstTakesTheInnerOnesAlong)
     n.middle.reset();
     EXPECT_EQ(n.w.state(), "C x,y: a=10 b=2 | D : | a* b* lone | 5");
     EXPECT_EQ(thrownBy([&] { n.inner->commit(boost::none); }), "logic_error");
-    Transaction next = n.w.model->beginTransaction(true); // at the level of the one that ended
+    Transaction next = n.w.model->beginTransaction(true);   // at the level of the one that ended
     n.w.a->setName("y");
     n.inner.reset();
     next.commit(boost::none);
@@ -356,7 +351,7 @@ TEST(Transaction, RollBackRevivesTheVeryElements)
     EXPECT_FALSE(w.made);
     EXPECT_EQ(w.made.name(), "a");
     EXPECT_EQ(thrownBy([&] { w.made->setValue(1); }), "logic_error");
-    w.a->destroy(); // still to be destroyed as any other
+    w.a->destroy();   // still to be destroyed as any other
     EXPECT_EQ(shown(w.c), "x,y: b=2");
 }
 
@@ -551,5 +546,5 @@ TEST(Transaction, ReportsThatSomebodyKeepsCostOnlyThemselves)
     EXPECT_LE(support::allocatedBytes() - bytes, 2 * first);
 }
 
-} // namespace
-} // namespace tarn::zero
+}   // namespace
+}   // namespace tarn::zero

@@ -68,7 +68,7 @@ TEST(ValueBox, CopiesAreIndependentAndMovesLeaveEmpty)
     first = Value{ValueMeta{}, 7};
     EXPECT_EQ(second.getValue<std::vector<int>>(), (std::vector<int>{1, 2}));
     Value const third = std::move(second);
-    EXPECT_TRUE(second.isEmpty()); // NOLINT: moved from
+    EXPECT_TRUE(second.isEmpty());   // NOLINT: moved from
     EXPECT_EQ(third.getValue<std::vector<int>>().size(), 2u);
     first = third;
     Value& self = first;
@@ -115,5 +115,5 @@ TEST(ValueBox, HoldsElementsAndKeepsThem)
     EXPECT_EQ(thrownBy([&] { box.getValue<Property>(); }), "CannotCastIncompatibleTypes");
 }
 
-} // namespace
-} // namespace tarn::zero
+}   // namespace
+}   // namespace tarn::zero

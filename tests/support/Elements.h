@@ -119,4 +119,4 @@ std::string thrownBy(Operation const& operation)
                        CircularContainment, InvalidValue, ModelFrozen>(operation);
 }
 
-} // namespace support
+}   // namespace support

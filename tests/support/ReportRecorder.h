@@ -17,16 +17,15 @@ namespace support {
 /// before, a `-` destroyed. The old map shows the names that its elements have now.
 class ReportRecorder : public tarn::zero::Listener {
 public:
-    using Reports = tarn::zero::ReportList<tarn::zero::DeepChangeReport<Property>,
-                                           tarn::zero::ShallowChangeReport<ContextData>>;
+    using Reports =
+        tarn::zero::ReportList<tarn::zero::DeepChangeReport<Property>, tarn::zero::ShallowChangeReport<ContextData>>;
     using Data = std::shared_ptr<tarn::zero::ReportData>;
 
     explicit ReportRecorder(Model const& model) : ReportRecorder{model, {}, nullptr} {}
     /// One of several that write into one text, each piece after the writer's name.
     ReportRecorder(Model const& model, std::string name, std::string& heard)
         : ReportRecorder{model, std::move(name), &heard}
-    {
-    }
+    {}
     ~ReportRecorder() override { model->removeListener(this); }
 
     /// What was heard since the last time.
@@ -37,7 +36,7 @@ public:
     void transactionCommitted(tarn::zero::DeepChangeReport<Property> const& report)
     {
         write(report);
-        if (auto const call = onProperties) // a copy: the call may destroy this
+        if (auto const call = onProperties)   // a copy: the call may destroy this
             call(report.data());
     }
     void transactionCommitted(tarn::zero::ShallowChangeReport<ContextData> const& report)
@@ -128,4 +127,4 @@ private:
     std::map<boost::uuids::uuid, std::string> contextNames;
 };
 
-} // namespace support
+}   // namespace support

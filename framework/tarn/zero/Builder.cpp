@@ -19,7 +19,7 @@ Transaction beginFor(ModelElement::Builder const& root)
     return root.model()->beginTransaction(false);
 }
 
-} // namespace
+}   // namespace
 
 ModelElement::Builder::Builder(unsigned long propertyCount) : m_set(propertyCount / wordBits + 1) {}
 
@@ -62,8 +62,7 @@ void ModelElement::Builder::clearSet(unsigned long index) noexcept
 }
 
 ModelElement::Builder::Orchestrator::Orchestrator(Builder* root)
-    : m_model{root->model()}
-    , m_transaction{beginFor(*root)}
+    : m_model{root->model()}, m_transaction{beginFor(*root)}
 {
     m_builders.emplace_back(root, ModelElement{});
     root->m_orchestrator = this;
@@ -94,7 +93,7 @@ void ModelElement::Builder::Orchestrator::removeBuilder(Builder const& builder) 
 
 void ModelElement::Builder::Orchestrator::setCreatedElement(Builder* builder, ModelElement const& element)
 {
-    auto const found = std::find_if(m_builders.rbegin(), m_builders.rend(), // mostly the one added last
+    auto const found = std::find_if(m_builders.rbegin(), m_builders.rend(),   // mostly the one added last
                                     [&](auto const& entry) { return entry.first == builder; });
     if (found != m_builders.rend())
         found->second = element;
@@ -102,14 +101,14 @@ void ModelElement::Builder::Orchestrator::setCreatedElement(Builder* builder, Mo
 
 ModelElement ModelElement::Builder::Orchestrator::getCreatedElement(Builder* builder) const
 {
-    auto const found = std::find_if(m_builders.begin(), m_builders.end(),
-                                    [&](auto const& entry) { return entry.first == builder; });
+    auto const found =
+        std::find_if(m_builders.begin(), m_builders.end(), [&](auto const& entry) { return entry.first == builder; });
     return found == m_builders.end() ? ModelElement{} : found->second;
 }
 
 void ModelElement::Builder::Orchestrator::commit()
 {
-    for (std::size_t i = 0; i != m_builders.size(); ++i) // a list that grows: builders bring others
+    for (std::size_t i = 0; i != m_builders.size(); ++i)   // a list that grows: builders bring others
         if (m_builders[i].first && !m_builders[i].second.get())
             m_builders[i].first->doCreate(true, boost::uuids::uuid{});
     for (auto const& entry : m_builders)
@@ -118,4 +117,4 @@ void ModelElement::Builder::Orchestrator::commit()
     m_transaction.commit(boost::none);
 }
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

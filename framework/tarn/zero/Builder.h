@@ -27,8 +27,8 @@ public:
     void setModel(Model const& model) { m_model = model; }
     Model const& model() const noexcept { return m_model; }
 
-    /// Makes the elements, in the model's open transaction or one of its own; all of them or, throwing, none. A nil UUID
-    /// asks for a fresh one. The builder's values are used up.
+    /// Makes the elements, in the model's open transaction or one of its own; all of them or, throwing, none. A nil
+    /// UUID asks for a fresh one. The builder's values are used up.
     ModelElement create(boost::uuids::uuid const& uuid);
 
     /// The class of the element that will be made.
@@ -85,8 +85,8 @@ private:
     void removeBuilder(Builder const& builder) noexcept;
 
     Model m_model;
-    std::vector<std::pair<Builder*, ModelElement>> m_builders; // null: gone
+    std::vector<std::pair<Builder*, ModelElement>> m_builders;   // null: gone
     Transaction m_transaction;
 };
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

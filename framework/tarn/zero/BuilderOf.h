@@ -55,4 +55,4 @@ private:
     B& self() noexcept { return static_cast<B&>(*this); }
 };
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

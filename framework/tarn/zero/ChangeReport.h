@@ -43,7 +43,7 @@ bool isInsideClass(ReportData::Storage const& storage)
     return false;
 }
 
-} // namespace detail
+}   // namespace detail
 
 /// Changes of elements of class `T` themselves.
 template <class T>
@@ -59,4 +59,4 @@ public:
     using ChangeReportOf<T, &detail::isInsideClass<T>>::ChangeReportOf;
 };
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

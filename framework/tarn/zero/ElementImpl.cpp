@@ -12,4 +12,4 @@ void ElementImpl::destroySelf() noexcept
     delete this;
 }
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

@@ -88,4 +88,4 @@ private:
     T* m_object = nullptr;
 };
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

@@ -117,7 +117,7 @@ public:
             if (!collection.isComposite() || (collection.empty() && !collection.hasProxies()))
                 return;
             collection.destroyElements(runHooks, notify);
-            this->notifyModifying(feature.index); // what it held stays restorable; nobody is told
+            this->notifyModifying(feature.index);   // what it held stays restorable; nobody is told
             this->_basicClear(&collection);
         });
         Base::doDestroy(runHooks, notify);
@@ -131,10 +131,7 @@ public:
 protected:
     ~ElementImplOf() override = default;
 
-    static constexpr unsigned long featureCount() noexcept
-    {
-        return std::tuple_size_v<decltype(T::features())>;
-    }
+    static constexpr unsigned long featureCount() noexcept { return std::tuple_size_v<decltype(T::features())>; }
 
 private:
     T& self() noexcept { return static_cast<T&>(*this); }
@@ -174,4 +171,4 @@ private:
     }
 };
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

@@ -7,10 +7,8 @@ namespace tarn::zero {
 
 ModelElement::Impl::Changes::Changes(boost::uuids::uuid const& uuid, Model const&, meta::Class const&,
                                      unsigned long propertyCount)
-    : m_uuid{uuid}
-    , m_propertyCount{static_cast<std::uint8_t>(propertyCount)}
-{
-}
+    : m_uuid{uuid}, m_propertyCount{static_cast<std::uint8_t>(propertyCount)}
+{}
 
 ModelElement::Impl::Changes::~Changes() = default;
 
@@ -79,7 +77,7 @@ void ModelElement::Impl::Storage::recycle() noexcept
     m_created = false;
     m_destroyed = false;
     m_madeProxy = false;
-    m_element = ModelElement{}; // last: it may go with this reference
+    m_element = ModelElement{};   // last: it may go with this reference
 }
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

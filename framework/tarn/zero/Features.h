@@ -63,24 +63,21 @@ struct FeatureDefaults {
     static constexpr bool isCollection = false;
     static constexpr bool isContainer = false;
     struct Nothing {};
-    using Old = Nothing;  // what a transaction remembers
-    using Kept = Nothing; // what is left of that for who keeps it
+    using Old = Nothing;    // what a transaction remembers
+    using Kept = Nothing;   // what is left of that for who keeps it
 
     template <class... Any>
     static void withdraw(Any&&...) noexcept
-    {
-    }
+    {}
     template <class... Any>
     static void reinstate(Any&&...) noexcept
-    {
-    }
+    {}
     template <class... Any>
     static void drop(Any&&...) noexcept
-    {
-    }
+    {}
 };
 
-} // namespace detail
+}   // namespace detail
 
 /// A plain value in field `Member`; `Setter`, when given, is what a reflective write calls.
 template <unsigned long Index, auto Member, class Rule, auto Setter = nullptr>
@@ -114,7 +111,7 @@ struct Attribute : detail::FeatureDefaults {
     static void forget(Old& old) noexcept
     {
         if constexpr (std::is_base_of_v<ModelElement, Type>)
-            old = Type{}; // other old values wait for reuse with their memory
+            old = Type{};   // other old values wait for reuse with their memory
     }
     template <class Element>
     static void drop(Element& element) noexcept
@@ -226,19 +223,17 @@ struct Container : detail::FeatureDefaults {
 
     template <class Element>
     static void remember(Nothing&, Element const&) noexcept
-    {
-    }
+    {}
     static Nothing keep(Nothing const&) noexcept { return {}; }
     static void merge(Nothing&, bool, Nothing&) noexcept {}
     template <class Element>
     static bool unchanged(Nothing const&, Element const&) noexcept
     {
-        return false; // the base decides
+        return false;   // the base decides
     }
     template <class Element>
     static void restore(Element&, Nothing&) noexcept
-    {
-    }
+    {}
     static void forget(Nothing&) noexcept {}
     static Value oldValue(Nothing const&, ModelElement::Impl::Changes const& changes, meta::Property const& property)
     {
@@ -265,4 +260,4 @@ private:
     static Owner as(ModelElement::Impl* container) { return Owner{static_cast<typename Owner::Impl*>(container)}; }
 };
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

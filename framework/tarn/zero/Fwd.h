@@ -27,9 +27,9 @@ class Delivery;
 class ElementTable;
 class Journal;
 class ListenerList;
-} // namespace detail
+}   // namespace detail
 
-} // namespace tarn::zero
+}   // namespace tarn::zero
 
 namespace tarn::zero::meta {
 
@@ -50,4 +50,4 @@ class Type;
 class TypedElement;
 class VersionInfo;
 
-} // namespace tarn::zero::meta
+}   // namespace tarn::zero::meta

@@ -30,4 +30,4 @@ public:
 template <class... Reports>
 struct ReportList {};
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

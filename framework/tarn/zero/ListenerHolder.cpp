@@ -7,10 +7,8 @@ namespace tarn::zero {
 Listener::~Listener() = default;
 
 ListenerHolderBase::ListenerHolderBase(Listener* listener, bool, bool, bool, bool deep, bool, bool, bool) noexcept
-    : m_listener{listener}
-    , m_deep{deep}
-{
-}
+    : m_listener{listener}, m_deep{deep}
+{}
 
 ListenerHolderBase::~ListenerHolderBase() = default;
 
@@ -26,4 +24,4 @@ void ListenerHolderBase::invalidate() noexcept
     }
 }
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

@@ -43,8 +43,7 @@ class ListenerHolder final : public ListenerHolderBase {
 public:
     explicit ListenerHolder(T* listener) noexcept
         : ListenerHolderBase(listener, false, false, false, true, false, false, false)
-    {
-    }
+    {}
     ~ListenerHolder() override
     {
         if constexpr (Owning)
@@ -76,4 +75,4 @@ private:
     }
 };
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

@@ -80,4 +80,4 @@ Model::Thawer::~Thawer()
         --m_model->m_thawers;
 }
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

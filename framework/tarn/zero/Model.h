@@ -8,7 +8,7 @@ namespace tarn::zero {
 
 /// What a model is made from.
 struct ModelSpec {
-    std::u16string name; ///< for people; models need not have one, nor different ones
+    std::u16string name;   ///< for people; models need not have one, nor different ones
 };
 
 /// A set of models that are made together; here always of one.
@@ -86,4 +86,4 @@ private:
     Model m_model;
 };
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

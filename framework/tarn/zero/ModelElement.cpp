@@ -67,4 +67,4 @@ bool ModelElement::isA(meta::Class const& type) const noexcept
     return m_impl && Impl::conforms(m_impl->classPointer(), type.get());
 }
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

@@ -54,7 +54,7 @@ private:
     Impl* m_impl = nullptr;
 };
 
-} // namespace tarn::zero
+}   // namespace tarn::zero
 
 template <>
 struct std::hash<tarn::zero::ModelElement> {

@@ -26,11 +26,10 @@ ReferenceCollection& collectionOf(ModelElement::Impl& owner, unsigned long featu
     return *collection;
 }
 
-} // namespace
+}   // namespace
 
 ModelElement::Impl::Impl(Model const& model, boost::uuids::uuid const& uuid)
-    : m_uuid{uuid.is_nil() ? detail::freshUuid() : uuid}
-    , m_model{model.get()}
+    : m_uuid{uuid.is_nil() ? detail::freshUuid() : uuid}, m_model{model.get()}
 {
     if (!m_model)
         throw std::logic_error{"an element needs a model"};
@@ -63,7 +62,7 @@ void ModelElement::Impl::convertToProxy(meta::Property const& feature, ProxyId c
     Transaction transaction = begin();
     ModelElement const keep{this};
     if (collection)
-        collection->removeElement(keep); // it stood under its key
+        collection->removeElement(keep);   // it stood under its key
     if (!m_proxy) {
         m_model->journal().becomingProxy(*this);
         m_proxy = true;
@@ -228,7 +227,7 @@ void ModelElement::Impl::destroyRecursively(bool detach, bool runHooks, bool not
             collectionOf(*m_container, m_containerFeature).inverseRemove(keep);
         doDestroy(runHooks, notify);
     } catch (...) {
-        m_destroying = false; // the transaction rolls the rest back
+        m_destroying = false;   // the transaction rolls the rest back
         throw;
     }
 }
@@ -334,4 +333,4 @@ ReferenceCollection* ModelElement::Impl::referenceCollection(unsigned long) noex
     return nullptr;
 }
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

@@ -24,9 +24,9 @@ public:
 
     /// How a reflective access treats proxies.
     enum class ReflectionPrivateTag {
-        PUBLIC_ACCESS,   ///< proxies are resolved where that is possible
-        IN_MEMORY_ONLY,  ///< only what is here already
-        NO_PROXY_RESOLVE ///< proxies are answered as they stand
+        PUBLIC_ACCESS,     ///< proxies are resolved where that is possible
+        IN_MEMORY_ONLY,    ///< only what is here already
+        NO_PROXY_RESOLVE   ///< proxies are answered as they stand
     };
     static constexpr auto PUBLIC_ACCESS = ReflectionPrivateTag::PUBLIC_ACCESS;
     static constexpr auto IN_MEMORY_ONLY = ReflectionPrivateTag::IN_MEMORY_ONLY;
@@ -196,16 +196,16 @@ private:
     void revive() noexcept;
 
     boost::uuids::uuid m_uuid;
-    Model::Impl* m_model;               // null once death is final
-    Impl* m_container = nullptr;        // counted only while m_holdsContainer
-    Storage* m_storage = nullptr;       // of the innermost level that touched the element
+    Model::Impl* m_model;           // null once death is final
+    Impl* m_container = nullptr;    // counted only while m_holdsContainer
+    Storage* m_storage = nullptr;   // of the innermost level that touched the element
     std::uint8_t m_containerFeature = 0;
     bool m_alive : 1 = true;
     bool m_proxy : 1 = false;
-    bool m_indexed : 1 = false;                 // the model finds the element by its UUID
-    bool m_holdsContainer : 1 = false;          // dead elements keep their last container readable
-    bool m_destroying : 1 = false;              // its contents need not leave it one by one
-    bool m_marked : 1 = false;                  // scratch of one walk
+    bool m_indexed : 1 = false;          // the model finds the element by its UUID
+    bool m_holdsContainer : 1 = false;   // dead elements keep their last container readable
+    bool m_destroying : 1 = false;       // its contents need not leave it one by one
+    bool m_marked : 1 = false;           // scratch of one walk
 };
 
 /// The class test without a handle in between: `T` is a handle class whose `Impl` tells its class.
@@ -228,4 +228,4 @@ typename T::Impl* elementCast(ModelElement const& element) noexcept
     return isInstance<T>(element) ? static_cast<typename T::Impl*>(element.get()) : nullptr;
 }
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

@@ -13,18 +13,17 @@ namespace tarn::zero {
 
 namespace {
 
-constexpr std::size_t mostSpareReports = 8; // commits inside each other's delivery, beyond which memory is asked for
+constexpr std::size_t mostSpareReports = 8;   // commits inside each other's delivery, beyond which memory is asked for
 
-} // namespace
+}   // namespace
 
 Model::Impl::Impl(ModelSpec const& spec)
-    : m_name{spec.name}
-    , m_elements{std::make_unique<detail::ElementTable>()}
-    , m_journal{std::make_unique<detail::Journal>(*m_elements)}
-    , m_listeners{std::make_unique<detail::ListenerList>()}
-    , m_delivery{std::make_unique<detail::Delivery>()}
-{
-}
+    : m_name{spec.name},
+      m_elements{std::make_unique<detail::ElementTable>()},
+      m_journal{std::make_unique<detail::Journal>(*m_elements)},
+      m_listeners{std::make_unique<detail::ListenerList>()},
+      m_delivery{std::make_unique<detail::Delivery>()}
+{}
 
 Model::Impl::~Impl()
 {
@@ -91,7 +90,7 @@ void Model::Impl::commit(std::uint64_t serial)
 
     std::shared_ptr<ReportData> report = takeReport();
     report->m_storages.reserve(journal.touchedCount());
-    journal.revertUnchanged(); // may still throw: the destructor of the transaction then rolls back
+    journal.revertUnchanged();   // may still throw: the destructor of the transaction then rolls back
     journal.seal(report->m_storages);
 
     // Final, and the model idle: listeners may open transactions of their own.
@@ -112,7 +111,7 @@ void Model::Impl::rollBack(std::uint64_t serial) noexcept
 std::shared_ptr<ReportData> Model::Impl::takeReport()
 {
     if (m_spareReports.empty()) {
-        m_spareReports.reserve(mostSpareReports); // so that giving it back needs no memory
+        m_spareReports.reserve(mostSpareReports);   // so that giving it back needs no memory
         return std::make_shared<ReportData>();
     }
     std::shared_ptr<ReportData> report = std::move(m_spareReports.back());
@@ -123,11 +122,11 @@ std::shared_ptr<ReportData> Model::Impl::takeReport()
 void Model::Impl::giveReport(std::shared_ptr<ReportData> report) noexcept
 {
     if (report.use_count() != 1)
-        return m_journal->lose(report->m_storages); // somebody keeps it
+        return m_journal->lose(report->m_storages);   // somebody keeps it
     report->m_byElement.clear();
     m_journal->recycle(report->m_storages);
     if (m_spareReports.size() < m_spareReports.capacity())
         m_spareReports.push_back(std::move(report));
 }
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

@@ -67,4 +67,4 @@ private:
     unsigned m_thawers = 0;
 };
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

@@ -27,7 +27,7 @@ private:
     boost::uuids::uuid m_element;
 };
 
-} // namespace tarn::zero
+}   // namespace tarn::zero
 
 template <>
 struct std::hash<tarn::zero::ProxyId> {

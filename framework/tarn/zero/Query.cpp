@@ -23,8 +23,7 @@ bool isOfClass(ModelElement const& element, ModelElement const& type, SearchClas
     if (!element.get() || !type.get())
         return false;
     ModelElement::Impl const* const own = element->classPointer();
-    return mode == SearchClassMatchMode::ExactClass ? own == type.get()
-                                                    : ModelElement::Impl::conforms(own, type.get());
+    return mode == SearchClassMatchMode::ExactClass ? own == type.get() : ModelElement::Impl::conforms(own, type.get());
 }
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

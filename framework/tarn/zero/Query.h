@@ -11,8 +11,8 @@ namespace tarn::zero {
 
 /// Which classes a search takes.
 enum class SearchClassMatchMode {
-    ExactClass,        ///< elements of the class itself
-    ClassAndSubclasses ///< and of the classes derived from it
+    ExactClass,          ///< elements of the class itself
+    ClassAndSubclasses   ///< and of the classes derived from it
 };
 
 /// A condition on elements.
@@ -47,8 +47,7 @@ public:
     /// `type` is the class to search for.
     ConstrainablesOf(AbstractQuery const& query, ModelElement const& type, SearchClassMatchMode mode)
         : m_query{&query}, m_type{type}, m_mode{mode}
-    {
-    }
+    {}
 
     AbstractQuery const& query() const noexcept { return *m_query; }
 
@@ -85,4 +84,4 @@ QueryConstraint ConstrainablesOf<C>::constraint(Condition condition) const
     }};
 }
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

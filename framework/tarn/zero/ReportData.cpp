@@ -10,9 +10,9 @@ namespace tarn::zero {
 
 namespace {
 
-constexpr std::size_t shortReport = 16; // up to here a walk beats a table
+constexpr std::size_t shortReport = 16;   // up to here a walk beats a table
 
-} // namespace
+}   // namespace
 
 ReportData::~ReportData()
 {
@@ -53,13 +53,12 @@ std::unique_ptr<ModelElement::Impl::Changes> ReportData::createChanges(ModelElem
 ReportData::Storage const* ReportData::storageOf(Impl const& element) const
 {
     if (m_storages.size() <= shortReport) {
-        auto const found = std::find_if(m_storages.begin(), m_storages.end(), [&](Storage const* storage) {
-            return storage->element().get() == &element;
-        });
+        auto const found = std::find_if(m_storages.begin(), m_storages.end(),
+                                        [&](Storage const* storage) { return storage->element().get() == &element; });
         return found == m_storages.end() ? nullptr : *found;
     }
     if (m_byElement.empty()) {
-        std::unordered_map<Impl const*, Storage const*> whole; // or none: a table in part would deny the rest
+        std::unordered_map<Impl const*, Storage const*> whole;   // or none: a table in part would deny the rest
         whole.reserve(m_storages.size());
         for (Storage const* const storage : m_storages)
             whole.emplace(storage->element().get(), storage);
@@ -76,4 +75,4 @@ ReportData::Kind ReportData::kindOf(Storage const& storage) noexcept
     return storage.wasDestroyed() ? Kind::Destroyed : Kind::Modified;
 }
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

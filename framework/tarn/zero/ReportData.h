@@ -44,8 +44,8 @@ public:
 private:
     friend class Model::Impl;
 
-    std::vector<Storage*> m_storages; // owned, in order of first touch
-    mutable std::unordered_map<Impl const*, Storage const*> m_byElement; // made when a long report is first asked
+    std::vector<Storage*> m_storages;                                      // owned, in order of first touch
+    mutable std::unordered_map<Impl const*, Storage const*> m_byElement;   // made when a long report is first asked
 };
 
 /// One entry of a report's list: the element, and what it held before.
@@ -106,8 +106,7 @@ public:
 
     ReportRange(ReportData const& report, ReportData::Kind kind, ReportFilter filter) noexcept
         : m_report{&report}, m_kind{kind}, m_filter{filter}
-    {
-    }
+    {}
 
     iterator begin() const { return {this, 0}; }
     iterator end() const { return {this, m_report->storages().size()}; }
@@ -125,4 +124,4 @@ private:
     ReportFilter m_filter;
 };
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

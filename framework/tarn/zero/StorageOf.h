@@ -96,7 +96,7 @@ private:
     typename OldTuple<decltype(T::features())>::type m_old;
 };
 
-} // namespace detail
+}   // namespace detail
 
 /// What the open transaction remembers of an element of class `T`.
 template <class T>
@@ -183,4 +183,4 @@ public:
     }
 };
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

@@ -23,4 +23,4 @@ void Transaction::commit(boost::optional<Value> const&)
     m_model = Model{};
 }
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

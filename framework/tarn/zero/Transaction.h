@@ -33,8 +33,8 @@ private:
 
     Transaction(Model model, std::uint64_t serial) noexcept : m_model{std::move(model)}, m_serial{serial} {}
 
-    Model m_model;          // null once committed or moved from
-    std::uint64_t m_serial; // names the level, so that a stale transaction cannot end another one
+    Model m_model;            // null once committed or moved from
+    std::uint64_t m_serial;   // names the level, so that a stale transaction cannot end another one
 };
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

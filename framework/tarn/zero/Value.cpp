@@ -11,10 +11,8 @@
 namespace tarn::zero {
 
 ValueMeta::ValueMeta(meta::Property const& property)
-    : m_type{property ? property->getType() : meta::Type{}}
-    , m_collection{property && property->isCollection()}
-{
-}
+    : m_type{property ? property->getType() : meta::Type{}}, m_collection{property && property->isCollection()}
+{}
 
 ValueMeta::ValueMeta(meta::Type const& type) : m_type{type} {}
 
@@ -24,18 +22,16 @@ meta::Type ValueMeta::type() const
 }
 
 Value::Value(Value const& other)
-    : m_meta{other.m_meta}
-    , m_handlers{other.m_handlers}
-    , m_payload{other.m_handlers ? other.m_handlers->clone(other.m_payload) : nullptr}
-{
-}
+    : m_meta{other.m_meta},
+      m_handlers{other.m_handlers},
+      m_payload{other.m_handlers ? other.m_handlers->clone(other.m_payload) : nullptr}
+{}
 
 Value::Value(Value&& other) noexcept
-    : m_meta{std::move(other.m_meta)}
-    , m_handlers{std::exchange(other.m_handlers, nullptr)}
-    , m_payload{std::exchange(other.m_payload, nullptr)}
-{
-}
+    : m_meta{std::move(other.m_meta)},
+      m_handlers{std::exchange(other.m_handlers, nullptr)},
+      m_payload{std::exchange(other.m_payload, nullptr)}
+{}
 
 Value& Value::operator=(Value other) noexcept
 {
@@ -59,7 +55,7 @@ std::size_t Value::hash() const
 bool Value::slotAccepts(std::type_info const& type) const
 {
     if (m_meta.isCollection())
-        return true; // the slot names the type of the items
+        return true;   // the slot names the type of the items
     std::type_info const* const held = meta::MetaRegistry::getInstance().valueTypeOf(m_meta.type());
     return !held || *held == type;
 }
@@ -70,4 +66,4 @@ void Value::reportIncompatible() const
     reportException(tarn0::messages::CannotCastIncompatibleTypes{type.get() ? type->getQualifiedName() : u"nothing"});
 }
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

@@ -52,11 +52,8 @@ public:
     explicit Value(ValueMeta meta) noexcept : m_meta{std::move(meta)} {}
     template <class T>
     Value(ValueMeta meta, T payload)
-        : m_meta{std::move(meta)}
-        , m_handlers{&handlersOf<T>()}
-        , m_payload{new T(std::move(payload))}
-    {
-    }
+        : m_meta{std::move(meta)}, m_handlers{&handlersOf<T>()}, m_payload{new T(std::move(payload))}
+    {}
     Value(Value const& other);
     Value(Value&& other) noexcept;
     Value& operator=(Value other) noexcept;
@@ -136,8 +133,8 @@ private:
     [[noreturn]] void reportIncompatible() const;
 
     ValueMeta m_meta;
-    Handlers const* m_handlers = nullptr; // null: empty
+    Handlers const* m_handlers = nullptr;   // null: empty
     void* m_payload = nullptr;
 };
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

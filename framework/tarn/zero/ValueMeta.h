@@ -27,4 +27,4 @@ private:
     bool m_unmanaged = false;
 };
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

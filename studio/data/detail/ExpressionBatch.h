@@ -10,8 +10,8 @@ namespace studio::data {
 
 /// What one report has an engine do. Reused, so that a steady stream of reports allocates nothing.
 struct ExpressionEngine::Batch {
-    std::vector<Bindings::value_type*> symbols;           // touched; valid until the first callback
-    std::vector<std::shared_ptr<Expression>> expressions; // to evaluate, in order of acquisition
+    std::vector<Bindings::value_type*> symbols;             // touched; valid until the first callback
+    std::vector<std::shared_ptr<Expression>> expressions;   // to evaluate, in order of acquisition
 };
 
 /// One report that an engine is working on: takes a batch and gives it back, and learns if the engine goes meanwhile.
@@ -29,7 +29,7 @@ struct ExpressionEngine::Frame {
         engine.running = outer;
         batch->symbols.clear();
         batch->expressions.clear();
-        engine.spareBatches.push_back(std::move(batch)); // there is room: it was made when the batch was
+        engine.spareBatches.push_back(std::move(batch));   // there is room: it was made when the batch was
     }
 
     static std::unique_ptr<Batch> take(ExpressionEngine& engine)
@@ -50,4 +50,4 @@ struct ExpressionEngine::Frame {
     std::unique_ptr<Batch> batch;
 };
 
-} // namespace studio::data
+}   // namespace studio::data

@@ -11,7 +11,6 @@
 
 namespace studio::data {
 
-
 ContextData::ContextData(Impl* impl) noexcept : ModelElement{impl} {}
 
 ContextData ContextData::create(tarn::zero::Model const& model, boost::uuids::uuid const& uuid)
@@ -37,16 +36,12 @@ ContextData::Impl* ContextData::operator->() const noexcept
 }
 
 ContextData::Impl::Impl(tarn::zero::Model const& model, boost::uuids::uuid const& uuid)
-    : ElementImplOf{model, uuid}
-    , activeContexts{*this, ACTIVE_CONTEXTS}
-    , properties{*this, PROPERTIES, true}
-{
-}
+    : ElementImplOf{model, uuid}, activeContexts{*this, ACTIVE_CONTEXTS}, properties{*this, PROPERTIES, true}
+{}
 
 ContextData::Impl::Impl(tarn::zero::ModelElement::Builder& builder, boost::uuids::uuid const& uuid)
     : Impl{builder.model(), uuid}
-{
-}
+{}
 
 tarn::zero::ModelElement::Impl* ContextData::Impl::classImpl() noexcept
 {
@@ -91,7 +86,7 @@ ContextData ContextData::Impl::cloneTo(tarn::zero::Model const& model, bool clon
             continue;
         copies.checkCompatibleModel(copy.get());
         tarn::zero::AbstractOwnedCollection::Operation operation{copies};
-        copies.inverseAdd(copy); // refuses a second element under one name
+        copies.inverseAdd(copy);   // refuses a second element under one name
         clone->_setContainedByThis(copy.get(), PROPERTIES);
         operation.commit();
     }
@@ -148,8 +143,9 @@ long ContextData::Builder::doSetOrAdd(tarn::zero::meta::Property const& property
 long ContextData::Builder::doSetOrAdd(tarn::zero::meta::Property const& property,
                                       std::unique_ptr<tarn::zero::ModelElement::Builder>& builder)
 {
-    bool const fits = property.get() && property == Impl::propertyAt(Impl::PROPERTIES) && builder
-        && tarn::zero::ModelElement::Impl::conforms(builder->builtClass().get(), Property::Impl::classImpl());
+    bool const fits =
+        property.get() && property == Impl::propertyAt(Impl::PROPERTIES) && builder &&
+        tarn::zero::ModelElement::Impl::conforms(builder->builtClass().get(), Property::Impl::classImpl());
     if (!fits)
         return -1;
     doAddProperties(std::move(builder));
@@ -172,4 +168,4 @@ void ContextData::Builder::cascadeCreation(Impl& context, bool notify)
     }
 }
 
-} // namespace studio::data
+}   // namespace studio::data

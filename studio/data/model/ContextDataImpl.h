@@ -116,4 +116,4 @@ public:
     using ConstrainablesOf::ConstrainablesOf;
 };
 
-} // namespace studio::data
+}   // namespace studio::data

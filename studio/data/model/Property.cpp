@@ -68,7 +68,7 @@ void Property::Impl::setName(std::string const& newName)
 
     tarn::zero::Transaction transaction = begin();
     if (owner)
-        _inverseRemoveThis(owner, ContextData::Impl::PROPERTIES); // under the old name
+        _inverseRemoveThis(owner, ContextData::Impl::PROPERTIES);   // under the old name
     notifyModifying(NAME);
     name = newName;
     if (owner)
@@ -153,7 +153,7 @@ long Property::Builder::doSetOrAdd(tarn::zero::meta::Property const& property, t
 long Property::Builder::doSetOrAdd(tarn::zero::meta::Property const&,
                                    std::unique_ptr<tarn::zero::ModelElement::Builder>&)
 {
-    return -1; // a property contains nothing
+    return -1;   // a property contains nothing
 }
 
 void Property::Builder::fill(Impl& property)
@@ -165,4 +165,4 @@ void Property::Builder::fill(Impl& property)
 
 void Property::Builder::cascadeCreation(Impl&, bool) {}
 
-} // namespace studio::data
+}   // namespace studio::data

@@ -29,7 +29,7 @@ public:
     /// The context that holds the property, null when none does. Of a destroyed property the last one.
     ContextData owner() const;
 
-    Impl* operator->() const noexcept; // complete in PropertyImpl.h
+    Impl* operator->() const noexcept;   // complete in PropertyImpl.h
 };
 
-} // namespace studio::data
+}   // namespace studio::data

@@ -131,4 +131,4 @@ public:
     using ConstrainablesOf::ConstrainablesOf;
 };
 
-} // namespace studio::data
+}   // namespace studio::data

@@ -316,9 +316,8 @@ TEST(ViewOnTheSharedModel, EndsItsWorkAndDoesNoHarm)
         leaf->addProperty("n", 1);
         ExpressionEngine engine{root};
         std::string heard;
-        auto const subscription = engine.acquireExpression("child.n + 1", [&](auto const&, PropertyValue const& value) {
-            heard += value.asString() + ' ';
-        });
+        auto const subscription = engine.acquireExpression(
+            "child.n + 1", [&](auto const&, PropertyValue const& value) { heard += value.asString() + ' '; });
         ContextView odd{shared()};
         ContextView plain{tarn::zero::Model{}};
         std::vector<Handle> handles;
@@ -339,7 +338,7 @@ TEST(ViewOnTheSharedModel, EndsItsWorkAndDoesNoHarm)
         EXPECT_EQ(leaf->getPropertyValue("n"), PropertyValue(2));
         root->addProperty("child", leaf);
         leaf->setPropertyValue("n", 7);
-        handles.erase(handles.begin()); // the copies go, the context stays bound
+        handles.erase(handles.begin());   // the copies go, the context stays bound
         leaf->setPropertyValue("n", 8);
         EXPECT_EQ(heard, "2 3 undefined 3 8 9 ");
         EXPECT_EQ(model::getContextProvider(leaf->getId()), leaf);

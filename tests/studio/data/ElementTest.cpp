@@ -88,7 +88,8 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         SetterCase{"Name", [](World& w) { w.a->setName("z"); }, "", ": b=2 z=1 |: a=3 | l",
                    "~z(name=a); ~C(properties=b,z)"},
-        SetterCase{"NameOfTheOnlyOne", [](World& w) { w.other->setName("z"); }, "", ": a=1 b=2 |: z=3 | l", "~z(name=a)"},
+        SetterCase{"NameOfTheOnlyOne", [](World& w) { w.other->setName("z"); }, "", ": a=1 b=2 |: z=3 | l",
+                   "~z(name=a)"},
         SetterCase{"NameOfALoneOne", [](World& w) { w.lone->setName("a"); }, "", ": a=1 b=2 |: a=3 | a", "~a(name=l)"},
         SetterCase{"PresentName", [](World& w) { w.a->setName(w.a->getName()); }, "", same, ""},
         SetterCase{"TakenName", [](World& w) { w.a->setName("b"); }, "UniquenessConstraint", same, ""},
@@ -176,7 +177,7 @@ TEST(Builder, MakesATreeInOneTransaction)
     EXPECT_EQ(thrownBy([&] { builder.create({}); }), "UniquenessConstraint");
     EXPECT_EQ(recorder.take(), "");
     EXPECT_EQ(model->elements().size(), 3u);
-    EXPECT_EQ(thrownBy([] { ContextData::Builder{}.create({}); }), "logic_error"); // no model
+    EXPECT_EQ(thrownBy([] { ContextData::Builder{}.create({}); }), "logic_error");   // no model
 }
 
 TEST(Builder, RoutesMetaPropertiesAndHandsOnTheRest)
@@ -216,8 +217,8 @@ TEST(Builder, RoutesMetaPropertiesAndHandsOnTheRest)
         EXPECT_EQ(thrownBy([&] { bit = row.set(); }), row.thrown);
         EXPECT_EQ(bit, row.bit);
     }
-    EXPECT_TRUE(wrong);  // not taken
-    EXPECT_FALSE(good); // taken
+    EXPECT_TRUE(wrong);   // not taken
+    EXPECT_FALSE(good);   // taken
     EXPECT_EQ(property.getName() + property.getValue().asString(), "n8");
     EXPECT_EQ(shown(context.createContextData(true, {})), "x: p=1");
 }
@@ -240,13 +241,13 @@ TEST(Builder, OrchestratorTellsWhoMadeWhat)
         EXPECT_EQ(orchestrator.getCreatedElement(raw)->container(), orchestrator.getCreatedElement(&root));
         EXPECT_TRUE(orchestrator.getCreatedElement(apart.get())->isTopLevel());
         EXPECT_FALSE(orchestrator.getCreatedElement(nullptr));
-        apart.reset(); // may go before the orchestrator
+        apart.reset();   // may go before the orchestrator
     }
     EXPECT_EQ(recorder.take(), "+p +q; +context");
     {
         ContextData::Builder root{model};
         ModelBuilder::Orchestrator const orchestrator{&root};
-        root.create({}); // joins it
+        root.create({});   // joins it
     }
     EXPECT_EQ(recorder.take(), "");
     EXPECT_EQ(model->elements().size(), 3u);
@@ -290,14 +291,14 @@ TEST(Reflection, ReadsAndWritesByMetaProperty)
     EXPECT_TRUE(get(w.a, contextProperty(1)).isEmpty());
     using Map = tarn::zero::CollectionRef<ContextData::PropertyMap>;
     using Strings = tarn::zero::CollectionRef<ContextData::Impl::ActiveContexts>;
-    EXPECT_EQ(&**get(w.c, contextProperty(2)).peekValue<Map>(), &w.c->getProperties()); // the live one
+    EXPECT_EQ(&**get(w.c, contextProperty(2)).peekValue<Map>(), &w.c->getProperties());   // the live one
     Value const strings = get(w.c, contextProperty(1));
     (*strings.peekValue<Strings>())->push_back("x");
     EXPECT_TRUE(has(w.c, contextProperty(1)));
 
     EXPECT_EQ(set(w.a, propertyProperty(1), boxed(std::string{"z"})), "");
     EXPECT_EQ(set(w.a, propertyProperty(2), boxed(PropertyValue{false})), "");
-    EXPECT_EQ(set(w.b, propertyProperty(2), Value{}), ""); // empty: undefined
+    EXPECT_EQ(set(w.b, propertyProperty(2), Value{}), "");   // empty: undefined
     EXPECT_EQ(set(w.lone, propertyProperty(3), boxed(w.d)), "");
     EXPECT_EQ(set(w.a, propertyProperty(1), boxed(1)), "CannotCastIncompatibleTypes");
     EXPECT_EQ(set(w.a, propertyProperty(2), boxed(std::string{})), "CannotCastIncompatibleTypes");
@@ -318,7 +319,7 @@ TEST(Reflection, AnswersMetaPropertiesByIndex)
             names.push_back(property ? property->getName() : u"-");
             EXPECT_TRUE(!property || property.index() == index);
         }
-    EXPECT_EQ(names, (std::vector<std::u16string>{u"-", u"activeContexts", u"properties", u"-", u"-", u"-", u"-", //
+    EXPECT_EQ(names, (std::vector<std::u16string>{u"-", u"activeContexts", u"properties", u"-", u"-", u"-", u"-",   //
                                                   u"-", u"name", u"value", u"owner", u"-", u"-", u"-"}));
     EXPECT_EQ(w.a->containmentFeature(), contextProperty(2));
     EXPECT_FALSE(w.lone->containmentFeature());
@@ -332,7 +333,7 @@ TEST(Reflection, OppositeSideIsKeptInStep)
 {
     World w;
     EXPECT_EQ(thrownBy([&] { w.c->inverseAdd(w.lone, contextProperty(1)); }), "InvalidValue");
-    EXPECT_EQ(thrownBy([&] { w.c->inverseAdd(w.lone, contextProperty(2)); }), "logic_error"); // no transaction
+    EXPECT_EQ(thrownBy([&] { w.c->inverseAdd(w.lone, contextProperty(2)); }), "logic_error");   // no transaction
     support::commit(w.model, [&] {
         w.c->inverseAdd(w.lone, contextProperty(2));
         w.lone->basicSetOwner(w.c);
@@ -384,7 +385,7 @@ TEST(Invalidation, PassesEachCollectionOnceToTheHook)
     std::vector<tarn::zero::AbstractOwnedCollection*> const expected{&w.c->getActiveContextsMutable(),
                                                                      &w.c->getPropertiesMutable()};
     EXPECT_EQ(s_invalidated, expected);
-    w.a->destroy(); // has none
+    w.a->destroy();   // has none
     EXPECT_EQ(s_invalidated.size(), 2u);
     w.model = Model{};
     tarn::zero::ElementImpl::m_callback = nullptr;
@@ -392,5 +393,5 @@ TEST(Invalidation, PassesEachCollectionOnceToTheHook)
     EXPECT_TRUE(s_allAlive);
 }
 
-} // namespace
-} // namespace studio::data
+}   // namespace
+}   // namespace studio::data

@@ -17,19 +17,13 @@ OCDChangeDescriptor::~OCDChangeDescriptor() = default;
 
 OCDChangeOfModelElementSequence::OCDChangeOfModelElementSequence(OCDChangeDescriptor::Kind kind, std::size_t index,
                                                                  ModelElement element) noexcept
-    : m_kind{kind}
-    , m_index{index}
-    , m_element{std::move(element)}
-{
-}
+    : m_kind{kind}, m_index{index}, m_element{std::move(element)}
+{}
 
 OCDChangeDescriptorOfModelElementSequence::OCDChangeDescriptorOfModelElementSequence(Kind kind, std::size_t index,
                                                                                      ModelElement element) noexcept
-    : OCDChangeDescriptor{kind}
-    , m_index{index}
-    , m_element{std::move(element)}
-{
-}
+    : OCDChangeDescriptor{kind}, m_index{index}, m_element{std::move(element)}
+{}
 
 OCDChangeDescriptorOfModelElementSequence::~OCDChangeDescriptorOfModelElementSequence() = default;
 
@@ -39,10 +33,8 @@ std::unique_ptr<OCDChangeOfModelElementSequence> OCDChangeDescriptorOfModelEleme
 }
 
 AbstractOwnedCollection::AbstractOwnedCollection(ModelElement::Impl& owner, unsigned long featureIndex) noexcept
-    : m_owner{&owner}
-    , m_featureIndex{featureIndex}
-{
-}
+    : m_owner{&owner}, m_featureIndex{featureIndex}
+{}
 
 AbstractOwnedCollection::~AbstractOwnedCollection() = default;
 
@@ -89,8 +81,8 @@ void AbstractOwnedCollection::refuseValue(Value const& value) const
 {
     auto const name = [](meta::Type const& type) { return type.get() ? type->getQualifiedName() : u"nothing"; };
     meta::Property const property = getCollectionProperty();
-    reportException(tarn0::messages::CannotAddIncompatibleTypes{
-        name(value.meta().type()), name(property ? property->getType() : meta::Type{})});
+    reportException(tarn0::messages::CannotAddIncompatibleTypes{name(value.meta().type()),
+                                                                name(property ? property->getType() : meta::Type{})});
 }
 
 AbstractOwnedCollection::Operation::Operation(AbstractOwnedCollection& collection)
@@ -106,4 +98,4 @@ void AbstractOwnedCollection::Operation::commit()
         m_transaction->commit(boost::none);
 }
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

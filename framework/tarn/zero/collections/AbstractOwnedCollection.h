@@ -13,8 +13,8 @@ namespace tarn::zero {
 
 /// A collection that is a property of an element, or stands alone ("detached"). Every change of an owned one is first
 /// announced to its owner, so that the open transaction can undo it; a change outside of a transaction makes one of its
-/// own. A change of a collection whose owner is dead throws `std::logic_error`, of a proxy's `CannotModifyProxy`, before
-/// anything is touched.
+/// own. A change of a collection whose owner is dead throws `std::logic_error`, of a proxy's `CannotModifyProxy`,
+/// before anything is touched.
 class STUDIO_DATA_EXPORT AbstractOwnedCollection {
 public:
     class Operation;
@@ -95,4 +95,4 @@ private:
     Counted<C> m_collection;
 };
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

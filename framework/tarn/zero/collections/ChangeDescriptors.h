@@ -15,7 +15,7 @@ public:
         Remove,
         Replace,
         Clear,
-        GiveUp ///< any change at all: who follows changes one by one must look at the whole again
+        GiveUp   ///< any change at all: who follows changes one by one must look at the whole again
     };
 
     explicit OCDChangeDescriptor(Kind kind) noexcept : m_kind{kind} {}
@@ -56,4 +56,4 @@ private:
     ModelElement m_element;
 };
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

@@ -37,7 +37,7 @@ struct KeyLess {
     bool operator()(KeyView<Key> const& left, E const& right) const { return left < key(right); }
 };
 
-} // namespace detail
+}   // namespace detail
 
 /// What the keyed maps have in common with each other and with no other collection.
 class STUDIO_DATA_EXPORT ElementMapBase : public GenericMapInterface {};
@@ -46,9 +46,8 @@ class STUDIO_DATA_EXPORT ElementMapBase : public GenericMapInterface {};
 /// of the key. Look-ups take a view and answer borrowed pointers; a change costs the logarithm of the size.
 /// Placeholders for elements of other models stand in a table of their own and are not found by key.
 template <class Key, class E, class KeyOf = NameKey>
-class ElementMap final
-    : public TypedReferenceCollectionWithProxies<E, std::set<E, detail::KeyLess<Key, E, KeyOf>>>
-    , public ElementMapBase {
+class ElementMap final : public TypedReferenceCollectionWithProxies<E, std::set<E, detail::KeyLess<Key, E, KeyOf>>>,
+                         public ElementMapBase {
     using Set = std::set<E, detail::KeyLess<Key, E, KeyOf>>;
     using Base = TypedReferenceCollectionWithProxies<E, Set>;
     using Order = detail::KeyLess<Key, E, KeyOf>;
@@ -64,8 +63,7 @@ public:
     ElementMap() : Base{false} {}
     ElementMap(ModelElement::Impl& owner, unsigned long featureIndex, bool composite)
         : Base{owner, featureIndex, composite}
-    {
-    }
+    {}
 
     /// The element under that key, borrowed; null if there is none.
     typename E::Impl* findImpl(KeyView const& key) const noexcept
@@ -177,7 +175,7 @@ public:
         std::unique_ptr<typename Base::Proxies> none;
         this->swapProxies(none);
         try {
-            if (m_memories.newest) // a report that somebody keeps beyond the model
+            if (m_memories.newest)   // a report that somebody keeps beyond the model
                 m_memories.newest->clearing(this->m_elements);
         } catch (...) {
             // Without memory that report forgets what the map held.
@@ -213,4 +211,4 @@ private:
     typename Old::Chain m_memories;
 };
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

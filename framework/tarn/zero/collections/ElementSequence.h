@@ -22,8 +22,7 @@ public:
     ElementSequence() : Base{false} {}
     ElementSequence(ModelElement::Impl& owner, unsigned long featureIndex, bool composite)
         : Base{owner, featureIndex, composite}
-    {
-    }
+    {}
 
     E const& at(std::size_t index) const { return this->m_elements.at(index); }
     /// The element's place, or `npos`.
@@ -113,4 +112,4 @@ private:
     }
 };
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

@@ -39,4 +39,4 @@ public:
 /// A sequence of plain values rather than of elements.
 class STUDIO_DATA_EXPORT GenericPrimitiveInterface : public GenericSequenceInterface {};
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

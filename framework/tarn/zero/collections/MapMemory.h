@@ -80,7 +80,7 @@ public:
         std::set<void const*> moved;
         for (MapMemory const* memory = this; memory; memory = memory->m_newer)
             for (Step const& step : memory->m_steps)
-                if (moved.insert(step.element.get()).second && !step.inserted) // the first step tells
+                if (moved.insert(step.element.get()).second && !step.inserted)   // the first step tells
                     list.push_back(step.element);
         for (E const& element : *m_set)
             if (moved.count(element.get()) == 0)
@@ -161,9 +161,9 @@ private:
     std::list<Step> m_steps;
     Set const* m_set = nullptr;
     std::size_t m_size = 0;
-    Chain* m_chain = nullptr; // null: not remembering
+    Chain* m_chain = nullptr;   // null: not remembering
     MapMemory* m_older = nullptr;
     MapMemory* m_newer = nullptr;
 };
 
-} // namespace tarn::zero::detail
+}   // namespace tarn::zero::detail

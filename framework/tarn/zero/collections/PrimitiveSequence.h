@@ -48,8 +48,7 @@ protected:
     explicit PrimitiveCollection(Container values) : m_values{std::move(values)} {}
     PrimitiveCollection(ModelElement::Impl& owner, unsigned long featureIndex)
         : AbstractOwnedCollection{owner, featureIndex}
-    {
-    }
+    {}
 
     /// Announces a change and makes it, in the open transaction or one of its own. `change` is made whole or throws.
     template <class Change>
@@ -108,7 +107,7 @@ public:
     void insert(std::size_t index, T const& value)
     {
         requireIndex(index, this->size() + 1);
-        T copy = value; // so that only moves, which do not throw, shift the rest
+        T copy = value;   // so that only moves, which do not throw, shift the rest
         this->modify(Kind::Add, [&](Values& values) {
             values.insert(values.begin() + static_cast<std::ptrdiff_t>(index), std::move(copy));
         });
@@ -164,4 +163,4 @@ private:
     }
 };
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

@@ -107,4 +107,4 @@ void ReferenceCollection::refuseType(ModelElement const& element, meta::Class co
     reportException(tarn0::messages::CannotAddIncompatibleTypes{name(given), name(wanted)});
 }
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

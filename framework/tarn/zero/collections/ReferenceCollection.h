@@ -48,8 +48,7 @@ protected:
     explicit ReferenceCollection(bool composite) noexcept : m_composite{composite} {}
     ReferenceCollection(ModelElement::Impl& owner, unsigned long featureIndex, bool composite) noexcept
         : AbstractOwnedCollection{owner, featureIndex}, m_composite{composite}
-    {
-    }
+    {}
 
     /// Throws if the collection cannot take an element of that class, or already has what `element` would bring.
     virtual void checkType(ModelElement const& element) const = 0;
@@ -63,4 +62,4 @@ private:
     bool m_composite;
 };
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

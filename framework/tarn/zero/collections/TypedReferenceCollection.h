@@ -56,10 +56,7 @@ protected:
         if (!isInstance<E>(element))
             refuseType(element, E::metaClass());
     }
-    static E typed(ModelElement const& element) noexcept
-    {
-        return E{static_cast<typename E::Impl*>(element.get())};
-    }
+    static E typed(ModelElement const& element) noexcept { return E{static_cast<typename E::Impl*>(element.get())}; }
 
     Container m_elements;
 };
@@ -98,10 +95,7 @@ protected:
             m_proxies = std::make_unique<Proxies>();
         m_proxies->emplace(element->getProxyId(), element);
     }
-    bool removeProxy(ModelElement const& element)
-    {
-        return m_proxies && m_proxies->erase(element->getProxyId()) != 0;
-    }
+    bool removeProxy(ModelElement const& element) { return m_proxies && m_proxies->erase(element->getProxyId()) != 0; }
     /// Placeholders that are contained leave the owner with the collection.
     void clearProxies()
     {
@@ -132,7 +126,7 @@ protected:
     }
 
 private:
-    std::unique_ptr<Proxies> m_proxies; // null while there are none, which is nearly always
+    std::unique_ptr<Proxies> m_proxies;   // null while there are none, which is nearly always
 };
 
-} // namespace tarn::zero
+}   // namespace tarn::zero

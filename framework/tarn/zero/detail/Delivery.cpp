@@ -47,4 +47,4 @@ void Delivery::serve(Frame& frame)
     }
 }
 
-} // namespace tarn::zero::detail
+}   // namespace tarn::zero::detail

@@ -15,12 +15,12 @@ public:
     void deliver(std::shared_ptr<ReportData> const& report, ListenerList::Snapshot const& holders);
 
 private:
-    struct Frame; // one report under way; lives on the stack of its commit
+    struct Frame;   // one report under way; lives on the stack of its commit
 
     static void serve(Frame& frame);
 
-    Frame* m_oldest = nullptr; // with listeners left to serve
+    Frame* m_oldest = nullptr;   // with listeners left to serve
     Frame* m_newest = nullptr;
 };
 
-} // namespace tarn::zero::detail
+}   // namespace tarn::zero::detail

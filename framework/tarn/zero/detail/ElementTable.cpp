@@ -13,7 +13,7 @@ bool isTaken(ModelElement::Impl const& holder) noexcept
     return holder.isAlive() && !holder.isProxy();
 }
 
-} // namespace
+}   // namespace
 
 ElementTable::~ElementTable()
 {
@@ -75,4 +75,4 @@ void ElementTable::clear() noexcept
         element->removeRef();
 }
 
-} // namespace tarn::zero::detail
+}   // namespace tarn::zero::detail

@@ -50,4 +50,4 @@ private:
     std::unordered_set<Impl*> m_unindexed;
 };
 
-} // namespace tarn::zero::detail
+}   // namespace tarn::zero::detail

@@ -16,7 +16,7 @@ void makeRoom(std::vector<T>& list, std::size_t count)
         list.reserve(std::max(list.size() + count, list.capacity() * 2));
 }
 
-} // namespace
+}   // namespace
 
 Journal::~Journal()
 {
@@ -55,7 +55,7 @@ void Journal::created(Impl& element)
     if (!isOpen())
         throw std::logic_error{"a creation needs an open transaction"};
     Storage& storage = enter(element);
-    storage.m_displaced = m_table.insert(element); // if it throws, an empty storage stays: nothing changed
+    storage.m_displaced = m_table.insert(element);   // if it throws, an empty storage stays: nothing changed
     storage.m_created = true;
 }
 
@@ -207,7 +207,7 @@ Journal::Storage* Journal::take(Impl& element)
         pool = &m_pools.emplace_back(Pool{&typeid(element), {}, 0});
     if (pool->free.empty()) {
         std::unique_ptr<Storage> storage = element.createStorage();
-        makeRoom(pool->free, pool->made + 1); // giving it back must not need memory
+        makeRoom(pool->free, pool->made + 1);   // giving it back must not need memory
         ++pool->made;
         return storage.release();
     }
@@ -242,4 +242,4 @@ void Journal::finishDeath(Impl& element) noexcept
     m_table.erase(element);
 }
 
-} // namespace tarn::zero::detail
+}   // namespace tarn::zero::detail

@@ -59,12 +59,12 @@ public:
 private:
     struct Level {
         std::uint64_t serial;
-        std::size_t first; // where its storages begin
+        std::size_t first;   // where its storages begin
     };
     struct Pool {
-        std::type_info const* type; // of the elements; the storages of one class fit each other
+        std::type_info const* type;   // of the elements; the storages of one class fit each other
         std::vector<Storage*> free;
-        std::size_t made = 0; // and not lost: `free` has room for them
+        std::size_t made = 0;   // and not lost: `free` has room for them
     };
 
     Storage& enter(Impl& element);
@@ -80,4 +80,4 @@ private:
     std::uint64_t m_lastSerial = 0;
 };
 
-} // namespace tarn::zero::detail
+}   // namespace tarn::zero::detail

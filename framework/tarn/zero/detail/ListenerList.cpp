@@ -7,9 +7,8 @@ namespace tarn::zero::detail {
 
 bool ListenerList::contains(Listener const* listener) const noexcept
 {
-    return m_holders && std::any_of(m_holders->begin(), m_holders->end(), [&](auto const& holder) {
-        return holder->listener() == listener;
-    });
+    return m_holders && std::any_of(m_holders->begin(), m_holders->end(),
+                                    [&](auto const& holder) { return holder->listener() == listener; });
 }
 
 void ListenerList::add(std::shared_ptr<ListenerHolderBase> holder)
@@ -18,7 +17,7 @@ void ListenerList::add(std::shared_ptr<ListenerHolderBase> holder)
     changed->reserve(m_holders ? m_holders->size() + 1 : 1);
     if (m_holders)
         for (auto const& present : *m_holders)
-            if (present->listener()) // one whose removal found no memory
+            if (present->listener())   // one whose removal found no memory
                 changed->push_back(present);
     changed->push_back(std::move(holder));
     m_holders = std::move(changed);
@@ -28,9 +27,8 @@ void ListenerList::remove(Listener const* listener) noexcept
 {
     if (!m_holders)
         return;
-    auto const found = std::find_if(m_holders->begin(), m_holders->end(), [&](auto const& holder) {
-        return holder->listener() == listener;
-    });
+    auto const found = std::find_if(m_holders->begin(), m_holders->end(),
+                                    [&](auto const& holder) { return holder->listener() == listener; });
     if (found == m_holders->end())
         return;
     std::shared_ptr<ListenerHolderBase> const holder = *found;
@@ -51,4 +49,4 @@ void ListenerList::clear() noexcept
             holder->invalidate();
 }
 
-} // namespace tarn::zero::detail
+}   // namespace tarn::zero::detail

@@ -27,4 +27,4 @@ private:
     Snapshot m_holders;
 };
 
-} // namespace tarn::zero::detail
+}   // namespace tarn::zero::detail

@@ -18,7 +18,7 @@ std::mt19937_64& generator()
     return engine;
 }
 
-} // namespace
+}   // namespace
 
 boost::uuids::uuid freshUuid()
 {
@@ -37,4 +37,4 @@ void seedUuids(std::uint64_t seed)
     generator().seed(seed);
 }
 
-} // namespace tarn::zero::detail
+}   // namespace tarn::zero::detail

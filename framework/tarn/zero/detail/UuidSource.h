@@ -13,4 +13,4 @@ boost::uuids::uuid freshUuid();
 /// Makes this thread's identities repeat from run to run, for reproducible tests.
 void seedUuids(std::uint64_t seed);
 
-} // namespace tarn::zero::detail
+}   // namespace tarn::zero::detail

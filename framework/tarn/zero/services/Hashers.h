@@ -31,4 +31,4 @@ struct TARN0Hasher<boost::uuids::uuid> {
     }
 };
 
-} // namespace tarn::zero::services::hashers
+}   // namespace tarn::zero::services::hashers
