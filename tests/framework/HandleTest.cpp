@@ -145,6 +145,7 @@ TEST(DeadElement, GoesWithItsLastHandle)
             support::rollBack(d.model, [&] { handles = {add(d.owner, "undone"), newContext(d.model)}; });
             handles.push_back(add(d.owner, "destroyed"));
             handles.back()->destroy();
+            support::rollBack(d.model, [&] { d.owner->destroy(); });
             ContextData const full = newContext(d.model);
             add(full, "inside");
             full->cloneTo(d.model, true)->destroy();

@@ -101,17 +101,17 @@ public:
         switch (m_random.below(wasIdle ? 14 : 18)) {
         case 0: return begin();
         case 1:
-        case 2:
-        case 3: create(); break;
-        case 4: destroy(); break;
-        case 5:
-        case 6: rename(); break;
+        case 2: create(); break;
+        case 3: destroy(); break;
+        case 4:
+        case 5: rename(); break;
+        case 6:
         case 7:
-        case 8:
-        case 9: move(); break;
-        case 10: clear(); break;
-        case 11:
-        case 12: setValue(); break;
+        case 8: move(); break;
+        case 9: clear(); break;
+        case 10:
+        case 11: setValue(); break;
+        case 12:
         case 13: changeActive(); break;
         case 14: return begin();
         case 15:
@@ -277,10 +277,10 @@ private:
             return;
         auto& sequence = context(id)->getActiveContextsMutable();
         Strings& plain = m_state.elements.at(id).active;
-        std::size_t const index = m_random.below(3);
+        std::size_t const index = m_random.below(plain.size() + (m_random.oneIn(4) ? 3 : 1));
         auto const at = plain.begin() + static_cast<std::ptrdiff_t>(std::min(index, plain.size()));
         std::string const name = someName();
-        switch (m_random.below(4)) {
+        switch (m_random.below(6)) {
         case 0:
             expect(
                 index > plain.size() ? "out_of_range" : "", [&] { sequence.insert(index, name); },
@@ -296,9 +296,13 @@ private:
                 index >= plain.size() ? "out_of_range" : "", [&] { sequence.replace(index, name); },
                 [&] { touchActive(id)[index] = name; });
             break;
-        default:
+        case 3:
             expect(
                 "", [&] { sequence.clear(); }, [&] { touchActive(id).clear(); });
+            break;
+        default:
+            expect(
+                "", [&] { sequence.push_back(name); }, [&] { touchActive(id).push_back(name); });
         }
     }
     Strings& touchActive(Id id)

@@ -32,9 +32,9 @@ Model::~Model()
     removeRef();
 }
 
-Model Model::create(ModelSpec const& spec)
+Model Model::create(ModelSpec const& wanted)
 {
-    return Model{new Impl{spec}};
+    return Model{new Impl{wanted}};
 }
 
 Model Model::create(ModelConstellation const& constellation)

@@ -41,7 +41,7 @@ public:
     ~Model();
 
     /// A new, empty model.
-    static Model create(ModelSpec const& spec);
+    static Model create(ModelSpec const& wanted);
     static Model create(ModelConstellation const& constellation);
 
     /// Takes or drops one more reference by hand; ignored by a null handle.

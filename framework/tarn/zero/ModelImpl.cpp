@@ -17,8 +17,8 @@ constexpr std::size_t mostSpareReports = 8;   // commits inside each other's del
 
 }   // namespace
 
-Model::Impl::Impl(ModelSpec const& spec)
-    : m_name{spec.name},
+Model::Impl::Impl(ModelSpec const& wanted)
+    : m_name{wanted.name},
       m_elements{std::make_unique<detail::ElementTable>()},
       m_journal{std::make_unique<detail::Journal>(*m_elements)},
       m_listeners{std::make_unique<detail::ListenerList>()},

@@ -16,7 +16,7 @@ using FindElementBehavior = int;
 /// One model: its elements, its open transaction and its listeners.
 class STUDIO_DATA_EXPORT Model::Impl final : public ElementImpl {
 public:
-    explicit Impl(ModelSpec const& spec);
+    explicit Impl(ModelSpec const& wanted);
 
     /// Opens a transaction; inside an open one a savepoint. Element setters pass false, whoever groups changes passes
     /// true; to the model both are the same. Throws `ModelFrozen` on a frozen model.
