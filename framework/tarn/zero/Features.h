@@ -215,7 +215,8 @@ struct Collection : detail::FeatureDefaults {
     }
 };
 
-/// The property that names the element's container, of handle class `Owner`.
+/// The property that names the element's container, of handle class `Owner`. One whose `Impl` need
+/// not be known where the feature list stands makes itself `from` an element.
 template <unsigned long Index, class Owner, auto Setter>
 struct Container : detail::FeatureDefaults {
     static constexpr unsigned long index = Index;
@@ -237,12 +238,12 @@ struct Container : detail::FeatureDefaults {
     static void forget(Nothing&) noexcept {}
     static Value oldValue(Nothing const&, ModelElement::Impl::Changes const& changes, meta::Property const& property)
     {
-        return Value{ValueMeta{property}, as(changes.oldContainer().get())};
+        return Value{ValueMeta{property}, as(changes.oldContainer())};
     }
     template <class Element>
     static Value value(Element& element, meta::Property const& property, ModelElement::Impl::ReflectionPrivateTag)
     {
-        return Value{ValueMeta{property}, as(element.containerImpl())};
+        return Value{ValueMeta{property}, as(element.container())};
     }
     template <class Element>
     static bool has(Element const& element) noexcept
@@ -257,7 +258,13 @@ struct Container : detail::FeatureDefaults {
     }
 
 private:
-    static Owner as(ModelElement::Impl* container) { return Owner{static_cast<typename Owner::Impl*>(container)}; }
+    static Owner as(ModelElement const& container)
+    {
+        if constexpr (requires { Owner::from(container); })
+            return Owner::from(container);
+        else
+            return Owner{static_cast<typename Owner::Impl*>(container.get())};
+    }
 };
 
 }   // namespace tarn::zero

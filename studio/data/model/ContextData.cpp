@@ -23,6 +23,11 @@ tarn::zero::meta::Class ContextData::metaClass()
     return MetaPackageStudio_data::contextDataClass();
 }
 
+ContextData ContextData::from(tarn::zero::ModelElement const& element) noexcept
+{
+    return ContextData{tarn::zero::elementCast<ContextData>(element)};
+}
+
 tarn::zero::CollectionRef<ContextData::PropertyMap> ContextData::properties() const
 {
     if (!get())

@@ -34,6 +34,8 @@ public:
     /// goes on finding the first element of that UUID.
     static ContextData create(tarn::zero::Model const& model, boost::uuids::uuid const& uuid);
     static tarn::zero::meta::Class metaClass();
+    /// The element as a context; null if it is none.
+    static ContextData from(tarn::zero::ModelElement const& element) noexcept;
 
     /// The element's own properties, in order of their names, shared: the answer keeps the element.
     tarn::zero::CollectionRef<PropertyMap> properties() const;
