@@ -20,6 +20,13 @@ public:
     Value(bool logical) noexcept : m_content(logical) {}
     Value(std::string text) noexcept : m_content(std::move(text)) {}
 
+    // Assigned, not copied: libstdc++ 12 leaves a variant whose copying finds no memory in no defined state.
+    Value(Value const& other) { m_content = other.m_content; }
+    Value(Value&&) noexcept = default;
+    Value& operator=(Value const&) = default;
+    Value& operator=(Value&&) noexcept = default;
+    ~Value() = default;
+
     /// A text; the undefined value when `text` is null.
     Value(char const* text);
 

@@ -51,7 +51,8 @@ public:
     template <class T, class Class>
     PropertyValue(T Class::*pointer) = delete;
 
-    PropertyValue(PropertyValue const&) = default;
+    // Assigned, not copied: libstdc++ 12 leaves a variant whose copying finds no memory in no defined state.
+    PropertyValue(PropertyValue const& other) { value = other.value; }
     PropertyValue(PropertyValue&&) noexcept = default;
     PropertyValue& operator=(PropertyValue const&) = default;
     PropertyValue& operator=(PropertyValue&&) noexcept = default;
