@@ -13,6 +13,7 @@ namespace studio::data {
 
 class ContextView;
 class HandleRecord;
+class Invariants;   // of the tests: may look at everything
 
 /// A holder's hold on one context of a view: it reads the view's mirror of the context, and is told once, with an empty
 /// `ContextData`, if the view goes away before it. Changes of the context make no call; they are seen by reading.
@@ -50,6 +51,7 @@ public:
 private:
     friend class ContextView;
     friend class HandleRecord;
+    friend class Invariants;
 
     struct Call;
     struct Life;

@@ -59,6 +59,7 @@ void walk(ContextData const& clone, Enter const& enter)
 ContextView::ContextView(tarn::zero::Model const& given)
     : model{given ? given : tarn::zero::Model::create(tarn::zero::ModelSpec{})},
       graph{std::make_unique<detail::ViewGraph>()},
+      recordOrder{std::make_unique<RecordList>()},
       life{std::make_shared<ContextHandleImpl::Life>(ContextHandleImpl::Life{this})}
 {
     ContextProvider::sharedModel()->addDeepListener(this);
@@ -68,9 +69,8 @@ ContextView::~ContextView()
 {
     ContextProvider::sharedModel()->removeListener(this);
     life->ending = true;
-    while (!records.empty()) {
-        HandleRecord* const record = records.begin()->second;
-        records.erase(records.begin());
+    while (HandleRecord* const record = recordOrder->first()) {
+        forget(*record);
         delete record;   // its callbacks may end others
     }
     life->view = nullptr;
@@ -155,7 +155,7 @@ HandleRecord* ContextView::createRecord(Id const& id)
             if (!present) {
                 auto record = std::make_unique<HandleRecord>(provider);
                 records.emplace(context, record.get());
-                static_cast<void>(record.release());
+                recordOrder->append(*record.release());
             }
         }
         change.commit();
@@ -176,7 +176,7 @@ void ContextView::destroyRecord(HandleRecord* record)
     if (entry == records.end() || entry->second != record)
         return;
     auto const watched = life;
-    records.erase(entry);
+    forget(*record);
     graph->removeRecord(id);
     delete record;   // runs callbacks, and what hears of the provider's end
     if (watched->view)
@@ -292,6 +292,13 @@ void ContextView::refresh()
     for (auto const& entry : records)
         graph->addRecord(entry.first);
     stale = false;
+}
+
+/// Takes a record out of the tables.
+void ContextView::forget(HandleRecord& record) noexcept
+{
+    records.erase(record.provider->getId());
+    recordOrder->remove(record);
 }
 
 /// Ends the record if it has no handle. Orphans that cannot be discarded now go with the next ones.

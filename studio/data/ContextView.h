@@ -20,6 +20,8 @@
 namespace studio::data {
 
 class HandleRecord;
+class Invariants;   // of the tests: may look at everything
+class RecordList;
 namespace detail {
 class ViewGraph;
 }
@@ -58,8 +60,9 @@ public:
     /// in a given model outlast the view. A transaction on it that is rolled back takes along what the view did there
     /// meanwhile.
     explicit ContextView(tarn::zero::Model const& model);
-    /// Detaches every handle that is left: record by record, all of a record first, then their callbacks run in order
-    /// of acquisition. A callback that throws ends the process. Otherwise lets nothing out.
+    /// Detaches every handle that is left: context by context in the order in which they were first acquired, all of a
+    /// context first, then their callbacks run in order of acquisition. A callback that throws ends the process.
+    /// Otherwise lets nothing out.
     ~ContextView() override;
 
     /// A view owned by the caller.
@@ -113,6 +116,7 @@ public:
 
 private:
     friend class ContextHandleImpl;
+    friend class Invariants;
 
     class Change;
     struct Update;
@@ -123,6 +127,7 @@ private:
     void enter(Id const& id, ContextData const& clone);
     void enterGraph(Id const& id, ContextData const& clone);
     void refresh();
+    void forget(HandleRecord& record) noexcept;
     void undoEmptyRecord(Id const& id) noexcept;
 
     ContextData const* cloneOf(ContextData::Impl const& source);
@@ -140,7 +145,8 @@ private:
     std::unordered_map<Id, ContextData, IdHasher> data;
 
     std::unique_ptr<detail::ViewGraph> graph;   // over the keys of data
-    bool stale = false;                         // the graph: a transaction was rolled back
+    std::unique_ptr<RecordList> recordOrder;
+    bool stale = false;   // the graph: a transaction was rolled back
     std::shared_ptr<ContextHandleImpl::Life> life;
 };
 

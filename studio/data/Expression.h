@@ -39,6 +39,8 @@ public:
     void detachHandles() noexcept;
     /// The engine let go: releases the symbols at once, also while a call keeps the expression.
     void retire() noexcept;
+    /// The engine could not take it in: its symbols stay bound, as after a construction that failed.
+    void abandon() noexcept { retired = true; }
     bool isRetired() const noexcept { return retired; }
 
     ExpressionEngine* engine;
@@ -49,6 +51,7 @@ public:
 
 private:
     friend class ExpressionEngine;
+    friend class Invariants;
 
     void notifyHandles();
     void closeGaps() noexcept;

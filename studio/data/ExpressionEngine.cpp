@@ -50,28 +50,29 @@ ExpressionEngine::~ExpressionEngine()
 
 std::unique_ptr<ExpressionHandle> ExpressionEngine::acquireExpression(std::string const& text, Callback const& callback)
 {
-    // By design: a failed construction leaves the empty entry.
+    auto handle = std::make_unique<ExpressionHandle>(nullptr, callback);
+    handle->text = text;
+    // By design: a failed construction leaves the empty entry, and the symbols that were bound by then.
     std::shared_ptr<Expression>& entry = expressions[text];
-    if (!entry) {
-        auto expression = std::make_shared<Expression>(text, this);
-        attach(*expression);
-        entry = std::move(expression);
+    PropertyValue value;   // copied before anybody is subscribed: to unsubscribe would unbind symbols
+    if (entry) {
+        value = entry->value;
+        entry->addHandle(*handle);
+    } else {
+        auto made = std::make_shared<Expression>(text, this);
+        try {
+            value = made->value;
+            made->addHandle(*handle);
+            attach(*made);
+        } catch (...) {
+            made->abandon();
+            throw;
+        }
+        entry = std::move(made);
     }
     std::shared_ptr<Expression> const expression = entry;
-    std::unique_ptr<ExpressionHandle> handle;
-    try {
-        handle = std::make_unique<ExpressionHandle>(nullptr, callback);
-        handle->text = text;
-        expression->addHandle(*handle);
-        handle->expression = expression.get();
-    } catch (...) {
-        if (expression->handles.empty()) {
-            expressions.erase(text);
-            detach(*expression);
-        }
-        throw;
-    }
-    handle->call(*expression);
+    handle->expression = expression.get();
+    handle->call(*expression, value);
     return handle;
 }
 
@@ -118,12 +119,18 @@ void ExpressionEngine::attach(Expression& expression)
         for (std::string const& symbol : expression.symbols)
             bindings.find(symbol)->second.expressions.push_back(&expression);
     } catch (...) {
-        detach(expression);
+        forget(expression);
         throw;
     }
 }
 
 void ExpressionEngine::detach(Expression& expression) noexcept
+{
+    forget(expression);
+    expression.retire();
+}
+
+void ExpressionEngine::forget(Expression& expression) noexcept
 {
     for (std::string const& symbol : expression.symbols)
         if (auto const binding = bindings.find(symbol); binding != bindings.end()) {
@@ -133,16 +140,24 @@ void ExpressionEngine::detach(Expression& expression) noexcept
                 users.pop_back();
             }
         }
-    expression.retire();
 }
 
 void ExpressionEngine::acquireSymbol(std::string const& symbol, std::string const& text)
 {
     if (!rootProvider)
         return;
-    auto const entry = symbolExpressions.try_emplace(symbol).first;
-    entry->second.insert(text);
-    auto const binding = bindings.try_emplace(entry->first).first;
+    auto const [entry, isNew] = symbolExpressions.try_emplace(symbol);
+    auto binding = bindings.end();
+    try {
+        binding = bindings.try_emplace(entry->first).first;
+        entry->second.insert(text);
+    } catch (...) {
+        if (isNew) {
+            bindings.erase(entry->first);
+            symbolExpressions.erase(entry);
+        }
+        throw;
+    }
     binding->second.provisional |= ContextProvider::sharedModel()->isInTransaction();
     bindPath(*binding, 0, rootProvider);
 }
@@ -214,15 +229,8 @@ void ExpressionEngine::bindLeaf(Bindings::value_type& symbol, unsigned long offs
 
 void ExpressionEngine::unbindFrom(Bindings::value_type& symbol, unsigned long offset) noexcept
 {
-    auto& own = symbol.second.leaves;
-    auto const kept = std::remove_if(own.begin(), own.end(), [&](BoundLeaf const& leaf) {
-        if (leaf.offset < offset)
-            return false;
-        removeLeaf(componentAt(symbol.first, leaf.offset), {symbol.first, leaf.offset}, leaf.provider);
-        return true;
-    });
-    own.erase(kept, own.end());
-    if (own.empty())
+    unbindIf(symbol, [offset](BoundLeaf const& leaf) { return leaf.offset >= offset; });
+    if (symbol.second.leaves.empty())
         symbol.second.provisional = false;
 }
 

@@ -9,6 +9,7 @@
 
 #include <boost/uuid/uuid.hpp>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -23,6 +24,7 @@ namespace studio::data {
 
 class ContextProvider;
 class Expression;
+class Invariants;   // of the tests: may look at everything
 
 /// Evaluates expressions over the properties of one root context and tells its subscribers when a value changes.
 ///
@@ -93,6 +95,7 @@ public:
 private:
     friend class Expression;
     friend class ExpressionHandle;
+    friend class Invariants;
 
     struct BoundLeaf {
         boost::uuids::uuid provider;
@@ -126,11 +129,25 @@ private:
     std::uint64_t nextNumber() noexcept { return ++lastNumber; }
     void attach(Expression& expression);
     void detach(Expression& expression) noexcept;
+    void forget(Expression& expression) noexcept;
 
     void bindPath(Bindings::value_type& symbol, unsigned long offset, std::shared_ptr<ContextProvider> provider);
     void bindLeaf(Bindings::value_type& symbol, unsigned long offset, std::string_view name,
                   boost::uuids::uuid const& provider);
     void unbindFrom(Bindings::value_type& symbol, unsigned long offset) noexcept;
+    /// Unbinds the leaves that `isLeaving` chooses.
+    template <class Test>
+    void unbindIf(Bindings::value_type& symbol, Test const& isLeaving) noexcept
+    {
+        auto& own = symbol.second.leaves;
+        auto const kept = std::remove_if(own.begin(), own.end(), [&](BoundLeaf const& leaf) {
+            if (!isLeaving(leaf))
+                return false;
+            removeLeaf(componentAt(symbol.first, leaf.offset), {symbol.first, leaf.offset}, leaf.provider);
+            return true;
+        });
+        own.erase(kept, own.end());
+    }
     void removeLeaf(std::string_view name, Leaf const& leaf, boost::uuids::uuid const& provider) noexcept;
     static std::string_view componentAt(std::string_view symbol, unsigned long offset) noexcept;
 

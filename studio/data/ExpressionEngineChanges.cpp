@@ -102,19 +102,21 @@ void ExpressionEngine::rebind(Bindings::value_type& symbol)
     Binding& binding = symbol.second;
     Cut const cut = binding.cut;
     if (binding.provisional) {
-        unbindFrom(symbol, 0);
+        // The root's leaf stays: without memory to bind it again nothing would ever touch the symbol.
+        unbindIf(symbol,
+                 [&](BoundLeaf const& leaf) { return leaf.offset != 0 || leaf.provider != rootProvider->getId(); });
+        binding.provisional = false;
         return bindPath(symbol, 0, rootProvider);
     }
     if (!cut.keepsLeaf)
         return unbindFrom(symbol, cut.offset);
-    unsigned long const next = cut.offset + componentAt(symbol.first, cut.offset).size();
-    if (next == symbol.first.size())
+    if (cut.offset + componentAt(symbol.first, cut.offset).size() == symbol.first.size())
         return;   // the end of the path leads nowhere else
     auto const here =
         std::lower_bound(binding.leaves.begin(), binding.leaves.end(), cut.offset,
                          [](BoundLeaf const& leaf, unsigned long offset) { return leaf.offset < offset; });
     boost::uuids::uuid const provider = here->provider;
-    unbindFrom(symbol, next);
+    unbindFrom(symbol, cut.offset + 1);
     bindPath(symbol, cut.offset, cut.offset == 0 ? rootProvider : model::getContextProvider(provider));
 }
 

@@ -53,7 +53,11 @@ void ExpressionHandle::notify() const
 
 void ExpressionHandle::call(Expression const& pinned) const
 {
-    PropertyValue const value = pinned.value;   // stays what it is while the callback changes things
+    call(pinned, PropertyValue{pinned.value});   // a copy stays what it is while the callback changes things
+}
+
+void ExpressionHandle::call(Expression const& pinned, PropertyValue const& value) const
+{
     if (running)
         return running->function(pinned.text, value);   // a change from inside the callback
     Call lent{*this};

@@ -12,6 +12,7 @@
 namespace studio::data {
 
 class Expression;
+class Invariants;   // of the tests: may look at everything
 
 /// A subscriber's hold on one expression of an engine: the value, and a callback for its changes. Destroying it ends
 /// the subscription, also from inside its own callback. It may outlive its engine: it is then detached, reads undefined
@@ -35,10 +36,12 @@ public:
 private:
     friend class Expression;
     friend class ExpressionEngine;
+    friend class Invariants;
 
     struct Call;
 
     void call(Expression const& pinned) const;
+    void call(Expression const& pinned, PropertyValue const& value) const;
 
     Expression* expression;      // not owned; null once detached
     mutable Callback callback;   // lent to the running call, so that it survives the handle

@@ -40,4 +40,17 @@ bool HandleRecord::remove(ContextHandleImpl& handle) noexcept
     return true;
 }
 
+void RecordList::append(HandleRecord& record) noexcept
+{
+    record.position = end;
+    *end = &record;
+    end = &record.next;
+}
+
+void RecordList::remove(HandleRecord& record) noexcept
+{
+    *record.position = record.next;
+    (record.next ? record.next->position : end) = record.position;
+}
+
 }   // namespace studio::data

@@ -28,7 +28,23 @@ public:
     std::unordered_set<ContextHandleImpl*> handles;
 
 private:
+    friend class RecordList;
+
+    HandleRecord* next = nullptr;   // in the list of its view
+    HandleRecord** position = nullptr;
     ContextHandleImpl* newest = nullptr;   // the same handles, each leading to the one acquired before it
+};
+
+/// The records of a view in the order in which they were made. Owns none of them.
+class RecordList : private boost::noncopyable {
+public:
+    HandleRecord* first() const noexcept { return oldest; }
+    void append(HandleRecord& record) noexcept;
+    void remove(HandleRecord& record) noexcept;
+
+private:
+    HandleRecord* oldest = nullptr;
+    HandleRecord** end = &oldest;
 };
 
 }   // namespace studio::data

@@ -192,6 +192,7 @@ private:
     friend class Model::Impl;
     friend class detail::ElementTable;
     friend class detail::Journal;
+    friend class Invariants;
 
     void revive() noexcept;
 

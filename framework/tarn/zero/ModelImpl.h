@@ -46,6 +46,7 @@ public:
 
 private:
     friend class Freezer;
+    friend class Invariants;
     friend class Thawer;
     friend class Transaction;
 

@@ -36,8 +36,10 @@ struct ExpressionEngine::Frame {
     {
         auto& spare = engine.spareBatches;
         if (spare.empty()) {
-            spare.reserve(++engine.batchCount);
-            return std::make_unique<Batch>();
+            spare.reserve(engine.batchCount + 1);   // giving it back must not need memory
+            auto made = std::make_unique<Batch>();
+            ++engine.batchCount;
+            return made;
         }
         std::unique_ptr<Batch> batch = std::move(spare.back());
         spare.pop_back();

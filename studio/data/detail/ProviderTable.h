@@ -10,6 +10,7 @@
 namespace studio::data {
 
 class ContextProvider;
+class Invariants;   // of the tests: may look at everything
 
 namespace detail {
 
@@ -31,6 +32,8 @@ public:
     std::shared_ptr<ContextProvider> find(boost::uuids::uuid const& id) const;
 
 private:
+    friend class studio::data::Invariants;
+
     std::unordered_map<boost::uuids::uuid, ContextProvider*,
                        tarn::zero::services::hashers::TARN0Hasher<boost::uuids::uuid>>
         providers;

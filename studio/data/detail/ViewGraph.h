@@ -8,6 +8,10 @@
 #include <unordered_map>
 #include <vector>
 
+namespace studio::data {
+class Invariants;   // of the tests: may look at everything
+}
+
 namespace studio::data::detail {
 
 /// Which contexts of a view its records reach, kept up to date reference by reference.
@@ -48,6 +52,8 @@ public:
     void settle() noexcept;
 
 private:
+    friend class studio::data::Invariants;
+
     struct Node;
     /// All references from one node to another.
     struct Edge {

@@ -15,6 +15,8 @@ public:
     void deliver(std::shared_ptr<ReportData> const& report, ListenerList::Snapshot const& holders);
 
 private:
+    friend class tarn::zero::Invariants;
+
     struct Frame;   // one report under way; lives on the stack of its commit
 
     static void serve(Frame& frame);

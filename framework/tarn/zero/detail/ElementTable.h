@@ -44,6 +44,8 @@ public:
     void clear() noexcept;
 
 private:
+    friend class tarn::zero::Invariants;
+
     using Hasher = services::hashers::TARN0Hasher<boost::uuids::uuid>;
 
     std::unordered_map<boost::uuids::uuid, Impl*, Hasher> m_index;

@@ -57,6 +57,8 @@ public:
     void lose(Storages const& storages) noexcept;
 
 private:
+    friend class tarn::zero::Invariants;
+
     struct Level {
         std::uint64_t serial;
         std::size_t first;   // where its storages begin
