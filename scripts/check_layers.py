@@ -82,7 +82,7 @@ def within(table, path, target, installed):
     if table.is_private(target):
         if installed:
             return "an installed header must not name a private one"
-        if mine != "unit" and home(path) != home(target):
+        if mine not in ("unit", "machine") and home(path) != home(target):
             return f"private to {home(target)}/"
     if mine == other:
         return None

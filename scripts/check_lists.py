@@ -11,7 +11,7 @@ import sys
 LISTS = {
     "framework": (["framework"], (".h", ".cpp")),
     "studio/data": (["studio/data"], (".h", ".cpp")),
-    "tests": (["tests/framework", "tests/studio", "tests/flows", "tests/support"], (".cpp",)),
+    "tests": (["tests/framework", "tests/studio", "tests/flows"], (".cpp",)),
     "workbench": (["workbench"], (".h", ".cpp")),
 }
 

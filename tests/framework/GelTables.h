@@ -1,11 +1,31 @@
 #pragma once
 
+#include "gel/DataSource.h"
 #include "gel/Value.h"
 
+#include <map>
 #include <span>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace gel::test {
+
+/// Answers from a map, and writes down what it was asked for.
+class RecordingSource : public DataSource {
+public:
+    explicit RecordingSource(std::map<std::string, Value> values = {}) : values(std::move(values)) {}
+
+    Value lookup(std::string const& symbol) const override
+    {
+        asked += (asked.empty() ? "" : " ") + symbol;
+        auto const found = values.find(symbol);
+        return found == values.end() ? Value() : found->second;
+    }
+
+    std::map<std::string, Value> values;
+    mutable std::string asked;
+};
 
 /// A value that a table can hold ready made.
 struct Cell {

@@ -133,41 +133,6 @@ TEST_F(ListenerTest, RunningListenerGetsTheRestOfTheOlderReportAfterTheNewerOne)
                       "A:~w(value=0); B:~w(value=0); C:~w(value=0); A:~ctx(properties=u,w)");
 }
 
-TEST_F(ListenerTest, CommitsInsideCommitsKeepTheirOrder)
-{
-    a->onProperties = once([&] { v->setValue(2); });
-    b->onProperties = once([&] {
-        v->setValue(3);
-        heard += "; B done";
-    });
-    c->onProperties = once([&] { support::rollBack(model, [&] { v->setValue(99); }); });
-    v->setValue(1);
-    // B hears the first report from A's commit; B's commit then delivers A's report before its own.
-    EXPECT_EQ(take(), "A:~v(value=0); B:~v(value=0); C:~v(value=0); "
-                      "A:~v(value=1); B:~v(value=1); C:~v(value=1); "
-                      "A:~v(value=2); B:~v(value=2); C:~v(value=2); B done");
-}
-
-TEST_F(ListenerTest, OldValuesOfAnOlderReportOutlastNewerCommits)
-{
-    std::string old;
-    Property const w = add(context, "w", 1);
-    a->onProperties = once([&] {
-        v->setName("s");
-        w->destroy();
-        support::rollBack(model, [&] { context->getPropertiesMutable().clear(); });
-        add(context, "new", 5)->setValue(6);
-    });
-    b->onContexts = once([&] { old = take(); });
-    take();
-    commit(model, [&] {
-        v->setName("t");
-        w->setName("v");
-        v->setName("w");
-    });
-    EXPECT_EQ(old.substr(old.rfind("B:")), "B:~ctx(properties=s,u,v)");   // u, v and w, of which two have new names
-}
-
 // ---- changes of the list inside a report
 
 TEST_F(ListenerTest, ListenersMayComeAndGoInsideAReport)
@@ -191,32 +156,6 @@ TEST_F(ListenerTest, RemovedListenerMissesItsOtherOverload)
     b->onProperties = once([&] { b.reset(); });
     changeBoth("w");
     EXPECT_EQ(take(), "A:~w(name=v); B:~w(name=v); C:~w(name=v); C:~ctx(properties=u,w)");
-}
-
-TEST_F(ListenerTest, ListenerThatCameInsideHearsOfCommitsInside)
-{
-    std::unique_ptr<ReportRecorder> d;
-    a->onProperties = once([&] {
-        d = recorder("D");
-        v->setValue(2);
-        d.reset();
-    });
-    v->setValue(1);
-    EXPECT_EQ(take(), "A:~v(value=0); B:~v(value=0); C:~v(value=0); "
-                      "A:~v(value=1); B:~v(value=1); C:~v(value=1); D:~v(value=1)");
-}
-
-TEST_F(ListenerTest, EveryListenerMayGoInsideAReport)
-{
-    a->onProperties = once([&] {
-        b.reset();
-        c.reset();
-        a.reset();
-        v->setValue(2);
-    });
-    v->setValue(1);
-    EXPECT_EQ(take(), "A:~v(value=0)");
-    EXPECT_EQ(v->getValue(), support::PropertyValue(2));
 }
 
 TEST_F(ListenerTest, ModelMayLoseItsHandlesInsideAReport)

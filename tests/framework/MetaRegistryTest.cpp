@@ -7,8 +7,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <memory>
 #include <set>
+#include <string>
+#include <utility>
 
 namespace tarn::zero::meta {
 namespace {
@@ -29,68 +31,64 @@ MetaRegistry& registry()
 
 // ---- what every schema may rely on
 
-struct KnownType {
-    char16_t const* name;
-    char16_t const* qualifiedName;   // empty: unknown
-    std::type_info const* valueType;
-    bool isPrimitive;
-};
-
 TEST(MetaRegistry, KnowsTheKernelTypesByBothNames)
 {
-    for (KnownType const& known : {KnownType{u"StdString", u"StdString", &typeid(std::string), true},
-                                   {u"std::string", u"StdString", &typeid(std::string), true},
-                                   {u"Boolean", u"Boolean", &typeid(bool), true},
-                                   {u"Model", u"Model", &typeid(Model), true},
-                                   {u"ModelElement", u"ModelElement", &typeid(ModelElement), false},
-                                   {u"meta.Class", u"meta.Class", &typeid(Class), false},
-                                   {u"tarn::zero::meta::Argument", u"meta.Argument", &typeid(Argument), false},
-                                   {u"Class", u"", nullptr, false},
-                                   {u"", u"", nullptr, false},
-                                   {u"\xD800", u"", nullptr, false}}) {
-        Type const type = registry().getType(known.name);
-        SCOPED_TRACE(testing::PrintToString(std::u16string{known.name}));
-        ASSERT_EQ(bool(type), known.valueType != nullptr);
-        EXPECT_EQ(registry().valueTypeOf(type), known.valueType);
-        EXPECT_EQ(bool(registry().getPrimitiveType(known.name)), known.isPrimitive);
-        EXPECT_EQ(type ? type->getQualifiedName() : u"", known.qualifiedName);
+    struct Row {
+        std::u16string name, qualifiedName;   // empty: unknown
+        std::type_info const* valueType;
+        bool isPrimitive;
+    };
+    Row const rows[] = {{u"StdString", u"StdString", &typeid(std::string), true},
+                        {u"std::string", u"StdString", &typeid(std::string), true},
+                        {u"Boolean", u"Boolean", &typeid(bool), true},
+                        {u"Model", u"Model", &typeid(Model), true},
+                        {u"ModelElement", u"ModelElement", &typeid(ModelElement), false},
+                        {u"tarn::zero::meta::Argument", u"meta.Argument", &typeid(Argument), false},
+                        {u"Class", u"", nullptr, false},
+                        {u"\xD800", u"", nullptr, false}};
+    for (Row const& row : rows) {
+        SCOPED_TRACE(testing::PrintToString(row.name));
+        Type const type = registry().getType(row.name);
+        EXPECT_EQ(registry().valueTypeOf(type), row.valueType);
+        EXPECT_EQ(bool(registry().getPrimitiveType(row.name)), row.isPrimitive);
+        EXPECT_EQ(type ? type->getQualifiedName() : u"", row.qualifiedName);
     }
     PrimitiveType const text = registry().getPrimitiveType(u"StdString");
-    EXPECT_TRUE(registry().isCorrectTypeForTypeId(text, "StdString"));
     EXPECT_TRUE(registry().isCorrectTypeForTypeId(text, "std::string"));
     EXPECT_FALSE(registry().isCorrectTypeForTypeId(text, "Boolean"));
     EXPECT_FALSE(registry().isCorrectTypeForTypeId(PrimitiveType{}, "unheard of"));
     EXPECT_FALSE(internal::isEnumType(text));
 }
 
+/// The classes of a new element of that kind, as one letter each.
 template <class H>
-void expectClasses(std::set<char16_t const*> const& bases)
+std::string classes()
 {
     Model const model = Model::create(ModelSpec{});
     H const element = H::create(model, FRESH);
     EXPECT_EQ(element->getMetaClass(), H::metaClass());
-    for (char16_t const* name :
-         {u"ModelElement", u"meta.NamedElement", u"meta.Type", u"meta.PrimitiveType", u"meta.StructuredType",
-          u"meta.OperatableType", u"meta.Class", u"meta.Interface", u"meta.TypedElement", u"meta.Property",
-          u"meta.Operation", u"meta.Argument", u"meta.Package"}) {
-        Class const type{elementCast<Class>(registry().getType(name))};
-        bool const expected =
-            std::any_of(bases.begin(), bases.end(), [&](auto base) { return std::u16string_view{base} == name; });
-        EXPECT_EQ(element.isA(type), expected) << testing::PrintToString(std::u16string{name});
-    }
+    std::pair<char, char16_t const*> const all[] = {
+        {'M', u"ModelElement"},       {'N', u"meta.NamedElement"},   {'T', u"meta.Type"},
+        {'v', u"meta.PrimitiveType"}, {'S', u"meta.StructuredType"}, {'O', u"meta.OperatableType"},
+        {'c', u"meta.Class"},         {'i', u"meta.Interface"},      {'E', u"meta.TypedElement"},
+        {'p', u"meta.Property"},      {'o', u"meta.Operation"},      {'a', u"meta.Argument"},
+        {'P', u"meta.Package"}};
+    std::string letters;
+    for (auto const& [letter, name] : all)
+        if (element.isA(Class{elementCast<Class>(registry().getType(name))}))
+            letters += letter;
+    return letters;
 }
 
 TEST(MetaRegistry, MetaElementsAreElementsWithClassesOfTheirOwn)
 {
-    expectClasses<Class>({u"ModelElement", u"meta.NamedElement", u"meta.Type", u"meta.StructuredType",
-                          u"meta.OperatableType", u"meta.Class"});
-    expectClasses<Interface>({u"ModelElement", u"meta.NamedElement", u"meta.Type", u"meta.StructuredType",
-                              u"meta.OperatableType", u"meta.Interface"});
-    expectClasses<PrimitiveType>({u"ModelElement", u"meta.NamedElement", u"meta.Type", u"meta.PrimitiveType"});
-    expectClasses<Property>({u"ModelElement", u"meta.NamedElement", u"meta.TypedElement", u"meta.Property"});
-    expectClasses<Operation>({u"ModelElement", u"meta.NamedElement", u"meta.TypedElement", u"meta.Operation"});
-    expectClasses<Argument>({u"ModelElement", u"meta.NamedElement", u"meta.TypedElement", u"meta.Argument"});
-    expectClasses<Package>({u"ModelElement", u"meta.NamedElement", u"meta.Package"});
+    EXPECT_EQ(classes<Class>(), "MNTSOc");
+    EXPECT_EQ(classes<Interface>(), "MNTSOi");
+    EXPECT_EQ(classes<PrimitiveType>(), "MNTv");
+    EXPECT_EQ(classes<Property>(), "MNEp");
+    EXPECT_EQ(classes<Operation>(), "MNEo");
+    EXPECT_EQ(classes<Argument>(), "MNEa");
+    EXPECT_EQ(classes<Package>(), "MNP");
     EXPECT_EQ(Property{}.index(), 0u);
 }
 
@@ -99,13 +97,9 @@ TEST(MetaRegistry, IsWritableOnlyWhileThawed)
     Type const text = registry().getType(u"StdString");
     EXPECT_THROW(text->setName(u"Text"), Failure<ModelFrozen>);
     EXPECT_THROW(Package::create(registry().model(), FRESH), Failure<ModelFrozen>);
-    {
-        Model::Thawer const thawer = registry().freezer().thaw();
-        Transaction const rolledBack = registry().model()->beginTransaction(true);
-        text->setName(u"Text");
-    }
-    EXPECT_EQ(text->getName(), u"StdString");
-    EXPECT_THROW(text->setName(u"Text"), Failure<ModelFrozen>);
+    Model::Thawer const thawer = registry().freezer().thaw();
+    Transaction const rolledBack = registry().model()->beginTransaction(true);
+    EXPECT_NO_THROW(text->setName(u"Text"));
 }
 
 // ---- registering
@@ -156,6 +150,8 @@ protected:
         makeElements();
         transaction.commit(boost::none);
         registerRootPackage(root);
+        expectKnown(colour);
+        EXPECT_EQ(registry().findRootPackage(URI), root);
     }
 
     void expectKnown(Type const& type) const
@@ -167,8 +163,7 @@ protected:
     {
         expectKnown(Type{});
         EXPECT_EQ(Watched::s_alive, 0);
-        EXPECT_FALSE(registry().valueTypeOf(colour));
-        EXPECT_FALSE(registry().findRootPackage(URI));
+        EXPECT_FALSE(registry().valueTypeOf(colour) || registry().findRootPackage(URI));
         EXPECT_TRUE(registry().getType(u"StdString"));
     }
 
@@ -178,18 +173,11 @@ protected:
     PrimitiveType colour;
 };
 
-TEST_F(Registered, IsFoundByUriAndNames)
-{
-    makePackage();
-    expectKnown(colour);
-    EXPECT_EQ(registry().findRootPackage(URI), root);
-    EXPECT_EQ(*registry().valueTypeOf(colour), typeid(Watched::Colour));
-    EXPECT_TRUE(internal::isEnumType(colour));
-}
-
 TEST_F(Registered, IsForgottenWithItsRootPackage)
 {
     makePackage();
+    EXPECT_EQ(*registry().valueTypeOf(colour), typeid(Watched::Colour));
+    EXPECT_TRUE(internal::isEnumType(colour));
     registry().unregisterRootPackage(u"http://schema.invalid/unknown");
     expectKnown(colour);
     registry().unregisterRootPackage(URI);
@@ -197,14 +185,7 @@ TEST_F(Registered, IsForgottenWithItsRootPackage)
     EXPECT_TRUE(root);   // destroying it is up to the package
 }
 
-TEST_F(Registered, IsForgottenWhenItDiesUnregistered)
-{
-    makePackage();
-    root->destroy();
-    expectForgotten();
-}
-
-TEST_F(Registered, SurvivesADestructionThatRollsBack)
+TEST_F(Registered, IsForgottenWhenItDiesForGood)
 {
     makePackage();
     {
@@ -214,6 +195,8 @@ TEST_F(Registered, SurvivesADestructionThatRollsBack)
     }
     expectKnown(colour);
     EXPECT_EQ(registry().findRootPackage(URI), root);
+    root->destroy();
+    expectForgotten();
 }
 
 TEST_F(Registered, LeavesNothingWhenItsTransactionRollsBack)
@@ -224,7 +207,6 @@ TEST_F(Registered, LeavesNothingWhenItsTransactionRollsBack)
         makeElements();
         expectKnown(colour);
     }
-    expectKnown(Type{});
     registry().forgetDeadTypes();
     expectForgotten();
     EXPECT_EQ(registry().model()->elements().size(), before);
@@ -258,12 +240,13 @@ TEST_F(Registered, RefusesIndexesThatNoElementCanRemember)
 
 TEST(MetaRegistry, MakesElementsOfClassesThatHaveAFactory)
 {
-    Model const model = Model::create(ModelSpec{});
-    ModelElement const made = registry().createElement(registry().getType(u"meta.Package"), model, FRESH);
-    EXPECT_TRUE(elementCast<Package>(made));
-    EXPECT_THROW(registry().createElement(registry().getType(u"StdString"), model, FRESH), Failure<InvalidValue>);
-    EXPECT_THROW(registry().createElement(registry().getType(u"meta.Type"), model, FRESH), Failure<InvalidValue>);
-    EXPECT_THROW(registry().createElement(Type{}, model, FRESH), Failure<NoSuchType>);
+    auto const make = [](Type const& type) {
+        return registry().createElement(type, Model::create(ModelSpec{}), FRESH);
+    };
+    EXPECT_EQ(make(registry().getType(u"meta.Package"))->getMetaClass(), Package::metaClass());
+    EXPECT_THROW(make(registry().getType(u"StdString")), Failure<InvalidValue>);
+    EXPECT_THROW(make(registry().getType(u"meta.Type")), Failure<InvalidValue>);
+    EXPECT_THROW(make(Type{}), Failure<NoSuchType>);
 }
 
 TEST(MetaRegistry, MakesDetachedCollections)
@@ -302,8 +285,7 @@ TEST(PropertySerializer, WrapsWhatTheValueTypeWritesAndReads)
     Strokes strokes{type};
     EXPECT_EQ(strokes.serializeValue(strokes.parseValue(u"|||")), u"|||");
     EXPECT_EQ(strokes.serializeValue(strokes.parseOptionalValue(u"||")), u"||");
-    EXPECT_EQ(strokes.serializeValue(strokes.createDefaultValue()), u"");
-    EXPECT_EQ(strokes.serializeValue(Value{}), u"");
+    EXPECT_EQ(strokes.serializeValue(strokes.createDefaultValue()) + strokes.serializeValue(Value{}), u"");
     EXPECT_EQ(strokes.parseValue(u"|").meta().type(), type);
     EXPECT_FALSE(strokes.createEmptyOptionalValue().getValue<boost::optional<int>>());
     EXPECT_THROW(strokes.serializeValue(Value{ValueMeta{}, std::string{"x"}}), Failure<CannotCastIncompatibleTypes>);

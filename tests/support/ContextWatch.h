@@ -25,24 +25,13 @@ public:
 
     void transactionCommitted(tarn::zero::ShallowChangeReport<Property> const& report)
     {
-        for (tarn::zero::ReportEntry const entry : report.created())
-            note("+" + nameOf(entry), entry);
-        for (tarn::zero::ReportEntry const entry : report.modified())
-            note(nameOf(entry), entry);
-        for (tarn::zero::ReportEntry const entry : report.destroyed())
-            note("-" + nameOf(entry), entry);
+        note(report, [](auto const& element) { return static_cast<Property::Impl const*>(element.get())->getName(); });
         if (onProperties)
             onProperties();
     }
-
     void transactionCommitted(tarn::zero::ShallowChangeReport<ContextData> const& report)
     {
-        for (tarn::zero::ReportEntry const entry : report.created())
-            note("+context", entry);
-        for (tarn::zero::ReportEntry const entry : report.modified())
-            note("context", entry);
-        for (tarn::zero::ReportEntry const entry : report.destroyed())
-            note("-context", entry);
+        note(report, [](auto const&) { return std::string{"context"}; });
         if (onContexts)
             onContexts();
     }
@@ -55,14 +44,18 @@ public:
     tarn::zero::ModelElement last;   ///< the element that was noted last
 
 private:
-    static std::string nameOf(tarn::zero::ReportEntry const& entry)
+    template <class Report, class NameOf>
+    void note(Report const& report, NameOf const& nameOf)
     {
-        return static_cast<Property::Impl const*>(entry.element().get())->getName();
-    }
-    void note(std::string const& word, tarn::zero::ReportEntry const& entry)
-    {
-        m_heard += m_heard.empty() ? word : ' ' + word;
-        last = entry.element();
+        auto const list = [&](char const* sign, tarn::zero::ReportRange const& range) {
+            for (tarn::zero::ReportEntry const entry : range) {
+                last = entry.element();
+                m_heard += (m_heard.empty() ? "" : " ") + (sign + nameOf(last));
+            }
+        };
+        list("+", report.created());
+        list("", report.modified());
+        list("-", report.destroyed());
     }
 
     std::string m_heard;

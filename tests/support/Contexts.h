@@ -61,34 +61,24 @@ class CallRecorder {
 public:
     explicit CallRecorder(studio::data::ExpressionEngine& engine) : m_engine{engine} {}
 
-    /// Subscribes to `text`; the first call is noted too. `then` runs after each note, the first one's included.
-    Handle hear(std::string const& text, std::function<void()> then = {}) { return hearAs("", text, std::move(then)); }
-    /// The same, noted under a name, to tell handles of one text apart: "h:x=1".
-    Handle hearAs(std::string const& name, std::string const& text, std::function<void()> then = {})
+    /// Subscribes to `text`; the first call is noted too. A name tells handles of one text apart: "h:x=1".
+    Handle hear(std::string const& text, std::string const& name = {})
     {
-        std::string const prefix = name.empty() ? name : name + ':';
-        auto const call = [this, prefix, then = std::move(then)](auto const& heard, auto const& value) {
-            note(prefix + heard + '=' + shown(value));
-            if (then)
-                then();
-        };
-        return m_engine.acquireExpression(text, call);
+        return m_engine.acquireExpression(text, [=, this](std::string const& heard, auto const& value) {
+            note((name.empty() ? name : name + ':') + heard + '=' + shown(value));
+        });
     }
-    /// The same, without the note of the first call and without its `then`.
+    /// The same, without the note of the first call. `then` runs after each note.
     Handle watch(std::string const& text, std::function<void()> then = {})
     {
-        return watchAs("", text, std::move(then));
-    }
-    Handle watchAs(std::string const& name, std::string const& text, std::function<void()> then = {})
-    {
-        std::string const before = m_heard;
         auto const isOn = std::make_shared<bool>(false);
-        Handle handle = hearAs(name, text, [isOn, then = std::move(then)] {
+        Handle handle = m_engine.acquireExpression(text, [=, this](std::string const& heard, auto const& value) {
+            if (*isOn)
+                note(heard + '=' + shown(value));
             if (*isOn && then)
                 then();
         });
         *isOn = true;
-        m_heard = before;
         return handle;
     }
 

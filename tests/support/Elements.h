@@ -69,6 +69,13 @@ inline Property add(ContextData const& context, std::string const& name, Propert
     return property;
 }
 
+/// A value on its own, without a slot.
+template <class T>
+tarn::zero::Value boxed(T const& payload)
+{
+    return tarn::zero::Value{tarn::zero::ValueMeta{}, payload};
+}
+
 /// "x,y: a=1 b=2": the active contexts, and the properties in the order of the map, under the keys that find them.
 inline std::string shown(ContextData const& context)
 {
@@ -83,30 +90,14 @@ inline std::string shown(ContextData const& context)
     return text;
 }
 
-template <class Operation>
-std::string standardThrownBy(Operation const& operation)
+/// The key of the one of these messages that was thrown; empty if it is another exception.
+template <class... Messages>
+std::string keyOf(std::exception const& thrown)
 {
-    try {
-        operation();
-        return {};
-    } catch (std::out_of_range const&) {
-        return "out_of_range";
-    } catch (std::logic_error const&) {
-        return "logic_error";
-    }
-}
-
-template <class Msg, class... Others, class Operation>
-std::string anyThrownBy(Operation const& operation)
-{
-    try {
-        if constexpr (sizeof...(Others) == 0)
-            return standardThrownBy(operation);
-        else
-            return anyThrownBy<Others...>(operation);
-    } catch (foundation::core::except::Exception<Msg, std::exception> const& exception) {
-        return exception.GetID();
-    }
+    std::string key;
+    auto const look = [&](auto const* exception) { key = exception ? exception->GetID() : key; };
+    (look(dynamic_cast<foundation::core::except::Exception<Messages> const*>(&thrown)), ...);
+    return key;
 }
 
 /// What `operation` threw: the key of a message, "logic_error", "out_of_range", or nothing. Lets others pass.
@@ -114,9 +105,22 @@ template <class Operation>
 std::string thrownBy(Operation const& operation)
 {
     using namespace tarn0::messages;
-    return anyThrownBy<CannotModifyProxy, UniquenessConstraint, CannotCastIncompatibleTypes, CannotAddIncompatibleTypes,
-                       CannotAddNonExistentObject, CannotAddSecondObject, CannotCreateCrossModelAssociation,
-                       CircularContainment, InvalidValue, ModelFrozen>(operation);
+    try {
+        operation();
+        return {};
+    } catch (std::out_of_range const&) {
+        return "out_of_range";
+    } catch (std::logic_error const&) {
+        return "logic_error";
+    } catch (std::exception const& thrown) {
+        std::string const key =
+            keyOf<CannotModifyProxy, UniquenessConstraint, CannotCastIncompatibleTypes, CannotAddIncompatibleTypes,
+                  CannotAddNonExistentObject, CannotAddSecondObject, CannotCreateCrossModelAssociation,
+                  CircularContainment, InvalidValue, ModelFrozen, NoSuchType>(thrown);
+        if (key.empty())
+            throw;
+        return key;
+    }
 }
 
 }   // namespace support

@@ -36,7 +36,6 @@ public:
 namespace {
 
 using NoSuchType = foundation::core::except::Exception<tarn0::messages::NoSuchType, std::exception>;
-using InvalidValue = foundation::core::except::Exception<tarn0::messages::InvalidValue, std::exception>;
 using testing::ElementsAre;
 using testing::ExitedWithCode;
 
@@ -68,7 +67,7 @@ std::u16string nameOf(meta::NamedElement const& element)
 
 TEST(MetaPackage, HasItsPackages)
 {
-    MetaPackageStudio_data::getInstance();
+    EXPECT_EQ(&MetaPackageStudio_data::getInstance(), &MetaPackageStudio_data::getInstance());
     meta::Package const root = registry().findRootPackage(ROOT_URI);
     ASSERT_EQ(root, find(ROOT_UUID));
     meta::VersionInfo imported;
@@ -85,54 +84,48 @@ TEST(MetaPackage, HasItsPackages)
                                               registry().getType(u"studio.data.PropertyValue")));
 }
 
-struct PropertyCase {
-    meta::Property property;
-    unsigned long index;
-    char const* uuid;
-    char16_t const* name;
-    meta::ValueFlags flags;
-    bool isComposite;
-    char16_t const* type;
-    bool isOrdered;
-    bool isUnique;
-    char16_t const* opposite;
-    char16_t const* qualifiedBy;
-};
-
 TEST(MetaPackage, HasItsProperties)
 {
     zero::Model const model = zero::Model::create(zero::ModelSpec{});
     ContextData const context = ContextData::create(model, {});
     Property const property = Property::create(model, {});
     using enum meta::ValueFlags;
-    PropertyCase const cases[] = {
-        {context->getPropertyByIndex(1), 1, "c3756432-d277-3c50-9501-1cdc00c51e2d",
-         u"studio.data.ContextData.activeContexts", OrderedValues, false, u"StdString", true, false, u"", u""},
-        {context->getPropertyByIndex(2), 2, "855ded9b-1a58-3c34-9139-cf2b7e39e297",
-         u"studio.data.ContextData.properties", KeyedElements, true, u"studio.data.Property", false, true,
-         u"studio.data.Property.owner", u"studio.data.Property.name"},
-        {property->getPropertyByIndex(1), 1, "8460da61-c9f9-369b-872c-9b0ba5ef9828", u"studio.data.Property.name",
-         Single, false, u"StdString", true, true, u"", u""},
-        {property->getPropertyByIndex(2), 2, "4d3a5145-05d2-3cc3-879e-ca60228d0628", u"studio.data.Property.value",
-         Single, false, u"studio.data.PropertyValue", true, true, u"", u""},
-        {property->getPropertyByIndex(3), 3, "d92fc30d-fce4-346d-986c-7afd630033cb", u"studio.data.Property.owner",
-         Single, false, u"studio.data.ContextData", true, true, u"studio.data.ContextData.properties", u""}};
-    for (PropertyCase const& c : cases) {
-        SCOPED_TRACE(c.uuid);
-        ASSERT_EQ(c.property, find(c.uuid));
-        EXPECT_EQ(c.property->getQualifiedName(), c.name);
-        EXPECT_EQ(c.property.index(), c.index);
-        EXPECT_EQ(c.property->getValueFlags(), c.flags);
-        EXPECT_EQ(c.property->isComposite(), c.isComposite);
-        EXPECT_EQ(nameOf(c.property->getType()), c.type);
-        EXPECT_EQ(c.property->isOrdered(), c.isOrdered);
-        EXPECT_EQ(c.property->isUnique(), c.isUnique);
-        EXPECT_EQ(nameOf(c.property->getOpposite()), c.opposite);
-        EXPECT_EQ(nameOf(c.property->getQualifiedBy()), c.qualifiedBy);
-        EXPECT_TRUE(c.property->isQualificationUnique());
-        EXPECT_FALSE(c.property->getDefaultValue());
+    struct Row {
+        zero::ModelElement element;
+        unsigned long index;
+        char const* uuid;
+        std::u16string name;
+        meta::ValueFlags flags;
+        std::u16string type;
+        std::u16string opposite = {}, qualifiedBy = {};
+    };
+    Row const rows[] = {
+        {context, 1, "c3756432-d277-3c50-9501-1cdc00c51e2d", u"ContextData.activeContexts", OrderedValues,
+         u"StdString"},
+        {context, 2, "855ded9b-1a58-3c34-9139-cf2b7e39e297", u"ContextData.properties", KeyedElements,
+         u"studio.data.Property", u"studio.data.Property.owner", u"studio.data.Property.name"},
+        {property, 1, "8460da61-c9f9-369b-872c-9b0ba5ef9828", u"Property.name", Single, u"StdString"},
+        {property, 2, "4d3a5145-05d2-3cc3-879e-ca60228d0628", u"Property.value", Single, u"studio.data.PropertyValue"},
+        {property, 3, "d92fc30d-fce4-346d-986c-7afd630033cb", u"Property.owner", Single, u"studio.data.ContextData",
+         u"studio.data.ContextData.properties"}};
+    for (Row const& row : rows) {
+        SCOPED_TRACE(row.uuid);
+        meta::Property const found = row.element->getPropertyByIndex(row.index);
+        ASSERT_EQ(found, find(row.uuid));
+        EXPECT_EQ(found->getQualifiedName(), u"studio.data." + row.name);
+        EXPECT_EQ(found.index(), row.index);
+        EXPECT_EQ(found->getValueFlags(), row.flags);
+        EXPECT_EQ(found->isComposite(), row.flags == KeyedElements);
+        EXPECT_EQ(nameOf(found->getType()), row.type);
+        EXPECT_EQ(found->isOrdered(), row.flags != KeyedElements);
+        EXPECT_EQ(found->isUnique(), row.flags != OrderedValues);
+        EXPECT_EQ(nameOf(found->getOpposite()), row.opposite);
+        EXPECT_EQ(nameOf(found->getQualifiedBy()), row.qualifiedBy);
+        EXPECT_TRUE(found->isQualificationUnique() && !found->getDefaultValue());
     }
-    EXPECT_FALSE(context->getPropertyByIndex(0) || context->getPropertyByIndex(3) || property->getPropertyByIndex(4));
+    for (unsigned long const none : {0ul, 4ul, 1000ul, zero::ModelElement::Impl::NO_INDEX})
+        EXPECT_FALSE(context->getPropertyByIndex(none) || property->getPropertyByIndex(none));
+    EXPECT_FALSE(context->getPropertyByIndex(3));
 }
 
 TEST(MetaPackage, HasItsClassesAndOperations)
@@ -182,35 +175,17 @@ TEST(MetaPackage, HasItsClassesAndOperations)
 TEST(MetaPackage, SerializesPropertyValues)
 {
     MetaPackageStudio_data::getInstance();
-    meta::Type const type = registry().getPrimitiveType(u"studio::data::PropertyValue");
+    meta::PrimitiveType const type = registry().getPrimitiveType(u"studio::data::PropertyValue");
     ASSERT_EQ(type, find("ff213765-2c5d-37bc-a365-124aa1abb674"));
     EXPECT_EQ(*registry().valueTypeOf(type), typeid(PropertyValue));
+    EXPECT_EQ(type->getTypeId(), "studio.data.PropertyValue");
     meta::PropertySerializer* const serializer =
         meta::PropertySerializerRegistry::getInstance().findPropertySerializer(type);
     ASSERT_TRUE(serializer);
-    EXPECT_EQ(serializer->serializeValue(serializer->createDefaultValue()), u"null");
-    zero::Value const two = serializer->parseOptionalValue(u"2");
-    EXPECT_EQ(serializer->serializeValue(two), u"2.0");
-    EXPECT_EQ(serializer->combineAsUnmanagedSequenceValue({serializer->parseValue(u"true")})
-                  .getValue<std::vector<PropertyValue>>(),
-              std::vector<PropertyValue>{true});
-    EXPECT_THROW(serializer->combineAsUnmanagedSetValue({}), InvalidValue);
-}
-
-TEST(MetaPackage, IsMadeOnce)
-{
-    MetaPackageStudio_data& package = MetaPackageStudio_data::getInstance();
-    std::size_t const elements = registry().model()->elements().size();
-    EXPECT_EQ(&MetaPackageStudio_data::getInstance(), &package);
-    EXPECT_EQ(registry().model()->elements().size(), elements);
+    EXPECT_EQ(serializer->serializeValue(serializer->parseOptionalValue(u"2")), u"2.0");
 }
 
 // ---- coming and going: each in a process of its own, where nothing has been made yet
-
-class MetaPackageProcess : public testing::Test {
-protected:
-    MetaPackageProcess() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
-};
 
 /// Ends the process, at once, with a code that tells where.
 #define REQUIRE(condition)                                                   \
@@ -227,6 +202,7 @@ bool isForgotten()
     return !byName && !find(ROOT_UUID) && !registry().findRootPackage(ROOT_URI);
 }
 
+/// A stale root is replaced, and what replaced it is forgotten with it.
 void replaceAStaleRoot()
 {
     ContextData const context = ContextData::create(zero::Model::create(zero::ModelSpec{}), {});
@@ -246,11 +222,7 @@ void replaceAStaleRoot()
     std::exit(0);
 }
 
-TEST_F(MetaPackageProcess, AStaleRootIsReplacedAndWhatReplacedItIsForgottenWithIt)
-{
-    EXPECT_EXIT(replaceAStaleRoot(), ExitedWithCode(0), "");
-}
-
+/// A missing type leaves nothing, and the next call tries again.
 void failForWantOfAType()
 {
     zero::Model const& model = registry().model();
@@ -283,11 +255,7 @@ void failForWantOfAType()
     std::exit(0);
 }
 
-TEST_F(MetaPackageProcess, AMissingTypeLeavesNothingAndTheNextCallTriesAgain)
-{
-    EXPECT_EXIT(failForWantOfAType(), ExitedWithCode(0), "");
-}
-
+/// Want of memory leaves nothing, wherever it strikes.
 void failEveryAllocation()
 {
     auto const failsAt = [](std::size_t allocation, auto const& make) {
@@ -314,11 +282,6 @@ void failEveryAllocation()
     std::exit(0);
 }
 
-TEST_F(MetaPackageProcess, WantOfMemoryLeavesNothingWhereverItStrikes)
-{
-    EXPECT_EXIT(failEveryAllocation(), ExitedWithCode(0), "");
-}
-
 /// Destroyed after the package, if made before it.
 struct Late {
     zero::Model model = zero::Model::create(zero::ModelSpec{});
@@ -338,6 +301,7 @@ struct Late {
     }
 };
 
+/// Contexts may outlive the package.
 void exitInTheHardOrder()
 {
     static Late late;
@@ -347,11 +311,7 @@ void exitInTheHardOrder()
     std::exit(0);
 }
 
-TEST_F(MetaPackageProcess, ContextsMayOutliveThePackage)
-{
-    EXPECT_EXIT(exitInTheHardOrder(), ExitedWithCode(7), "");
-}
-
+/// Clean-ups run in order, while the package is whole.
 void cleanUp()
 {
     static int s_calls = 0;
@@ -368,20 +328,14 @@ void cleanUp()
     std::exit(0);
 }
 
-TEST_F(MetaPackageProcess, CleanupsRunInOrderWhileThePackageIsWhole)
+/// One that throws ends the process.
+void cleanUpBadly()
 {
-    EXPECT_EXIT(cleanUp(), ExitedWithCode(7), "");
+    MetaPackageStudio_data::getInstance().addCleanup([] { throw std::runtime_error{"no"}; });
+    std::exit(0);
 }
 
-TEST_F(MetaPackageProcess, ACleanupThatThrowsEndsTheProcess)
-{
-    auto const fail = [] {
-        MetaPackageStudio_data::getInstance().addCleanup([] { throw std::runtime_error{"no"}; });
-        std::exit(0);
-    };
-    EXPECT_EXIT(fail(), testing::KilledBySignal(SIGABRT), "");
-}
-
+/// Several threads may come first.
 void raceForTheInstance()
 {
     std::vector<std::thread> threads;
@@ -397,8 +351,15 @@ void raceForTheInstance()
     std::exit(whole == 8 ? 0 : 1);
 }
 
-TEST_F(MetaPackageProcess, SeveralThreadsMayComeFirst)
+TEST(MetaPackageProcess, EndsAsItShould)
 {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(replaceAStaleRoot(), ExitedWithCode(0), "");
+    EXPECT_EXIT(failForWantOfAType(), ExitedWithCode(0), "");
+    EXPECT_EXIT(failEveryAllocation(), ExitedWithCode(0), "");
+    EXPECT_EXIT(exitInTheHardOrder(), ExitedWithCode(7), "");
+    EXPECT_EXIT(cleanUp(), ExitedWithCode(7), "");
+    EXPECT_EXIT(cleanUpBadly(), testing::KilledBySignal(SIGABRT), "");
     EXPECT_EXIT(raceForTheInstance(), ExitedWithCode(0), "");
 }
 

@@ -1,13 +1,11 @@
 #include "studio/data/ContextProvider.h"
 
 #include "studio/data/ProviderRegistry.h"
-#include "support/Allocations.h"
 #include "support/ContextWatch.h"
 #include "support/Printers.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <stdexcept>
@@ -175,138 +173,6 @@ TEST(ProviderFailure, ListenerThatThrowsAtCreationLeavesNoElementAndADeadEntry)
     EXPECT_EQ(elementCount(), before);
     EXPECT_THROW(getContextProvider(id), std::bad_weak_ptr);
     EXPECT_THROW(PropertyValue(id).isContextProvider(), std::bad_weak_ptr);
-}
-
-TEST(ProviderFailure, DestructionGoesOnWhateverListenersThrow)
-{
-    std::size_t const before = elementCount();
-    Provider provider = ContextProvider::create();
-    boost::uuids::uuid const id = provider->getId();
-    support::ContextWatch watch;
-    watch.onContexts = [] { throw std::runtime_error("deaf"); };
-    provider.reset();
-    EXPECT_EQ(watch.takeHeard(), "-context");
-    EXPECT_EQ(getContextProvider(id), nullptr);
-    EXPECT_EQ(elementCount(), before);
-}
-
-TEST(ProviderFailure, ExceptionOfAListenerLeavesTheWriteDone)
-{
-    Provider const provider = ContextProvider::create();
-    support::ContextWatch watch;
-    watch.onProperties = [] { throw std::runtime_error("deaf"); };
-    EXPECT_THROW(provider->addProperty("x", 1), std::runtime_error);
-    EXPECT_EQ(provider->getPropertyValue("x"), PropertyValue(1));
-    EXPECT_THROW(provider->setPropertyValue("x", 2), std::runtime_error);
-    EXPECT_EQ(provider->getPropertyValue("x"), PropertyValue(2));
-}
-
-Provider s_created;   // what an operation made, dropped when nothing fails any more
-
-struct Operation {
-    char const* name;
-    std::function<void(ContextProvider&)> run;
-};
-class ProviderOutOfMemory : public testing::TestWithParam<Operation> {
-protected:
-    void TearDown() override { s_created.reset(); }
-};
-
-/// All that a provider shows, as text.
-std::string shown(ContextProvider const& provider)
-{
-    std::string text;
-    for (std::string const& name : provider.getPropertyNames())
-        text += name + '=' + provider.getPropertyValue(name).asString() + ' ';
-    for (std::string const& context : provider.getActiveContexts())
-        text += '[' + context + ']';
-    return text;
-}
-
-TEST_P(ProviderOutOfMemory, EveryAllocationMayFailAndNothingIsHalfDone)
-{
-    std::string const longText(100, 'x');
-    for (std::size_t skipped = 0;; ++skipped) {
-        s_created.reset();
-        Provider const provider = ContextProvider::create();
-        provider->addProperty("present", longText);
-        provider->addProperty("child", provider);
-        provider->setActiveContexts({longText, "a"});
-        std::string const before = shown(*provider);
-        std::size_t const elementsBefore = elementCount();
-        bool failed = false;
-        {
-            support::FailingAllocation const failing{skipped};
-            try {
-                GetParam().run(*provider);
-            } catch (std::bad_alloc const&) {
-                failed = true;
-            }
-            if (!failing.happened())
-                break;
-        }
-        ASSERT_TRUE(failed) << skipped;
-        ASSERT_EQ(shown(*provider), before) << skipped;
-        ASSERT_EQ(elementCount(), elementsBefore) << skipped;
-        GetParam().run(*provider);   // and it still works
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    All, ProviderOutOfMemory,
-    testing::Values(Operation{"Create", [](ContextProvider&) { s_created = ContextProvider::create(); }},
-                    Operation{"Add", [](ContextProvider& provider) { provider.addProperty("new", "a value"); }},
-                    Operation{
-                        "Set",
-                        [](ContextProvider& provider) { provider.setPropertyValue("present", std::string(200, 'y')); }},
-                    Operation{"SetDotted",
-                              [](ContextProvider& provider) {
-                                  provider.setPropertyValue("child.child.present", std::string(200, 'z'));
-                              }},
-                    Operation{"Remove", [](ContextProvider& provider) { provider.removeProperty("present"); }},
-                    Operation{"Activate",
-                              [](ContextProvider& provider) {
-                                  provider.setActiveContexts({"b", std::string(100, 'c'), "d"});
-                              }}),
-    [](auto const& info) { return info.param.name; });
-
-TEST(ProviderFailure, OutOfMemoryDestructionStillTakesTheProviderOutOfTheRegistry)
-{
-    for (std::size_t skipped = 0;; ++skipped) {
-        Provider provider = ContextProvider::create();
-        provider->addProperty("x", 1);
-        boost::uuids::uuid const id = provider->getId();
-        support::FailingAllocation const failing{skipped};
-        provider.reset();
-        bool const happened = failing.happened();
-        EXPECT_EQ(getContextProvider(id), nullptr);
-        if (!happened)
-            break;
-    }
-}
-
-// ---- the end of the process
-
-Provider& keptUntilExit()
-{
-    static Provider s_provider;
-    return s_provider;
-}
-
-TEST(ProviderExitDeathTest, StaticProvidersMayGoInAnyOrder)
-{
-    testing::GTEST_FLAG(death_test_style) = "threadsafe";   // a fresh process, in which nothing is built yet
-    auto const end = [](bool holderFirst) {
-        if (holderFirst)
-            keptUntilExit();   // goes after everything that its provider needs
-        Provider provider = ContextProvider::create();
-        provider->addProperty("self", provider);
-        provider->setActiveContexts({"a"});
-        keptUntilExit() = std::move(provider);
-        std::exit(0);
-    };
-    EXPECT_EXIT(end(true), testing::ExitedWithCode(0), "");
-    EXPECT_EXIT(end(false), testing::ExitedWithCode(0), "");
 }
 
 }   // namespace

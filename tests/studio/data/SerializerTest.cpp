@@ -11,8 +11,10 @@
 
 #include <cmath>
 #include <limits>
+#include <optional>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace studio::data {
@@ -34,78 +36,48 @@ PropertyValue parsed(std::string const& json)
     return PropertyValueSerializer{tarn::zero::meta::Type{}}.doParseValue(fl::i18n::utf8_to_ustring(json));
 }
 
-// ---- values to text and back
-
-struct ValueCase {
-    char const* name;
-    PropertyValue value;
-    std::string json;
-    PropertyValue comesBackAs;
-};
-class SerializedValue : public testing::TestWithParam<ValueCase> {};
-
-TEST_P(SerializedValue, HasItsTextAndComesBack)
+TEST(SerializedValue, HasItsTextAndComesBack)
 {
-    EXPECT_EQ(serialized(GetParam().value), GetParam().json);
-    EXPECT_EQ(parsed(GetParam().json), GetParam().comesBackAs);
-}
-
-ValueCase keeps(char const* name, PropertyValue const& value, std::string const& json)
-{
-    return {name, value, json, value};
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    All, SerializedValue,
-    testing::Values(keeps("Undefined", {}, "null"), keeps("True", true, "true"), keeps("False", false, "false"),
-                    keeps("Integral", 2.0, "2.0"), keeps("Fraction", 0.5, "0.5"), keeps("Tenth", 0.1, "0.1"),
-                    keeps("Exponent", 1e16, "1e+16"), keeps("Tiny", 5e-324, "5e-324"),
-                    keeps("Largest", 1.7976931348623157e308, "1.7976931348623157e+308"),
-                    ValueCase{"NaN", std::nan(""), "null", {}}, ValueCase{"Infinity", INF, "null", {}},
-                    ValueCase{"MinusInfinity", -INF, "null", {}}, keeps("Text", "abc", R"("abc")"),
-                    keeps("EmptyText", "", R"("")"), keeps("TextOfALogical", "true", R"("true")"),
-                    keeps("Escapes", "a\"b\\c\n\t\x01/"s, R"("a\"b\\c\n\t\u0001/")"),
-                    keeps("Zero", "a\0b"s, R"("a\u0000b")"),
-                    keeps("NotAscii", "\xC3\xA9 \xF0\x9F\x98\x80", "\"\xC3\xA9 \xF0\x9F\x98\x80\""),
-                    keeps("Id", ID, "\""s + UUID_TEXT + '"'),
-                    keeps("NilId", boost::uuids::uuid{}, R"("00000000-0000-0000-0000-000000000000")"),
-                    ValueCase{"TextThatLooksLikeAnId", UUID_TEXT, "\""s + UUID_TEXT + '"', ID}),
-    [](auto const& info) { return info.param.name; });
-
-TEST(SerializedValue, MinusZeroKeepsItsSign)
-{
+    struct Row {
+        PropertyValue value;
+        std::string json;
+        std::optional<PropertyValue> comesBackAs = {};   // none: as itself
+    };
+    // By design: a text that looks like a UUID comes back as one.
+    // clang-format off
+    Row const rows[] = {
+        {{}, "null"}, {true, "true"}, {false, "false"}, {2.0, "2.0"}, {0.5, "0.5"}, {0.1, "0.1"}, {1e16, "1e+16"},
+        {5e-324, "5e-324"}, {1.7976931348623157e308, "1.7976931348623157e+308"},
+        {std::nan(""), "null", PropertyValue{}}, {INF, "null", PropertyValue{}}, {-INF, "null", PropertyValue{}},
+        {"abc", R"("abc")"}, {"", R"("")"}, {"true", R"("true")"}, {"a\"b\\c\n\t\x01/"s, R"("a\"b\\c\n\t\u0001/")"},
+        {"a\0b"s, R"("a\u0000b")"}, {"\xC3\xA9 \xF0\x9F\x98\x80", "\"\xC3\xA9 \xF0\x9F\x98\x80\""},
+        {ID, "\""s + UUID_TEXT + '"'}, {boost::uuids::uuid{}, R"("00000000-0000-0000-0000-000000000000")"},
+        {UUID_TEXT, "\""s + UUID_TEXT + '"', ID},
+    };
+    // clang-format on
+    for (auto const& [value, json, comesBackAs] : rows) {
+        EXPECT_EQ(serialized(value), json);
+        EXPECT_EQ(parsed(json), comesBackAs.value_or(value));
+    }
     EXPECT_EQ(serialized(-0.0), "-0.0");
     EXPECT_TRUE(std::signbit(parsed("-0.0").getDouble()));
 }
 
-// ---- texts that it does not write itself
-
-struct TextCase {
-    char const* name;
-    std::string json;
-    PropertyValue value;
-};
-class ParsedText : public testing::TestWithParam<TextCase> {};
-
-TEST_P(ParsedText, GivesTheValue)
+TEST(ParsedText, GivesTheValueAlsoOfWhatItDoesNotWrite)
 {
-    EXPECT_EQ(parsed(GetParam().json), GetParam().value);
+    // clang-format off
+    std::pair<std::string, PropertyValue> const rows[] = {
+        {"42", 42.0}, {"-1", -1.0}, {"1e3", 1000.0}, {"18446744073709551615", 0x1p64},
+        {"123456789012345678901234567890", 123456789012345678901234567890.0}, {"[1,2]", {}}, {"{}", {}},
+        {std::string(100'000, '[') + std::string(100'000, ']'), {}}, {" \n true\t", true},
+        {R"("\u00e9\ud83d\ude00")", "\xC3\xA9\xF0\x9F\x98\x80"}, {R"("0F8FAD5B-D9CB-469F-A165-70867728950E")", ID},
+        {R"("\u0030f8fad5b-d9cb-469f-a165-70867728950e")", ID},
+        {R"(" 0f8fad5b-d9cb-469f-a165-70867728950e")", " 0f8fad5b-d9cb-469f-a165-70867728950e"},
+    };
+    // clang-format on
+    for (auto const& [json, value] : rows)
+        EXPECT_EQ(parsed(json), value) << json.substr(0, 100);
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    All, ParsedText,
-    testing::Values(TextCase{"Integer", "42", 42.0}, TextCase{"Negative", "-1", -1.0},
-                    TextCase{"Exponent", "1e3", 1000.0}, TextCase{"Unsigned64", "18446744073709551615", 0x1p64},
-                    TextCase{"BeyondIntegers", "123456789012345678901234567890", 123456789012345678901234567890.0},
-                    TextCase{"Array", "[1,2]", {}}, TextCase{"Object", "{}", {}},
-                    TextCase{"DeepArray", std::string(100'000, '[') + std::string(100'000, ']'), {}},
-                    TextCase{"Spaces", " \n true\t", true},
-                    TextCase{"EscapedText", R"("\u00e9\ud83d\ude00")", "\xC3\xA9\xF0\x9F\x98\x80"},
-                    TextCase{"UpperCaseId", R"("0F8FAD5B-D9CB-469F-A165-70867728950E")", ID},
-                    TextCase{"EscapedId", R"("\u0030f8fad5b-d9cb-469f-a165-70867728950e")", ID},
-                    TextCase{"IdWithSpace", R"(" 0f8fad5b-d9cb-469f-a165-70867728950e")",
-                             " 0f8fad5b-d9cb-469f-a165-70867728950e"}),
-    [](auto const& info) { return info.param.name; });
 
 TEST(ParsedText, FailuresAreTheLibrariesOwn)
 {
@@ -121,31 +93,13 @@ TEST(ParsedText, FailuresAreTheLibrariesOwn)
 
 TEST(SerializerInTheFramework, HandlesBoxedValues)
 {
-    using tarn::zero::Value;
-    using tarn::zero::ValueMeta;
-    namespace messages = tarn0::messages;
     PropertyValueSerializer serializer{tarn::zero::meta::Type{}};
-    Value const boxed = serializer.parseValue(u"2.5");
-    EXPECT_EQ(boxed.getValue<PropertyValue>(), PropertyValue(2.5));
-    EXPECT_EQ(serializer.serializeValue(boxed), u"2.5");
-    EXPECT_EQ(serializer.serializeValue(Value{}), u"null");
-    EXPECT_EQ(serializer.createDefaultValue().getValue<PropertyValue>(), PropertyValue());
-    EXPECT_FALSE(serializer.createEmptyOptionalValue().getValue<boost::optional<PropertyValue>>());
-    EXPECT_EQ(serializer.serializeValue(serializer.parseOptionalValue(u"true")), u"true");
-
-    Value const sequence = serializer.combineAsUnmanagedSequenceValue({boxed, serializer.parseValue(u"null"), boxed});
-    EXPECT_TRUE(sequence.meta().isUnmanaged());
-    EXPECT_EQ(sequence.getValue<std::vector<PropertyValue>>(), (std::vector<PropertyValue>{2.5, {}, 2.5}));
-    EXPECT_EQ(boxed.hash(), 0u);
-    EXPECT_EQ(sequence.hash(), serializer.combineAsUnmanagedSequenceValue({boxed, boxed, boxed}).hash());
-
-    EXPECT_THROW(serializer.combineAsUnmanagedSetValue({boxed}),
-                 foundation::core::except::Exception<messages::InvalidValue>);
-    Value const ofAnotherType{ValueMeta{}, "2.5"s};
-    EXPECT_THROW(serializer.serializeValue(ofAnotherType),
-                 foundation::core::except::Exception<messages::CannotCastIncompatibleTypes>);
-    EXPECT_THROW(serializer.combineAsUnmanagedSequenceValue({boxed, ofAnotherType}),
-                 foundation::core::except::Exception<messages::CannotCastIncompatibleTypes>);
+    auto const boxed = serializer.parseValue(u"2.5");
+    EXPECT_EQ(serializer.serializeValue(boxed) + serializer.serializeValue(tarn::zero::Value{}), u"2.5null");
+    auto const sequence = serializer.combineAsUnmanagedSequenceValue({boxed, serializer.parseValue(u"null")});
+    EXPECT_EQ(sequence.getValue<std::vector<PropertyValue>>(), (std::vector<PropertyValue>{2.5, {}}));
+    EXPECT_THROW(serializer.combineAsUnmanagedSetValue({boxed}),   // values have no order
+                 foundation::core::except::Exception<tarn0::messages::InvalidValue>);
 }
 
 // ---- UUIDs: exactly the texts that a lexical cast takes

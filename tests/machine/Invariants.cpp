@@ -1,0 +1,264 @@
+#include "machine/Invariants.h"
+
+#include "studio/data/ContextProvider.h"
+#include "studio/data/ContextView.h"
+#include "studio/data/Expression.h"
+#include "studio/data/ExpressionEngine.h"
+#include "studio/data/ExpressionHandle.h"
+#include "studio/data/HandleRecord.h"
+#include "studio/data/detail/ProviderTable.h"
+#include "studio/data/detail/ViewGraph.h"
+#include "studio/data/detail/ViewLife.h"
+#include "tarn/zero/ModelImpl.h"
+#include "tarn/zero/detail/Delivery.h"
+#include "tarn/zero/detail/ElementTable.h"
+#include "tarn/zero/detail/Journal.h"
+
+#include <boost/uuid/uuid_io.hpp>
+
+#include <algorithm>
+
+namespace {
+
+/// Gathers what does not hold.
+class Findings {
+public:
+    void require(bool holds, char const* what)
+    {
+        if (!holds && m_text.find(what) == std::string::npos)
+            m_text += std::string{what} + '\n';
+    }
+    std::string const& text() const { return m_text; }
+
+private:
+    std::string m_text;
+};
+
+}   // namespace
+
+namespace tarn::zero {
+
+using studio::data::ContextData;
+using studio::data::Property;
+
+std::string Invariants::of(Model const& model, std::size_t openTransactions)
+{
+    Findings found;
+    detail::Journal const& journal = *model->m_journal;
+    detail::ElementTable const& table = *model->m_elements;
+    bool const isIdle = openTransactions == 0;
+    found.require(journal.m_levels.size() == openTransactions, "the journal has another number of levels");
+    found.require(!isIdle || journal.m_touched.empty(), "an idle journal has storages");
+    found.require(!model->m_delivery->m_oldest && !model->m_delivery->m_newest, "a report is left over");
+    for (auto const& [uuid, element] : table.m_index) {
+        found.require(element->m_uuid == uuid && element->m_indexed, "an element stands under another UUID");
+        found.require(table.m_unindexed.count(element) == 0, "an element is in the table twice");
+    }
+    for (auto const* const element : table.m_unindexed)
+        found.require(!element->m_indexed, "an element that is not indexed thinks that it is");
+    table.forEach([&](ModelElement::Impl& element) {
+        found.require(element.m_model == model.get(), "an element has another model");
+        found.require(!element.m_marked, "a mark is left over");
+        if (isIdle) {
+            found.require(element.m_alive && !element.m_holdsContainer && !element.m_destroying, "the dead are kept");
+            found.require(!element.m_storage, "an element has a storage");
+        }
+        if (!element.m_alive)
+            return;
+        ModelElement const handle{&element};
+        if (auto* const context = elementCast<ContextData>(handle)) {
+            std::string const* last = nullptr;
+            for (Property const& property : context->getProperties()) {
+                found.require(property && property->ownerImpl() == context, "a property has another owner");
+                found.require(!last || *last < property->getName(), "names are out of order");
+                last = &property->getName();
+            }
+        } else if (auto* const property = elementCast<Property>(handle); property && property->ownerImpl()) {
+            found.require(property->ownerImpl()->getProperties().findImpl(property->getName()) == property,
+                          "a property is not found under its name");
+        }
+    });
+    return found.text();
+}
+
+}   // namespace tarn::zero
+
+namespace studio::data {
+
+std::string Invariants::ofRegistry(std::set<Id> const& living)
+{
+    Findings found;
+    std::size_t entries = 0;
+    for (auto const& [id, provider] : detail::ProviderTable::instance().providers) {
+        found.require(!provider || living.count(id) != 0, "the registry has a provider that is gone");
+        entries += provider ? 1 : 0;
+    }
+    found.require(entries == living.size(), "the registry lacks a provider");
+    return found.text();
+}
+
+std::string Invariants::of(ExpressionEngine const& engine)
+{
+    Findings found;
+    std::size_t owned = 0;
+    auto const isInSymbol = [&](std::string_view view) {
+        return std::any_of(engine.symbolExpressions.begin(), engine.symbolExpressions.end(), [&](auto const& entry) {
+            return view.data() >= entry.first.data() &&
+                   view.data() + view.size() <= entry.first.data() + entry.first.size();
+        });
+    };
+    found.require(engine.bindings.size() == engine.symbolExpressions.size(), "a symbol has no binding, or two");
+    for (auto const& [symbol, binding] : engine.bindings) {
+        auto const key = engine.symbolExpressions.find(std::string{symbol});
+        found.require(key != engine.symbolExpressions.end() && key->first.data() == symbol.data(),
+                      "a binding is of a symbol that is gone");
+        owned += binding.leaves.size();
+        for (auto const& leaf : binding.leaves) {
+            auto const context = engine.leaves.find(leaf.provider);
+            auto const name = ExpressionEngine::componentAt(symbol, leaf.offset);
+            bool const isThere = context != engine.leaves.end() && context->second.count(name) != 0 &&
+                                 context->second.at(name).count({symbol, leaf.offset}) != 0;
+            found.require(isThere, "a symbol owns a leaf that is not in the table");
+        }
+        for (Expression const* const expression : binding.expressions)
+            found.require(!expression->retired && expression->symbols.count(std::string{symbol}) != 0,
+                          "a symbol is read by an expression that does not name it");
+    }
+    for (auto const& [id, named] : engine.leaves) {
+        found.require(!named.empty() || (engine.rootProvider && id == engine.rootProvider->getId()),
+                      "a context without leaves is kept");
+        for (auto const& [name, leaves] : named) {
+            found.require(!leaves.empty(), "a name without leaves is kept");
+            found.require(isInSymbol(name), "a name is a view of nothing");
+            for (auto const& leaf : leaves) {
+                found.require(engine.bindings.count(leaf.symbol) != 0 && isInSymbol(leaf.symbol),
+                              "a leaf is of a symbol that is gone");
+                found.require(ExpressionEngine::componentAt(leaf.symbol, leaf.offset) == name,
+                              "a leaf stands under another name");
+                --owned;
+            }
+        }
+    }
+    found.require(owned == 0, "the table has a leaf that no symbol owns");
+    for (auto const& [text, expression] : engine.expressions) {
+        if (!expression)
+            continue;   // of a failed construction
+        found.require(expression->text == text && !expression->retired && !expression->handles.empty(),
+                      "an expression is kept for nobody");
+        found.require(expression->passes == 0, "a pass is left over");
+        for (std::string const& symbol : expression->symbols) {
+            auto const binding = engine.bindings.find(symbol);
+            bool const isKnown = binding != engine.bindings.end() &&
+                                 std::count(binding->second.expressions.begin(), binding->second.expressions.end(),
+                                            expression.get()) == 1 &&
+                                 engine.symbolExpressions.at(symbol).count(text) == 1;
+            found.require(isKnown || !engine.rootProvider, "a symbol does not know who reads it");
+        }
+        std::size_t gaps = 0;
+        for (std::size_t i = 0; i != expression->inOrder.size(); ++i) {
+            ExpressionHandle const* const handle = expression->inOrder[i];
+            gaps += handle ? 0 : 1;
+            found.require(!handle ||
+                              (handle->expression == expression.get() && handle->position == i && !handle->running),
+                          "a handle is at another place");
+        }
+        found.require(gaps == expression->gaps && expression->inOrder.size() - gaps == expression->handles.size(),
+                      "handles are miscounted");
+    }
+    found.require(!engine.running && engine.spareBatches.size() == engine.batchCount, "a report is under way");
+    return found.text();
+}
+
+namespace {
+
+/// The graph of a view that has not been interrupted.
+template <class Nodes>
+void checkGraph(Nodes const& nodes, std::size_t clones, Findings& found)
+{
+    std::size_t mirrored = 0;
+    for (auto const& [id, node] : nodes) {
+        mirrored += node.mirrored ? 1 : 0;
+        found.require(node.id == id && !node.pending, "a node stands under another id, or in a search");
+        found.require(node.mirrored || node.hasRecord || node.doubtful || node.in || !node.out.empty(),
+                      "a node is kept for nothing");
+        std::size_t open = 0;
+        for (auto const& [target, edge] : node.out) {
+            open += target->mirrored ? 0 : 1;
+            found.require(edge.from == &node && edge.to == target && edge.count != 0, "an edge leads elsewhere");
+        }
+        found.require(open == node.open, "open references are miscounted");
+        bool isHeld = !node.hold;
+        for (auto const* edge = node.in; edge; edge = edge->next) {
+            isHeld |= node.hold == edge;
+            found.require(edge->to == &node && (!edge->next || edge->next->previous == edge), "a list is torn");
+        }
+        found.require(isHeld, "a node is held by a reference that is not there");
+    }
+    found.require(mirrored == clones, "the graph has other contexts");
+}
+
+}   // namespace
+
+std::string Invariants::of(ContextView const& view)
+{
+    Findings found;
+    found.require(!view.life->ending && view.life->view == &view, "a view that lives is ending");
+    for (auto const& [id, record] : view.records) {
+        found.require(record->provider && record->provider->getId() == id, "a record is of another context");
+        found.require(!record->handles.empty(), "a record has no handles");
+        found.require(view.data.count(id) != 0, "a record has no clone");
+        for (ContextHandleImpl const* const handle : record->handles)
+            found.require(handle->uuid == id && handle->view == &view && !handle->detached, "a handle is detached");
+    }
+    auto const& nodes = view.graph->nodes;
+    if (!view.stale)
+        checkGraph(nodes, view.data.size(), found);
+    for (auto const& [id, clone] : view.data) {
+        if (!clone && view.stale)
+            continue;   // of a transaction that was rolled back; the next look forgets it
+        found.require(clone && clone.Uuid() == id && clone->getModel() == view.model, "a clone is not of its context");
+        std::map<Id, std::size_t> references;
+        for (Property const& property : clone->getProperties())
+            if (property->getValue().isUUID())
+                ++references[property->getValue().getUUID()];
+        auto const node = nodes.find(id);
+        if (view.stale || node == nodes.end()) {
+            found.require(view.stale, "a clone is not in the graph");
+            continue;
+        }
+        found.require(node->second.hasRecord == (view.records.count(id) != 0), "the graph knows other records");
+        found.require(node->second.out.size() == references.size(), "the graph has other references");
+        for (auto const& [target, edge] : node->second.out)
+            found.require(edge.count == references[target->id], "the graph counts references otherwise");
+    }
+    return found.text() + tarn::zero::Invariants::of(view.model, 0);
+}
+
+std::string Invariants::leaves(ExpressionEngine const& engine, std::function<std::string(Id const&)> const& name)
+{
+    std::map<std::string, std::set<std::pair<unsigned long, std::string>>> sorted;
+    for (auto const& [symbol, binding] : engine.bindings) {
+        auto& places = sorted[std::string{symbol}];
+        for (auto const& leaf : binding.leaves)
+            places.emplace(leaf.offset, name(leaf.provider));
+    }
+    std::string text;
+    for (auto const& [symbol, places] : sorted) {
+        text += '`' + symbol + '`';
+        for (auto const& [offset, context] : places)
+            text += ' ' + std::to_string(offset) + context;
+        text += '\n';
+    }
+    return text;
+}
+
+std::map<Invariants::Id, ContextData> Invariants::clones(ContextView const& view)
+{
+    std::map<Id, ContextData> living;
+    for (auto const& [id, clone] : view.data)
+        if (clone)
+            living.emplace(id, clone);
+    return living;
+}
+
+}   // namespace studio::data

@@ -1,0 +1,84 @@
+#include "machine/Machine.h"
+#include "support/Random.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace machine {
+namespace {
+
+std::size_t fromEnvironment(char const* name, std::size_t otherwise)
+{
+    char const* const text = std::getenv(name);
+    return text ? std::strtoul(text, nullptr, 10) : otherwise;
+}
+
+using Faults = std::map<Kind, std::size_t>;
+
+/// Runs seeds, and shows the fewest steps of one that differs.
+Faults runSeeds(std::size_t count, std::size_t steps, Machine::Fault fault = Machine::Fault::None)
+{
+    Faults faults;
+    steps = fromEnvironment("STUDIO_DATA_STEPS", steps);
+    for (std::uint64_t const seed : support::seeds(fromEnvironment("STUDIO_DATA_SEEDS", count))) {
+        Bytes const bytes = Script::generate(seed, steps);
+        std::string difference;
+        {
+            Machine machine{bytes};
+            difference = machine.run(fault);
+            for (auto const& [kind, happened] : machine.faults())
+                faults[kind] += happened;
+        }
+        if (difference.empty())
+            continue;
+        Bytes const fewest = shrink(bytes, fault);
+        ADD_FAILURE() << "STUDIO_DATA_SEED=" << seed << '\n'
+                      << difference << "the fewest steps that show it:\n"
+                      << describe(fewest) << Machine{fewest}.run(fault);
+        break;
+    }
+    return faults;
+}
+
+TEST(Machine, AgreesWithTheModel)
+{
+    runSeeds(300, 250);
+}
+
+TEST(Machine, AgreesWhenCallOutsThrow)
+{
+    runSeeds(100, 250, Machine::Fault::CallOut);
+}
+
+struct Sweep {
+    char const* name;
+    Machine::Fault fault;
+    std::vector<Kind> kinds;   // that must have met faults
+};
+class MachineSweep : public testing::TestWithParam<Sweep> {};
+
+TEST_P(MachineSweep, LeavesTheStateOfBeforeOrOfAfter)
+{
+    Faults const faults = runSeeds(40, 150, GetParam().fault);
+    for (Kind const kind : GetParam().kinds)
+        EXPECT_TRUE(faults.count(kind) != 0 || std::getenv("STUDIO_DATA_SEED")) << Op::of(kind).line();
+}
+INSTANTIATE_TEST_SUITE_P(
+    Machine, MachineSweep,
+    testing::Values(Sweep{"OneAllocation",
+                          Machine::Fault::Allocation,
+                          {Kind::Set, Kind::Add, Kind::Remove, Kind::Create, Kind::Drop, Kind::Activate, Kind::Rename,
+                           Kind::Move, Kind::Commit, Kind::Acquire, Kind::MakeEngine, Kind::MakeView, Kind::Watch,
+                           Kind::AddListener}},
+                    Sweep{"EveryAllocationFromOne",
+                          Machine::Fault::Allocations,
+                          {Kind::Set, Kind::Add, Kind::Remove, Kind::Create, Kind::Drop, Kind::Commit, Kind::Acquire}},
+                    Sweep{"ALookUp", Machine::Fault::LookUp, {Kind::Set, Kind::Remove, Kind::Acquire, Kind::Commit}}),
+    [](auto const& info) { return info.param.name; });
+
+}   // namespace
+}   // namespace machine

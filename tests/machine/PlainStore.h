@@ -1,0 +1,266 @@
+#pragma once
+
+#include "machine/Trees.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace machine {
+
+struct Refused {};   // two properties under one name
+
+/// What contexts hold, as plain maps that are copied to be remembered and compared to be reported.
+class PlainStore {
+public:
+    struct Property {
+        int owner;
+        std::string name;
+        Value value;
+        bool alive = true;
+        int valueWrites = 0;
+    };
+    struct Context {
+        bool alive = true;
+        std::map<std::string, int> properties{};   // by number, never reused
+        std::vector<std::string> active{};
+        int mapWrites = 0;
+        int activeWrites = 0;
+    };
+    struct State {
+        std::map<int, Context> contexts;
+        std::vector<Property> properties;
+    };
+    struct Element {
+        bool isProperty;
+        int id;
+        friend bool operator==(Element const& left, Element const& right)
+        {
+            return left.isProperty == right.isProperty && left.id == right.id;
+        }
+    };
+    enum class Change { Created, Modified, Destroyed };
+    struct Entry {
+        Change change;
+        Element element;
+        std::set<int> changed{};   // of a modified one, by meta index
+    };
+    /// What a transaction changed, in order of first touch, and the state before it.
+    struct Report {
+        std::vector<Entry> entries;
+        State before;
+
+        bool has(bool properties) const
+        {
+            return std::any_of(entries.begin(), entries.end(),
+                               [&](Entry const& entry) { return entry.element.isProperty == properties; });
+        }
+    };
+
+    State const& now() const { return m_now; }
+    bool isOpen() const { return !m_levels.empty(); }
+    std::size_t depth() const { return m_levels.size(); }
+
+    Context const* context(int id) const
+    {
+        auto const found = m_now.contexts.find(id);
+        return found != m_now.contexts.end() && found->second.alive ? &found->second : nullptr;
+    }
+    /// The number of a property; none if there is none of that name.
+    std::optional<int> find(int id, std::string const& name) const
+    {
+        Context const* const holder = context(id);
+        auto const found = holder ? holder->properties.find(name) : std::map<std::string, int>::const_iterator{};
+        return holder && found != holder->properties.end() ? std::optional{found->second} : std::nullopt;
+    }
+    Value const* value(int id, std::string const& name) const
+    {
+        std::optional<int> const found = find(id, name);
+        return found ? &m_now.properties[index(*found)].value : nullptr;
+    }
+
+    // Changes, each inside a transaction
+
+    void create(int id)
+    {
+        touch({false, id});
+        m_now.contexts[id];
+    }
+    void destroy(int id)
+    {
+        if (!context(id))
+            return;
+        Context& gone = m_now.contexts[id];
+        for (auto const& [name, property] : gone.properties) {
+            touch({true, property});
+            m_now.properties[index(property)].alive = false;
+        }
+        touch({false, id});
+        gone = Context{false};
+    }
+    void add(int id, std::string const& name, Value const& value)
+    {
+        if (!context(id) || find(id, name))
+            return;
+        int const made = static_cast<int>(m_now.properties.size());
+        touch({true, made});
+        m_now.properties.push_back({id, name, value});
+        enter(id, made);
+    }
+    void set(int id, std::string const& name, Value const& value)
+    {
+        std::optional<int> const found = find(id, name);
+        if (!found || m_now.properties[index(*found)].value == value)
+            return;
+        touch({true, *found});
+        m_now.properties[index(*found)].value = value;
+        ++m_now.properties[index(*found)].valueWrites;
+    }
+    void remove(int id, std::string const& name)
+    {
+        std::optional<int> const found = find(id, name);
+        if (!found)
+            return;
+        leave(*found);
+        touch({true, *found});
+        m_now.properties[index(*found)].alive = false;
+    }
+    void activate(int id, std::vector<std::string> const& names)
+    {
+        if (!context(id))
+            return;
+        touch({false, id});
+        m_now.contexts[id].active = names;
+        ++m_now.contexts[id].activeWrites;
+    }
+    void rename(int id, std::string const& name, std::string const& newName)
+    {
+        std::optional<int> const found = find(id, name);
+        if (!found || name == newName)
+            return;
+        if (find(id, newName))
+            throw Refused{};
+        leave(*found);
+        touch({true, *found});
+        m_now.properties[index(*found)].name = newName;
+        enter(id, *found);
+    }
+    void move(int id, std::string const& name, int newOwner)
+    {
+        std::optional<int> const found = find(id, name);
+        if (!found || id == newOwner || !context(newOwner))
+            return;
+        if (find(newOwner, name))
+            throw Refused{};
+        touch({true, *found});
+        leave(*found);
+        m_now.properties[index(*found)].owner = newOwner;
+        enter(newOwner, *found);
+    }
+
+    // Transactions
+
+    void begin() { m_levels.push_back({m_now, {}}); }
+    void rollBack()
+    {
+        std::size_t const made = m_now.properties.size();
+        m_now = std::move(m_levels.back().before);
+        m_levels.pop_back();
+        m_now.properties.resize(made, {-1, "", {}, false});   // their numbers are used up
+    }
+    /// Ends the innermost transaction; the outermost one tells what it changed, all in all.
+    Report commit()
+    {
+        Level const level = std::move(m_levels.back());
+        m_levels.pop_back();
+        if (isOpen()) {
+            for (Element const& element : level.touched)
+                touch(element);
+            return {};
+        }
+        Report report{{}, level.before};
+        for (Element const& element : level.touched)
+            if (std::optional<Entry> const entry = entryOf(element, level.before))
+                report.entries.push_back(*entry);
+        return report;
+    }
+
+    static std::size_t index(int id) { return static_cast<std::size_t>(id); }
+
+private:
+    struct Level {
+        State before;
+        std::vector<Element> touched;
+    };
+
+    void touch(Element const& element)
+    {
+        auto& touched = m_levels.back().touched;
+        if (std::find(touched.begin(), touched.end(), element) == touched.end())
+            touched.push_back(element);
+    }
+    void enter(int id, int property)
+    {
+        touch({false, id});
+        m_now.contexts[id].properties[m_now.properties[index(property)].name] = property;
+        ++m_now.contexts[id].mapWrites;
+    }
+    void leave(int property)
+    {
+        Property const& left = m_now.properties[index(property)];
+        touch({false, left.owner});
+        m_now.contexts[left.owner].properties.erase(left.name);
+        ++m_now.contexts[left.owner].mapWrites;
+    }
+
+    std::optional<Entry> entryOf(Element const& element, State const& before) const
+    {
+        bool const was =
+            element.isProperty
+                ? index(element.id) < before.properties.size() && before.properties[index(element.id)].alive
+                : before.contexts.count(element.id) != 0 && before.contexts.at(element.id).alive;
+        bool const is = element.isProperty ? m_now.properties[index(element.id)].alive : context(element.id) != nullptr;
+        if (was != is)
+            return Entry{is ? Change::Created : Change::Destroyed, element};
+        if (!is)
+            return std::nullopt;
+        Entry entry{Change::Modified, element,
+                    element.isProperty
+                        ? changes(before.properties[index(element.id)], m_now.properties[index(element.id)])
+                        : changes(before.contexts.at(element.id), m_now.contexts.at(element.id))};
+        return entry.changed.empty() ? std::nullopt : std::optional{entry};
+    }
+    static std::set<int> changes(Property const& old, Property const& is)
+    {
+        std::set<int> changed;
+        if (old.name != is.name)
+            changed.insert(1);
+        if (old.valueWrites != is.valueWrites && !(old.value == is.value))
+            changed.insert(2);
+        if (old.owner != is.owner)
+            changed.insert(3);
+        return changed;
+    }
+    /// A map counts as unchanged only if it was and is empty, or holds the one element that it held.
+    static std::set<int> changes(Context const& old, Context const& is)
+    {
+        std::set<int> changed;
+        bool const same = old.properties.size() == 1 && is.properties.size() == 1 &&
+                          old.properties.begin()->second == is.properties.begin()->second;
+        if (old.activeWrites != is.activeWrites && !(old.active.empty() && is.active.empty()))
+            changed.insert(1);
+        if (old.mapWrites != is.mapWrites && !same && !(old.properties.empty() && is.properties.empty()))
+            changed.insert(2);
+        return changed;
+    }
+
+    State m_now;
+    std::vector<Level> m_levels;
+};
+
+}   // namespace machine

@@ -1,0 +1,533 @@
+#pragma once
+
+#include "machine/PlainListeners.h"
+#include "machine/World.h"
+
+#include <array>
+#include <exception>
+#include <map>
+#include <memory>
+#include <set>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace machine {
+
+/// The ids that the system gave to contexts, as texts, by the number of their creation.
+using Ids = std::map<int, std::string>;
+/// What stands for the id of no context.
+inline char const* const STRANGER = "01234567-89ab-4def-8123-456789abcdef";
+
+/// The value that an operation means by `choice`.
+inline Value valueFor(int choice, std::array<int, SLOTS> const& lastIn)
+{
+    if (choice < SLOTS)
+        return Ref{lastIn[static_cast<std::size_t>(choice)]};
+    static std::array<Value, 12> const s_values{{{},
+                                                 0.0,
+                                                 1.0,
+                                                 2.0,
+                                                 true,
+                                                 false,
+                                                 std::string{},
+                                                 std::string{"x"},
+                                                 std::string(40, 'y'),
+                                                 std::nan(""),
+                                                 Ref{-1},
+                                                 3.0}};
+    return s_values[static_cast<std::size_t>(choice - SLOTS)];
+}
+
+/// The names that `Activate` writes.
+inline std::vector<std::string> activeNames(Op const& op)
+{
+    return std::vector<std::string>(static_cast<std::size_t>(op.other % 3), op.newName);
+}
+
+/// The names of properties that `touchAll` touches: all that there are.
+inline std::vector<std::string> const& touchedNames()
+{
+    static std::vector<std::string> const s_names{"", "r", "s", "a", "b", "r.a", "s.r.a", "r.s"};
+    return s_names;
+}
+
+inline Value touched()
+{
+    return std::string{"touched"};
+}
+
+/// The naive model: it does everything the slow and obvious way, and keeps the order in which reports are handed out.
+class PlainWorld final : public World {
+public:
+    PlainWorld(Script const& script, Ids const& ids) : World{script}, m_ids{ids} {}
+    ~PlainWorld() override { end(); }
+
+    std::string contents() const
+    {
+        std::ostringstream out;
+        for (std::size_t i = 0; i != SLOTS; ++i) {
+            out << "slot " << i << ' ' << (m_slots[i].provider ? nameOf(m_slots[i].last) : "empty");
+            PlainStore::Context const* const context =
+                m_slots[i].provider ? m_system.store.context(m_slots[i].last) : nullptr;
+            if (context) {
+                for (auto const& [name, property] : context->properties)
+                    out << ' ' << name << '='
+                        << shown(m_system.store.now().properties[PlainStore::index(property)].value);
+                for (std::string const& name : context->active)
+                    out << ' ' << name;
+            }
+            out << '\n';
+        }
+        for (int const id : m_known)
+            out << nameOf(id) << (m_system.providers.living.count(id) != 0 ? " lives" : " gone")
+                << (m_system.store.context(id) ? " data" : " none") << '\n';
+        return out.str();
+    }
+    std::set<std::string> values() const
+    {
+        std::set<std::string> lines;
+        for (auto const& [handle, isContext] : held())
+            if (!isContext)
+                lines.insert(std::to_string(handle) + '=' + valueOf(handle) + '\n');
+        return lines;
+    }
+    std::string read(int slot, std::string const& path) const
+    {
+        Slot const& place = m_slots[PlainStore::index(slot)];
+        return place.provider ? shown(m_system.read(place.last, path)) : "";
+    }
+    std::string leaves() const
+    {
+        std::string text;
+        for (auto const& engine : m_engines)
+            text += "engine\n" + (engine ? engine->leaves() : "");
+        return text;
+    }
+    std::string mirrors() const
+    {
+        std::ostringstream out;
+        for (auto const& view : m_views) {
+            out << "view\n";
+            if (!view)
+                continue;
+            std::map<std::string, int> sorted;
+            for (auto const& entry : view->clones)
+                if (m_tellsOfTheGone || m_system.store.context(entry.first))
+                    sorted[nameOf(entry.first)] = entry.first;
+            for (auto const& [name, id] : sorted) {
+                PlainView::Clone const& clone = view->clones.at(id);
+                out << name;
+                for (auto const& [key, slot] : clone.properties)
+                    out << ' ' << key << (m_system.store.find(id, key) == slot.property ? "=" : "~")
+                        << shown(slot.value);
+                for (std::string const& active : clone.active)
+                    out << ' ' << active;
+                out << '\n';
+            }
+        }
+        return out.str();
+    }
+    /// What is behind the values of now: texts and symbols of engines, and contexts whose mirrors differ.
+    Stale stale() const
+    {
+        Stale found;
+        for (std::size_t i = 0; i != ENGINES; ++i)
+            if (m_engines[i])
+                for (auto const& [what, excuses] : m_engines[i]->stale()) {
+                    std::string const engine = std::to_string(i) + ": ";
+                    auto& named = found[engine + what];
+                    for (std::string const& excuse : excuses)
+                        named.insert(engine + excuse);
+                }
+        for (std::size_t i = 0; i != VIEWS; ++i)
+            if (m_views[i])
+                for (auto const& [id, clone] : m_views[i]->clones)
+                    if (!isFresh(id, clone, *m_views[i]))
+                        found["view " + std::to_string(i) + ": " + nameOf(id)];
+        return found;
+    }
+    /// How many there have been after a report.
+    std::size_t evaluations() const { return m_system.evaluations; }
+    bool isInTransaction() const { return m_system.store.isOpen(); }
+    std::size_t elements() const
+    {
+        std::size_t count = 0;
+        for (auto const& entry : m_system.store.now().contexts)
+            count += entry.second.alive ? 1 + entry.second.properties.size() : 0;
+        return count;
+    }
+
+    void bury() override
+    {
+        for (int const id : m_known)
+            if (m_system.providers.living.count(id) == 0)
+                destroyData(id);
+    }
+    void touchAll() override
+    {
+        PlainStore& store = m_system.store;
+        for (int const id : m_known)
+            for (std::string const& name : touchedNames()) {
+                if (m_system.providers.living.count(id) == 0 || !store.context(id))
+                    continue;
+                Value const* const value = store.value(id, name);
+                Value const old = value ? *value : Value{};
+                bool const isThere = value != nullptr;
+                inTransaction([&] { isThere ? store.set(id, name, touched()) : store.add(id, name, touched()); });
+                inTransaction([&] { isThere ? store.set(id, name, old) : store.remove(id, name); });
+            }
+        for (auto const& view : m_views)
+            if (view)
+                view->discard();
+    }
+    std::string present() const
+    {
+        std::string text;
+        for (auto const& engine : m_engines)
+            text += engine ? 'e' : '-';
+        for (auto const& view : m_views)
+            text += view ? 'v' : '-';
+        for (auto const& listener : m_foreign)
+            text += listener ? 'l' : '-';
+        return text;
+    }
+
+private:
+    struct Slot {
+        PlainProviders::Owner provider;
+        int last = -1;   // who is or was here
+    };
+    struct Foreign final : PlainListener {
+        Foreign(PlainWorld& world, int listener) : world{world}, listener{listener} {}
+        void process(PlainStore::Report const& report) override
+        {
+            for (bool const properties : {true, false})
+                if (!gone && report.has(properties))
+                    world.heardReport(listener, world.lines(report, properties));
+        }
+        PlainWorld& world;
+        int listener;
+    };
+    struct Frame {
+        PlainStore::Report report;
+        std::vector<std::shared_ptr<PlainListener>> listeners;
+        std::size_t next = 0;
+        std::exception_ptr failure = nullptr;
+    };
+
+    // ---- what steps do
+
+    void create(int slot) override
+    {
+        Slot& place = m_slots[PlainStore::index(slot)];
+        if (place.provider || m_creating.count(slot) != 0)
+            return;
+        int const id = nextContext();
+        m_creating.insert(slot);
+        try {
+            PlainProviders::Owner made;
+            try {
+                inTransaction([&] {
+                    m_system.store.create(id);
+                    made = std::make_shared<PlainProviders::Provider>(m_system.providers, id,
+                                                                      [this](int gone) { destroyData(gone); });
+                });
+            } catch (...) {
+                made.reset();
+                throw;
+            }
+            m_system.providers.living[id] = made;
+            m_known.insert(id);
+            place.last = id;
+            place.provider = std::move(made);
+        } catch (...) {
+            m_creating.erase(slot);
+            throw;
+        }
+        m_creating.erase(slot);
+    }
+    void destroyData(int id)
+    {
+        try {
+            inTransaction([&] { m_system.store.destroy(id); });
+        } catch (...) {   // lets nothing out
+        }
+    }
+    void drop(int slot) override
+    {
+        PlainProviders::Owner const last = std::move(m_slots[PlainStore::index(slot)].provider);
+    }
+    void change(Op const& op) override
+    {
+        Slot const& place = m_slots[PlainStore::index(op.slot)];
+        if (!place.provider)
+            return;
+        int const id = place.last;
+        std::array<int, SLOTS> lastIn{};
+        for (std::size_t i = 0; i != SLOTS; ++i)
+            lastIn[i] = m_slots[i].last;
+        Value const value = valueFor(op.value, lastIn);
+        PlainStore& store = m_system.store;
+        Slot const& target = m_slots[PlainStore::index(op.other % SLOTS)];
+        switch (op.kind) {
+        case Kind::Set: return write(id, op.name, value);
+        case Kind::Add:
+            return store.context(id) && !store.find(id, op.name) ? inTransaction([&] { store.add(id, op.name, value); })
+                                                                 : void();
+        case Kind::Remove: return inTransaction([&] { store.remove(id, op.name); });
+        case Kind::Activate: return inTransaction([&] { store.activate(id, activeNames(op)); });
+        case Kind::Rename: return inTransaction([&] { store.rename(id, op.name, op.newName); });
+        default:
+            if (target.provider)
+                inTransaction([&] { store.move(id, op.name, target.last); });
+        }
+    }
+    /// The whole way is found first and held; then its end is written, then outward.
+    void write(int id, std::string const& path, Value const& value)
+    {
+        std::vector<std::pair<PlainProviders::Owner, std::string>> children;
+        std::string rest = path;
+        for (int at = id; rest.find('.') != std::string::npos;) {
+            std::size_t const dot = rest.find('.');
+            Value const* const head = m_system.store.value(at, rest.substr(0, dot));
+            PlainProviders::Owner const child = head ? m_system.providers.find(*head) : nullptr;
+            if (!child)
+                break;
+            at = child->id;
+            rest = rest.substr(dot + 1);
+            children.emplace_back(child, rest);
+        }
+        for (; !children.empty(); children.pop_back())
+            inTransaction([&] { m_system.store.set(children.back().first->id, children.back().second, value); });
+        inTransaction([&] { m_system.store.set(id, path, value); });
+    }
+    void begin() override { m_system.store.begin(); }
+    void commit() override { deliver(m_system.store.commit()); }
+    void rollBack() override { m_system.store.rollBack(); }
+    std::size_t depth() const override { return m_system.store.depth(); }
+
+    bool acquire(int number, Tree const& tree, int handle) override
+    {
+        std::shared_ptr<PlainEngine> const engine = m_engines[PlainStore::index(number)];
+        if (engine)
+            engine->acquire(tree, handle);
+        return engine != nullptr;
+    }
+    bool watch(int number, int slot, int handle) override
+    {
+        std::shared_ptr<PlainView> const view = m_views[PlainStore::index(number)];
+        return view && view->acquire(m_slots[PlainStore::index(slot)].last, handle);
+    }
+    void release(int handle) override
+    {
+        for (auto const& engine : m_allEngines)
+            engine->release(handle);
+        for (auto const& view : std::vector<std::shared_ptr<PlainView>>{m_allViews})
+            view->release(handle);
+    }
+    void setEngine(int number, bool present) override
+    {
+        std::shared_ptr<PlainEngine>& place = m_engines[PlainStore::index(number)];
+        PlainProviders::Owner const root = m_slots[PlainStore::index(number)].provider;
+        if (present == (place != nullptr) || (present && !root))
+            return;
+        if (std::shared_ptr<PlainEngine> const old = std::move(place)) {
+            remove(old);
+            return old->end();
+        }
+        place = std::make_shared<PlainEngine>(
+            m_system, root,
+            [this](int handle, std::string const& text, Value const& value) {
+                heard(handle, std::to_string(handle) + ": " + text + " = " + shown(value), true);
+            },
+            [this](Ref ref) { return ref.number < 0 ? STRANGER : m_ids.at(ref.number); });
+        m_listeners.push_back(place);
+        m_allEngines.push_back(place);
+    }
+    void setView(int number, bool present) override
+    {
+        std::shared_ptr<PlainView>& place = m_views[PlainStore::index(number)];
+        if (present == (place != nullptr))
+            return;
+        if (std::shared_ptr<PlainView> const old = std::move(place)) {
+            remove(old);
+            return old->end();
+        }
+        place = std::make_shared<PlainView>(
+            m_system, [this](int handle) { heard(handle, std::to_string(handle) + " detached", false); });
+        m_listeners.push_back(place);
+        m_allViews.push_back(place);
+    }
+    void setListener(int number, bool present) override
+    {
+        std::shared_ptr<Foreign>& place = m_foreign[PlainStore::index(number)];
+        if (present == (place != nullptr))
+            return;
+        if (std::shared_ptr<Foreign> const old = std::move(place))
+            return remove(old);
+        m_listeners.push_back(place = std::make_shared<Foreign>(*this, number));
+    }
+    void remove(std::shared_ptr<PlainListener> const& listener)
+    {
+        listener->gone = true;
+        m_listeners.erase(std::find(m_listeners.begin(), m_listeners.end(), listener));
+    }
+    std::string nameOfException() const override
+    {
+        try {
+            throw;
+        } catch (Planned const&) {
+            return "planned";
+        } catch (Refused const&) {
+            return "refused";
+        } catch (std::invalid_argument const&) {
+            return "does not parse";
+        }
+    }
+
+    // ---- transactions and reports
+
+    template <class Change>
+    void inTransaction(Change const& make)
+    {
+        m_system.store.begin();
+        try {
+            make();
+        } catch (...) {
+            m_system.store.rollBack();
+            throw;
+        }
+        deliver(m_system.store.commit());
+    }
+    /// To everybody who is there now, but first what is older to those who have not had it.
+    void deliver(PlainStore::Report report)
+    {
+        if (report.entries.empty())
+            return;
+        Frame frame{std::move(report), m_listeners};
+        m_frames.push_back(&frame);
+        for (std::size_t i = 0; i != m_frames.size(); ++i)
+            while (m_frames[i]->next != m_frames[i]->listeners.size())
+                serve(*m_frames[i]);
+        m_frames.pop_back();
+        if (frame.failure)
+            std::rethrow_exception(frame.failure);
+    }
+    static void serve(Frame& frame)
+    {
+        std::shared_ptr<PlainListener> const listener = frame.listeners[frame.next++];
+        if (listener->gone)
+            return;
+        try {
+            listener->process(frame.report);
+        } catch (...) {
+            if (!frame.failure)
+                frame.failure = std::current_exception();
+        }
+    }
+    void heardReport(int listener, std::string const& lines)
+    {
+        calledOut("listener " + std::to_string(listener) + lines,
+                  static_cast<std::uint64_t>(calls()) * 977 + static_cast<std::uint64_t>(listener), 0, true);
+    }
+    std::string lines(PlainStore::Report const& report, bool properties) const
+    {
+        std::string text;
+        for (auto const change :
+             {PlainStore::Change::Created, PlainStore::Change::Modified, PlainStore::Change::Destroyed})
+            for (PlainStore::Entry const& entry : report.entries)
+                if (entry.change == change && entry.element.isProperty == properties)
+                    text += std::string{" "} + "+~-"[static_cast<int>(change)] + line(entry, report.before);
+        return text;
+    }
+    std::string line(PlainStore::Entry const& entry, PlainStore::State const& before) const
+    {
+        if (!entry.element.isProperty)
+            return nameOf(entry.element.id) + oldContext(entry, before);
+        PlainStore::Property const& now = m_system.store.now().properties[PlainStore::index(entry.element.id)];
+        std::string text = now.name + '@' + nameOf(now.owner);
+        if (entry.changed.empty())
+            return text;
+        PlainStore::Property const& old = before.properties[PlainStore::index(entry.element.id)];
+        text += entry.changed.count(1) != 0 ? " 1:" + old.name : "";
+        text += entry.changed.count(2) != 0 ? " 2:" + shown(old.value) : "";
+        return text + (entry.changed.count(3) != 0 ? " 3:" + nameOf(old.owner) : "");
+    }
+    std::string oldContext(PlainStore::Entry const& entry, PlainStore::State const& before) const
+    {
+        std::string text;
+        if (entry.changed.count(1) != 0) {
+            text += " 1:";
+            for (std::string const& name : before.contexts.at(entry.element.id).active)
+                text += name + ',';
+        }
+        if (entry.changed.count(2) != 0) {
+            std::set<std::string> names;   // of now
+            for (auto const& old : before.contexts.at(entry.element.id).properties)
+                names.insert(m_system.store.now().properties[PlainStore::index(old.second)].name);
+            text += " 2:";
+            for (std::string const& name : names)
+                text += name + ',';
+        }
+        return text;
+    }
+
+    // ---- telling
+
+    std::string nameOf(int id) const { return m_known.count(id) != 0 ? '#' + std::to_string(id) : "#?"; }
+    std::string shown(Value const& value) const
+    {
+        switch (value.index()) {
+        case 0: return "undefined";
+        case 1: return std::get<Ref>(value).number < 0 ? "#stranger" : nameOf(std::get<Ref>(value).number);
+        case 2: return numberText(std::get<double>(value));
+        case 3: return std::get<bool>(value) ? "true" : "false";
+        default: return '\'' + std::get<std::string>(value) + '\'';
+        }
+    }
+    std::string valueOf(int handle) const
+    {
+        for (auto const& engine : m_allEngines)
+            if (engine->has(handle))
+                return shown(engine->valueOf(handle));
+        return "undefined";
+    }
+    /// The mirror of a context that is gone stays as it was until the next look for orphans.
+    bool isFresh(int id, PlainView::Clone const& clone, PlainView const& view) const
+    {
+        PlainStore::Context const* const context = m_system.store.context(id);
+        if (!context)
+            return true;
+        if ((context->active != clone.active && !clone.active.empty()) ||
+            context->properties.size() != clone.properties.size())
+            return false;
+        for (auto const& [name, slot] : clone.properties) {
+            Value const* const source = m_system.store.value(id, name);
+            auto const* const ref = std::get_if<Ref>(&slot.value);
+            if (ref && m_system.store.context(ref->number) && m_system.providers.names(slot.value) &&
+                view.clones.count(ref->number) == 0)
+                return false;
+            if (!source || m_system.store.find(id, name) != slot.property ||
+                (!(*source == slot.value) && *source == *source))
+                return false;
+        }
+        return true;
+    }
+
+    Ids const& m_ids;
+    PlainSystem m_system;
+    std::array<Slot, SLOTS> m_slots;
+    std::set<int> m_creating;   // slots
+    std::set<int> m_known;      // contexts whose creation has returned
+    std::array<std::shared_ptr<PlainEngine>, ENGINES> m_engines;
+    std::array<std::shared_ptr<PlainView>, VIEWS> m_views;
+    std::array<std::shared_ptr<Foreign>, LISTENERS> m_foreign;
+    std::vector<std::shared_ptr<PlainEngine>> m_allEngines;
+    std::vector<std::shared_ptr<PlainView>> m_allViews;
+    std::vector<std::shared_ptr<PlainListener>> m_listeners;   // in order of registration
+    std::vector<Frame*> m_frames;
+};
+
+}   // namespace machine

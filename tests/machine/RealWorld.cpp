@@ -1,0 +1,466 @@
+#include "machine/RealWorld.h"
+
+#include "foundation/core/except/Exception.h"
+#include "gel/ParseError.h"
+#include "machine/Invariants.h"
+#include "studio/data/ProviderRegistry.h"
+#include "studio/data/model/ContextDataImpl.h"
+#include "studio/data/model/PropertyImpl.h"
+#include "tarn/zero/ModelImpl.h"
+#include "tarn0/messages/Messages.h"
+
+#include <boost/uuid/string_generator.hpp>
+#include <boost/uuid/uuid_io.hpp>
+
+#include <sstream>
+
+namespace machine {
+
+using studio::data::ContextData;
+using studio::data::ContextProvider;
+using studio::data::Invariants;
+using studio::data::Property;
+using studio::data::PropertyValue;
+using tarn::zero::ReportEntry;
+
+namespace {
+
+/// Calls the system: only what is allocated there may fail.
+template <class Call>
+decltype(auto) inSystem(Call const& call)
+{
+    support::Exempt const theirs{false};
+    return call();
+}
+
+}   // namespace
+
+/// Somebody else who listens to the shared model.
+class RealWorld::Foreign final : public tarn::zero::Listener {
+public:
+    using Reports =
+        tarn::zero::ReportList<tarn::zero::ShallowChangeReport<Property>, tarn::zero::ShallowChangeReport<ContextData>>;
+
+    Foreign(RealWorld& heardBy, int number) : world{heardBy}, listener{number}
+    {
+        ContextProvider::sharedModel()->addDeepListener(this);
+    }
+    ~Foreign() override { ContextProvider::sharedModel()->removeListener(this); }
+
+    template <class Report>
+    void transactionCommitted(Report const& report)
+    {
+        support::Exempt const ours;
+        std::string text;
+        for (ReportEntry const entry : report.created())
+            text += " +" + world.line(entry, *report.data());
+        for (ReportEntry const entry : report.modified())
+            text += " ~" + world.line(entry, *report.data());
+        for (ReportEntry const entry : report.destroyed())
+            text += " -" + world.line(entry, *report.data());
+        world.calledOut("listener " + std::to_string(listener) + text,
+                        static_cast<std::uint64_t>(world.calls()) * 977 + static_cast<std::uint64_t>(listener), 0,
+                        true);
+    }
+
+private:
+    RealWorld& world;   // outlives the listener; the listener may not outlive its call
+    int listener;
+};
+
+RealWorld::RealWorld(Script const& script, Ids& ids) : World{script}, m_ids{ids} {}
+
+RealWorld::~RealWorld()
+{
+    end();
+}
+
+// ---- what steps do
+
+void RealWorld::create(int slot)
+{
+    Slot& place = m_slots[PlainStore::index(slot)];
+    if (place.provider || m_creating.count(slot) != 0)
+        return;
+    int const number = nextContext();
+    m_creating.insert(slot);
+    Provider made;
+    try {
+        made = inSystem([] { return ContextProvider::create(); });
+    } catch (...) {
+        m_creating.erase(slot);
+        throw;
+    }
+    m_creating.erase(slot);
+    m_numbers[made->getId()] = number;
+    m_ids[number] = to_string(made->getId());
+    place.last = number;
+    place.provider = std::move(made);
+}
+
+void RealWorld::drop(int slot)
+{
+    Provider last = std::move(m_slots[PlainStore::index(slot)].provider);
+    inSystem([&] { last.reset(); });
+}
+
+void RealWorld::change(Op const& op)
+{
+    Slot const& place = m_slots[PlainStore::index(op.slot)];
+    if (!place.provider)
+        return;
+    ContextProvider& provider = *place.provider;   // held by its slot alone: a callback may let it go
+    std::array<int, SLOTS> lastIn{};
+    for (std::size_t i = 0; i != SLOTS; ++i)
+        lastIn[i] = m_slots[i].last;
+    PropertyValue const value = realValue(valueFor(op.value, lastIn));
+    std::vector<std::string> const active = activeNames(op);
+    Provider const& target = m_slots[PlainStore::index(op.other % SLOTS)].provider;
+    inSystem([&] {
+        switch (op.kind) {
+        case Kind::Set: return provider.setPropertyValue(op.name, value);
+        case Kind::Add: return provider.addProperty(op.name, value);
+        case Kind::Remove: return provider.removeProperty(op.name);
+        case Kind::Activate: return provider.setActiveContexts(active);
+        default: break;
+        }
+        Property const property = provider.getProperty(op.name);
+        if (!property || (op.kind == Kind::Move && !target))
+            return;
+        if (op.kind == Kind::Rename)
+            return property->setName(op.newName);
+        if (auto const owner = ContextData::from(ContextProvider::sharedModel()->findElement(target->getId(), 1)))
+            property->setOwner(owner);
+    });
+}
+
+void RealWorld::begin()
+{
+    m_open.reserve(m_open.size() + 1);
+    m_open.push_back(inSystem([] {
+        return std::make_unique<tarn::zero::Transaction>(ContextProvider::sharedModel()->beginTransaction(true));
+    }));
+}
+
+void RealWorld::commit()
+{
+    std::unique_ptr<tarn::zero::Transaction> const ended = std::move(m_open.back());
+    m_open.pop_back();
+    inSystem([&] { ended->commit(boost::none); });
+}
+
+void RealWorld::rollBack()
+{
+    inSystem([&] { m_open.pop_back(); });
+}
+
+bool RealWorld::acquire(int number, Tree const& tree, int handle)
+{
+    auto const& engine = m_engines[PlainStore::index(number)];
+    if (!engine)
+        return false;
+    studio::data::ExpressionHandle::Callback const callback = [this, handle](std::string const& text,
+                                                                             PropertyValue const& value) {
+        support::Exempt const inside;
+        heard(handle, std::to_string(handle) + ": " + text + " = " + shown(value), true);
+    };
+    std::string const text = tree.text();
+    auto made = inSystem([&] { return engine->acquireExpression(text, callback); });
+    m_expressionHandles[handle] = std::move(made);
+    return true;
+}
+
+bool RealWorld::watch(int number, int slot, int handle)
+{
+    auto const& view = m_views[PlainStore::index(number)];
+    if (!view)
+        return false;
+    boost::uuids::uuid const id = realValue(Ref{m_slots[PlainStore::index(slot)].last}).getUUID();
+    studio::data::ContextHandleImpl::Callback const callback = [this, handle](ContextData const& data) {
+        support::Exempt const inside;
+        heard(handle, std::to_string(handle) + (data ? " told" : " detached"), false);
+    };
+    auto made = inSystem([&] { return view->acquire(id, callback); });
+    bool const isThere = made != nullptr;
+    if (isThere)
+        m_contextHandles[handle] = std::move(made);
+    return isThere;
+}
+
+void RealWorld::release(int handle)
+{
+    if (auto const found = m_expressionHandles.find(handle); found != m_expressionHandles.end()) {
+        auto last = std::move(found->second);
+        m_expressionHandles.erase(found);
+        return inSystem([&] { last.reset(); });
+    }
+    auto const found = m_contextHandles.find(handle);
+    auto last = std::move(found->second);
+    m_contextHandles.erase(found);
+    inSystem([&] {
+        if (handle % 2 == 0)
+            last->release();
+        last.reset();
+    });
+}
+
+void RealWorld::setEngine(int number, bool present)
+{
+    auto& place = m_engines[PlainStore::index(number)];
+    Provider const root = m_slots[PlainStore::index(number)].provider;
+    if (present == (place != nullptr) || (present && !root))
+        return;
+    if (auto old = std::move(place))
+        inSystem([&] { old.reset(); });
+    else
+        place = inSystem([&] { return std::make_unique<studio::data::ExpressionEngine>(root); });
+}
+
+void RealWorld::setView(int number, bool present)
+{
+    auto& place = m_views[PlainStore::index(number)];
+    if (present == (place != nullptr))
+        return;
+    if (auto old = std::move(place))
+        inSystem([&] { old.reset(); });
+    else
+        place = inSystem([] { return studio::data::ContextView::create(tarn::zero::Model{}); });
+}
+
+void RealWorld::setListener(int number, bool present)
+{
+    auto& place = m_foreign[PlainStore::index(number)];
+    if (present == (place != nullptr))
+        return;
+    if (auto old = std::move(place))
+        inSystem([&] { old.reset(); });
+    else
+        place = inSystem([&] { return std::make_unique<Foreign>(*this, number); });
+}
+
+void RealWorld::touchAll()
+{
+    std::map<int, boost::uuids::uuid> known;
+    for (auto const& [id, number] : m_numbers)
+        known[number] = id;
+    PropertyValue const other = realValue(touched());
+    for (auto const& entry : known)
+        for (std::string const& name : touchedNames()) {
+            Provider const provider = studio::data::model::getContextProvider(entry.second);
+            if (!provider || !ContextProvider::sharedModel()->findElement(entry.second, 1))
+                continue;
+            if (Property const property = provider->getProperty(name)) {
+                PropertyValue const old = property->getValue();
+                property->setValue(other);
+                property->setValue(old);
+            } else {
+                provider->addProperty(name, other);
+                provider->removeProperty(name);
+            }
+        }
+    Provider const somebody = ContextProvider::create();
+    for (auto const& view : m_views)   // a handle that goes takes orphans along
+        if (view)
+            view->acquire(somebody->getId(), {});
+}
+
+std::string RealWorld::present() const
+{
+    std::string text;
+    for (auto const& engine : m_engines)
+        text += engine ? 'e' : '-';
+    for (auto const& view : m_views)
+        text += view ? 'v' : '-';
+    for (auto const& listener : m_foreign)
+        text += listener ? 'l' : '-';
+    return text;
+}
+
+void RealWorld::bury()
+{
+    for (auto const& [id, number] : m_numbers)
+        if (!studio::data::model::getContextProvider(id))
+            if (auto const left = ContextProvider::sharedModel()->findElement(id, 1))
+                left->destroy();
+}
+
+std::string RealWorld::nameOfException() const
+{
+    using Refusal = foundation::core::except::Exception<tarn0::messages::UniquenessConstraint, std::exception>;
+    try {
+        throw;
+    } catch (Planned const&) {
+        return "planned";
+    } catch (Refusal const&) {
+        return "refused";
+    } catch (gel::ParseError const&) {
+        return "does not parse";
+    } catch (std::bad_alloc const&) {
+        return "";
+    } catch (std::bad_weak_ptr const&) {
+        return "";
+    }
+}
+
+// ---- telling
+
+PropertyValue RealWorld::realValue(Value const& value) const
+{
+    switch (value.index()) {
+    case 0: return {};
+    case 1: {
+        int const number = std::get<Ref>(value).number;
+        return boost::uuids::string_generator{}(number < 0 ? STRANGER : m_ids.at(number));
+    }
+    case 2: return std::get<double>(value);
+    case 3: return std::get<bool>(value);
+    default: return std::get<std::string>(value);
+    }
+}
+
+std::string RealWorld::nameOf(boost::uuids::uuid const& id) const
+{
+    auto const found = m_numbers.find(id);
+    return found != m_numbers.end() ? '#' + std::to_string(found->second) : "#?";
+}
+
+std::string RealWorld::shown(PropertyValue const& value) const
+{
+    if (value.isUUID())
+        return to_string(value.getUUID()) == STRANGER ? "#stranger" : nameOf(value.getUUID());
+    if (value.isDouble())
+        return numberText(value.getDouble());
+    return value.isString() ? '\'' + value.getString() + '\'' : value.asString();
+}
+
+std::string RealWorld::line(ReportEntry const& entry, tarn::zero::ReportData const& report) const
+{
+    tarn::zero::ModelElement const& element = entry.element();
+    auto const old = [&](unsigned long index) {
+        return report.getOldValue(element, element->getPropertyByIndex(index));
+    };
+    bool const isModified =
+        tarn::zero::ReportData::kindOf(*report.storageOf(*element.get())) == tarn::zero::ReportData::Kind::Modified;
+    std::string text;
+    if (auto const* const property = tarn::zero::elementCast<Property>(element)) {
+        text = property->getName() + '@' + nameOf(property->getOwner().Uuid());
+        if (!isModified)
+            return text;
+        if (entry.isChanged(1))
+            text += " 1:" + old(1).getValue<std::string>();
+        if (entry.isChanged(2))
+            text += " 2:" + shown(old(2).getValue<PropertyValue>());
+        if (entry.isChanged(3))
+            text += " 3:" + nameOf(old(3).peekValue<ContextData>()->Uuid());
+        return text;
+    }
+    text = nameOf(element.Uuid());
+    if (isModified && entry.isChanged(1)) {
+        text += " 1:";
+        tarn::zero::Value const names = old(1);
+        for (std::string const& name : *names.peekValue<tarn::zero::CollectionRef<ContextData::Impl::ActiveContexts>>())
+            text += name + ',';
+    }
+    if (isModified && entry.isChanged(2)) {
+        text += " 2:";
+        tarn::zero::Value const map = old(2);
+        for (Property const& property : *map.peekValue<tarn::zero::CollectionRef<ContextData::PropertyMap>>())
+            text += property.name() + ',';
+    }
+    return text;
+}
+
+std::string RealWorld::contents() const
+{
+    std::ostringstream out;
+    auto const& model = ContextProvider::sharedModel();
+    for (std::size_t i = 0; i != SLOTS; ++i) {
+        Provider const& provider = m_slots[i].provider;
+        out << "slot " << i << ' ' << (provider ? nameOf(provider->getId()) : "empty");
+        if (provider) {
+            for (std::string const& name : provider->getPropertyNames())
+                out << ' ' << name << '=' << shown(provider->getProperty(name)->getValue());
+            for (std::string const& name : provider->getActiveContexts())
+                out << ' ' << name;
+        }
+        out << '\n';
+    }
+    std::map<int, boost::uuids::uuid> known;
+    for (auto const& [id, number] : m_numbers)
+        known[number] = id;
+    for (auto const& [number, id] : known)
+        out << '#' << number << (studio::data::model::getContextProvider(id) ? " lives" : " gone")
+            << (model->findElement(id, 1) ? " data" : " none") << '\n';
+    return out.str();
+}
+
+std::set<std::string> RealWorld::values() const
+{
+    std::set<std::string> lines;
+    for (auto const& [handle, isContext] : held())
+        if (!isContext)
+            lines.insert(std::to_string(handle) + '=' + shown(m_expressionHandles.at(handle)->getValue()) + '\n');
+    return lines;
+}
+
+std::string RealWorld::read(int slot, std::string const& path) const
+{
+    Provider const& provider = m_slots[PlainStore::index(slot)].provider;
+    return provider ? shown(provider->getPropertyValue(path)) : "";
+}
+
+std::string RealWorld::leaves() const
+{
+    std::string text;
+    for (auto const& engine : m_engines)
+        text += "engine\n" +
+                (engine ? Invariants::leaves(*engine, [this](auto const& id) { return nameOf(id); }) : std::string{});
+    return text;
+}
+
+std::string RealWorld::mirrors() const
+{
+    std::ostringstream out;
+    for (auto const& view : m_views) {
+        out << "view\n";
+        if (!view)
+            continue;
+        std::map<std::string, ContextData> clones;
+        for (auto const& [id, clone] : Invariants::clones(*view))
+            if (m_tellsOfTheGone || ContextProvider::sharedModel()->findElement(id, 1))
+                clones[nameOf(id)] = clone;
+        for (auto const& [name, clone] : clones) {
+            out << name;
+            for (Property const& copy : clone->getProperties()) {
+                auto const* const source =
+                    tarn::zero::elementCast<ContextData>(ContextProvider::sharedModel()->findElement(clone.Uuid(), 1));
+                auto const* const named = source ? source->getProperties().findImpl(copy->getName()) : nullptr;
+                out << ' ' << copy->getName() << (named && named->identifier() == copy->identifier() ? "=" : "~")
+                    << shown(copy->getValue());
+            }
+            for (std::string const& active : clone->getActiveContexts())
+                out << ' ' << active;
+            out << '\n';
+        }
+    }
+    return out.str();
+}
+
+std::string RealWorld::checkInvariants() const
+{
+    std::string found = tarn::zero::Invariants::of(ContextProvider::sharedModel(), m_open.size());
+    std::set<boost::uuids::uuid> living;
+    for (auto const& [id, number] : m_numbers)
+        if (studio::data::model::getContextProvider(id))
+            living.insert(id);
+    found += Invariants::ofRegistry(living);
+    for (auto const& engine : m_engines)
+        if (engine)
+            found += Invariants::of(*engine);
+    for (auto const& view : m_views)
+        if (view)
+            found += Invariants::of(*view);
+    return found;
+}
+
+}   // namespace machine

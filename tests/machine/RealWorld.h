@@ -1,0 +1,80 @@
+#pragma once
+
+#include "machine/PlainWorld.h"
+#include "support/Allocations.h"
+
+#include "studio/data/ContextHandleImpl.h"
+#include "studio/data/ContextProvider.h"
+#include "studio/data/ContextView.h"
+#include "studio/data/ExpressionEngine.h"
+#include "tarn/zero/Transaction.h"
+
+#include <array>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace machine {
+
+/// The system itself, through its public face.
+class RealWorld final : public World {
+public:
+    using Provider = std::shared_ptr<studio::data::ContextProvider>;
+
+    /// Notes in `ids` what ids its contexts have.
+    RealWorld(Script const& script, Ids& ids);
+    ~RealWorld() override;
+
+    void touchAll() override;
+    void bury() override;
+    /// Which engines, views and listeners there are.
+    std::string present() const;
+    std::string contents() const;
+    std::set<std::string> values() const;
+    std::string read(int slot, std::string const& path) const;
+    std::string leaves() const;
+    std::string mirrors() const;
+    /// What does not hold inside, if anything.
+    std::string checkInvariants() const;
+
+private:
+    class Foreign;
+    struct Slot {
+        Provider provider;
+        int last = -1;
+    };
+
+    void create(int slot) override;
+    void drop(int slot) override;
+    void change(Op const& op) override;
+    void begin() override;
+    void commit() override;
+    void rollBack() override;
+    std::size_t depth() const override { return m_open.size(); }
+    bool acquire(int engine, Tree const& tree, int handle) override;
+    bool watch(int view, int slot, int handle) override;
+    void release(int handle) override;
+    void setEngine(int engine, bool present) override;
+    void setView(int view, bool present) override;
+    void setListener(int listener, bool present) override;
+    std::string nameOfException() const override;
+
+    studio::data::PropertyValue realValue(Value const& value) const;
+    std::string nameOf(boost::uuids::uuid const& id) const;
+    std::string shown(studio::data::PropertyValue const& value) const;
+    std::string line(tarn::zero::ReportEntry const& entry, tarn::zero::ReportData const& report) const;
+
+    Ids& m_ids;
+    std::map<boost::uuids::uuid, int> m_numbers;   // of contexts whose creation has returned
+    std::array<Slot, SLOTS> m_slots;
+    std::set<int> m_creating;
+    std::vector<std::unique_ptr<tarn::zero::Transaction>> m_open;
+    std::array<std::unique_ptr<studio::data::ExpressionEngine>, ENGINES> m_engines;
+    std::array<std::unique_ptr<studio::data::ContextView>, VIEWS> m_views;
+    std::array<std::unique_ptr<Foreign>, LISTENERS> m_foreign;
+    std::map<int, std::unique_ptr<studio::data::ExpressionHandle>> m_expressionHandles;
+    std::map<int, std::unique_ptr<studio::data::ContextHandleImpl>> m_contextHandles;
+};
+
+}   // namespace machine

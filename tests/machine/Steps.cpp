@@ -1,0 +1,159 @@
+#include "machine/Steps.h"
+
+#include <algorithm>
+#include <cstring>
+#include <numeric>
+#include <utility>
+
+namespace machine {
+
+namespace {
+
+constexpr std::array NAMES{"r", "s", "a", "b"};
+constexpr std::array LITERAL_PATHS{"r.a", "s.r.a", "r.s", ""};
+constexpr int PLAIN_VALUES = 12;
+
+struct Share {
+    char const* name;
+    unsigned outer;   // of steps
+    unsigned inner;   // of what callbacks and batches do
+};
+constexpr std::array<Share, KINDS + 1> SHARES{{{"set", 60, 60},
+                                               {"add", 16, 12},
+                                               {"remove", 5, 6},
+                                               {"batch", 14, 6},
+                                               {"batch, rolled back", 5, 4},
+                                               {"create", 8, 3},
+                                               {"drop", 3, 4},
+                                               {"activate", 3, 2},
+                                               {"rename", 4, 4},
+                                               {"move", 3, 3},
+                                               {"begin", 3, 0},
+                                               {"commit", 9, 0},
+                                               {"roll back", 3, 0},
+                                               {"acquire", 24, 8},
+                                               {"release", 4, 5},
+                                               {"release self", 0, 5},
+                                               {"make engine", 6, 2},
+                                               {"end engine", 1, 1},
+                                               {"make view", 6, 2},
+                                               {"end view", 1, 1},
+                                               {"watch", 12, 3},
+                                               {"unwatch", 4, 3},
+                                               {"add listener", 3, 2},
+                                               {"remove listener", 1, 2},
+                                               {"throw", 0, 4},
+                                               {"nothing", 0, 0}}};
+
+std::uint64_t number(std::uint8_t const* bytes)
+{
+    std::uint64_t value = 0;
+    std::memcpy(&value, bytes, sizeof value);
+    return value;
+}
+
+}   // namespace
+
+std::string Op::line() const
+{
+    return std::string{SHARES[static_cast<std::size_t>(kind)].name} + " slot " + std::to_string(slot) + " `" + name +
+           "` value " + std::to_string(value) + " or `" + newName + "` other " + std::to_string(other) + " seed " +
+           std::to_string(seed % 1000);
+}
+
+Script::Script(Bytes bytes) : m_bytes{std::move(bytes)}
+{
+    if (m_bytes.size() < HEADER)
+        return;
+    // Each run leaves some kinds out and prefers others: few kinds in many combinations find more than all at once.
+    Dice dice{number(m_bytes.data())};
+    m_manyReferences = !dice.oneIn(4);
+    m_salt = dice.next() % 1000;
+    for (std::size_t kind = 0; kind != KINDS; ++kind) {
+        static constexpr std::array FACTORS{0u, 1u, 2u, 2u, 4u, 8u};
+        static constexpr std::array NEEDED{Kind::Set, Kind::Add, Kind::Create, Kind::Acquire, Kind::Commit};
+        bool const isNeeded = std::find(NEEDED.begin(), NEEDED.end(), static_cast<Kind>(kind)) != NEEDED.end();
+        unsigned const factor = std::max(dice.pick(FACTORS), isNeeded ? 2u : 0u);
+        m_outer[kind] = SHARES[kind].outer * factor;
+        m_inner[kind] = SHARES[kind].inner * factor;
+    }
+}
+
+Op Script::step(std::size_t at) const
+{
+    std::uint8_t const* const bytes = m_bytes.data() + HEADER + at * STEP;
+    Dice dice{number(bytes)};
+    // The first steps make a world worth acting in, unless the bytes say otherwise.
+    if (at < SLOTS && bytes[0] < 250) {
+        Op op = fill(Kind::Create, dice);
+        op.slot = static_cast<int>(at);
+        return op;
+    }
+    if (at == 5 * SLOTS || at == 5 * SLOTS + 1 || at == 5 * SLOTS + 2) {
+        Op op = fill(at == 5 * SLOTS + 2 ? Kind::MakeView : Kind::MakeEngine, dice);
+        op.other = static_cast<int>(at) - 5 * SLOTS;
+        return op;
+    }
+    if (at < 5 * SLOTS && bytes[0] < 200) {
+        Op op = fill(Kind::Add, dice);
+        op.slot = static_cast<int>(at) % SLOTS;
+        op.name = NAMES[at / SLOTS - 1];
+        return op;
+    }
+    return fill(choose(m_outer, bytes[0] * 256u + bytes[1]), dice);
+}
+
+Op Script::inner(Dice& dice, bool inCallback) const
+{
+    Kind const kind = choose(m_inner, dice.next());
+    bool const onlyInCallbacks = kind == Kind::ReleaseSelf || kind == Kind::Throw;
+    return fill(onlyInCallbacks && !inCallback ? Kind::Set : kind, dice);
+}
+
+std::string Script::path(Dice& dice)
+{
+    std::string path;
+    for (int parts = dice.below(3); parts != 0; --parts)
+        path += dice.oneIn(30) ? "." : dice.oneIn(2) ? "r." : "s.";
+    return path + (dice.oneIn(30) ? "" : dice.pick(NAMES));
+}
+
+Op Script::fill(Kind kind, Dice& dice) const
+{
+    Op op = Op::of(kind);
+    op.slot = dice.below(dice.oneIn(3) ? ENGINES : SLOTS);   // roots more often than others
+    op.other = dice.below(SLOTS * static_cast<int>(MOST_HANDLES));
+    op.value = dice.below(SLOTS + PLAIN_VALUES);
+    op.name = dice.oneIn(14) ? dice.pick(LITERAL_PATHS) : dice.pick(NAMES);
+    op.newName = dice.oneIn(14) ? dice.pick(LITERAL_PATHS) : dice.pick(NAMES);
+    if (kind == Kind::Set && dice.oneIn(3))
+        op.name = path(dice);
+    bool const isReference = !op.name.empty() && (op.name.back() == 'r' || op.name.back() == 's');
+    if (isReference && m_manyReferences && !dice.oneIn(8))
+        op.value %= SLOTS;
+    op.seed = dice.next();
+    op.text = m_salt + op.seed % 16;   // few texts, so that some are shared
+    return op;
+}
+
+Kind Script::choose(Weights const& weights, std::uint64_t choice)
+{
+    std::uint64_t at = choice % std::accumulate(weights.begin(), weights.end(), std::uint64_t{0});
+    std::size_t kind = 0;
+    for (; at >= weights[kind]; ++kind)
+        at -= weights[kind];
+    return static_cast<Kind>(kind);
+}
+
+Bytes Script::generate(std::uint64_t seed, std::size_t steps)
+{
+    Dice dice{seed};
+    Bytes bytes(HEADER + steps * STEP);
+    for (std::size_t at = 0; at != bytes.size(); at += 8) {
+        std::uint64_t const word = dice.next();
+        std::memcpy(bytes.data() + at, &word, sizeof word);
+    }
+    return bytes;
+}
+
+}   // namespace machine

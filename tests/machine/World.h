@@ -1,0 +1,269 @@
+#pragma once
+
+#include "machine/Steps.h"
+#include "machine/Trees.h"
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace machine {
+
+struct Planned {};   // what a call-out throws
+struct Fault {};     // a look-up or an allocation that was made to fail has left an operation
+
+/// What the system and its naive model share: the numbers that name things, a log of everything that is called out, and
+/// what call-outs do. Each of the two runs a step whole; they must say the same words and end alike.
+class World {
+public:
+    explicit World(Script const& script) : m_script{script} {}
+    World(World const&) = delete;
+    World& operator=(World const&) = delete;
+    virtual ~World() = default;
+
+    /// Takes one step. `throwAt` makes that call-out throw, counted from 1; in a `quiet` step call-outs do nothing.
+    void take(Op const& op, int throwAt = 0, bool quiet = false)
+    {
+        m_throwAt = throwAt;
+        m_actionsLeft = quiet ? 0 : 6;
+        try {
+            apply(op, 0);
+        } catch (...) {
+            std::string const name = nameOfException();
+            if (name.empty())
+                throw Fault{};
+            log("[thrown " + name + ']');
+        }
+        m_throwAt = 0;
+    }
+    /// Changes every property and every context and puts them back, a transaction for each change.
+    virtual void touchAll() = 0;
+    /// Destroys the data of contexts that have no provider any more: the end of one that found no memory leaves it, and
+    /// so does one in a transaction that is rolled back.
+    virtual void bury() = 0;
+    /// Ends everything, in an order that depends on how the run went; call-outs do nothing any more.
+    void end()
+    {
+        m_actionsLeft = m_throwAt = 0;
+        rollBackAll();
+        bool const handlesFirst = m_calls % 2 == 0;
+        auto const releaseAll = [this] {
+            while (!m_held.empty())
+                releaseHandle(m_held.begin()->first);
+        };
+        if (handlesFirst)
+            releaseAll();
+        for (int i = 0; i != ENGINES; ++i)
+            setEngine(i, false);
+        if (m_calls % 3 == 0)
+            dropAll();
+        for (int i = 0; i != VIEWS; ++i)
+            setView(i, false);
+        for (int i = 0; i != LISTENERS; ++i)
+            setListener(i, false);
+        releaseAll();
+        dropAll();
+    }
+    /// Who has not been released, as text.
+    std::string handles() const
+    {
+        std::string text;
+        for (auto const& [handle, isContext] : m_held)
+            text += std::to_string(handle) + (isContext ? "c " : "e ");
+        return text;
+    }
+    /// Goes on from where `other` stands: what a fault kept from being called was not called.
+    void countLike(World const& other)
+    {
+        m_calls = other.m_calls;
+        m_handles = other.m_handles;
+        m_numbers = other.m_numbers;
+    }
+    void rollBackAll()
+    {
+        while (depth() != 0)
+            rollBack();
+    }
+    std::string takeLog() { return std::exchange(m_log, {}); }
+    bool didSomethingLagging() { return std::exchange(m_lagging, false); }
+    int calls() const { return m_calls; }
+    /// Leaves mirrors of contexts that are gone out of what is told: after a fault they may be there or not.
+    void tellNoMoreOfTheGone() { m_tellsOfTheGone = false; }
+
+protected:
+    struct HandleInfo {
+        std::uint64_t seed;
+        int calls = 0;
+    };
+
+    virtual void create(int slot) = 0;
+    virtual void drop(int slot) = 0;
+    virtual void change(Op const& op) = 0;
+    virtual void begin() = 0;
+    virtual void commit() = 0;
+    virtual void rollBack() = 0;
+    virtual std::size_t depth() const = 0;
+    virtual bool acquire(int engine, Tree const& tree, int handle) = 0;   // false: there is nothing to acquire from
+    virtual bool watch(int view, int slot, int handle) = 0;
+    virtual void release(int handle) = 0;
+    virtual void setEngine(int engine, bool present) = 0;
+    virtual void setView(int view, bool present) = 0;
+    virtual void setListener(int listener, bool present) = 0;
+    virtual std::string nameOfException() const = 0;   // empty: a fault that was planted
+
+    /// The number of the next context.
+    int nextContext() { return m_numbers.context++; }
+
+    void log(std::string const& line) { m_log += line + '\n'; }
+    /// Something was called out, and may now do what it likes: what, follows from the seed and the how-manieth call it
+    /// is. `self` is the handle that is called.
+    void calledOut(std::string const& line, std::uint64_t seed, int self, bool mayThrow)
+    {
+        log(line);
+        if (++m_calls, m_throwAt != 0 && --m_throwAt == 0 && mayThrow) {
+            m_lagging = true;
+            throw Planned{};
+        }
+        Dice dice{seed};
+        if (m_depth == 3 || m_actionsLeft == 0 || !dice.oneIn(3))
+            return;
+        Op const op = m_script.inner(dice, true);
+        if (op.kind == Kind::Throw && !mayThrow)
+            return;
+        --m_actionsLeft;
+        Nested const nested{m_depth};
+        try {
+            apply(op, self);
+        } catch (...) {
+            m_lagging = true;
+            if (mayThrow)
+                throw;
+            log("[kept in]");   // what a detach callback throws would end the process
+        }
+    }
+    void heard(int handle, std::string const& line, bool mayThrow)
+    {
+        HandleInfo& info = m_handles[handle];
+        calledOut(line, info.seed * 31 + static_cast<std::uint64_t>(++info.calls), handle, mayThrow);
+    }
+    bool isHeld(int handle) const { return m_held.count(handle) != 0; }
+    /// The handles that have not been released: true are those of contexts.
+    std::map<int, bool> const& held() const { return m_held; }
+
+    bool m_tellsOfTheGone = true;
+    bool m_lagging = false;   // something happened that leaves values or mirrors behind, by design
+
+private:
+    struct Numbers {
+        int handle = 0;
+        int context = 0;
+    };
+    struct Nested {
+        explicit Nested(int& depth) : counted{depth} { ++counted; }
+        ~Nested() { --counted; }
+        int& counted;
+    };
+
+    void dropAll()
+    {
+        for (int i = 0; i != SLOTS; ++i)
+            drop(i);
+    }
+    void apply(Op const& op, int self)
+    {
+        switch (op.kind) {
+        case Kind::Nothing: return;
+        case Kind::Create: return create(op.slot);
+        case Kind::Drop: return drop(op.slot);
+        case Kind::Begin: return depth() < DEEPEST ? begin() : void();
+        case Kind::Commit: return depth() != 0 ? commit() : void();
+        case Kind::RollBack: return depth() != 0 ? backOut() : void();
+        case Kind::Batch:
+        case Kind::BatchBack: return batch(op, self);
+        case Kind::Acquire:
+        case Kind::Watch: return subscribe(op);
+        case Kind::Release:
+        case Kind::Unwatch: return releaseOne(op);
+        case Kind::ReleaseSelf: return isHeld(self) ? releaseHandle(self) : void();
+        case Kind::MakeEngine:
+        case Kind::EndEngine: return setEngine(op.other % ENGINES, op.kind == Kind::MakeEngine);
+        case Kind::MakeView:
+        case Kind::EndView: return setView(op.other % VIEWS, op.kind == Kind::MakeView);
+        case Kind::AddListener:
+        case Kind::RemoveListener: return setListener(op.other % LISTENERS, op.kind == Kind::AddListener);
+        case Kind::Throw: m_lagging = true; throw Planned{};
+        default:
+            m_lagging |= op.kind == Kind::Rename || op.kind == Kind::Move || op.name.find('.') != std::string::npos;
+            return change(op);
+        }
+    }
+    /// Up to twelve operations in one transaction.
+    void batch(Op const& op, int self)
+    {
+        if (depth() == DEEPEST + 2)
+            return;
+        Dice dice{op.seed};
+        begin();
+        try {
+            for (int count = 1 + dice.below(12); count != 0; --count) {
+                Op const inner = m_script.inner(dice, false);
+                if (inner.kind != Kind::Batch && inner.kind != Kind::BatchBack)
+                    apply(inner, self);
+            }
+        } catch (...) {
+            backOut();
+            throw;
+        }
+        if (op.kind == Kind::Batch)
+            commit();
+        else
+            backOut();
+    }
+    void backOut()
+    {
+        m_lagging = true;
+        rollBack();
+    }
+    void subscribe(Op const& op)
+    {
+        if (m_held.size() == MOST_HANDLES)
+            return;
+        int const handle = ++m_numbers.handle;
+        bool const isContext = op.kind == Kind::Watch;
+        m_handles[handle] = {op.seed >> 8};
+        m_lagging |= depth() != 0;
+        if (isContext ? watch(op.other % VIEWS, op.slot, handle)
+                      : acquire(op.other % ENGINES, Tree::fromSeed(op.text), handle))
+            m_held[handle] = isContext;
+        else
+            log("[nothing]");
+    }
+    void releaseOne(Op const& op)
+    {
+        if (m_held.empty())
+            return;
+        auto const at = std::next(m_held.begin(), op.other % static_cast<int>(m_held.size()));
+        if (at->second == (op.kind == Kind::Unwatch))
+            releaseHandle(at->first);
+    }
+    void releaseHandle(int handle)
+    {
+        m_lagging |= !m_held[handle];   // others that name its symbols are unbound with it
+        m_held.erase(handle);
+        release(handle);
+    }
+
+    Script const& m_script;
+    std::map<int, bool> m_held;
+    std::map<int, HandleInfo> m_handles;
+    std::string m_log;
+    Numbers m_numbers;
+    int m_calls = 0;
+    int m_depth = 0;
+    int m_throwAt = 0;
+    int m_actionsLeft = 0;
+};
+
+}   // namespace machine
