@@ -1,6 +1,7 @@
 # Sourced by the other scripts: finds what this machine lacks and installs that, nothing else.
 #
-#   set_up [tests] [clang] [tidy]     what a build needs, and what else is needed for; ends the script if it cannot be had
+#   set_up [PURPOSE...]     what a build needs, and what else is needed for: tests, clang, tidy, clang19, valgrind,
+#                           cppcheck; ends the script if it cannot be had
 #
 # What is needed is found by compiling a header or asking a tool for its version, never by the name of a package, so a
 # machine that has everything needs no network and no rights. apt-get never gets to remove a package: where Debian's
@@ -60,6 +61,13 @@ missing_packages() {
             ;;
         clang) at_least 14 clang++ --version || echo clang ;;
         tidy) at_least 14 clang-tidy --version || echo clang-tidy ;;
+        clang19)
+            at_least 19 clang++-19 --version || echo clang-19
+            at_least 19 llvm-cov-19 --version || echo llvm-19
+            [ -d /usr/lib/llvm-19/lib/clang/19/lib/linux ] || echo libclang-rt-19-dev
+            ;;
+        valgrind) at_least 3.19 valgrind --version || echo valgrind ;;
+        cppcheck) at_least 2.10 cppcheck --version || echo cppcheck ;;
         esac
     done
 }
