@@ -92,13 +92,11 @@ std::unique_ptr<ContextHandleImpl> ContextView::acquire(Id const& id, ContextHan
         return nullptr;
     auto const watched = life;
     Id const context = id;   // a listener may take the caller's along
-    // First, so that nobody's code runs between finding the record and entering the handle.
+    // First, so that nobody's code runs between finding the record and entering the handle. To copy a callback may run
+    // anything, and listeners on the view's model may end the record that was just made, or the view.
     auto handle = std::make_unique<ContextHandleImpl>(context, callback, this);
     handle->takeNativeOwnership();
-    // Listeners on the view's model may end the record that was just made, or the view.
-    if (watched->ending || !createRecord(context) || watched->ending)
-        return nullptr;
-    HandleRecord* const record = getRecord(context);
+    HandleRecord* const record = watched->ending ? nullptr : createRecord(context);
     if (!record)
         return nullptr;
     try {

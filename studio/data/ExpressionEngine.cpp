@@ -78,16 +78,16 @@ std::unique_ptr<ExpressionHandle> ExpressionEngine::acquireExpression(std::strin
 
 void ExpressionEngine::releaseExpression(ExpressionHandle* handle) noexcept
 {
-    if (!handle->expression)
+    Expression* const expression = handle->expression;
+    if (!expression || expression->engine != this)
+        return;
+    handle->expression = nullptr;
+    if (!expression->removeHandle(*handle) || !expression->handles.empty())
         return;
     auto const entry = expressions.find(handle->text);
-    if (entry != expressions.end() && entry->second && entry->second->removeHandle(*handle) &&
-        entry->second->handles.empty()) {
-        std::shared_ptr<Expression> const last = std::move(entry->second);
-        expressions.erase(entry);
-        detach(*last);
-    }
-    handle->expression = nullptr;
+    std::shared_ptr<Expression> const last = std::move(entry->second);
+    expressions.erase(entry);
+    detach(*last);
 }
 
 Expression* ExpressionEngine::findExpression(std::string const& text) const
@@ -165,7 +165,7 @@ void ExpressionEngine::acquireSymbol(std::string const& symbol, std::string cons
 void ExpressionEngine::releaseSymbol(std::string const& symbol, std::string const& text) noexcept
 {
     auto const entry = symbolExpressions.find(symbol);
-    if (!rootProvider || entry == symbolExpressions.end())
+    if (entry == symbolExpressions.end())
         return;
     auto const binding = bindings.find(entry->first);
     if (binding != bindings.end())
