@@ -37,8 +37,11 @@ int main()
             ++wrong;
         wrong += studio::data::ContextData::metaClass() ? 0 : 1;
         wrong += studio::data::Property::metaClass() ? 0 : 1;
-        wrong += &tarn::zero::meta::MetaRegistry::getInstance() ? 0 : 1;
-        wrong += &tarn::zero::meta::PropertySerializerRegistry::getInstance() ? 0 : 1;
+        wrong += tarn::zero::meta::MetaRegistry::getInstance().getPrimitiveType(u"StdString") ? 0 : 1;
+        {
+            tarn::zero::meta::PropertySerializerRegistry::LockGuard const lock{
+                tarn::zero::meta::PropertySerializerRegistry::getInstance()};
+        }
         gel::Program const shared{"a ?? 'shared'"};
         for (int i = 0; i != 200; ++i) {
             wrong += gel::eval("1 + " + std::to_string(i), Nothing{}) == gel::Value{1 + i} ? 0 : 1;

@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace tarn::zero {
@@ -29,12 +30,10 @@ TEST(Handle, TellsItsClass)
 {
     Model const model = Model::create(ModelConstellation{ModelSpec{u"two"}});
     EXPECT_EQ(model->name(), u"two");
-    ContextData const context = newContext(model);
     Property const property = newProperty(model, "p");
-    EXPECT_TRUE(context.isA(ModelElement::metaClass()) && property.isA(ModelElement::metaClass()));
-    EXPECT_TRUE(context.isA(ContextData::metaClass()));
-    EXPECT_FALSE(context.isA(Property::metaClass()) || context.isA(meta::Class{}));
-    EXPECT_EQ(elementCast<Property>(context), nullptr);
+    EXPECT_TRUE(property.isA(ModelElement::metaClass()) && property.isA(Property::metaClass()));
+    EXPECT_FALSE(property.isA(ContextData::metaClass()) || property.isA(meta::Class{}));
+    EXPECT_EQ(elementCast<ContextData>(property), nullptr);
     property->destroy();
     EXPECT_EQ(elementCast<Property>(property), property.get());   // dead elements keep their class
 }
@@ -48,11 +47,8 @@ struct Doomed {
     ContextData owner = newContext(model);
     Property property = add(owner, "p", 5);
 
-    void commit()
-    {
-        transaction->commit(boost::none);
-        transaction.reset();
-    }
+    Doomed() { owner->getActiveContextsMutable().push_back("x"); }
+    void commit() { transaction->commit(boost::none), transaction.reset(); }
 };
 
 void expectReadableAndNothingElse(Doomed& d)
@@ -89,43 +85,36 @@ void expectReadableAndNothingElse(Doomed& d)
 
 TEST(DeadElement, StaysReadableAndRefusesChanges)
 {
-    struct Row {
-        char const* name;
-        std::function<void(Doomed&)> end;
-    };
-    Row const rows[] = {
+    std::pair<char const*, std::function<void(Doomed&)>> const rows[] = {
         {"creation rolled back", [](Doomed& d) { d.transaction.reset(); }},
         {"destroyed before its container", [](Doomed& d) { d.commit(), d.property->destroy(), d.owner->destroy(); }},
         {"created and destroyed", [](Doomed& d) { d.owner->destroy(), d.commit(); }},
         {"destroyed with its container", [](Doomed& d) { d.commit(), d.owner->destroy(); }},
         {"model ended", [](Doomed& d) { d.commit(), d.model = Model{}; }},
     };
-    for (Row const& row : rows) {
-        SCOPED_TRACE(row.name);
+    for (auto const& [name, end] : rows) {
+        SCOPED_TRACE(name);
         Doomed d;
-        d.owner->getActiveContextsMutable().push_back("x");
-        row.end(d);
+        end(d);
         expectReadableAndNothingElse(d);
     }
 }
 
 TEST(DeadElement, IsToldOfByAReportThatOutlivesTheModel)
 {
-    Model model = newModel();
-    ReportRecorder recorder{newModel()};   // only to read with
-    std::shared_ptr<ReportData> data;
-    ContextData const context = newContext(model);
-    add(context, "a");
-    Property const b = add(context, "b");
-    {
-        ReportRecorder keeper{model};
-        keeper.onContexts = [&](auto const& report) { data = report; };
-        b->destroy();
-    }
-    EXPECT_EQ(recorder.old(data, context), "properties=a,b");
-    model = Model{};
-    EXPECT_FALSE(context);
-    EXPECT_EQ(recorder.old(data, context), "properties=a,b");
+    World w;
+    ReportRecorder::Data data;
+    auto recorder = std::make_unique<ReportRecorder>(w.model);
+    recorder->onContexts = [&](auto const& report) { data = report; };
+    w.b->destroy();
+    recorder.reset();
+    w.model = Model{};
+    EXPECT_FALSE(w.c);
+    Value const old = data->getOldValue(w.c, ContextData::Impl::propertyAt(2));
+    auto const* const members = old.peekValue<CollectionRef<ContextData::PropertyMap>>();
+    ASSERT_TRUE(members);
+    EXPECT_EQ((*members)->find("a").Uuid(), w.a.Uuid());
+    EXPECT_EQ((*members)->find("b").Uuid(), w.b.Uuid());
 }
 
 // ---- identity
@@ -141,7 +130,7 @@ TEST(Identity, FirstElementOfAUuidStaysTheOneThatIsFound)
     EXPECT_TRUE(second && find() == first);
     second->destroy();
     EXPECT_EQ(find(), first);
-    Property const third = Property::create(model, id);
+    Property const third = Property::create(model, id);   // stays behind for good
     rollBack(model, [&] {
         first->destroy();
         EXPECT_FALSE(find());   // none is promoted

@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -16,93 +16,7 @@ namespace {
 
 using namespace support;
 
-/// Context C with a=1 and b=2 and the active contexts x and y, context D with nothing, and a lone property.
-struct World {
-    Model model = newModel();
-    ContextData c = newContext(model);
-    ContextData d = newContext(model);
-    Property a = add(c, "a", 1);
-    Property b = add(c, "b", 2);
-    Property lone = newProperty(model, "lone", 3);
-
-    World()
-    {
-        c->getActiveContextsMutable().push_back("x");
-        c->getActiveContextsMutable().push_back("y");
-    }
-
-    std::string state() const
-    {
-        auto const context = [](ContextData const& any) { return any ? shown(any) : std::string{"dead"}; };
-        auto const property = [](Property const& any) {
-            return any ? any.name() + (any.owner() ? "*" : "") : std::string{"dead"};
-        };
-        return "C " + context(c) + " | D " + context(d) + " | " + property(a) + ' ' + property(b) + ' ' +
-               property(lone) + " | " + std::to_string(model->elements().size());
-    }
-};
-
-std::string const atFirst = "C x,y: a=1 b=2 | D : | a* b* lone | 5";
-
-// ---- what a report tells
-
-TEST(TransactionReport, ListsWhatChangedAndWhatItWas)
-{
-    struct Row {
-        char const* name;
-        std::function<void(World&)> change;   // in one transaction
-        char const* heard;
-    };
-    Row const rows[] = {
-        {"NaN is always a change", [](World& w) { w.a->setValue(std::nan("")); }, "~a(value=1)"},
-        {"swap", [](World& w) { w.a->setName("t"), w.b->setName("a"), w.a->setName("b"); },
-         "~b(name=a) ~a(name=b); ~C(properties=a,b)"},
-        {"create and destroy", [](World& w) { add(w.c, "n", 1)->destroy(); }, "~C(properties=a,b)"},
-        {"everything",
-         [](World& w) {
-             w.a->setName("z");
-             w.a->setOwner(w.d);
-             w.a->setValue(false);
-             w.lone->setOwner(w.c);
-             w.lone->setName("a");
-             w.b->destroy();
-             w.c->getActiveContextsMutable().insert(1, "q");
-             add(w.c, "b", 7);
-         },
-         "+b ~z(name=a value=1 owner=C) ~a(name=lone owner=none) -b; ~C(active=x,y properties=b,z) ~D(properties=)"},
-    };
-    for (Row const& row : rows) {
-        SCOPED_TRACE(row.name);
-        World w;
-        ReportRecorder recorder{w.model};
-        recorder.call(w.c, "C");
-        recorder.call(w.d, "D");
-        rollBack(w.model, [&] { row.change(w); });
-        EXPECT_EQ(w.state(), atFirst);
-        EXPECT_EQ(recorder.take(), "");
-        commit(w.model, [&] { row.change(w); });
-        EXPECT_EQ(recorder.take(), row.heard);
-    }
-}
-
-TEST(TransactionReport, OnlyElementReplacedByItselfIsNoChange)
-{
-    World w;
-    w.b->destroy();
-    ReportRecorder recorder{w.model};
-    commit(w.model, [&] { w.a->setOwner({}), w.a->setOwner(w.c); });
-    EXPECT_EQ(recorder.take(), "");
-    // By design: the map rule looks at the UUID alone.
-    commit(w.model, [&] {
-        boost::uuids::uuid const id = w.a.Uuid();
-        w.a->destroy();
-        w.a = Property::create(w.model, id);
-        w.a->setOwner(w.c);
-    });
-    EXPECT_EQ(recorder.take(), "+unnamed -a");
-}
-
-// ---- savepoints
+// ---- ends, out of order too
 
 /// Three levels of which each writes.
 struct Nested : World {
@@ -129,7 +43,7 @@ TEST(Transaction, CommittedOutOfOrderOrTwiceTouchesNothing)
     Nested n;
     expectNoCommit(n.outer);
     expectNoCommit(*n.middle);
-    EXPECT_EQ(n.state(), "C x,y: b=2 | D : z=10 | z* b* lone | 5");
+    EXPECT_EQ(n.state(), "x,y: b=2 | : z=10 | lone");
     n.inner->commit(boost::none);
     expectNoCommit(*n.inner);
     expectNoCommit(n.outer);
@@ -138,20 +52,20 @@ TEST(Transaction, CommittedOutOfOrderOrTwiceTouchesNothing)
     n.middle->commit(boost::none);
     n.outer.commit(boost::none);
     expectNoCommit(n.outer);
-    EXPECT_EQ(n.state(), "C x,y: b=20 | D : z=10 | z* b* lone | 5");
+    EXPECT_EQ(n.state(), "x,y: b=20 | : z=10 | lone");
 }
 
 TEST(Transaction, OuterOneEndingFirstTakesTheInnerOnesAlong)
 {
     Nested n;
     n.middle.reset();
-    EXPECT_EQ(n.state(), "C x,y: a=10 b=2 | D : | a* b* lone | 5");
+    EXPECT_EQ(n.state(), "x,y: a=10 b=2 | : | lone");
     expectNoCommit(*n.inner);
     Transaction next = n.model->beginTransaction(true);   // at the level of the one that ended
     n.a->setName("y");
     n.inner.reset();
     next.commit(boost::none);
-    EXPECT_EQ(n.state(), "C x,y: b=2 y=10 | D : | y* b* lone | 5");
+    EXPECT_EQ(n.state(), "x,y: b=2 y=10 | : | lone");
 }
 
 TEST(Transaction, KeepsItsModelUntilItEnds)
@@ -164,8 +78,6 @@ TEST(Transaction, KeepsItsModelUntilItEnds)
     transaction.reset();
     EXPECT_TRUE(!w.a && w.a->getValue() == PropertyValue(1));
 }
-
-// ---- refusals and failures
 
 TEST(Transaction, IsRefusedByFrozenModelsAndNeededByChanges)
 {
@@ -182,20 +94,142 @@ TEST(Transaction, IsRefusedByFrozenModelsAndNeededByChanges)
         EXPECT_EQ(thrownBy(write), "");
     }
     EXPECT_EQ(thrownBy([&] { newContext(w.model); }), "ModelFrozen");
-    EXPECT_EQ(w.state(), "C x,y: a=5 b=2 | D : | a* b* lone | 5");
+    EXPECT_EQ(w.state(), "x,y: a=5 b=2 | : | lone");
+}
+
+// ---- reports
+
+TEST(Report, OnlyElementReplacedByItselfIsNoChange)
+{
+    World w;
+    w.b->destroy();
+    ReportRecorder recorder{w.model};
+    commit(w.model, [&] { w.a->setOwner({}), w.a->setOwner(w.c); });
+    EXPECT_EQ(recorder.take(), "");
+    // By design: the map rule looks at the UUID alone.
+    commit(w.model, [&] {
+        boost::uuids::uuid const id = w.a.Uuid();
+        w.a->destroy();
+        w.a = Property::create(w.model, id);
+        w.a->setOwner(w.c);
+    });
+    EXPECT_EQ(recorder.take(), "+ -a");
+    for (int time = 0; time != 2; ++time)
+        w.lone->setValue(std::nan(""));
+    EXPECT_EQ(recorder.take(), "lone; lone") << "what is not equal to itself is always a change";
+}
+
+/// Takes the other two kinds of report.
+struct Both : Listener {
+    using Reports = ReportList<ShallowChangeReport<Property>, DeepChangeReport<ContextData>>;
+    void transactionCommitted(ShallowChangeReport<Property> const& report) { heard += listed(report) + "; "; }
+    void transactionCommitted(DeepChangeReport<ContextData> const& report) { heard += listed(report); }
+    std::string heard;
+};
+
+TEST(Report, DeepIsWhatLiesInsideAndShallowTheClassItself)
+{
+    Both listener;
+    Model const model = newModel();
+    model->addDeepListener(&listener);
+    commit(model, [&] {
+        newProperty(model, "lone");
+        add(newContext(model), "inside");
+    });
+    EXPECT_EQ(listener.heard, "+lone +inside; +context +inside");
+    model->removeListener(&listener);
+}
+
+TEST(Report, KeepsOldValuesAsChangesBeyondItself)
+{
+    World w;
+    ReportRecorder recorder{w.model};
+    std::map<std::string, std::unique_ptr<ModelElement::Impl::Changes>> kept;
+    recorder.onContexts = [&](auto const& data) {
+        kept["a"] = data->createChanges(w.a);
+        kept["lone"] = data->createChanges(w.lone);
+        kept["c"] = data->createChanges(w.c);
+        EXPECT_EQ(data->createChanges(newContext(newModel())), nullptr);
+        EXPECT_TRUE(data->getOldValue(ModelElement{}, Property::Impl::propertyAt(1)).isEmpty());
+    };
+    commit(w.model, [&] {
+        w.a->setName("z");
+        w.a->setOwner({});
+        w.lone->setOwner(w.c);
+        for (int i = 0; i != 40; ++i)   // a report that is long enough for a table
+            newProperty(w.model, "p");
+    });
+    recorder.onContexts = {};
+    w.a->setOwner(w.c);
+    auto const old = [&](char const* name, meta::Property const& property) {
+        return kept[name]->getOldValue(property, ModelElement::Impl::PUBLIC_ACCESS);
+    };
+    auto const feature = &Property::Impl::propertyAt;
+    EXPECT_EQ(old("a", feature(1)).getValue<std::string>(), "a");
+    EXPECT_EQ(old("a", feature(3)).getValue<ContextData>(), w.c);
+    EXPECT_TRUE(old("a", feature(2)).isEmpty());   // it did not change
+    EXPECT_TRUE(old("a", feature(2)).getValue<PropertyValue>().isUndefined());
+    Value const owner = old("lone", feature(3)), map = old("c", ContextData::Impl::propertyAt(2));
+    auto const* const members = map.peekValue<CollectionRef<ContextData::PropertyMap>>();
+    ASSERT_TRUE(owner.peekValue<ContextData>() && members);
+    EXPECT_EQ(owner.getValue<ContextData>(), ContextData{});
+    EXPECT_TRUE(members->size() == 2 && (*members)->find("z") == w.a && (*members)->isDetached());
+    EXPECT_TRUE(map.meta().isUnmanaged());
+}
+
+// ---- listeners
+
+TEST(Listener, IsRegisteredOnceAndInOrder)
+{
+    World w;
+    std::string order;
+    ReportRecorder first{w.model}, second{w.model};
+    first.onProperties = [&](auto const&) { order += '1'; };
+    second.onProperties = [&](auto const&) { order += '2'; };
+    w.model->addDeepListener(&first);   // again
+    w.a->setValue(7);
+    for (int time = 0; time != 2; ++time) {
+        w.model->removeListener(&first);
+        EXPECT_TRUE(first.removals == 1 && !w.model->isListening(&first));
+    }
+    w.model->addDeepListener(&first);
+    w.a->setValue(8);
+    EXPECT_EQ(order, "1221");
+}
+
+/// Takes no report at all.
+struct Quiet : Listener {
+    using Reports = ReportList<>;
+    void listenerRemoved() override { ++removals; }
+    int removals = 0;
+};
+
+TEST(Listener, MayTakeTheLastHandleOfItsModel)
+{
+    World w;
+    Quiet quiet;
+    w.model->addDeepListener(&quiet);
+    auto last = std::make_unique<ReportRecorder>(w.model), next = std::make_unique<ReportRecorder>(w.model);
+    last->onProperties = [&](auto const&) {
+        next.reset();
+        last.reset();
+        w.model = Model{};
+    };
+    w.a->setValue(7);
+    EXPECT_FALSE(w.a);
+    EXPECT_EQ(quiet.removals, 1);
 }
 
 // ---- cost
 
 /// Reads the old value of every property that it hears of.
 struct OldValueSum : Listener {
-    using Reports = ReportList<DeepChangeReport<Property>, ShallowChangeReport<ContextData>>;
+    using Reports = ReportList<DeepChangeReport<Property>>;
     void transactionCommitted(DeepChangeReport<Property> const& report)
     {
         for (ReportEntry const entry : report.modified())
             sum += entry.peekOldValue<PropertyValue>(Property::Impl::VALUE)->getDouble();
     }
-    void transactionCommitted(ShallowChangeReport<ContextData> const&) {}
     double sum = 0;
 };
 
@@ -241,11 +275,11 @@ TEST(Transaction, CostOfAddingGrowsWithTheNumberAndNotItsSquare)
     EXPECT_LT(bytesFor(1600), 5 * bytesFor(400));
 }
 
-TEST(Transaction, ReportsThatSomebodyKeepsCostOnlyThemselves)
+TEST(Report, CostsWhoKeepsItOnlyItself)
 {
     World w;
     ReportRecorder recorder{w.model};
-    std::shared_ptr<ReportData> last;
+    ReportRecorder::Data last;
     recorder.onProperties = [&](auto const& data) { last = data; };
     auto const live = [&](int count) {
         for (int i = 0; i != count; ++i)

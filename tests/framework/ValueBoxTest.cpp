@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,23 +16,26 @@ namespace tarn::zero {
 namespace {
 
 using namespace support;
+using namespace tarn0::messages;
 
 ValueMeta slot(unsigned long index)
 {
     return ValueMeta{Property::Impl::propertyAt(index)};
 }
 
+char const* const wrong = "CannotCastIncompatibleTypes";
+
 TEST(ValueBox, GivesBackWhatItHoldsToWhoKnowsTheType)
 {
     Value const text{slot(Property::Impl::NAME), std::string{"x"}};
     EXPECT_EQ(text.getValue<std::string>(), "x");
     EXPECT_EQ(text.peekValue<PropertyValue>(), nullptr);
-    EXPECT_EQ(thrownBy([&] { text.getValue<PropertyValue>(); }), "CannotCastIncompatibleTypes");
-    EXPECT_EQ(thrownBy([&] { text.checkCompatible<char const*>(); }), "CannotCastIncompatibleTypes");
+    EXPECT_EQ(thrownBy([&] { text.checkCompatible<char const*>(); }), wrong);
     EXPECT_EQ(thrownBy([&] { text.checkCompatible<std::string>(); }), "");
     try {
         text.getValue<bool>();
-    } catch (foundation::core::except::Exception<tarn0::messages::CannotCastIncompatibleTypes> const& exception) {
+        ADD_FAILURE() << "given";
+    } catch (foundation::core::except::Exception<CannotCastIncompatibleTypes> const& exception) {
         EXPECT_EQ(exception.message().heldType(), text.meta().type()->getQualifiedName());
     }
 }
@@ -43,12 +47,9 @@ TEST(ValueBox, EmptyReadsAsADefaultOfItsOwnType)
         char const* asText;
         char const* asAny;
     };
-    char const* const wrong = "CannotCastIncompatibleTypes";
     for (Row const& row : {Row{Value{}, "", ""}, Row{Value{slot(Property::Impl::NAME)}, "", wrong},
                            Row{Value{slot(Property::Impl::VALUE)}, wrong, ""}}) {
-        EXPECT_TRUE(row.value.isEmpty());
-        EXPECT_EQ(row.value.hash(), 0u);
-        EXPECT_EQ(row.value.peekValue<PropertyValue>(), nullptr);
+        EXPECT_TRUE(row.value.isEmpty() && row.value.hash() == 0 && !row.value.peekValue<PropertyValue>());
         EXPECT_EQ(thrownBy([&] { EXPECT_EQ(row.value.getValue<std::string>(), ""); }), row.asText);
         EXPECT_EQ(thrownBy([&] { EXPECT_TRUE(row.value.getValue<PropertyValue>().isUndefined()); }), row.asAny);
     }
@@ -67,9 +68,6 @@ TEST(ValueBox, CopiesAreIndependentAndMovesLeaveEmpty)
     Value& self = first;
     first = self;
     EXPECT_EQ(first.getValue<std::vector<int>>(), numbers);
-    EXPECT_EQ(Value::genericCloner<PropertyValue>(nullptr), nullptr);
-    EXPECT_EQ(Value::genericHasher<std::string>(nullptr), 0u);
-    Value::genericDeleter<std::string>(nullptr);
 }
 
 TEST(ValueBox, HashOfAListOfUnhashableItemsDependsOnItsLengthAlone)
@@ -87,16 +85,37 @@ TEST(ValueBox, HashOfAListOfUnhashableItemsDependsOnItsLengthAlone)
     EXPECT_NE(hash(std::vector<std::string>{"a", "b"}), hash(std::vector<std::string>{"b", "a"}));
 }
 
-TEST(ValueBox, HoldsElementsAndKeepsThem)
+TEST(ValueBox, KeepsElements)
 {
-    Model const model = newModel();
-    ContextData context = newContext(model);
-    Value const box{slot(Property::Impl::OWNER), context};
-    ContextData::Impl* const impl = context.operator->();
-    context->destroy();
-    context = ContextData{};
+    World w;
+    Value const box{slot(Property::Impl::OWNER), w.c};
+    ContextData::Impl* const impl = w.c.operator->();
+    w = World{};
     EXPECT_EQ(box.getValue<ContextData>().operator->(), impl);
-    EXPECT_EQ(thrownBy([&] { box.getValue<Property>(); }), "CannotCastIncompatibleTypes");
+    EXPECT_EQ(thrownBy([&] { box.getValue<Property>(); }), wrong);
+}
+
+// ---- what is thrown
+
+TEST(ReportedMessage, IsCaughtClonedAndRethrownAsItselfWithItsArguments)
+{
+    using Failure = foundation::core::except::Exception<CannotAddIncompatibleTypes>;
+    std::unique_ptr<Failure> kept;
+    try {
+        reportException(CannotAddIncompatibleTypes{u"A\u00E9", {0xD800, u'B'}});
+    } catch (std::exception const& caught) {
+        kept = dynamic_cast<Failure const&>(caught).clone();
+    }
+    ASSERT_TRUE(kept);
+    try {
+        kept->rethrow();
+    } catch (Failure const& again) {
+        kept.reset();
+        EXPECT_EQ(again.message().givenType(), u"A\u00E9");
+        EXPECT_EQ(again.GetBaseMsgIDObj(), (MessageId{"tarn0:messages", "CannotAddIncompatibleTypes"}));
+        EXPECT_NE(std::string(again.what()).find("\"A\xC3\xA9\""), std::string::npos) << again.what();
+        EXPECT_NE(std::string(again.what()).find("\"\uFFFDB\""), std::string::npos) << again.what();
+    }
 }
 
 }   // namespace

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <iostream>
 #include <map>
 #include <string>
 #include <vector>
@@ -24,7 +25,9 @@ Faults runSeeds(std::size_t count, std::size_t steps, Machine::Fault fault = Mac
 {
     Faults faults;
     steps = fromEnvironment("STUDIO_DATA_STEPS", steps);
-    for (std::uint64_t const seed : support::seeds(fromEnvironment("STUDIO_DATA_SEEDS", count))) {
+    std::vector<std::uint64_t> const seeds = support::seeds(fromEnvironment("STUDIO_DATA_SEEDS", count));
+    std::cout << "the seed of the day: STUDIO_DATA_SEED=" << seeds.back() << std::endl;
+    for (std::uint64_t const seed : seeds) {
         Bytes const bytes = Script::generate(seed, steps);
         std::string difference;
         {
@@ -64,8 +67,9 @@ class MachineSweep : public testing::TestWithParam<Sweep> {};
 TEST_P(MachineSweep, LeavesTheStateOfBeforeOrOfAfter)
 {
     Faults const faults = runSeeds(40, 150, GetParam().fault);
+    bool const isWhole = !std::getenv("STUDIO_DATA_SEED") && !std::getenv("STUDIO_DATA_SEEDS");
     for (Kind const kind : GetParam().kinds)
-        EXPECT_TRUE(faults.count(kind) != 0 || std::getenv("STUDIO_DATA_SEED")) << Op::of(kind).line();
+        EXPECT_TRUE(faults.count(kind) != 0 || !isWhole) << Op::of(kind).line();
 }
 INSTANTIATE_TEST_SUITE_P(
     Machine, MachineSweep,

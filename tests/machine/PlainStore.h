@@ -13,7 +13,8 @@
 
 namespace machine {
 
-struct Refused {};   // two properties under one name
+struct Refused {};            // two properties under one name, or one that is dead
+constexpr int NOWHERE = -1;   // the owner of a property that no context contains
 
 /// What contexts hold, as plain maps that are copied to be remembered and compared to be reported.
 class PlainStore {
@@ -150,17 +151,24 @@ public:
         m_now.properties[index(*found)].name = newName;
         enter(id, *found);
     }
-    void move(int id, std::string const& name, int newOwner)
+    /// Moves a property to another context; NOWHERE takes it out of its own.
+    void move(int property, int newOwner)
     {
-        std::optional<int> const found = find(id, name);
-        if (!found || id == newOwner || !context(newOwner))
+        Property const& moved = m_now.properties[index(property)];
+        if (newOwner != NOWHERE && !context(newOwner))
             return;
-        if (find(newOwner, name))
+        if (!moved.alive)
             throw Refused{};
-        touch({true, *found});
-        leave(*found);
-        m_now.properties[index(*found)].owner = newOwner;
-        enter(newOwner, *found);
+        if (moved.owner == newOwner)
+            return;
+        if (newOwner != NOWHERE && find(newOwner, moved.name))
+            throw Refused{};
+        touch({true, property});
+        if (moved.owner != NOWHERE)
+            leave(property);
+        m_now.properties[index(property)].owner = newOwner;
+        if (newOwner != NOWHERE)
+            enter(newOwner, property);
     }
 
     // Transactions

@@ -80,6 +80,11 @@ public:
             }
             out << '\n';
         }
+        for (std::optional<int> const& property : m_lifted)
+            if (property) {
+                PlainStore::Property const& lifted = m_system.store.now().properties[PlainStore::index(*property)];
+                out << (lifted.alive ? "holds " + lifted.name + '@' + nameOf(lifted.owner) + '\n' : "holds the dead\n");
+            }
         for (int const id : m_known)
             out << nameOf(id) << (m_system.providers.living.count(id) != 0 ? " lives" : " gone")
                 << (m_system.store.context(id) ? " data" : " none") << '\n';
@@ -155,7 +160,9 @@ public:
     {
         std::size_t count = 0;
         for (auto const& entry : m_system.store.now().contexts)
-            count += entry.second.alive ? 1 + entry.second.properties.size() : 0;
+            count += entry.second.alive ? 1 : 0;
+        for (PlainStore::Property const& property : m_system.store.now().properties)
+            count += property.alive ? 1 : 0;
         return count;
     }
 
@@ -279,10 +286,16 @@ private:
         case Kind::Remove: return inTransaction([&] { store.remove(id, op.name); });
         case Kind::Activate: return inTransaction([&] { store.activate(id, activeNames(op)); });
         case Kind::Rename: return inTransaction([&] { store.rename(id, op.name, op.newName); });
-        default:
-            if (target.provider)
-                inTransaction([&] { store.move(id, op.name, target.last); });
+        default: break;
         }
+        std::optional<int>& held = m_lifted[PlainStore::index(op.other) % MOST_LIFTED];
+        std::optional<int> const property = op.kind == Kind::Land ? held : store.find(id, op.name);
+        if (!property || (op.kind == Kind::Move && !target.provider))
+            return;
+        if (op.kind == Kind::Lift)
+            held = property;
+        int const owner = op.kind == Kind::Land ? id : op.kind == Kind::Lift ? NOWHERE : target.last;
+        inTransaction([&] { store.move(*property, owner); });
     }
     /// The whole way is found first and held; then its end is written, then outward.
     void write(int id, std::string const& path, Value const& value)
@@ -476,7 +489,10 @@ private:
 
     // ---- telling
 
-    std::string nameOf(int id) const { return m_known.count(id) != 0 ? '#' + std::to_string(id) : "#?"; }
+    std::string nameOf(int id) const
+    {
+        return id == NOWHERE ? "#none" : m_known.count(id) != 0 ? '#' + std::to_string(id) : "#?";
+    }
     std::string shown(Value const& value) const
     {
         switch (value.index()) {
@@ -519,8 +535,9 @@ private:
     Ids const& m_ids;
     PlainSystem m_system;
     std::array<Slot, SLOTS> m_slots;
-    std::set<int> m_creating;   // slots
-    std::set<int> m_known;      // contexts whose creation has returned
+    std::array<std::optional<int>, MOST_LIFTED> m_lifted;   // properties that are held
+    std::set<int> m_creating;                               // slots
+    std::set<int> m_known;                                  // contexts whose creation has returned
     std::array<std::shared_ptr<PlainEngine>, ENGINES> m_engines;
     std::array<std::shared_ptr<PlainView>, VIEWS> m_views;
     std::array<std::shared_ptr<Foreign>, LISTENERS> m_foreign;

@@ -124,14 +124,30 @@ void RealWorld::change(Op const& op)
         case Kind::Activate: return provider.setActiveContexts(active);
         default: break;
         }
-        Property const property = provider.getProperty(op.name);
-        if (!property || (op.kind == Kind::Move && !target))
+        Property& held = m_lifted[PlainStore::index(op.other) % MOST_LIFTED];
+        Property const property = op.kind == Kind::Land ? held : provider.getProperty(op.name);
+        if (!property.get() || (op.kind == Kind::Move && !target))
             return;
         if (op.kind == Kind::Rename)
             return property->setName(op.newName);
-        if (auto const owner = ContextData::from(ContextProvider::sharedModel()->findElement(target->getId(), 1)))
-            property->setOwner(owner);
+        if (op.kind == Kind::Lift)
+            return lift(property, held);
+        boost::uuids::uuid const owner = op.kind == Kind::Move ? target->getId() : provider.getId();
+        if (auto const place = ContextData::from(ContextProvider::sharedModel()->findElement(owner, 1)))
+            property->setOwner(place);
     });
+}
+
+void RealWorld::lift(Property const& property, Property& held)
+{
+    Property const before = std::exchange(held, property);
+    try {
+        property->setOwner(ContextData{});
+    } catch (std::bad_alloc const&) {
+        if (property.owner())
+            held = before;   // it is where it was
+        throw;
+    }
 }
 
 void RealWorld::begin()
@@ -295,6 +311,8 @@ std::string RealWorld::nameOfException() const
         return "refused";
     } catch (gel::ParseError const&) {
         return "does not parse";
+    } catch (std::logic_error const&) {
+        return "refused";   // the element is dead
     } catch (std::bad_alloc const&) {
         return "";
     } catch (std::bad_weak_ptr const&) {
@@ -324,6 +342,11 @@ std::string RealWorld::nameOf(boost::uuids::uuid const& id) const
     return found != m_numbers.end() ? '#' + std::to_string(found->second) : "#?";
 }
 
+std::string RealWorld::nameOf(ContextData const& context) const
+{
+    return context.get() ? nameOf(context.Uuid()) : "#none";
+}
+
 std::string RealWorld::shown(PropertyValue const& value) const
 {
     if (value.isUUID())
@@ -343,7 +366,7 @@ std::string RealWorld::line(ReportEntry const& entry, tarn::zero::ReportData con
         tarn::zero::ReportData::kindOf(*report.storageOf(*element.get())) == tarn::zero::ReportData::Kind::Modified;
     std::string text;
     if (auto const* const property = tarn::zero::elementCast<Property>(element)) {
-        text = property->getName() + '@' + nameOf(property->getOwner().Uuid());
+        text = property->getName() + '@' + nameOf(property->getOwner());
         if (!isModified)
             return text;
         if (entry.isChanged(1))
@@ -351,7 +374,7 @@ std::string RealWorld::line(ReportEntry const& entry, tarn::zero::ReportData con
         if (entry.isChanged(2))
             text += " 2:" + shown(old(2).getValue<PropertyValue>());
         if (entry.isChanged(3))
-            text += " 3:" + nameOf(old(3).peekValue<ContextData>()->Uuid());
+            text += " 3:" + nameOf(*old(3).peekValue<ContextData>());
         return text;
     }
     text = nameOf(element.Uuid());
@@ -385,6 +408,10 @@ std::string RealWorld::contents() const
         }
         out << '\n';
     }
+    for (Property const& property : m_lifted)
+        if (property.get())
+            out << (property ? "holds " + property->getName() + '@' + nameOf(property.owner()) + '\n'
+                             : "holds the dead\n");
     std::map<int, boost::uuids::uuid> known;
     for (auto const& [id, number] : m_numbers)
         known[number] = id;

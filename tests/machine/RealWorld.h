@@ -48,6 +48,7 @@ private:
     void create(int slot) override;
     void drop(int slot) override;
     void change(Op const& op) override;
+    static void lift(studio::data::Property const& property, studio::data::Property& held);
     void begin() override;
     void commit() override;
     void rollBack() override;
@@ -62,12 +63,14 @@ private:
 
     studio::data::PropertyValue realValue(Value const& value) const;
     std::string nameOf(boost::uuids::uuid const& id) const;
+    std::string nameOf(studio::data::ContextData const& context) const;
     std::string shown(studio::data::PropertyValue const& value) const;
     std::string line(tarn::zero::ReportEntry const& entry, tarn::zero::ReportData const& report) const;
 
     Ids& m_ids;
     std::map<boost::uuids::uuid, int> m_numbers;   // of contexts whose creation has returned
     std::array<Slot, SLOTS> m_slots;
+    std::array<studio::data::Property, MOST_LIFTED> m_lifted;   // properties that are held
     std::set<int> m_creating;
     std::vector<std::unique_ptr<tarn::zero::Transaction>> m_open;
     std::array<std::unique_ptr<studio::data::ExpressionEngine>, ENGINES> m_engines;

@@ -13,6 +13,7 @@ constexpr int SLOTS = 4;   ///< places for contexts; the first two are roots of 
 constexpr int ENGINES = 2;
 constexpr int VIEWS = 2;
 constexpr int LISTENERS = 2;   ///< foreign ones
+constexpr std::size_t MOST_LIFTED = 3;
 constexpr std::size_t MOST_HANDLES = 12;
 constexpr std::size_t DEEPEST = 3;   ///< transactions open at once
 
@@ -54,6 +55,8 @@ enum class Kind : std::uint8_t {
     Activate,
     Rename,
     Move,
+    Lift,   ///< a property out of its context, to be held
+    Land,   ///< a property that is held, into a context
     Begin,
     Commit,
     RollBack,

@@ -1,61 +1,37 @@
 #pragma once
 
 #include "studio/data/ContextProvider.h"
-#include "studio/data/model/ContextDataImpl.h"
-#include "studio/data/model/PropertyImpl.h"
-#include "tarn/zero/ModelImpl.h"
-
-#include <functional>
-#include <string>
-#include <utility>
-#include <vector>
+#include "support/ReportRecorder.h"
 
 namespace support {
 
 /// Hears of every commit of the shared model: notes what changed, one word each, and then does what the test wants.
 class ContextWatch : public tarn::zero::Listener {
 public:
-    using Property = studio::data::Property;
-    using ContextData = studio::data::ContextData;
     using Reports =
         tarn::zero::ReportList<tarn::zero::ShallowChangeReport<Property>, tarn::zero::ShallowChangeReport<ContextData>>;
 
     ContextWatch() { studio::data::ContextProvider::sharedModel()->addDeepListener(this); }
     ~ContextWatch() override { studio::data::ContextProvider::sharedModel()->removeListener(this); }
 
-    void transactionCommitted(tarn::zero::ShallowChangeReport<Property> const& report)
-    {
-        note(report, [](auto const& element) { return static_cast<Property::Impl const*>(element.get())->getName(); });
-        if (onProperties)
-            onProperties();
-    }
-    void transactionCommitted(tarn::zero::ShallowChangeReport<ContextData> const& report)
-    {
-        note(report, [](auto const&) { return std::string{"context"}; });
-        if (onContexts)
-            onContexts();
-    }
+    void transactionCommitted(tarn::zero::ShallowChangeReport<Property> const& report) { note(report, onProperties); }
+    void transactionCommitted(tarn::zero::ShallowChangeReport<ContextData> const& report) { note(report, onContexts); }
 
     /// What was noted since the last time, with spaces between.
     std::string takeHeard() { return std::exchange(m_heard, {}); }
 
-    std::function<void()> onProperties;
-    std::function<void()> onContexts;
-    tarn::zero::ModelElement last;   ///< the element that was noted last
+    std::function<void()> onProperties, onContexts;
+    tarn::zero::ModelElement last;   ///< the newest context that was heard of
 
 private:
-    template <class Report, class NameOf>
-    void note(Report const& report, NameOf const& nameOf)
+    template <class Report>
+    void note(Report const& report, std::function<void()> const& then)
     {
-        auto const list = [&](char const* sign, tarn::zero::ReportRange const& range) {
-            for (tarn::zero::ReportEntry const entry : range) {
-                last = entry.element();
-                m_heard += (m_heard.empty() ? "" : " ") + (sign + nameOf(last));
-            }
-        };
-        list("+", report.created());
-        list("", report.modified());
-        list("-", report.destroyed());
+        m_heard += (m_heard.empty() ? "" : " ") + listed(report);
+        for (tarn::zero::ReportEntry const entry : report.created())
+            last = entry.element();
+        if (then)
+            then();
     }
 
     std::string m_heard;

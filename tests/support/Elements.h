@@ -90,6 +90,23 @@ inline std::string shown(ContextData const& context)
     return text;
 }
 
+/// Context c with a=1 and b=2 and the active contexts x and y, context d with nothing, and a lone property.
+struct World {
+    Model model = newModel();
+    ContextData c = newContext(model);
+    ContextData d = newContext(model);
+    Property a = add(c, "a", 1);
+    Property b = add(c, "b", 2);
+    Property lone = newProperty(model, "lone", 3);
+
+    World()
+    {
+        c->getActiveContextsMutable().push_back("x");
+        c->getActiveContextsMutable().push_back("y");
+    }
+    std::string state() const { return shown(c) + " | " + shown(d) + " | " + lone.name() + (lone.owner() ? "*" : ""); }
+};
+
 /// The key of the one of these messages that was thrown; empty if it is another exception.
 template <class... Messages>
 std::string keyOf(std::exception const& thrown)

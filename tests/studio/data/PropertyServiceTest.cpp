@@ -27,13 +27,12 @@ struct Plan {
     int timesDestroyed = 0;
 };
 
+/// Stands before the interface, so that the source's memory begins elsewhere.
 struct OtherBase {
     virtual ~OtherBase() = default;
-    long data[8] = {};
 };
 
-class Source final : public OtherBase, public PropertySource {
-public:
+struct Source final : OtherBase, PropertySource {
     explicit Source(Plan& plan) : plan{plan} {}
     ~Source() override { ++plan.timesDestroyed; }
 
@@ -47,7 +46,6 @@ public:
         return names;
     }
 
-private:
     Plan& plan;
 };
 
