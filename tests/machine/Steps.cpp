@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <numeric>
 #include <utility>
 
@@ -12,6 +13,7 @@ namespace {
 constexpr std::array NAMES{"r", "s", "a", "b"};
 constexpr std::array LITERAL_PATHS{"r.a", "s.r.a", "r.s", ""};
 constexpr int PLAIN_VALUES = 12;
+constexpr std::uint8_t SPELT_OUT = 255;   // the first byte of a step whose kind, slot, other and name follow
 
 struct Share {
     char const* name;
@@ -85,24 +87,15 @@ Op Script::step(std::size_t at) const
 {
     std::uint8_t const* const bytes = m_bytes.data() + HEADER + at * STEP;
     Dice dice{number(bytes)};
-    // The first steps make a world worth acting in, unless the bytes say otherwise.
-    if (at < SLOTS && bytes[0] < 250) {
-        Op op = fill(Kind::Create, dice);
-        op.slot = static_cast<int>(at);
-        return op;
-    }
-    if (at == 5 * SLOTS || at == 5 * SLOTS + 1 || at == 5 * SLOTS + 2) {
-        Op op = fill(at == 5 * SLOTS + 2 ? Kind::MakeView : Kind::MakeEngine, dice);
-        op.other = static_cast<int>(at) - 5 * SLOTS;
-        return op;
-    }
-    if (at < 5 * SLOTS && bytes[0] < 200) {
-        Op op = fill(Kind::Add, dice);
-        op.slot = static_cast<int>(at) % SLOTS;
-        op.name = NAMES[at / SLOTS - 1];
-        return op;
-    }
-    return fill(choose(m_outer, bytes[0] * 256u + bytes[1]), dice);
+    if (bytes[0] != SPELT_OUT)
+        return fill(choose(m_outer, bytes[0] * 256u + bytes[1]), dice);
+    Op op = fill(static_cast<Kind>(bytes[1] % KINDS), dice);
+    op.slot = bytes[2] % SLOTS;
+    op.other = bytes[3];
+    op.name = NAMES[bytes[4] % NAMES.size()];
+    if (bytes[4] % NAMES.size() < 2 && m_manyReferences)
+        op.value %= SLOTS;
+    return op;
 }
 
 Op Script::inner(Dice& dice, bool inCallback) const
@@ -147,6 +140,7 @@ Kind Script::choose(Weights const& weights, std::uint64_t choice)
     return static_cast<Kind>(kind);
 }
 
+/// Contexts full of properties, an engine on each root and a view make a world worth acting in; then anything comes.
 Bytes Script::generate(std::uint64_t seed, std::size_t steps)
 {
     Dice dice{seed};
@@ -155,6 +149,24 @@ Bytes Script::generate(std::uint64_t seed, std::size_t steps)
         std::uint64_t const word = dice.next();
         std::memcpy(bytes.data() + at, &word, sizeof word);
     }
+    std::size_t step = 0;
+    auto const spell = [&](Kind kind, int slot, int other, int name) {
+        if (step == steps)
+            return;
+        std::uint8_t* const record = bytes.data() + HEADER + step++ * STEP;
+        std::uint8_t const spelt[] = {SPELT_OUT, static_cast<std::uint8_t>(kind), static_cast<std::uint8_t>(slot),
+                                      static_cast<std::uint8_t>(other), static_cast<std::uint8_t>(name)};
+        std::copy(std::begin(spelt), std::end(spelt), record);
+    };
+    for (int slot = 0; slot != SLOTS; ++slot)
+        spell(Kind::Create, slot, 0, 0);
+    for (int name = 0; name != static_cast<int>(NAMES.size()); ++name)
+        for (int slot = 0; slot != SLOTS; ++slot)
+            if (!dice.oneIn(5))
+                spell(Kind::Add, slot, 0, name);
+    for (int engine = 0; engine != ENGINES; ++engine)
+        spell(Kind::MakeEngine, 0, engine, 0);
+    spell(Kind::MakeView, 0, 0, 0);
     return bytes;
 }
 
