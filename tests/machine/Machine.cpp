@@ -126,6 +126,8 @@ void Machine::takeWithFaults(Op const& original, Fault fault)
             m_difference += "a step that failed has unbound a symbol: " + leaves + " to " + m_real.leaves();
         if (visible() != before)
             return acceptMark(Op::of(Kind::Nothing));
+        if (op.kind == Kind::Create)
+            m_real.buryNameless();
         m_real.countLike(m_plain);   // as if it had not been tried
         m_real.takeLog();
     }

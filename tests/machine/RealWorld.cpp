@@ -294,10 +294,18 @@ std::string RealWorld::present() const
 
 void RealWorld::bury()
 {
+    buryNameless();
     for (auto const& [id, number] : m_numbers)
         if (!studio::data::model::getContextProvider(id))
             if (auto const left = ContextProvider::sharedModel()->findElement(id, 1))
                 left->destroy();
+}
+
+void RealWorld::buryNameless()
+{
+    for (tarn::zero::ModelElement const& element : ContextProvider::sharedModel()->elements())
+        if (tarn::zero::isInstance<ContextData>(element) && m_numbers.count(element.Uuid()) == 0)
+            element->destroy();
 }
 
 std::string RealWorld::nameOfException() const

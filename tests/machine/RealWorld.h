@@ -28,6 +28,8 @@ public:
 
     void touchAll() override;
     void bury() override;
+    /// The same for contexts that a failed construction found no memory to take back.
+    void buryNameless();
     /// Which engines, views and listeners there are.
     std::string present() const;
     std::string contents() const;
