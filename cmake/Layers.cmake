@@ -68,7 +68,7 @@ macro(studio_data_library)
         VERIFY_INTERFACE_HEADER_SETS ON)
     if(BUILD_SHARED_LIBS)
         set(_exports "${PROJECT_SOURCE_DIR}/cmake/studio_data.map")
-        target_link_options(studio_data PRIVATE "LINKER:--version-script=${_exports}")
+        target_link_options(studio_data PRIVATE "LINKER:--version-script=${_exports}" LINKER:-Bsymbolic-functions)
         # A sanitized library takes its runtime from the program that loads it.
         if(NOT STUDIO_DATA_SANITIZE)
             target_link_options(studio_data PRIVATE "LINKER:--no-undefined")

@@ -50,8 +50,9 @@ std::string Invariants::of(Model const& model, std::size_t openTransactions)
     found.require(journal.m_levels.size() == openTransactions, "the journal has another number of levels");
     found.require(!isIdle || journal.m_touched.empty(), "an idle journal has storages");
     found.require(!model->m_delivery->m_oldest && !model->m_delivery->m_newest, "a report is left over");
-    for (auto const& [uuid, element] : table.m_index) {
-        found.require(element->m_uuid == uuid && element->m_indexed, "an element stands under another UUID");
+    for (std::size_t place = 0; place != table.m_indexed.size(); ++place) {
+        ModelElement::Impl* const element = table.m_indexed[place];
+        found.require(table.placeOf(element->m_uuid) == place && element->m_indexed, "an element stands elsewhere");
         found.require(table.m_unindexed.count(element) == 0, "an element is in the table twice");
     }
     for (auto const* const element : table.m_unindexed)

@@ -7,23 +7,38 @@
 
 namespace tarn::zero {
 
-/// A view over a report for elements of class `T`: the lists it shows, and the old values. Copying shares the report.
+/// A view over a report for elements of class `T`: the lists it shows, and the old values. The one that a listener is
+/// given borrows the report until the listener returns; a copy keeps it.
 template <class T, ReportFilter Filter>
 class ChangeReportOf {
 public:
     using Element = T;
 
-    explicit ChangeReportOf(std::shared_ptr<ReportData> data) noexcept : m_data{std::move(data)} {}
+    explicit ChangeReportOf(std::shared_ptr<ReportData> data) noexcept : m_report{data.get()}, m_kept{std::move(data)}
+    {}
+    /// Borrows `report`, which is owned by a `std::shared_ptr`.
+    explicit ChangeReportOf(ReportData& report) noexcept : m_report{&report} {}
+    ChangeReportOf(ChangeReportOf const& other) noexcept : m_report{other.m_report}, m_kept{other.data()} {}
+    ChangeReportOf& operator=(ChangeReportOf const& other) noexcept
+    {
+        m_kept = other.data();
+        m_report = other.m_report;
+        return *this;
+    }
+    ~ChangeReportOf() = default;
 
     /// The elements created, modified and destroyed, as a range of `ReportEntry`, in order of first touch.
-    ReportRange created() const noexcept { return {*m_data, ReportData::Kind::Created, Filter}; }
-    ReportRange modified() const noexcept { return {*m_data, ReportData::Kind::Modified, Filter}; }
-    ReportRange destroyed() const noexcept { return {*m_data, ReportData::Kind::Destroyed, Filter}; }
+    ReportRange created() const noexcept { return {*m_report, ReportData::Kind::Created, Filter}; }
+    ReportRange modified() const noexcept { return {*m_report, ReportData::Kind::Modified, Filter}; }
+    ReportRange destroyed() const noexcept { return {*m_report, ReportData::Kind::Destroyed, Filter}; }
 
-    std::shared_ptr<ReportData> const& data() const noexcept { return m_data; }
+    /// The whole report, borrowed; and shared.
+    ReportData const& report() const noexcept { return *m_report; }
+    std::shared_ptr<ReportData> data() const noexcept { return m_kept ? m_kept : m_report->shared_from_this(); }
 
 private:
-    std::shared_ptr<ReportData> m_data;
+    ReportData* m_report;
+    std::shared_ptr<ReportData> m_kept;   // null while borrowed
 };
 
 namespace detail {

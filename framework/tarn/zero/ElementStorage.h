@@ -81,8 +81,9 @@ private:
     friend class detail::Journal;
 
     ModelElement m_element;
-    Storage* m_previous = nullptr;   // the same element's storage of an outer level
-    Impl* m_displaced = nullptr;     // the dead element or placeholder whose place in the index a created one took
+    detail::StoragePool* m_pool = nullptr;   // where it belongs
+    Storage* m_previous = nullptr;           // the same element's storage of an outer level
+    Impl* m_displaced = nullptr;   // the dead element or placeholder whose place in the index a created one took
     std::uint32_t m_level = 0;
     bool m_created = false;
     bool m_destroyed = false;

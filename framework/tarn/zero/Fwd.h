@@ -28,6 +28,7 @@ class Delivery;
 class ElementTable;
 class Journal;
 class ListenerList;
+struct StoragePool;
 }   // namespace detail
 
 }   // namespace tarn::zero

@@ -71,7 +71,7 @@ private:
     {
         // The delivery before this one may have removed or destroyed the listener.
         if (listener() && data->containsElementChanges(Report::Element::Impl::classImpl()))
-            static_cast<T*>(listener())->transactionCommitted(Report{data});
+            static_cast<T*>(listener())->transactionCommitted(Report{*data});
     }
 };
 

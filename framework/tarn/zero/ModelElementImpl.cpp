@@ -99,6 +99,30 @@ Transaction ModelElement::Impl::begin() const
     return m_model->beginTransaction(false);
 }
 
+ModelElement::Impl::OwnTransaction::OwnTransaction(Model::Impl& model) : m_model{nullptr}
+{
+    model.refuseFrozen();
+    if (model.isInTransaction())
+        return;
+    m_serial = model.journal().begin();
+    m_model = &model;
+}
+
+void ModelElement::Impl::OwnTransaction::commit()
+{
+    if (!m_model)
+        return;
+    std::shared_ptr<ReportData> report = m_model->seal(m_serial);
+    Model::Impl& model = *std::exchange(m_model, nullptr);
+    if (report)
+        model.publish(std::move(report));
+}
+
+void ModelElement::Impl::OwnTransaction::rollBack() noexcept
+{
+    m_model->rollBack(m_serial);
+}
+
 bool ModelElement::Impl::isInTransaction() const noexcept
 {
     return m_model && m_model->isInTransaction();
@@ -252,12 +276,12 @@ void ModelElement::Impl::refuseProxy() const
         reportException(tarn0::messages::CannotModifyProxy{});
 }
 
-bool ModelElement::Impl::conforms(Impl const* type, Impl const* wanted) noexcept
+bool ModelElement::Impl::derives(Impl const* type, Impl const* base) noexcept
 {
-    if (type == wanted || !type || !wanted)
-        return type && wanted;
-    for (auto const* base = static_cast<meta::Class::Impl const*>(type); base; base = base->superclassImpl())
-        if (base == wanted)
+    if (!type || !base)
+        return false;
+    for (auto const* super = static_cast<meta::Class::Impl const*>(type); super; super = super->superclassImpl())
+        if (super == base)
             return true;
     return false;
 }

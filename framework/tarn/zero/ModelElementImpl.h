@@ -131,7 +131,10 @@ public:
     static void enter(ModelElement const& element);
 
     /// True if the class `type` is `wanted` or derives from it; either may be null, which answers false.
-    static bool conforms(Impl const* type, Impl const* wanted) noexcept;
+    static bool conforms(Impl const* type, Impl const* wanted) noexcept
+    {
+        return type == wanted ? type != nullptr : derives(type, wanted);
+    }
 
     // What element classes fill in
 
@@ -175,6 +178,28 @@ public:
 protected:
     ~Impl() override;
 
+    /// The transaction of a setter that changes one field: none inside an open one, where it needs no savepoint, since
+    /// whatever fails has changed nothing. Its maker keeps the model.
+    class STUDIO_DATA_EXPORT OwnTransaction {
+    public:
+        explicit OwnTransaction(Model::Impl& model);
+        OwnTransaction(OwnTransaction const&) = delete;
+        OwnTransaction& operator=(OwnTransaction const&) = delete;
+        ~OwnTransaction()
+        {
+            if (m_model)
+                rollBack();
+        }
+        /// Afterwards the element may be gone.
+        void commit();
+
+    private:
+        void rollBack() noexcept;
+
+        Model::Impl* m_model;   // null when there is nothing to end
+        std::uint64_t m_serial = 0;
+    };
+
     /// The common setter: refuses proxies and dead elements, skips an equal value, joins or makes a transaction.
     template <class Field>
     void assign(unsigned long index, Field& field, Field const& newValue)
@@ -182,10 +207,10 @@ protected:
         refuseProxy();
         if (field == newValue)
             return;
-        Transaction transaction = begin();
+        OwnTransaction transaction{*m_model};
         notifyModifying(index);
         field = newValue;
-        transaction.commit(boost::none);
+        transaction.commit();
     }
 
 private:
@@ -195,11 +220,9 @@ private:
     friend class Invariants;
 
     void revive() noexcept;
+    static bool derives(Impl const* type, Impl const* base) noexcept;
 
     boost::uuids::uuid m_uuid;
-    Model::Impl* m_model;           // null once death is final
-    Impl* m_container = nullptr;    // counted only while m_holdsContainer
-    Storage* m_storage = nullptr;   // of the innermost level that touched the element
     std::uint8_t m_containerFeature = 0;
     bool m_alive : 1 = true;
     bool m_proxy : 1 = false;
@@ -207,6 +230,9 @@ private:
     bool m_holdsContainer : 1 = false;   // dead elements keep their last container readable
     bool m_destroying : 1 = false;       // its contents need not leave it one by one
     bool m_marked : 1 = false;           // scratch of one walk
+    Model::Impl* m_model;                // null once death is final
+    Impl* m_container = nullptr;         // counted only while m_holdsContainer
+    Storage* m_storage = nullptr;        // of the innermost level that touched the element
 };
 
 /// The class test without a handle in between: `T` is a handle class whose `Impl` tells its class.

@@ -39,14 +39,29 @@ Model::Impl::~Impl()
 
 Transaction Model::Impl::beginTransaction(bool)
 {
+    refuseFrozen();
+    return Transaction{Model{this}, m_journal->begin()};
+}
+
+void Model::Impl::refuseFrozen() const
+{
     if (m_freezers != 0 && m_thawers == 0)
         reportException(tarn0::messages::ModelFrozen{});
-    return Transaction{Model{this}, m_journal->begin()};
 }
 
 bool Model::Impl::isInTransaction() const noexcept
 {
     return m_journal->isOpen();
+}
+
+std::uint64_t Model::Impl::structure() const noexcept
+{
+    return m_journal->structure();
+}
+
+void Model::Impl::noteRestructuring() noexcept
+{
+    m_journal->noteRestructuring();
 }
 
 ModelElement Model::Impl::findElement(boost::uuids::uuid const& uuid, FindElementBehavior) const
@@ -82,18 +97,34 @@ void Model::Impl::addHolder(std::shared_ptr<ListenerHolderBase> holder)
 
 void Model::Impl::commit(std::uint64_t serial)
 {
+    if (std::shared_ptr<ReportData> report = seal(serial))
+        publish(std::move(report));
+}
+
+std::shared_ptr<ReportData> Model::Impl::seal(std::uint64_t serial)
+{
     detail::Journal& journal = *m_journal;
     if (!journal.isInnermost(serial))
         throw std::logic_error{"a transaction must be committed once, after those opened inside it"};
-    if (journal.isNested())
-        return journal.mergeIntoOuter();
-
+    if (journal.isNested()) {
+        journal.mergeIntoOuter();
+        return nullptr;
+    }
+    if (m_listeners->empty()) {
+        journal.seal();
+        return nullptr;
+    }
     std::shared_ptr<ReportData> report = takeReport();
-    report->m_storages.reserve(journal.touchedCount());
-    journal.revertUnchanged();   // may still throw: the destructor of the transaction then rolls back
-    journal.seal(report->m_storages);
+    journal.makeRoom(report->m_storages, report->m_oneOfEach);
+    journal.revertUnchanged();
+    journal.seal(report->m_storages, report->m_oneOfEach);
+    report->m_structure = journal.structure();
+    return report;
+}
 
-    // Final, and the model idle: listeners may open transactions of their own.
+void Model::Impl::publish(std::shared_ptr<ReportData> report)
+{
+    Model const keep{this};
     struct Return {
         Impl& model;
         std::shared_ptr<ReportData>& report;
@@ -124,6 +155,7 @@ void Model::Impl::giveReport(std::shared_ptr<ReportData> report) noexcept
     if (report.use_count() != 1)
         return m_journal->lose(report->m_storages);   // somebody keeps it
     report->m_byElement.clear();
+    report->m_oneOfEach.clear();
     m_journal->recycle(report->m_storages);
     if (m_spareReports.size() < m_spareReports.capacity())
         m_spareReports.push_back(std::move(report));

@@ -5,6 +5,7 @@
 #include "tarn/zero/ModelElement.h"
 #include "tarn/zero/Transaction.h"
 
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -41,6 +42,13 @@ public:
     void removeListener(Listener* listener) noexcept;
     bool isListening(Listener const* listener) const noexcept;
 
+    /// A number that changes whenever an element was created, destroyed or renamed, entered or left a collection, or
+    /// changed a reference, by a transaction that has ended: what was found along a path then holds for as long as the
+    /// number does. Says nothing inside a transaction.
+    std::uint64_t structure() const noexcept;
+    /// Element classes call this before a change of theirs that counts as one.
+    void noteRestructuring() noexcept;
+
     std::u16string const& name() const noexcept { return m_name; }
     detail::Journal& journal() noexcept { return *m_journal; }
 
@@ -48,12 +56,19 @@ private:
     friend class Freezer;
     friend class Invariants;
     friend class Thawer;
+    friend class ModelElement::Impl;
     friend class Transaction;
 
     ~Impl() override;
 
     void addHolder(std::shared_ptr<ListenerHolderBase> holder);
+    void refuseFrozen() const;
     void commit(std::uint64_t serial);
+    /// The first half of a commit: whatever throws, nothing is final yet. Answers the report, if there is somebody to
+    /// tell; the model is idle then, and listeners may open transactions of their own.
+    std::shared_ptr<ReportData> seal(std::uint64_t serial);
+    /// The second half. What a listener throws leaves it; the model may be gone then.
+    void publish(std::shared_ptr<ReportData> report);
     void rollBack(std::uint64_t serial) noexcept;
     std::shared_ptr<ReportData> takeReport();
     void giveReport(std::shared_ptr<ReportData> report) noexcept;

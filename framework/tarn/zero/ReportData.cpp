@@ -27,7 +27,7 @@ bool ReportData::containsElementChanges(meta::Class const& type) const noexcept
 
 bool ReportData::containsElementChanges(ModelElement::Impl const* type) const noexcept
 {
-    return std::any_of(m_storages.begin(), m_storages.end(), [&](Storage const* storage) {
+    return std::any_of(m_oneOfEach.begin(), m_oneOfEach.end(), [&](Storage const* storage) {
         return Impl::conforms(storage->element()->classPointer(), type);
     });
 }

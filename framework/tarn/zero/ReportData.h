@@ -2,6 +2,7 @@
 
 #include "tarn/zero/ElementStorage.h"
 
+#include <cstdint>
 #include <iterator>
 #include <memory>
 #include <unordered_map>
@@ -12,7 +13,7 @@ namespace tarn::zero {
 /// What one committed transaction changed: elements created, modified and destroyed, each in one list only. Created and
 /// then modified is created, modified and then destroyed is destroyed, created and then destroyed is nowhere. It is a
 /// view over what the transaction remembered; nothing is copied until asked for. Whoever keeps it keeps the elements.
-class STUDIO_DATA_EXPORT ReportData {
+class STUDIO_DATA_EXPORT ReportData : public std::enable_shared_from_this<ReportData> {
 public:
     using Impl = ModelElement::Impl;
     using Storage = ModelElement::Impl::Storage;
@@ -39,12 +40,16 @@ public:
 
     std::vector<Storage*> const& storages() const noexcept { return m_storages; }
     bool empty() const noexcept { return m_storages.empty(); }
+    /// `Model::Impl::structure` as this transaction left it.
+    std::uint64_t structure() const noexcept { return m_structure; }
     static Kind kindOf(Storage const& storage) noexcept;
 
 private:
     friend class Model::Impl;
 
-    std::vector<Storage*> m_storages;                                      // owned, in order of first touch
+    std::vector<Storage*> m_storages;          // owned, in order of first touch
+    std::vector<Storage const*> m_oneOfEach;   // of these, the first of each class
+    std::uint64_t m_structure = 0;
     mutable std::unordered_map<Impl const*, Storage const*> m_byElement;   // made when a long report is first asked
 };
 

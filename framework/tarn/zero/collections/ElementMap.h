@@ -1,12 +1,10 @@
 #pragma once
 
+#include "tarn/zero/collections/KeyedElements.h"
 #include "tarn/zero/collections/MapMemory.h"
 #include "tarn/zero/collections/TypedReferenceCollection.h"
 
 #include <memory>
-#include <set>
-#include <string_view>
-#include <type_traits>
 #include <vector>
 
 namespace tarn::zero {
@@ -20,37 +18,18 @@ struct NameKey {
     }
 };
 
-namespace detail {
-
-/// Text is looked up by view, so that no look-up builds a key.
-template <class Key>
-using KeyView = std::conditional_t<std::is_same_v<Key, std::string>, std::string_view, Key>;
-
-/// Orders elements by their keys, which are read from them and kept nowhere else.
-template <class Key, class E, class KeyOf>
-struct KeyLess {
-    using is_transparent = void;
-
-    static KeyView<Key> key(E const& element) { return KeyOf{}(*element.operator->()); }
-    bool operator()(E const& left, E const& right) const { return key(left) < key(right); }
-    bool operator()(E const& left, KeyView<Key> const& right) const { return key(left) < right; }
-    bool operator()(KeyView<Key> const& left, E const& right) const { return left < key(right); }
-};
-
-}   // namespace detail
-
 /// What the keyed maps have in common with each other and with no other collection.
 class STUDIO_DATA_EXPORT ElementMapBase : public GenericMapInterface {};
 
 /// Elements by a key that each of them carries (texts in byte order), every key once. Iteration yields handles in order
-/// of the key. Look-ups take a view and answer borrowed pointers; a change costs the logarithm of the size.
-/// Placeholders for elements of other models stand in a table of their own and are not found by key.
+/// of the key; a change ends it. Look-ups take a view and answer borrowed pointers; they and changes cost the same in a
+/// map of any size, the first iteration after changes sorts. Placeholders for elements of other models stand in a table
+/// of their own and are not found by key.
 template <class Key, class E, class KeyOf = NameKey>
-class ElementMap final : public TypedReferenceCollectionWithProxies<E, std::set<E, detail::KeyLess<Key, E, KeyOf>>>,
+class ElementMap final : public TypedReferenceCollectionWithProxies<E, detail::KeyedElements<Key, E, KeyOf>>,
                          public ElementMapBase {
-    using Set = std::set<E, detail::KeyLess<Key, E, KeyOf>>;
+    using Set = detail::KeyedElements<Key, E, KeyOf>;
     using Base = TypedReferenceCollectionWithProxies<E, Set>;
-    using Order = detail::KeyLess<Key, E, KeyOf>;
 
 public:
     /// What a transaction remembers: the steps of the keyed elements, and the few placeholders as they were.
@@ -68,8 +47,8 @@ public:
     /// The element under that key, borrowed; null if there is none.
     typename E::Impl* findImpl(KeyView const& key) const noexcept
     {
-        auto const found = this->m_elements.find(key);
-        return found == this->m_elements.end() ? nullptr : found->operator->();
+        E const* const found = this->m_elements.find(key);
+        return found ? found->operator->() : nullptr;
     }
     E find(KeyView const& key) const noexcept { return E{findImpl(key)}; }
     bool containsKey(KeyView const& key) const noexcept { return findImpl(key) != nullptr; }
@@ -80,7 +59,7 @@ public:
             return false;
         if (element->isProxy())
             return this->containsProxy(element->getProxyId());
-        return findImpl(Order::key(Base::typed(element))) == element.get();
+        return findImpl(Set::keyOf(Base::typed(element))) == element.get();
     }
 
     void basicAdd(ModelElement const& element) override
@@ -88,22 +67,12 @@ public:
         E const typed = Base::typed(element);
         if (element->isProxy())
             return this->addProxy(typed);
-        auto* const memory = m_memories.newest;
-        if (memory)
-            memory->inserting(typed);
-        bool isNew = false;
-        try {
-            isNew = this->m_elements.insert(typed).second;
-        } catch (...) {
-            if (memory)
-                memory->undoStep();
-            throw;
-        }
-        if (isNew)
-            return;
-        if (memory)
-            memory->undoStep();
-        reportException(tarn0::messages::UniquenessConstraint{});
+        if (findImpl(Set::keyOf(typed)))
+            reportException(tarn0::messages::UniquenessConstraint{});
+        this->m_elements.reserveOne();
+        if (m_memories.newest)
+            m_memories.newest->inserting(typed);
+        this->m_elements.insert(typed);
     }
     /// Adds without notification what resolving a placeholder brought.
     void resolveAdd(E const& element) { basicAdd(element); }
@@ -115,27 +84,22 @@ public:
             this->removeProxy(element);
             return;
         }
-        auto const found = this->m_elements.find(typed);
-        if (found == this->m_elements.end() || !(*found == typed))
+        if (findImpl(Set::keyOf(typed)) != typed.get())
             return;
-        auto* const memory = m_memories.newest;
-        if (memory) {
-            memory->erasing(typed);
-            memory->keepNode(this->m_elements.extract(found));
-        } else {
-            this->m_elements.erase(found);
-        }
+        if (m_memories.newest)
+            m_memories.newest->erasing(typed);
+        this->m_elements.erase(typed);
     }
     void basicClear() override
     {
-        while (!this->m_elements.empty())
-            basicRemove(*this->m_elements.begin());
+        for (E const& element : std::vector<E>(this->begin(), this->end()))
+            basicRemove(element);
         this->clearProxies();
     }
     void basicCopyValues(ReferenceCollection const& source) override
     {
         for (E const& element : static_cast<ElementMap const&>(source))
-            if (!findImpl(Order::key(element)))
+            if (!findImpl(Set::keyOf(element)))
                 basicAdd(element);
     }
 
@@ -196,14 +160,15 @@ public:
     {
         auto map = std::make_unique<ElementMap>();
         for (E const& element : elements)
-            map->m_elements.insert(element);
+            if (!map->containsKey(Set::keyOf(element)))
+                map->basicAdd(element);
         return map;
     }
 
 protected:
     void checkRoom(ModelElement const& element) const override
     {
-        if (!element->isProxy() && findImpl(Order::key(Base::typed(element))))
+        if (!element->isProxy() && findImpl(Set::keyOf(Base::typed(element))))
             reportException(tarn0::messages::UniquenessConstraint{});
     }
 

@@ -37,12 +37,9 @@ public:
 
     std::size_t size() const noexcept { return m_size; }
 
-    /// Records a step that is about to be made; `undoStep` takes it back if that fails.
-    void inserting(E const& element) { m_steps.push_back({element, {}, true}); }
-    void erasing(E const& element) { m_steps.push_back({element, {}, false}); }
-    void undoStep() noexcept { m_steps.pop_back(); }
-    /// Keeps the node of the element that was erased last, so that putting it back needs no memory.
-    void keepNode(typename Set::node_type node) noexcept { m_steps.back().node = std::move(node); }
+    /// Records a step that is about to be made.
+    void inserting(E const& element) { m_steps.push_back({element, true}); }
+    void erasing(E const& element) { m_steps.push_back({element, false}); }
 
     /// Hands the steps to the memory of the outer level, which begins here if it `has` none.
     void mergeInto(MapMemory& outer, bool has) noexcept
@@ -104,27 +101,26 @@ public:
     /// Empties `set` for good and takes it down for who still asks what the map held.
     void clearing(Set& set)
     {
-        while (!set.empty()) {
-            erasing(*set.begin());
-            keepNode(set.extract(set.begin()));
-        }
+        for (E const& element : set)
+            erasing(element);
+        set.clear();
     }
 
     /// First pass of a roll back: what entered `set` leaves it, under the keys that the elements have now.
     void withdraw(Set& set) noexcept
     {
         for (Step const& step : m_steps)
-            if (auto const found = set.find(step.element); found != set.end() && *found == step.element)
-                set.erase(found);
+            set.erase(step.element);
     }
 
-    /// Last pass: what `set` held comes back, under the keys that the elements have again; remembering ends.
+    /// Last pass: what `set` held comes back, under the keys that the elements have again, into the room that it left;
+    /// remembering ends.
     void reinstate(Set& set) noexcept
     {
         // The first step of an element tells whether it was there.
         for (Step& step : m_steps) {
             if (!step.element->marked() && !step.inserted)
-                set.insert(std::move(step.node));
+                set.insert(step.element);
             step.element->mark(true);
         }
         for (Step const& step : m_steps)
@@ -136,7 +132,6 @@ public:
 private:
     struct Step {
         E element;
-        typename Set::node_type node;
         bool inserted;
     };
 

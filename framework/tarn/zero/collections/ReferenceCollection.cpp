@@ -93,6 +93,13 @@ void ReferenceCollection::inverseRemove(ModelElement const& element)
     basicRemove(element);
 }
 
+void ReferenceCollection::modifying(OCDChangeDescriptor const& descriptor)
+{
+    AbstractOwnedCollection::modifying(descriptor);
+    if (!isDetached())
+        ownerImpl()->getModelImpl()->noteRestructuring();
+}
+
 void ReferenceCollection::replaceProxy(ModelElement const&, ModelElement const&) {}
 
 ModelElement ReferenceCollection::proxy(ProxyId const&) const

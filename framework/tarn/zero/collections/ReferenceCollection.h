@@ -37,6 +37,9 @@ public:
     void inverseAdd(ModelElement const& element);
     void inverseRemove(ModelElement const& element);
 
+    /// Announces a change of what the collection refers to.
+    void modifying(OCDChangeDescriptor const& descriptor);
+
     virtual void basicAdd(ModelElement const& element) = 0;
     virtual void basicRemove(ModelElement const& element) = 0;
     virtual void basicClear() = 0;

@@ -6,7 +6,7 @@
 namespace tarn::zero::detail {
 
 struct Delivery::Frame {
-    std::shared_ptr<ReportData> report;
+    std::shared_ptr<ReportData> const& report;
     ListenerList::Snapshot holders;
     std::size_t next = 0;
     std::exception_ptr firstException;
@@ -15,7 +15,7 @@ struct Delivery::Frame {
 
 void Delivery::deliver(std::shared_ptr<ReportData> const& report, ListenerList::Snapshot const& holders)
 {
-    if (!holders || holders->empty())
+    if (holders.size() == 0)
         return;
     Frame frame{report, holders, 0, nullptr, nullptr};
     Frame* const outer = m_newest;
@@ -34,12 +34,12 @@ void Delivery::deliver(std::shared_ptr<ReportData> const& report, ListenerList::
 
 void Delivery::serve(Frame& frame)
 {
-    while (frame.next != frame.holders->size()) {
-        std::shared_ptr<ListenerHolderBase> const holder = (*frame.holders)[frame.next++];
-        if (!holder->listener())
+    while (frame.next != frame.holders.size()) {
+        ListenerHolderBase& holder = frame.holders[frame.next++];
+        if (!holder.listener())
             continue;
         try {
-            holder->transactionCommitted(frame.report);
+            holder.transactionCommitted(frame.report);
         } catch (...) {
             if (!frame.firstException)
                 frame.firstException = std::current_exception();

@@ -10,8 +10,8 @@ namespace tarn::zero::detail {
 /// listeners that have not had them, so everybody hears everything once and in order.
 class Delivery {
 public:
-    /// Serves `report` to the listeners of now and returns when all have had it; then rethrows the first exception that
-    /// a listener threw at it.
+    /// Serves `report`, which the caller keeps, to the listeners of now and returns when all have had it; then rethrows
+    /// the first exception that a listener threw at it.
     void deliver(std::shared_ptr<ReportData> const& report, ListenerList::Snapshot const& holders);
 
 private:

@@ -1,7 +1,8 @@
 #include "tarn/zero/detail/ElementTable.h"
 
+#include "tarn/zero/services/Hashers.h"
+
 #include <utility>
-#include <vector>
 
 namespace tarn::zero::detail {
 
@@ -22,22 +23,25 @@ ElementTable::~ElementTable()
 
 ModelElement::Impl* ElementTable::find(boost::uuids::uuid const& uuid) const noexcept
 {
-    auto const found = m_index.find(uuid);
-    return found != m_index.end() && isTaken(*found->second) ? found->second : nullptr;
+    std::uint32_t const place = placeOf(uuid);
+    return place != Index::NOWHERE && isTaken(*m_indexed[place]) ? m_indexed[place] : nullptr;
 }
 
 ModelElement::Impl* ElementTable::insert(Impl& element)
 {
     Impl* displaced = nullptr;
-    auto const [entry, isNew] = m_index.try_emplace(element.identifier(), &element);
-    if (!isNew && isTaken(*entry->second)) {
+    std::uint32_t const place = placeOf(element.identifier());
+    if (place == Index::NOWHERE) {
+        m_index.reserve(m_indexed.size() + 1);
+        m_indexed.push_back(&element);
+        m_index.insert(hashOf(element.identifier()), static_cast<std::uint32_t>(m_indexed.size() - 1));
+        element.m_indexed = true;
+    } else if (isTaken(*m_indexed[place])) {
         m_unindexed.insert(&element);
     } else {
-        if (!isNew) {
-            m_unindexed.insert(entry->second);
-            displaced = std::exchange(entry->second, &element);
-            displaced->m_indexed = false;
-        }
+        m_unindexed.insert(m_indexed[place]);
+        displaced = std::exchange(m_indexed[place], &element);
+        displaced->m_indexed = false;
         element.m_indexed = true;
     }
     element.addRef();
@@ -47,7 +51,7 @@ ModelElement::Impl* ElementTable::insert(Impl& element)
 void ElementTable::remove(Impl& element, Impl* displaced) noexcept
 {
     if (displaced) {
-        m_index.find(element.identifier())->second = displaced;
+        m_indexed[placeOf(element.identifier())] = displaced;
         displaced->m_indexed = true;
         m_unindexed.erase(displaced);
         element.removeRef();
@@ -58,21 +62,40 @@ void ElementTable::remove(Impl& element, Impl* displaced) noexcept
 
 void ElementTable::erase(Impl& element) noexcept
 {
-    if (element.m_indexed)
-        m_index.erase(element.identifier());
-    else
+    if (element.m_indexed) {
+        std::uint32_t const place = placeOf(element.identifier());
+        auto const last = static_cast<std::uint32_t>(m_indexed.size() - 1);
+        m_index.erase(hashOf(element.identifier()), place);
+        if (place != last) {
+            m_index.move(hashOf(m_indexed[last]->identifier()), last, place);
+            m_indexed[place] = m_indexed[last];
+        }
+        m_indexed.pop_back();
+    } else {
         m_unindexed.erase(&element);
+    }
     element.removeRef();
 }
 
 void ElementTable::clear() noexcept
 {
-    auto const index = std::exchange(m_index, {});
+    auto const indexed = std::exchange(m_indexed, {});
     auto const unindexed = std::exchange(m_unindexed, {});
-    for (auto const& entry : index)
-        entry.second->removeRef();
+    m_index.clear();
+    for (Impl* const element : indexed)
+        element->removeRef();
     for (Impl* const element : unindexed)
         element->removeRef();
+}
+
+ElementTable::Index::Hash ElementTable::hashOf(boost::uuids::uuid const& uuid) noexcept
+{
+    return Index::fold(services::hashers::TARN0Hasher<boost::uuids::uuid>{}(uuid));
+}
+
+std::uint32_t ElementTable::placeOf(boost::uuids::uuid const& uuid) const noexcept
+{
+    return m_index.find(hashOf(uuid), [&](std::uint32_t place) { return m_indexed[place]->identifier() == uuid; });
 }
 
 }   // namespace tarn::zero::detail

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "tarn/zero/ModelElementImpl.h"
-#include "tarn/zero/services/Hashers.h"
+#include "tarn/zero/services/PositionIndex.h"
 
-#include <unordered_map>
 #include <unordered_set>
+#include <vector>
 
 namespace tarn::zero::detail {
 
@@ -34,21 +34,25 @@ public:
     template <class Visit>
     void forEach(Visit const& visit) const
     {
-        for (auto const& entry : m_index)
-            visit(*entry.second);
+        for (Impl* const element : m_indexed)
+            visit(*element);
         for (Impl* const element : m_unindexed)
             visit(*element);
     }
-    std::size_t size() const noexcept { return m_index.size() + m_unindexed.size(); }
+    std::size_t size() const noexcept { return m_indexed.size() + m_unindexed.size(); }
     /// Lets go of everything.
     void clear() noexcept;
 
 private:
     friend class tarn::zero::Invariants;
 
-    using Hasher = services::hashers::TARN0Hasher<boost::uuids::uuid>;
+    using Index = services::PositionIndex;
 
-    std::unordered_map<boost::uuids::uuid, Impl*, Hasher> m_index;
+    static Index::Hash hashOf(boost::uuids::uuid const& uuid) noexcept;
+    std::uint32_t placeOf(boost::uuids::uuid const& uuid) const noexcept;
+
+    std::vector<Impl*> m_indexed;   // dense, in no order; `m_index` finds them
+    Index m_index;
     std::unordered_set<Impl*> m_unindexed;
 };
 

@@ -10,7 +10,7 @@ namespace {
 
 /// Room for `count` more, growing geometrically.
 template <class T>
-void makeRoom(std::vector<T>& list, std::size_t count)
+void grow(std::vector<T>& list, std::size_t count)
 {
     if (list.capacity() - list.size() < count)
         list.reserve(std::max(list.size() + count, list.capacity() * 2));
@@ -20,8 +20,8 @@ void makeRoom(std::vector<T>& list, std::size_t count)
 
 Journal::~Journal()
 {
-    for (Pool const& pool : m_pools)
-        for (Storage* const storage : pool.free)
+    for (auto const& pool : m_pools)
+        for (Storage* const storage : pool->free)
             delete storage;
 }
 
@@ -57,6 +57,7 @@ void Journal::created(Impl& element)
     Storage& storage = enter(element);
     storage.m_displaced = m_table.insert(element);   // if it throws, an empty storage stays: nothing changed
     storage.m_created = true;
+    noteRestructuring();
 }
 
 void Journal::destroyed(Impl& element)
@@ -64,6 +65,7 @@ void Journal::destroyed(Impl& element)
     if (!isOpen())
         throw std::logic_error{"a destruction needs an open transaction"};
     enter(element).m_destroyed = true;
+    noteRestructuring();
 }
 
 void Journal::becomingProxy(Impl& element)
@@ -71,6 +73,7 @@ void Journal::becomingProxy(Impl& element)
     if (!isOpen())
         throw std::logic_error{"a change needs an open transaction"};
     enter(element).m_madeProxy = true;
+    noteRestructuring();
 }
 
 void Journal::mergeIntoOuter() noexcept
@@ -108,20 +111,47 @@ void Journal::revertUnchanged()
             storage->revertUnchanged(storage->m_element);
 }
 
-void Journal::seal(Storages& changes) noexcept
+void Journal::makeRoom(Storages& changes, std::vector<Storage const*>& oneOfEach) const
+{
+    if (changes.capacity() < m_touched.size())
+        changes.reserve(m_touched.size());
+    if (oneOfEach.capacity() < m_pools.size())
+        oneOfEach.reserve(m_pools.size());
+}
+
+/// Ends the outermost level; `keep` says whether it takes a storage that still counts.
+template <class Keep>
+void Journal::sealEach(Keep const& keep) noexcept
 {
     for (Storage* const storage : m_touched) {
         Impl& element = *storage->m_element.get();
         element.m_storage = nullptr;
         if (storage->m_destroyed)
             finishDeath(element);
-        if (storage->m_created ? !storage->m_destroyed : storage->m_destroyed || storage->changedBits() != 0)
-            changes.push_back(storage);
-        else
+        bool const counts =
+            storage->m_created ? !storage->m_destroyed : storage->m_destroyed || storage->changedBits() != 0;
+        if (!counts || !keep(*storage))
             give(storage);
     }
     m_touched.clear();
     m_levels.pop_back();
+    m_structure += std::exchange(m_restructurings, 0);
+}
+
+void Journal::seal(Storages& changes, std::vector<Storage const*>& oneOfEach) noexcept
+{
+    std::uint64_t const report = m_levels.back().serial;
+    sealEach([&](Storage& storage) {
+        changes.push_back(&storage);
+        if (std::exchange(storage.m_pool->lastReport, report) != report)
+            oneOfEach.push_back(&storage);
+        return true;
+    });
+}
+
+void Journal::seal() noexcept
+{
+    sealEach([](Storage&) { return false; });
 }
 
 void Journal::rollBack() noexcept
@@ -162,6 +192,8 @@ void Journal::rollBack() noexcept
         give(m_touched[i]);
     m_touched.resize(first);
     m_levels.pop_back();
+    if (!isOpen())
+        m_structure += std::exchange(m_restructurings, 0);
 }
 
 void Journal::rollBackTo(std::uint64_t serial) noexcept
@@ -180,8 +212,7 @@ void Journal::recycle(Storages& storages) noexcept
 void Journal::lose(Storages const& storages) noexcept
 {
     for (Storage const* const storage : storages)
-        if (Pool* const pool = poolOf(*storage->element().get()))
-            --pool->made;
+        --storage->m_pool->made;
 }
 
 ModelElement::Impl::Storage& Journal::enter(Impl& element)
@@ -189,7 +220,7 @@ ModelElement::Impl::Storage& Journal::enter(Impl& element)
     auto const level = static_cast<std::uint32_t>(m_levels.size());
     if (Storage* const present = element.m_storage; present && present->m_level == level)
         return *present;
-    makeRoom(m_touched, 1);
+    grow(m_touched, 1);
     Storage* const storage = take(element);
     storage->m_uuid = element.m_uuid;
     storage->m_element = ModelElement{&element};
@@ -202,37 +233,39 @@ ModelElement::Impl::Storage& Journal::enter(Impl& element)
 
 Journal::Storage* Journal::take(Impl& element)
 {
-    Pool* pool = poolOf(element);
-    if (!pool)
-        pool = &m_pools.emplace_back(Pool{&typeid(element), {}, 0});
-    if (pool->free.empty()) {
+    StoragePool& pool = poolOf(element);
+    if (pool.free.empty()) {
         std::unique_ptr<Storage> storage = element.createStorage();
-        makeRoom(pool->free, pool->made + 1);   // giving it back must not need memory
-        ++pool->made;
+        storage->m_pool = &pool;
+        grow(pool.free, pool.made + 1);   // giving it back must not need memory
+        ++pool.made;
         return storage.release();
     }
-    Storage* const storage = pool->free.back();
-    pool->free.pop_back();
+    Storage* const storage = pool.free.back();
+    pool.free.pop_back();
     return storage;
 }
 
 void Journal::give(Storage* storage) noexcept
 {
-    Pool* const pool = poolOf(*storage->m_element.get());
+    StoragePool& pool = *storage->m_pool;
     storage->recycle();
-    if (pool && pool->free.size() < pool->free.capacity())
-        pool->free.push_back(storage);
+    if (pool.free.size() < pool.free.capacity())
+        pool.free.push_back(storage);
     else
         delete storage;
 }
 
-Journal::Pool* Journal::poolOf(Impl const& element) noexcept
+StoragePool& Journal::poolOf(Impl const& element)
 {
-    std::type_info const* const type = &typeid(element);
-    for (Pool& pool : m_pools)
-        if (pool.type == type)
-            return &pool;
-    return nullptr;
+    std::type_info const& type = typeid(element);
+    for (auto const& pool : m_pools)
+        if (&pool->type == &type)
+            return *pool;
+    for (auto const& pool : m_pools)
+        if (pool->type == type)   // the same class, seen from another library
+            return *pool;
+    return *m_pools.emplace_back(new StoragePool{type, {}});
 }
 
 void Journal::finishDeath(Impl& element) noexcept

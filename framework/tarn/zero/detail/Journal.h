@@ -2,10 +2,10 @@
 
 #include "tarn/zero/ElementStorage.h"
 #include "tarn/zero/detail/ElementTable.h"
+#include "tarn/zero/detail/StoragePool.h"
 
 #include <cstdint>
 #include <memory>
-#include <typeinfo>
 #include <vector>
 
 namespace tarn::zero::detail {
@@ -38,14 +38,21 @@ public:
     void destroyed(Impl& element);
     void becomingProxy(Impl& element);
 
+    /// What paths through the model lead to may differ from now on, or once the open transaction ends.
+    void noteRestructuring() noexcept { ++(isOpen() ? m_restructurings : m_structure); }
+    std::uint64_t structure() const noexcept { return m_structure; }
+
     /// Ends the innermost level into the one around it.
     void mergeIntoOuter() noexcept;
     /// Clears what ended up as it was. For the outermost level; may throw.
     void revertUnchanged();
+    /// Room for all that `seal` may move.
+    void makeRoom(Storages& changes, std::vector<Storage const*>& oneOfEach) const;
     /// Makes the outermost level's changes final and moves the storages that still count into `changes`, which is empty
-    /// and has the room that `touchedCount` tells.
-    void seal(Storages& changes) noexcept;
-    std::size_t touchedCount() const noexcept { return m_touched.size(); }
+    /// like `oneOfEach` and has room; the latter gets the first of each class.
+    void seal(Storages& changes, std::vector<Storage const*>& oneOfEach) noexcept;
+    /// The same when there is nobody to tell.
+    void seal() noexcept;
     /// Restores the state at the beginning of the innermost level, and ends it.
     void rollBack() noexcept;
     /// Rolls back from the innermost level to the one named `serial`, that one included.
@@ -63,23 +70,21 @@ private:
         std::uint64_t serial;
         std::size_t first;   // where its storages begin
     };
-    struct Pool {
-        std::type_info const* type;   // of the elements; the storages of one class fit each other
-        std::vector<Storage*> free;
-        std::size_t made = 0;   // and not lost: `free` has room for them
-    };
-
     Storage& enter(Impl& element);
     Storage* take(Impl& element);
     void give(Storage* storage) noexcept;
-    Pool* poolOf(Impl const& element) noexcept;
+    StoragePool& poolOf(Impl const& element);
     void finishDeath(Impl& element) noexcept;
+    template <class Keep>
+    void sealEach(Keep const& keep) noexcept;
 
     ElementTable& m_table;
     Storages m_touched;
     std::vector<Level> m_levels;
-    std::vector<Pool> m_pools;
+    std::vector<std::unique_ptr<StoragePool>> m_pools;
     std::uint64_t m_lastSerial = 0;
+    std::uint64_t m_structure = 1;
+    std::uint64_t m_restructurings = 0;   // by the open transaction
 };
 
 }   // namespace tarn::zero::detail

@@ -1,41 +1,33 @@
 #include "tarn/zero/detail/ListenerList.h"
 
-#include <algorithm>
-#include <utility>
-
 namespace tarn::zero::detail {
-
-bool ListenerList::contains(Listener const* listener) const noexcept
-{
-    return m_holders && std::any_of(m_holders->begin(), m_holders->end(),
-                                    [&](auto const& holder) { return holder->listener() == listener; });
-}
 
 void ListenerList::add(std::shared_ptr<ListenerHolderBase> holder)
 {
-    auto changed = std::make_shared<Holders>();
-    changed->reserve(m_holders ? m_holders->size() + 1 : 1);
-    if (m_holders)
-        for (auto const& present : *m_holders)
+    auto changed = std::make_unique<Holders>();
+    changed->list.reserve(m_present.size() + 1);
+    if (m_present.m_holders)
+        for (auto const& present : m_present.m_holders->list)
             if (present->listener())   // one whose removal found no memory
-                changed->push_back(present);
-    changed->push_back(std::move(holder));
-    m_holders = std::move(changed);
+                changed->list.push_back(present);
+    changed->list.push_back(std::move(holder));
+    m_present = Snapshot{std::move(changed)};
 }
 
 void ListenerList::remove(Listener const* listener) noexcept
 {
-    if (!m_holders)
+    std::size_t const at = find(listener);
+    if (at == m_present.size())
         return;
-    auto const found = std::find_if(m_holders->begin(), m_holders->end(),
-                                    [&](auto const& holder) { return holder->listener() == listener; });
-    if (found == m_holders->end())
-        return;
-    std::shared_ptr<ListenerHolderBase> const holder = *found;
+    auto const& list = m_present.m_holders->list;
+    std::shared_ptr<ListenerHolderBase> const holder = list[at];
     try {
-        auto changed = std::make_shared<Holders>(*m_holders);
-        changed->erase(changed->begin() + (found - m_holders->begin()));
-        m_holders = std::move(changed);
+        auto changed = std::make_unique<Holders>();
+        changed->list.reserve(list.size() - 1);
+        for (auto const& present : list)
+            if (present != holder)
+                changed->list.push_back(present);
+        m_present = Snapshot{std::move(changed)};
     } catch (...) {
         // Without memory for a new list the invalidated holder stays in it, to be skipped.
     }
@@ -44,9 +36,17 @@ void ListenerList::remove(Listener const* listener) noexcept
 
 void ListenerList::clear() noexcept
 {
-    if (Snapshot const holders = std::exchange(m_holders, nullptr))
-        for (auto const& holder : *holders)
-            holder->invalidate();
+    Snapshot const last = std::exchange(m_present, Snapshot{});
+    for (std::size_t at = 0; at != last.size(); ++at)
+        last[at].invalidate();
+}
+
+std::size_t ListenerList::find(Listener const* listener) const noexcept
+{
+    std::size_t at = 0;
+    while (at != m_present.size() && m_present[at].listener() != listener)
+        ++at;
+    return at;
 }
 
 }   // namespace tarn::zero::detail

@@ -2,21 +2,57 @@
 
 #include "tarn/zero/ListenerHolder.h"
 
+#include <cstddef>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace tarn::zero::detail {
 
 /// The listeners of one model in order of registration. A snapshot stays as it was when the list changes, so that a
-/// list may be changed while it is being served; taking one costs a counted pointer.
+/// list may be changed while it is being served. Used on the model's thread: snapshots are counted without atomics.
 class ListenerList {
-public:
-    using Holders = std::vector<std::shared_ptr<ListenerHolderBase>>;
-    using Snapshot = std::shared_ptr<Holders const>;
+    struct Holders {
+        std::vector<std::shared_ptr<ListenerHolderBase>> list;
+        std::size_t users = 1;
+    };
 
-    bool empty() const noexcept { return !m_holders || m_holders->empty(); }
-    Snapshot const& snapshot() const noexcept { return m_holders; }
-    bool contains(Listener const* listener) const noexcept;
+public:
+    /// The list as it was; keeps its holders.
+    class Snapshot {
+    public:
+        Snapshot() = default;
+        Snapshot(Snapshot const& other) noexcept : m_holders{other.m_holders}
+        {
+            if (m_holders)
+                ++m_holders->users;
+        }
+        Snapshot(Snapshot&& other) noexcept : m_holders{std::exchange(other.m_holders, nullptr)} {}
+        Snapshot& operator=(Snapshot other) noexcept
+        {
+            std::swap(m_holders, other.m_holders);
+            return *this;
+        }
+        ~Snapshot()
+        {
+            if (m_holders && --m_holders->users == 0)
+                delete m_holders;
+        }
+
+        std::size_t size() const noexcept { return m_holders ? m_holders->list.size() : 0; }
+        ListenerHolderBase& operator[](std::size_t at) const noexcept { return *m_holders->list[at]; }
+
+    private:
+        friend class ListenerList;
+
+        explicit Snapshot(std::unique_ptr<Holders> holders) noexcept : m_holders{holders.release()} {}
+
+        Holders* m_holders = nullptr;
+    };
+
+    bool empty() const noexcept { return m_present.size() == 0; }
+    Snapshot const& snapshot() const noexcept { return m_present; }
+    bool contains(Listener const* listener) const noexcept { return find(listener) != m_present.size(); }
     void add(std::shared_ptr<ListenerHolderBase> holder);
     /// Removes and invalidates the listener's holder, if it has one. Finishes whatever happens.
     void remove(Listener const* listener) noexcept;
@@ -24,7 +60,9 @@ public:
     void clear() noexcept;
 
 private:
-    Snapshot m_holders;
+    std::size_t find(Listener const* listener) const noexcept;
+
+    Snapshot m_present;
 };
 
 }   // namespace tarn::zero::detail
