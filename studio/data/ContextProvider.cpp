@@ -43,7 +43,7 @@ std::shared_ptr<ContextProvider> childOf(Property::Impl const* property)
 void writeExisting(ContextData const& context, std::string_view name, PropertyValue const& value)
 {
     if (Property::Impl* const property = propertyOf(context, name))
-        inTransaction([&] { property->setValue(value); });
+        property->setValue(value);
 }
 
 }   // namespace
@@ -71,6 +71,7 @@ ContextProvider::ContextProvider()
 ContextProvider::~ContextProvider()
 {
     detail::ProviderTable::instance().remove(getId());
+    sharedModel()->noteRestructuring();
     destroyElement();
     rook::factory::full::retract(this);
 }
@@ -104,12 +105,18 @@ std::shared_ptr<ContextProvider> ContextProvider::getChildContextProvider(std::s
 
 PropertyValue ContextProvider::getPropertyValue(std::string const& name) const
 {
+    Property::Impl const* const found = findPropertyAt(name);
+    return found ? found->getValue() : PropertyValue{};
+}
+
+Property::Impl* ContextProvider::findPropertyAt(std::string_view path) const
+{
     // The dots are followed to their end even when the value is known: a provider in mid-destruction on the way is an
     // error wherever it stands.
-    Property::Impl const* found = nullptr;
+    Property::Impl* found = nullptr;
     std::shared_ptr<ContextProvider> child;
     ContextProvider const* provider = this;
-    for (std::string_view rest = name;;) {
+    for (std::string_view rest = path;;) {
         if (!found)
             found = provider->findProperty(rest);
         std::size_t const dot = rest.find(SEPARATOR);
@@ -122,7 +129,7 @@ PropertyValue ContextProvider::getPropertyValue(std::string const& name) const
         provider = child.get();
         rest.remove_prefix(dot + 1);
     }
-    return found ? found->getValue() : PropertyValue{};
+    return found;
 }
 
 std::vector<std::string> ContextProvider::getPropertyNames() const

@@ -61,6 +61,8 @@ public:
     bool hasProperty(std::string const& name) const;
     /// The same, borrowed and uncounted: null if there is none, good until the context changes.
     Property::Impl* findProperty(std::string_view name) const;
+    /// The property that `getPropertyValue` reads, borrowed as well.
+    Property::Impl* findPropertyAt(std::string_view path) const;
     /// The provider that the property of exactly that name refers to; null if there is none.
     std::shared_ptr<ContextProvider> getChildContextProvider(std::string const& name) const;
     /// The value of that name, dots leading through children; undefined if there is none. A property whose own name

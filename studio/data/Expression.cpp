@@ -3,18 +3,45 @@
 #include "studio/data/DataSource.h"
 #include "studio/data/ExpressionEngine.h"
 #include "studio/data/ExpressionHandle.h"
+#include "studio/data/detail/ExpressionSymbol.h"
 
-#include <set>
+#include <algorithm>
+#include <numeric>
 #include <utility>
 
 namespace studio::data {
 
+/// Answers from the symbols, which know where their paths end.
+class Expression::Source final : public gel::DataSource {
+public:
+    explicit Source(Expression const& reader) noexcept : expression{reader} {}
+
+    gel::Value lookup(std::string const&) const override { return gel::Value{}; }
+    gel::Value fetch(std::size_t index, std::string const&) const override
+    {
+        if (index >= expression.symbols.size())
+            return gel::Value{};   // there is no root
+        Property::Impl const* const property = expression.engine->endOf(*expression.symbols[index]);
+        return property ? data::DataSource::toGelValue(property->getValue()) : gel::Value{};
+    }
+
+private:
+    Expression const& expression;
+};
+
 Expression::Expression(std::string const& expressionText, ExpressionEngine* owner)
-    : engine{owner}, text{expressionText}, program{text}, number{owner->nextNumber()}
+    : engine{owner}, text{expressionText}, number{owner->nextNumber()}, program{text}
 {
-    for (std::string const& symbol : program.symbols()) {
-        engine->acquireSymbol(symbol, text);
-        symbols.insert(symbol);
+    if (engine->rootProvider) {
+        symbols.resize(program.symbolCount());
+        // In order of their names, whatever order the text has.
+        boost::container::small_vector<std::size_t, 8> order(symbols.size());
+        std::iota(order.begin(), order.end(), std::size_t{0});
+        std::sort(order.begin(), order.end(), [this](std::size_t left, std::size_t right) {
+            return program.symbolAt(left) < program.symbolAt(right);
+        });
+        for (std::size_t const index : order)
+            symbols[index] = &engine->bindSymbol(program.symbolAt(index), text);
     }
     evaluate();
 }
@@ -26,7 +53,7 @@ Expression::~Expression()
 
 void Expression::evaluate()
 {
-    PropertyValue result = DataSource::toPropertyValue(program.eval(DataSource{engine->rootProvider}));
+    PropertyValue result = DataSource::toPropertyValue(program.evalPinned(Source{*this}));
     if (result == value)
         return;
     value = std::move(result);
@@ -35,38 +62,39 @@ void Expression::evaluate()
 
 void Expression::addHandle(ExpressionHandle& handle)
 {
-    inOrder.reserve(inOrder.size() + 1 > inOrder.capacity() ? 2 * inOrder.size() + 1 : inOrder.capacity());
-    handles.insert(&handle);
-    handle.position = inOrder.size();
-    inOrder.push_back(&handle);
+    handles.push_back(&handle);
+    handle.position = handles.size() - 1;
 }
 
 bool Expression::removeHandle(ExpressionHandle& handle) noexcept
 {
-    if (handles.erase(&handle) == 0)
+    if (handle.position >= handles.size() || handles[handle.position] != &handle)
         return false;
-    inOrder[handle.position] = nullptr;
+    if (passes == 0 && handle.position + 1 == handles.size()) {
+        handles.pop_back();
+        return true;
+    }
+    handles[handle.position] = nullptr;
     ++gaps;
-    if (passes == 0 && gaps > inOrder.size() / 2)
+    if (passes == 0 && gaps > handles.size() / 2)
         closeGaps();
     return true;
 }
 
 void Expression::detachHandles() noexcept
 {
-    for (ExpressionHandle*& handle : inOrder)
+    for (ExpressionHandle*& handle : handles)
         if (ExpressionHandle* const present = std::exchange(handle, nullptr))
             present->expression = nullptr;
-    gaps = inOrder.size();
-    handles.clear();
+    gaps = handles.size();
 }
 
 void Expression::retire() noexcept
 {
     if (std::exchange(retired, true))
         return;
-    for (std::string const& symbol : symbols)
-        engine->releaseSymbol(symbol, text);
+    for (detail::ExpressionSymbol* const symbol : symbols)
+        engine->releaseSymbol(*symbol, text);
 }
 
 void Expression::notifyHandles()
@@ -80,24 +108,24 @@ void Expression::notifyHandles()
         }
         Expression& expression;
     };
-    if (inOrder.empty())
+    if (handles.empty())
         return;
     Pass const pass{*this};
-    std::size_t const count = inOrder.size();   // handles that a callback acquires have had their first call
+    std::size_t const count = handles.size();   // handles that a callback acquires have had their first call
     for (std::size_t i = 0; i != count; ++i)
-        if (ExpressionHandle const* const handle = inOrder[i])
+        if (ExpressionHandle const* const handle = handles[i])
             handle->call(*this);
 }
 
 void Expression::closeGaps() noexcept
 {
     std::size_t kept = 0;
-    for (ExpressionHandle* const handle : inOrder)
+    for (ExpressionHandle* const handle : handles)
         if (handle) {
             handle->position = kept;
-            inOrder[kept++] = handle;
+            handles[kept++] = handle;
         }
-    inOrder.resize(kept);
+    handles.resize(kept);
     gaps = 0;
 }
 

@@ -3,25 +3,29 @@
 #include "gel/Program.h"
 #include "studio/data/PropertyValue.h"
 
+#include <boost/container/small_vector.hpp>
 #include <boost/core/noncopyable.hpp>
+#include <boost/smart_ptr/intrusive_ptr.hpp>
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <string>
-#include <unordered_set>
-#include <utility>
-#include <vector>
 
 namespace studio::data {
 
 class ExpressionEngine;
 class ExpressionHandle;
+class Invariants;
+namespace detail {
+struct ExpressionSymbol;
+}
 
 /// The one state of a text inside an engine: its symbols, its value and who watches it. Kept alive by the engine while
-/// it has handles, and by whatever call is running on it.
-class Expression : public std::enable_shared_from_this<Expression>, private boost::noncopyable {
+/// it has handles, and by whatever call is running on it. Counted without atomics: an engine lives on one thread.
+class Expression : private boost::noncopyable {
 public:
+    using Pin = boost::intrusive_ptr<Expression>;
+
     /// Registers the text's symbols with the engine and evaluates. If parsing throws, nothing is registered; if
     /// evaluating throws, the symbols stay registered until the text is acquired and released.
     Expression(std::string const& text, ExpressionEngine* engine);
@@ -32,9 +36,11 @@ public:
     /// callback throws: in the first case nothing has changed, in the second the later handles are not called.
     void evaluate();
 
+    /// *Throws* `std::bad_alloc`; the handle is not in then.
     void addHandle(ExpressionHandle& handle);
     /// False if the handle is not one of this expression.
     bool removeHandle(ExpressionHandle& handle) noexcept;
+    bool hasHandles() const noexcept { return handles.size() != gaps; }
     /// Detaches every handle: the engine goes.
     void detachHandles() noexcept;
     /// The engine let go: releases the symbols at once, also while a call keeps the expression.
@@ -43,26 +49,35 @@ public:
     void abandon() noexcept { retired = true; }
     bool isRetired() const noexcept { return retired; }
 
-    ExpressionEngine* engine;
-    std::string text;
-    std::unordered_set<std::string> symbols;
-    std::unordered_set<ExpressionHandle*> handles;
+    ExpressionEngine* const engine;
+    std::string const text;
     PropertyValue value{false};
 
 private:
     friend class ExpressionEngine;
     friend class Invariants;
+    friend void intrusive_ptr_add_ref(Expression* expression) noexcept { ++expression->pins; }
+    friend void intrusive_ptr_release(Expression* expression) noexcept
+    {
+        if (--expression->pins == 0)
+            delete expression;
+    }
+
+    class Source;
 
     void notifyHandles();
     void closeGaps() noexcept;
 
-    gel::Program program;
-    std::vector<ExpressionHandle*> inOrder;   // the handles by acquisition; null where one was released
-    std::size_t gaps = 0;
-    unsigned passes = 0;   // walks over inOrder that are under way
-    bool retired = false;
     std::uint64_t number;      // by acquisition
     std::uint64_t stamp = 0;   // the last report that touched it
+    gel::Program program;
+    // By their numbers in the program; none if there is no root.
+    boost::container::small_vector<detail::ExpressionSymbol*, 2> symbols;
+    boost::container::small_vector<ExpressionHandle*, 1> handles;   // by acquisition; null where one was released
+    std::size_t gaps = 0;
+    std::uint32_t pins = 0;
+    std::uint32_t passes = 0;   // walks over the handles that are under way
+    bool retired = false;
 };
 
 }   // namespace studio::data

@@ -4,6 +4,7 @@
 #include "studio/data/Expression.h"
 #include "studio/data/ProviderRegistry.h"
 #include "studio/data/detail/ExpressionBatch.h"
+#include "studio/data/detail/ExpressionTables.h"
 #include "tarn/zero/ModelImpl.h"
 
 #include <boost/container_hash/hash.hpp>
@@ -14,12 +15,6 @@
 
 namespace studio::data {
 
-namespace {
-
-constexpr char SEPARATOR = '.';
-
-}   // namespace
-
 std::size_t ExpressionEngine::LeafHash::operator()(Leaf const& leaf) const noexcept
 {
     std::size_t seed = 0;
@@ -28,7 +23,8 @@ std::size_t ExpressionEngine::LeafHash::operator()(Leaf const& leaf) const noexc
     return seed;
 }
 
-ExpressionEngine::ExpressionEngine(std::shared_ptr<ContextProvider> provider) : rootProvider{std::move(provider)}
+ExpressionEngine::ExpressionEngine(std::shared_ptr<ContextProvider> provider)
+    : rootProvider{std::move(provider)}, tables{std::make_unique<Tables>(*this)}
 {
     ContextProvider::sharedModel()->addDeepListener(this);
 }
@@ -40,37 +36,34 @@ ExpressionEngine::~ExpressionEngine()
     ContextProvider::sharedModel()->removeListener(this);
     for (Frame* frame = running; frame; frame = frame->outer)
         frame->engineGone = true;
-    for (auto const& entry : expressions)
-        if (entry.second)
-            entry.second->detachHandles();
-    for (auto const& entry : std::exchange(expressions, {}))
-        if (entry.second)
-            entry.second->retire();
+    for (Expression::Pin const& expression : tables->expressions)
+        expression->detachHandles();
+    for (Expression::Pin const& expression : tables->expressions) {
+        forget(*expression);
+        expression->retire();
+    }
 }
 
 std::unique_ptr<ExpressionHandle> ExpressionEngine::acquireExpression(std::string const& text, Callback const& callback)
 {
     auto handle = std::make_unique<ExpressionHandle>(nullptr, callback);
-    handle->text = text;
-    // By design: a failed construction leaves the empty entry, and the symbols that were bound by then.
-    std::shared_ptr<Expression>& entry = expressions[text];
+    Expression::Pin expression{tables->expressions.find(text)};
     PropertyValue value;   // copied before anybody is subscribed: to unsubscribe would unbind symbols
-    if (entry) {
-        value = entry->value;
-        entry->addHandle(*handle);
+    if (expression) {
+        value = expression->value;
+        expression->addHandle(*handle);
     } else {
-        auto made = std::make_shared<Expression>(text, this);
+        // By design: a failed construction leaves the symbols that were bound by then.
+        expression = new Expression{text, this};
         try {
-            value = made->value;
-            made->addHandle(*handle);
-            attach(*made);
+            value = expression->value;
+            expression->addHandle(*handle);
+            attach(*expression);
         } catch (...) {
-            made->abandon();
+            expression->abandon();
             throw;
         }
-        entry = std::move(made);
     }
-    std::shared_ptr<Expression> const expression = entry;
     handle->expression = expression.get();
     handle->call(*expression, value);
     return handle;
@@ -82,42 +75,46 @@ void ExpressionEngine::releaseExpression(ExpressionHandle* handle) noexcept
     if (!expression || expression->engine != this)
         return;
     handle->expression = nullptr;
-    if (!expression->removeHandle(*handle) || !expression->handles.empty())
+    if (!expression->removeHandle(*handle) || expression->hasHandles())
         return;
-    auto const entry = expressions.find(handle->text);
-    std::shared_ptr<Expression> const last = std::move(entry->second);
-    expressions.erase(entry);
+    Expression::Pin const last = tables->expressions.extract(expression->text);
     detach(*last);
 }
 
 Expression* ExpressionEngine::findExpression(std::string const& text) const
 {
-    auto const entry = expressions.find(text);
-    return entry == expressions.end() ? nullptr : entry->second.get();
+    return tables->expressions.find(text);
 }
 
 std::unordered_set<std::string> const* ExpressionEngine::findExpressions(std::string const& symbol) const
 {
-    auto const entry = symbolExpressions.find(symbol);
-    return entry == symbolExpressions.end() ? nullptr : &entry->second;
+    Symbol const* const known = tables->symbols.find(symbol);
+    return known && !known->expressions.empty() ? &known->expressions : nullptr;
+}
+
+std::vector<ExpressionEngine::Leaf> ExpressionEngine::findLeaves(boost::uuids::uuid const& id,
+                                                                 std::string_view name) const
+{
+    std::vector<Leaf> found;
+    if (detail::ExpressionPlace const* const place = tables->leaves.find(id, name))
+        for (detail::ExpressionPlace::Leaf const& leaf : place->leaves)
+            found.push_back({leaf.symbol->text, leaf.symbol->leaves[leaf.at].offset});
+    return found;
 }
 
 void ExpressionEngine::updateExpression(std::string const& text) const
 {
-    auto const entry = expressions.find(text);
-    if (entry == expressions.end() || !entry->second)
-        return;
-    std::shared_ptr<Expression> const pinned = entry->second;
-    pinned->evaluate();
+    if (Expression::Pin const pinned{tables->expressions.find(text)})
+        pinned->evaluate();
 }
 
+/// Enters a new expression, from now on known and told of changes.
 void ExpressionEngine::attach(Expression& expression)
 {
-    if (!rootProvider)
-        return;
     try {
-        for (std::string const& symbol : expression.symbols)
-            bindings.find(symbol)->second.expressions.push_back(&expression);
+        for (Symbol* const symbol : expression.symbols)
+            symbol->readers.push_back(&expression);
+        tables->expressions.insert(Expression::Pin{&expression});
     } catch (...) {
         forget(expression);
         throw;
@@ -132,134 +129,103 @@ void ExpressionEngine::detach(Expression& expression) noexcept
 
 void ExpressionEngine::forget(Expression& expression) noexcept
 {
-    for (std::string const& symbol : expression.symbols)
-        if (auto const binding = bindings.find(symbol); binding != bindings.end()) {
-            auto& users = binding->second.expressions;
-            if (auto const user = std::find(users.begin(), users.end(), &expression); user != users.end()) {
-                *user = users.back();   // order is by the expressions' numbers, not by place
-                users.pop_back();
-            }
+    for (Symbol* const symbol : expression.symbols) {
+        auto& readers = symbol->readers;
+        if (auto const reader = std::find(readers.begin(), readers.end(), &expression); reader != readers.end()) {
+            *reader = readers.back();   // order is by the expressions' numbers, not by place
+            readers.pop_back();
         }
+    }
 }
 
 void ExpressionEngine::acquireSymbol(std::string const& symbol, std::string const& text)
 {
-    if (!rootProvider)
-        return;
-    auto const [entry, isNew] = symbolExpressions.try_emplace(symbol);
-    auto binding = bindings.end();
-    try {
-        binding = bindings.try_emplace(entry->first).first;
-        entry->second.insert(text);
-    } catch (...) {
-        if (isNew) {
-            bindings.erase(entry->first);
-            symbolExpressions.erase(entry);
-        }
-        throw;
-    }
-    binding->second.provisional |= ContextProvider::sharedModel()->isInTransaction();
-    bindPath(*binding, 0, rootProvider);
+    if (rootProvider)
+        bindSymbol(symbol, text);
 }
 
 void ExpressionEngine::releaseSymbol(std::string const& symbol, std::string const& text) noexcept
 {
-    auto const entry = symbolExpressions.find(symbol);
-    if (entry == symbolExpressions.end())
-        return;
-    auto const binding = bindings.find(entry->first);
-    if (binding != bindings.end())
-        unbindFrom(*binding, 0);
-    entry->second.erase(text);
-    if (!entry->second.empty())
-        return;
-    if (binding != bindings.end())
-        bindings.erase(binding);
-    symbolExpressions.erase(entry);
+    if (Symbol* const known = tables->symbols.find(symbol))
+        releaseSymbol(*known, text);
+}
+
+ExpressionEngine::Symbol& ExpressionEngine::bindSymbol(std::string_view name, std::string const& text)
+{
+    Symbol* const known = tables->symbols.find(name);
+    Symbol& symbol = known ? *known : tables->symbols.insert(std::make_unique<Symbol>(name));
+    try {
+        symbol.expressions.insert(text);
+    } catch (...) {
+        dropIfUnused(symbol);
+        throw;
+    }
+    symbol.provisional |= ContextProvider::sharedModel()->isInTransaction();
+    bindPath(symbol, 0, rootProvider);
+    return symbol;
+}
+
+void ExpressionEngine::releaseSymbol(Symbol& symbol, std::string const& text) noexcept
+{
+    unbindFrom(symbol, 0);
+    symbol.expressions.erase(text);
+    dropIfUnused(symbol);
+}
+
+void ExpressionEngine::dropIfUnused(Symbol& symbol) noexcept
+{
+    if (symbol.expressions.empty() && symbol.readers.empty())
+        tables->symbols.extract(symbol.text);
 }
 
 void ExpressionEngine::acquireLeaf(std::string_view symbol, unsigned long offset,
                                    std::shared_ptr<ContextProvider> provider)
 {
-    if (auto const binding = bindings.find(symbol); binding != bindings.end())
-        bindPath(*binding, offset, std::move(provider));
+    if (Symbol* const known = tables->symbols.find(symbol))
+        bindPath(*known, offset, provider);
 }
 
 void ExpressionEngine::releaseLeaf(std::string_view symbol, unsigned long offset)
 {
     static_cast<void>(symbol.substr(offset));   // refuses an offset past the end
-    if (auto const binding = bindings.find(symbol); binding != bindings.end())
-        unbindFrom(*binding, offset);
+    if (Symbol* const known = tables->symbols.find(symbol))
+        unbindFrom(*known, offset);
 }
 
-void ExpressionEngine::bindPath(Bindings::value_type& symbol, unsigned long offset,
-                                std::shared_ptr<ContextProvider> provider)
+void ExpressionEngine::bindPath(Symbol& symbol, unsigned long offset, std::shared_ptr<ContextProvider> const& provider)
 {
-    while (provider) {
-        std::string_view const rest = symbol.first.substr(offset);
-        std::size_t const dot = rest.find(SEPARATOR);
-        std::string_view const name = rest.substr(0, dot);
-        bindLeaf(symbol, offset, name, provider->getId());
-        if (dot == std::string_view::npos)
+    std::shared_ptr<ContextProvider> child;
+    for (ContextProvider const* current = provider.get(); current; current = child.get()) {
+        if (offset > symbol.text.size())
+            throw std::out_of_range{"an offset past the end of a symbol"};
+        std::string_view const name = symbol.componentAt(offset);
+        Property::Impl* const property = current->findProperty(name);
+        tables->leaves.bind(symbol, offset, current->getId(), property);
+        offset += name.size() + 1;
+        if (offset > symbol.text.size() || !property || !property->getValue().isUUID())
             return;
-        Property::Impl const* const property = provider->findProperty(name);
-        if (!property || !property->getValue().isUUID())
-            return;
-        provider = model::getContextProvider(property->getValue().getUUID());
-        offset += dot + 1;
+        child = model::getContextProvider(property->getValue().getUUID());
     }
 }
 
-void ExpressionEngine::bindLeaf(Bindings::value_type& symbol, unsigned long offset, std::string_view name,
-                                boost::uuids::uuid const& provider)
+void ExpressionEngine::unbindFrom(Symbol& symbol, unsigned long offset) noexcept
 {
-    auto& own = symbol.second.leaves;
-    own.reserve(own.size() + 1 > own.capacity() ? 2 * own.size() + 1 : own.capacity());
-    try {
-        NamedLeaves& named = leaves[provider];
-        if (!named[name].insert({symbol.first, offset}).second)
-            return;
-    } catch (...) {
-        removeLeaf(name, {symbol.first, offset}, provider);   // no empty entries
-        throw;
+    tables->leaves.unbindIf(symbol, [offset](Symbol::Leaf const& leaf) { return leaf.offset >= offset; });
+    if (symbol.leaves.empty())
+        symbol.provisional = false;
+}
+
+/// The property that an evaluation reads for a symbol, borrowed; null if there is none.
+Property::Impl const* ExpressionEngine::endOf(Symbol& symbol) const
+{
+    tarn::zero::Model::Impl const& model = *ContextProvider::sharedModel().get();
+    if (model.isInTransaction())
+        return rootProvider->findPropertyAt(symbol.text);
+    if (symbol.endStructure != model.structure()) {
+        symbol.end = rootProvider->findPropertyAt(symbol.text);
+        symbol.endStructure = model.structure();
     }
-    symbol.second.provisional |= !own.empty() && own.back().offset >= offset;
-    own.push_back({provider, offset});
-}
-
-void ExpressionEngine::unbindFrom(Bindings::value_type& symbol, unsigned long offset) noexcept
-{
-    unbindIf(symbol, [offset](BoundLeaf const& leaf) { return leaf.offset >= offset; });
-    if (symbol.second.leaves.empty())
-        symbol.second.provisional = false;
-}
-
-void ExpressionEngine::removeLeaf(std::string_view name, Leaf const& leaf, boost::uuids::uuid const& provider) noexcept
-{
-    auto const context = leaves.find(provider);
-    if (context == leaves.end())
-        return;
-    NamedLeaves& named = context->second;
-    if (auto const entry = named.find(name); entry != named.end()) {
-        entry->second.erase(leaf);
-        if (entry->second.empty()) {
-            named.erase(entry);
-        } else {
-            // The key may be a view into the symbol that leaves: make it one into a symbol that stays.
-            Leaf const& other = *entry->second.begin();
-            auto node = named.extract(entry);
-            node.key() = other.symbol.substr(other.offset, name.size());
-            named.insert(std::move(node));
-        }
-    }
-    if (named.empty() && provider != rootProvider->getId())
-        leaves.erase(context);
-}
-
-std::string_view ExpressionEngine::componentAt(std::string_view symbol, unsigned long offset) noexcept
-{
-    std::string_view const rest{symbol.data() + offset, symbol.size() - offset};
-    return rest.substr(0, rest.find(SEPARATOR));
+    return symbol.end;
 }
 
 }   // namespace studio::data

@@ -5,18 +5,15 @@
 #include "studio/data/model/PropertyImpl.h"
 #include "tarn/zero/ChangeReport.h"
 #include "tarn/zero/Listener.h"
-#include "tarn/zero/services/Hashers.h"
 
 #include <boost/uuid/uuid.hpp>
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -25,6 +22,10 @@ namespace studio::data {
 class ContextProvider;
 class Expression;
 class Invariants;   // of the tests: may look at everything
+namespace detail {
+class ExpressionLeaves;
+struct ExpressionSymbol;
+}   // namespace detail
 
 /// Evaluates expressions over the properties of one root context and tells its subscribers when a value changes.
 ///
@@ -42,7 +43,7 @@ public:
 
     /// One step of a symbol's path: the component of `symbol` that begins at `offset`.
     struct Leaf {
-        std::string_view symbol;   // of a key of symbolExpressions
+        std::string_view symbol;   // the whole; good for as long as an expression names it
         unsigned long offset;
 
         friend bool operator==(Leaf const& left, Leaf const& right) noexcept
@@ -73,6 +74,8 @@ public:
     Expression* findExpression(std::string const& text) const;
     /// The texts of the expressions that name `symbol`; null if there are none.
     std::unordered_set<std::string> const* findExpressions(std::string const& symbol) const;
+    /// The leaves that pass through property `name` of the context of that id, in no particular order.
+    std::vector<Leaf> findLeaves(boost::uuids::uuid const& id, std::string_view name) const;
     /// Evaluates an acquired text now; ignores one that nobody holds.
     void updateExpression(std::string const& text) const;
 
@@ -97,73 +100,34 @@ private:
     friend class ExpressionHandle;
     friend class Invariants;
 
-    struct BoundLeaf {
-        boost::uuids::uuid provider;
-        unsigned long offset;
-    };
-    /// The first place of a path that a report touched.
-    struct Cut {
-        unsigned long offset;
-        bool keepsLeaf;   // the leaf there stays: its context does
-        friend bool operator<(Cut const& left, Cut const& right) noexcept
-        {
-            return left.offset != right.offset ? left.offset < right.offset : left.keepsLeaf < right.keepsLeaf;
-        }
-    };
-    /// A symbol's own side of the table of leaves: what it holds there, and who reads it.
-    struct Binding {
-        std::vector<BoundLeaf> leaves;          // in the order of the path, unless provisional
-        std::vector<Expression*> expressions;   // that are whole and not retired
-        bool provisional = false;   // bound inside a transaction: the leaves may be of paths that never were
-        std::uint64_t stamp = 0;    // the last report that touched it
-        Cut cut{};                  // where that report cuts the path
-    };
+    using Symbol = detail::ExpressionSymbol;
     struct Batch;
     struct Frame;
-
-    using Hasher = tarn::zero::services::hashers::TARN0Hasher<boost::uuids::uuid>;
-    using LeafSet = std::unordered_set<Leaf, LeafHash>;
-    using NamedLeaves = std::unordered_map<std::string_view, LeafSet>;
-    using Bindings = std::unordered_map<std::string_view, Binding>;
+    struct Tables;
 
     std::uint64_t nextNumber() noexcept { return ++lastNumber; }
     void attach(Expression& expression);
     void detach(Expression& expression) noexcept;
     void forget(Expression& expression) noexcept;
 
-    void bindPath(Bindings::value_type& symbol, unsigned long offset, std::shared_ptr<ContextProvider> provider);
-    void bindLeaf(Bindings::value_type& symbol, unsigned long offset, std::string_view name,
-                  boost::uuids::uuid const& provider);
-    void unbindFrom(Bindings::value_type& symbol, unsigned long offset) noexcept;
-    /// Unbinds the leaves that `isLeaving` chooses.
-    template <class Test>
-    void unbindIf(Bindings::value_type& symbol, Test const& isLeaving) noexcept
-    {
-        auto& own = symbol.second.leaves;
-        auto const kept = std::remove_if(own.begin(), own.end(), [&](BoundLeaf const& leaf) {
-            if (!isLeaving(leaf))
-                return false;
-            removeLeaf(componentAt(symbol.first, leaf.offset), {symbol.first, leaf.offset}, leaf.provider);
-            return true;
-        });
-        own.erase(kept, own.end());
-    }
-    void removeLeaf(std::string_view name, Leaf const& leaf, boost::uuids::uuid const& provider) noexcept;
-    static std::string_view componentAt(std::string_view symbol, unsigned long offset) noexcept;
+    Symbol& bindSymbol(std::string_view name, std::string const& text);
+    void releaseSymbol(Symbol& symbol, std::string const& text) noexcept;
+    void dropIfUnused(Symbol& symbol) noexcept;
+    void bindPath(Symbol& symbol, unsigned long offset, std::shared_ptr<ContextProvider> const& provider);
+    void unbindFrom(Symbol& symbol, unsigned long offset) noexcept;
+    Property::Impl const* endOf(Symbol& symbol) const;
 
     void process(tarn::zero::ReportData const& report);
-    void touchProperty(Property::Impl const& property, Batch& batch);
+    void touchAll(tarn::zero::ReportData const& report, Batch& batch);
+    void touchProperty(Property::Impl& property, tarn::zero::ReportData::Storage const& change, bool isSettled,
+                       Batch& batch);
     void touchContext(boost::uuids::uuid const& id, Batch& batch);
-    void touch(Leaf const& leaf, bool keepsLeaf, Batch& batch);
-    void rebind(Bindings::value_type& symbol);
+    void touch(Symbol& symbol, unsigned long offset, bool keepsLeaf, Batch& batch);
+    void rebind(Symbol& symbol);
     void collect(Batch& batch) const;
 
     std::shared_ptr<ContextProvider> rootProvider;
-    std::unordered_map<boost::uuids::uuid, NamedLeaves, Hasher> leaves;
-    std::unordered_map<std::string, std::unordered_set<std::string>> symbolExpressions;
-    std::unordered_map<std::string, std::shared_ptr<Expression>> expressions;
-
-    Bindings bindings;   // by the keys of symbolExpressions
+    std::unique_ptr<Tables> tables;   // the expressions by text, the symbols by name, the leaves by context and name
     std::uint64_t lastNumber = 0;
     std::uint64_t lastStamp = 0;
     Frame* running = nullptr;                           // the innermost report under way

@@ -3,6 +3,7 @@
 #include "studio/data/ExpressionEngine.h"
 #include "studio/data/ProviderRegistry.h"
 #include "studio/data/detail/ExpressionBatch.h"
+#include "studio/data/detail/ExpressionTables.h"
 #include "tarn/zero/ModelImpl.h"
 
 #include <algorithm>
@@ -11,41 +12,33 @@ namespace studio::data {
 
 void ExpressionEngine::transactionCommitted(tarn::zero::DeepChangeReport<Property> const& report)
 {
-    process(*report.data());
+    process(report.report());
 }
 
 void ExpressionEngine::transactionCommitted(tarn::zero::ShallowChangeReport<ContextData> const& report)
 {
     // A report that has both was worked off whole with its properties: what reads several changes is evaluated once.
-    if (!report.data()->containsElementChanges(Property::Impl::classImpl()))
-        process(*report.data());
+    if (!report.report().containsElementChanges(Property::Impl::classImpl()))
+        process(report.report());
 }
 
 void ExpressionEngine::process(tarn::zero::ReportData const& report)
 {
-    using tarn::zero::ReportData;
-    if (bindings.empty())
+    if (tables->symbols.empty())
         return;
     Frame frame{*this};
     Batch& batch = *frame.batch;
     ++lastStamp;
-    for (ReportData::Storage const* const storage : report.storages()) {
-        ReportData::Kind const kind = ReportData::kindOf(*storage);
-        tarn::zero::ModelElement const& element = storage->element();
-        // What a later transaction has destroyed by now comes with that one's report.
-        if (!element && kind != ReportData::Kind::Destroyed)
-            continue;
-        if (auto const* const property = tarn::zero::elementCast<Property>(element))
-            touchProperty(*property, batch);
-        else if (kind != ReportData::Kind::Modified && tarn::zero::isInstance<ContextData>(element))
-            touchContext(element.Uuid(), batch);
+    try {
+        touchAll(report, batch);
+        for (Symbol* const symbol : batch.symbols)
+            rebind(*symbol);
+        collect(batch);
+    } catch (...) {
+        tables->leaves.distrust();
+        throw;
     }
-    if (batch.symbols.empty())
-        return;
-    for (Bindings::value_type* const symbol : batch.symbols)
-        rebind(*symbol);
-    collect(batch);
-    for (std::shared_ptr<Expression> const& expression : batch.expressions) {
+    for (Expression::Pin const& expression : batch.expressions) {
         if (expression->isRetired())
             continue;
         expression->evaluate();
@@ -54,68 +47,93 @@ void ExpressionEngine::process(tarn::zero::ReportData const& report)
     }
 }
 
-void ExpressionEngine::touchProperty(Property::Impl const& property, Batch& batch)
+void ExpressionEngine::touchAll(tarn::zero::ReportData const& report, Batch& batch)
 {
-    ContextData::Impl const* const owner = property.ownerImpl();
-    if (!owner)
-        return;
-    auto const context = leaves.find(owner->identifier());
-    if (context == leaves.end())
-        return;
-    auto const named = context->second.find(property.getName());
-    if (named == context->second.end())
-        return;
-    for (Leaf const& leaf : named->second)
-        touch(leaf, true, batch);
+    using tarn::zero::ReportData;
+    tarn::zero::Model::Impl const& model = *ContextProvider::sharedModel().get();
+    // Else a later commit, of which this engine hears next, has changed what leads where.
+    bool const isSettled = report.structure() == model.structure() && !model.isInTransaction();
+    if (isSettled)
+        tables->leaves.settle();
+    for (ReportData::Storage const* const storage : report.storages()) {
+        ReportData::Kind const kind = ReportData::kindOf(*storage);
+        tarn::zero::ModelElement const& element = storage->element();
+        // What a later transaction has destroyed by now comes with that one's report.
+        if (!element && kind != ReportData::Kind::Destroyed)
+            continue;
+        if (auto* const property = tarn::zero::elementCast<Property>(element))
+            touchProperty(*property, *storage, isSettled, batch);
+        else if (kind != ReportData::Kind::Modified && tarn::zero::isInstance<ContextData>(element))
+            touchContext(element.Uuid(), batch);
+    }
+}
+
+void ExpressionEngine::touchProperty(Property::Impl& property, tarn::zero::ReportData::Storage const& change,
+                                     bool isSettled, Batch& batch)
+{
+    using tarn::zero::ReportData;
+    detail::ExpressionPlace* place = nullptr;
+    bool const isInPlace = isSettled && ReportData::kindOf(change) == ReportData::Kind::Modified &&
+                           !change.isChanged(Property::Impl::NAME) && !change.isChanged(Property::Impl::OWNER);
+    detail::ExpressionLeaves::Way const way =
+        isInPlace ? tables->leaves.from(property) : detail::ExpressionLeaves::Way{nullptr, false};
+    if (way.isCertain) {
+        place = way.place;
+    } else {
+        ContextData::Impl const* const owner = property.ownerImpl();
+        place = owner ? tables->leaves.find(owner->identifier(), property.getName()) : nullptr;
+        tables->leaves.repin(property, place, isSettled);
+    }
+    if (place)
+        for (detail::ExpressionPlace::Leaf const& leaf : place->leaves)
+            touch(*leaf.symbol, leaf.symbol->leaves[leaf.at].offset, true, batch);
 }
 
 void ExpressionEngine::touchContext(boost::uuids::uuid const& id, Batch& batch)
 {
-    auto const context = leaves.find(id);
-    if (context == leaves.end())
+    detail::ExpressionContext const* const context = tables->leaves.findContext(id);
+    if (!context)
         return;
     // What was destroyed may have been a copy under the same UUID.
     bool const exists = static_cast<bool>(ContextProvider::sharedModel()->findElement(id, 1));
-    for (auto const& named : context->second)
-        for (Leaf const& leaf : named.second)
-            touch(leaf, exists, batch);
+    for (detail::ExpressionPlace const& place : context->places)
+        for (detail::ExpressionPlace::Leaf const& leaf : place.leaves)
+            touch(*leaf.symbol, leaf.symbol->leaves[leaf.at].offset, exists, batch);
 }
 
-void ExpressionEngine::touch(Leaf const& leaf, bool keepsLeaf, Batch& batch)
+void ExpressionEngine::touch(Symbol& symbol, unsigned long offset, bool keepsLeaf, Batch& batch)
 {
-    auto const symbol = bindings.find(leaf.symbol);
-    Binding& binding = symbol->second;
-    Cut const cut{leaf.offset, keepsLeaf};
-    if (binding.stamp == lastStamp) {
-        binding.cut = std::min(binding.cut, cut);
+    Symbol::Cut const cut{offset, keepsLeaf};
+    if (symbol.stamp == lastStamp) {
+        symbol.cut = std::min(symbol.cut, cut);
         return;
     }
-    batch.symbols.push_back(&*symbol);
-    binding.stamp = lastStamp;
-    binding.cut = cut;
+    batch.symbols.push_back(&symbol);
+    symbol.stamp = lastStamp;
+    symbol.cut = cut;
 }
 
 /// Binds a touched symbol as a fresh acquisition would: what lies beyond the cut is unbound, and the path is walked
 /// once from there along the values of now.
-void ExpressionEngine::rebind(Bindings::value_type& symbol)
+void ExpressionEngine::rebind(Symbol& symbol)
 {
-    Binding& binding = symbol.second;
-    Cut const cut = binding.cut;
-    if (binding.provisional) {
+    Symbol::Cut const cut = symbol.cut;
+    if (symbol.provisional) {
         // The root's leaf stays: without memory to bind it again nothing would ever touch the symbol.
-        unbindIf(symbol,
-                 [&](BoundLeaf const& leaf) { return leaf.offset != 0 || leaf.provider != rootProvider->getId(); });
-        binding.provisional = false;
+        boost::uuids::uuid const root = rootProvider->getId();
+        tables->leaves.unbindIf(
+            symbol, [&](Symbol::Leaf const& leaf) { return leaf.offset != 0 || leaf.place->context->id != root; });
+        symbol.provisional = false;
         return bindPath(symbol, 0, rootProvider);
     }
     if (!cut.keepsLeaf)
         return unbindFrom(symbol, cut.offset);
-    if (cut.offset + componentAt(symbol.first, cut.offset).size() == symbol.first.size())
+    if (cut.offset + symbol.componentAt(cut.offset).size() == symbol.text.size())
         return;   // the end of the path leads nowhere else
     auto const here =
-        std::lower_bound(binding.leaves.begin(), binding.leaves.end(), cut.offset,
-                         [](BoundLeaf const& leaf, unsigned long offset) { return leaf.offset < offset; });
-    boost::uuids::uuid const provider = here->provider;
+        std::lower_bound(symbol.leaves.begin(), symbol.leaves.end(), cut.offset,
+                         [](Symbol::Leaf const& leaf, unsigned long offset) { return leaf.offset < offset; });
+    boost::uuids::uuid const provider = here->place->context->id;
     unbindFrom(symbol, cut.offset + 1);
     bindPath(symbol, cut.offset, cut.offset == 0 ? rootProvider : model::getContextProvider(provider));
 }
@@ -123,11 +141,11 @@ void ExpressionEngine::rebind(Bindings::value_type& symbol)
 void ExpressionEngine::collect(Batch& batch) const
 {
     auto const earlier = [](auto const& left, auto const& right) { return left->number < right->number; };
-    for (Bindings::value_type const* const symbol : batch.symbols)
-        for (Expression* const expression : symbol->second.expressions)
+    for (Symbol const* const symbol : batch.symbols)
+        for (Expression* const expression : symbol->readers)
             if (expression->stamp != lastStamp) {
                 expression->stamp = lastStamp;
-                batch.expressions.push_back(expression->shared_from_this());
+                batch.expressions.emplace_back(expression);
             }
     if (!std::is_sorted(batch.expressions.begin(), batch.expressions.end(), earlier))
         std::sort(batch.expressions.begin(), batch.expressions.end(), earlier);

@@ -10,15 +10,16 @@ namespace studio::data {
 
 /// A callback that runs: holds the function meanwhile and gives it back if the handle is still there.
 struct ExpressionHandle::Call : private boost::noncopyable {
-    explicit Call(ExpressionHandle const& handle) : handle{&handle}, function{std::move(handle.callback)}
+    explicit Call(ExpressionHandle const& handle) : handle{&handle}
     {
+        function.swap(handle.callback);
         handle.running = this;
     }
     ~Call()
     {
         if (!handle)
             return;
-        handle->callback = std::move(function);
+        handle->callback.swap(function);
         handle->running = nullptr;
     }
 
@@ -27,7 +28,7 @@ struct ExpressionHandle::Call : private boost::noncopyable {
 };
 
 ExpressionHandle::ExpressionHandle(Expression* watched, Callback const& function)
-    : expression{watched}, callback{function}, text{watched ? watched->text : std::string{}}
+    : expression{watched}, callback{function}
 {}
 
 ExpressionHandle::~ExpressionHandle()
@@ -47,7 +48,7 @@ void ExpressionHandle::notify() const
 {
     if (!expression)
         return;
-    std::shared_ptr<Expression const> const pinned = expression->shared_from_this();
+    Expression::Pin const pinned{expression};
     call(*pinned);
 }
 

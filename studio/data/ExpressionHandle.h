@@ -21,7 +21,7 @@ class STUDIO_DATA_EXPORT ExpressionHandle : private boost::noncopyable {
 public:
     using Callback = std::function<void(std::string const& text, PropertyValue const& value)>;
 
-    /// For the engine. A null expression makes a detached handle with an empty text.
+    /// For the engine. A null expression makes a detached handle.
     ExpressionHandle(Expression* expression, Callback const& callback);
     /// Ends the subscription; the last handle of an expression takes it away.
     ~ExpressionHandle();
@@ -45,7 +45,6 @@ private:
 
     Expression* expression;      // not owned; null once detached
     mutable Callback callback;   // lent to the running call, so that it survives the handle
-    std::string text;
     mutable Call* running = nullptr;
     std::size_t position = 0;   // among the handles of its expression
 };

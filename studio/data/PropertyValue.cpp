@@ -96,10 +96,9 @@ std::string PropertyValue::asString() const
     return "undefined";
 }
 
-bool operator==(PropertyValue const& left, PropertyValue const& right) noexcept
+bool PropertyValue::equalOfOneKind(PropertyValue const& left, PropertyValue const& right) noexcept
 {
-    // The kinds first: values of different kinds, by far the most common difference, cost one comparison.
-    return left.value.index() == right.value.index() && left.value == right.value;
+    return left.value == right.value;
 }
 
 }   // namespace studio::data

@@ -6,6 +6,7 @@
 #include "studio/data/ExpressionEngine.h"
 #include "studio/data/ExpressionHandle.h"
 #include "studio/data/HandleRecord.h"
+#include "studio/data/detail/ExpressionTables.h"
 #include "studio/data/detail/ProviderTable.h"
 #include "studio/data/detail/ViewGraph.h"
 #include "studio/data/detail/ViewLife.h"
@@ -101,70 +102,71 @@ std::string Invariants::ofRegistry(std::set<Id> const& living)
 std::string Invariants::of(ExpressionEngine const& engine)
 {
     Findings found;
+    auto const& [leaves, symbols, expressions] = *engine.tables;
+    tarn::zero::Model::Impl const& model = *ContextProvider::sharedModel().get();
+    bool const isIdle = !model.isInTransaction();
     std::size_t owned = 0;
-    auto const isInSymbol = [&](std::string_view view) {
-        return std::any_of(engine.symbolExpressions.begin(), engine.symbolExpressions.end(), [&](auto const& entry) {
-            return view.data() >= entry.first.data() &&
-                   view.data() + view.size() <= entry.first.data() + entry.first.size();
-        });
-    };
-    found.require(engine.bindings.size() == engine.symbolExpressions.size(), "a symbol has no binding, or two");
-    for (auto const& [symbol, binding] : engine.bindings) {
-        auto const key = engine.symbolExpressions.find(std::string{symbol});
-        found.require(key != engine.symbolExpressions.end() && key->first.data() == symbol.data(),
-                      "a binding is of a symbol that is gone");
-        owned += binding.leaves.size();
-        for (auto const& leaf : binding.leaves) {
-            auto const context = engine.leaves.find(leaf.provider);
-            auto const name = ExpressionEngine::componentAt(symbol, leaf.offset);
-            bool const isThere = context != engine.leaves.end() && context->second.count(name) != 0 &&
-                                 context->second.at(name).count({symbol, leaf.offset}) != 0;
+    for (auto const& symbol : symbols) {
+        found.require(symbols.find(symbol->text) == symbol.get(), "a symbol is not found by its name");
+        found.require(!symbol->expressions.empty() || !symbol->readers.empty(), "a symbol is kept for nothing");
+        owned += symbol->leaves.size();
+        for (std::size_t i = 0; i != symbol->leaves.size(); ++i) {
+            auto const& leaf = symbol->leaves[i];
+            bool const isThere = leaf.at < leaf.place->leaves.size() &&
+                                 leaf.place->leaves[leaf.at].symbol == symbol.get() &&
+                                 leaf.place->leaves[leaf.at].at == i;
             found.require(isThere, "a symbol owns a leaf that is not in the table");
+            found.require(symbol->componentAt(leaf.offset) == leaf.place->name, "a leaf stands under another name");
         }
-        for (Expression const* const expression : binding.expressions)
-            found.require(!expression->retired && expression->symbols.count(std::string{symbol}) != 0,
-                          "a symbol is read by an expression that does not name it");
+        for (Expression const* const reader : symbol->readers) {
+            bool const names = std::count(reader->symbols.begin(), reader->symbols.end(), symbol.get()) == 1;
+            found.require(!reader->retired && names, "a symbol is read by an expression that does not name it");
+        }
+        if (isIdle && symbol->endStructure == model.structure())
+            found.require(symbol->end == engine.rootProvider->findPropertyAt(symbol->text), "a path ends elsewhere");
     }
-    for (auto const& [id, named] : engine.leaves) {
-        found.require(!named.empty() || (engine.rootProvider && id == engine.rootProvider->getId()),
-                      "a context without leaves is kept");
-        for (auto const& [name, leaves] : named) {
-            found.require(!leaves.empty(), "a name without leaves is kept");
-            found.require(isInSymbol(name), "a name is a view of nothing");
-            for (auto const& leaf : leaves) {
-                found.require(engine.bindings.count(leaf.symbol) != 0 && isInSymbol(leaf.symbol),
-                              "a leaf is of a symbol that is gone");
-                found.require(ExpressionEngine::componentAt(leaf.symbol, leaf.offset) == name,
-                              "a leaf stands under another name");
-                --owned;
-            }
-        }
+    for (auto const& [id, context] : leaves.contexts)
+        found.require(context->id == id && !context->places.empty(), "a context without leaves is kept");
+    for (auto const* const place : leaves.places) {
+        found.require(leaves.find(place->context->id, place->name) == place, "a place stands under another key");
+        found.require(!place->leaves.empty(), "a name without leaves is kept");
+        bool const isView = std::any_of(place->leaves.begin(), place->leaves.end(), [&](auto const& leaf) {
+            std::string_view const whole = leaf.symbol->text;
+            return place->name.data() >= whole.data() && place->name.data() <= whole.data() + whole.size();
+        });
+        found.require(isView, "a name is a view of nothing");
+        owned -= place->leaves.size();
+        bool const isDoubtful = static_cast<detail::PlaceHook<detail::Unpinned> const&>(*place).is_linked();
+        if (!isIdle || isDoubtful)
+            continue;
+        tarn::zero::ModelElement const element = model.findElement(place->context->id, 1);
+        auto* const context = tarn::zero::elementCast<ContextData>(element);
+        Property::Impl const* const property = context ? context->getProperties().findImpl(place->name) : nullptr;
+        found.require(!property || place->property() == property, "a property does not lead to its leaves");
+        Property::Impl const* const pinned = place->property();
+        found.require(!pinned || pinned == property || !pinned->isAlive(), "another property leads to the leaves");
     }
     found.require(owned == 0, "the table has a leaf that no symbol owns");
-    for (auto const& [text, expression] : engine.expressions) {
-        if (!expression)
-            continue;   // of a failed construction
-        found.require(expression->text == text && !expression->retired && !expression->handles.empty(),
+    for (auto const& expression : expressions) {
+        found.require(expressions.find(expression->text) == expression.get(), "an expression is not found by its text");
+        found.require(!expression->retired && expression->hasHandles() && expression->pins == 1,
                       "an expression is kept for nobody");
         found.require(expression->passes == 0, "a pass is left over");
-        for (std::string const& symbol : expression->symbols) {
-            auto const binding = engine.bindings.find(symbol);
-            bool const isKnown = binding != engine.bindings.end() &&
-                                 std::count(binding->second.expressions.begin(), binding->second.expressions.end(),
-                                            expression.get()) == 1 &&
-                                 engine.symbolExpressions.at(symbol).count(text) == 1;
-            found.require(isKnown || !engine.rootProvider, "a symbol does not know who reads it");
+        for (auto const* const symbol : expression->symbols) {
+            bool const isKnown = std::count(symbol->readers.begin(), symbol->readers.end(), expression.get()) == 1 &&
+                                 symbol->expressions.count(expression->text) == 1 &&
+                                 symbols.find(symbol->text) == symbol;
+            found.require(isKnown, "a symbol does not know who reads it");
         }
         std::size_t gaps = 0;
-        for (std::size_t i = 0; i != expression->inOrder.size(); ++i) {
-            ExpressionHandle const* const handle = expression->inOrder[i];
+        for (std::size_t i = 0; i != expression->handles.size(); ++i) {
+            ExpressionHandle const* const handle = expression->handles[i];
             gaps += handle ? 0 : 1;
             found.require(!handle ||
                               (handle->expression == expression.get() && handle->position == i && !handle->running),
                           "a handle is at another place");
         }
-        found.require(gaps == expression->gaps && expression->inOrder.size() - gaps == expression->handles.size(),
-                      "handles are miscounted");
+        found.require(gaps == expression->gaps, "handles are miscounted");
     }
     found.require(!engine.running && engine.spareBatches.size() == engine.batchCount, "a report is under way");
     return found.text();
@@ -238,10 +240,10 @@ std::string Invariants::of(ContextView const& view)
 std::string Invariants::leaves(ExpressionEngine const& engine, std::function<std::string(Id const&)> const& name)
 {
     std::map<std::string, std::set<std::pair<unsigned long, std::string>>> sorted;
-    for (auto const& [symbol, binding] : engine.bindings) {
-        auto& places = sorted[std::string{symbol}];
-        for (auto const& leaf : binding.leaves)
-            places.emplace(leaf.offset, name(leaf.provider));
+    for (auto const& symbol : engine.tables->symbols) {
+        auto& places = sorted[symbol->text];
+        for (auto const& leaf : symbol->leaves)
+            places.emplace(leaf.offset, name(leaf.place->context->id));
     }
     std::string text;
     for (auto const& [symbol, places] : sorted) {

@@ -10,8 +10,8 @@ namespace studio::data {
 
 /// What one report has an engine do. Reused, so that a steady stream of reports allocates nothing.
 struct ExpressionEngine::Batch {
-    std::vector<Bindings::value_type*> symbols;             // touched; valid until the first callback
-    std::vector<std::shared_ptr<Expression>> expressions;   // to evaluate, in order of acquisition
+    std::vector<Symbol*> symbols;               // touched; valid until the first callback
+    std::vector<Expression::Pin> expressions;   // to evaluate, in order of acquisition
 };
 
 /// One report that an engine is working on: takes a batch and gives it back, and learns if the engine goes meanwhile.

@@ -3,6 +3,7 @@
 #include "studio/data/model/ContextDataImpl.h"
 #include "studio/data/model/MetaPackageStudio_data.h"
 #include "studio/data/model/PropertyImpl.h"
+#include "tarn/zero/ModelImpl.h"
 #include "tarn/zero/ReportException.h"
 #include "tarn0/messages/Messages.h"
 
@@ -78,6 +79,8 @@ void Property::Impl::setName(std::string const& newName)
 
 void Property::Impl::setValue(PropertyValue const& newValue)
 {
+    if ((value.isUUID() || newValue.isUUID()) && getModelImpl())
+        getModelImpl()->noteRestructuring();
     assign(VALUE, value, newValue);
 }
 

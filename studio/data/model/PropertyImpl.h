@@ -12,6 +12,8 @@
 
 namespace studio::data {
 
+class PropertyWatch;
+
 /// A property's fields and the rules for changing them. Every setter joins the open transaction or makes one of its
 /// own, throws `CannotModifyProxy` on a proxy and `std::logic_error` on a dead element, and on any exception leaves
 /// everything as it was.
@@ -63,6 +65,11 @@ public:
     Property cloneTo(tarn::zero::Model const& model, bool cloneUUID) const;
 
 private:
+    friend class PropertyWatch;
+
+    ~Impl() override;
+
+    PropertyWatch* watches = nullptr;   // of the engines and views that follow it
     std::string name;
     PropertyValue value;
 };

@@ -1,0 +1,225 @@
+#include "studio/data/detail/ExpressionLeaves.h"
+
+#include "studio/data/ContextProvider.h"
+#include "studio/data/model/ContextDataImpl.h"
+#include "tarn/zero/ModelImpl.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace studio::data::detail {
+
+namespace {
+
+constexpr std::size_t MOST_SPARE = 16;
+
+template <class T>
+std::unique_ptr<T> takeSpare(std::vector<std::unique_ptr<T>>& spare)
+{
+    if (spare.empty())
+        return nullptr;
+    std::unique_ptr<T> taken = std::move(spare.back());
+    spare.pop_back();
+    return taken;
+}
+
+template <class T>
+void keepSpare(std::vector<std::unique_ptr<T>>& spare, std::unique_ptr<T> object) noexcept
+{
+    if (spare.size() < spare.capacity())
+        spare.push_back(std::move(object));
+}
+
+}   // namespace
+
+ExpressionLeaves::~ExpressionLeaves()
+{
+    for (Place* const place : places)
+        delete place;
+    for (auto const& entry : contexts)
+        delete entry.second;
+}
+
+ExpressionLeaves::Place* ExpressionLeaves::find(Id const& context, std::string_view name) const noexcept
+{
+    Context const* const known = findContext(context);
+    if (!known)
+        return nullptr;
+    auto const place = places.find(Key{known, name});
+    return place == places.end() ? nullptr : *place;
+}
+
+ExpressionLeaves::Context* ExpressionLeaves::findContext(Id const& id) const noexcept
+{
+    auto const entry = contexts.find(id);
+    return entry == contexts.end() ? nullptr : entry->second;
+}
+
+void ExpressionLeaves::bind(ExpressionSymbol& symbol, unsigned long offset, Id const& context, Property::Impl* property)
+{
+    std::string_view const name = symbol.componentAt(offset);
+    Place* place = property ? from(*property).place : nullptr;
+    if (!place || place->context->id != context || place->name != name)
+        place = &enter(context, name);
+
+    auto& own = symbol.leaves;
+    auto const isSame = [&](ExpressionSymbol::Leaf const& leaf) {
+        return leaf.place == place && leaf.offset == offset;
+    };
+    auto const next = std::lower_bound(own.begin(), own.end(), offset,
+                                       [](auto const& leaf, unsigned long sought) { return leaf.offset < sought; });
+    bool const isBound =
+        symbol.provisional ? std::any_of(own.begin(), own.end(), isSame) : next != own.end() && isSame(*next);
+    if (!isBound)
+        add(symbol, offset, *place);
+    if (property && place->property() == property)
+        return;
+    if (ContextProvider::sharedModel()->isInTransaction())
+        place->doubt(unpinned);   // what is there now, or not, may never have been
+    else if (property)
+        pin(*property, *place);
+}
+
+ExpressionLeaves::Way ExpressionLeaves::from(Property::Impl const& property) const noexcept
+{
+    PropertyWatch::Found const found = PropertyWatch::find(property, watcher, PropertyWatch::FEW);
+    return {static_cast<Place*>(found.watch), found.watch || found.isCertain};
+}
+
+void ExpressionLeaves::repin(Property::Impl& property, Place* place, bool isSettled) noexcept
+{
+    Place* const present = pinnedTo(property);
+    if (present && present != place) {
+        present->unpin();
+        if (!isSettled)
+            present->doubt(unpinned);
+    }
+    if (!place || present == place)
+        return;
+    if (!isSettled)
+        return place->doubt(unpinned);
+    // A copy of a context may live in the model under the same UUID: only what providers find is followed.
+    tarn::zero::ModelElement const context = ContextProvider::sharedModel()->findElement(place->context->id, 1);
+    if (property.isAlive() && context.get() == property.ownerImpl())
+        pin(property, *place);
+}
+
+void ExpressionLeaves::distrust() noexcept
+{
+    for (Place* const place : places)
+        place->doubt(unpinned);
+}
+
+void ExpressionLeaves::settleAll() noexcept
+{
+    while (!unpinned.empty()) {
+        Place& place = unpinned.front();
+        unpinned.pop_front();
+        tarn::zero::ModelElement const element = ContextProvider::sharedModel()->findElement(place.context->id, 1);
+        auto* const context = tarn::zero::elementCast<ContextData>(element);
+        if (Property::Impl* const property = context ? context->getProperties().findImpl(place.name) : nullptr)
+            pin(*property, place);
+        else
+            place.unpin();
+    }
+}
+
+ExpressionLeaves::Place* ExpressionLeaves::pinnedTo(Property::Impl const& property) const noexcept
+{
+    return static_cast<Place*>(PropertyWatch::find(property, watcher, std::size_t(-1)).watch);
+}
+
+void ExpressionLeaves::pin(Property::Impl& property, Place& place) noexcept
+{
+    if (Place* const present = pinnedTo(property); present && present != &place)
+        present->unpin();
+    place.pin(property);
+    static_cast<PlaceHook<Unpinned>&>(place).unlink();
+}
+
+void ExpressionLeaves::add(ExpressionSymbol& symbol, unsigned long offset, Place& place)
+{
+    auto& own = symbol.leaves;
+    bool const isInOrder = own.empty() || own.back().offset < offset;
+    try {
+        own.push_back({&place, offset, place.leaves.size()});
+        try {
+            place.leaves.push_back({&symbol, own.size() - 1});
+        } catch (...) {
+            own.pop_back();
+            throw;
+        }
+    } catch (...) {
+        dropIfEmpty(place);
+        throw;
+    }
+    symbol.provisional |= !isInOrder;
+}
+
+ExpressionLeaves::Place& ExpressionLeaves::enter(Id const& context, std::string_view name)
+{
+    spareContexts.reserve(MOST_SPARE);
+    sparePlaces.reserve(MOST_SPARE);
+    auto const [entry, isNew] = contexts.try_emplace(context, nullptr);
+    Place* place = nullptr;
+    try {
+        if (isNew) {
+            std::unique_ptr<Context> made = takeSpare(spareContexts);
+            if (!made)
+                made = std::make_unique<Context>();
+            made->id = context;
+            entry->second = made.release();
+        }
+        Context& known = *entry->second;
+        if (auto const found = places.find(Key{&known, name}); found != places.end())
+            return **found;
+        std::unique_ptr<Place> made = takeSpare(sparePlaces);
+        if (!made)
+            made = std::make_unique<Place>(watcher);
+        made->context = &known;
+        made->name = name;
+        places.insert(made.get());
+        place = made.release();
+        known.places.push_back(*place);
+    } catch (...) {
+        if (isNew) {
+            delete entry->second;
+            contexts.erase(entry);
+        }
+        throw;
+    }
+    return *place;
+}
+
+void ExpressionLeaves::remove(ExpressionSymbol::Leaf const& leaf) noexcept
+{
+    Place& place = *leaf.place;
+    if (leaf.at + 1 != place.leaves.size()) {
+        Place::Leaf const moved = place.leaves[leaf.at] = place.leaves.back();
+        moved.symbol->leaves[moved.at].at = leaf.at;
+    }
+    place.leaves.pop_back();
+    if (place.leaves.empty())
+        return dropIfEmpty(place);
+    // The name may be a view into the symbol that leaves: make it one into a symbol that stays.
+    Place::Leaf const& other = place.leaves.front();
+    place.name = other.symbol->componentAt(other.symbol->leaves[other.at].offset);
+}
+
+void ExpressionLeaves::dropIfEmpty(Place& place) noexcept
+{
+    if (!place.leaves.empty())
+        return;
+    Context& context = *place.context;
+    places.erase(&place);
+    place.unpin();
+    static_cast<PlaceHook<OfContext>&>(place).unlink();
+    static_cast<PlaceHook<Unpinned>&>(place).unlink();
+    keepSpare(sparePlaces, std::unique_ptr<Place>{&place});
+    if (!context.places.empty())
+        return;
+    contexts.erase(context.id);
+    keepSpare(spareContexts, std::unique_ptr<Context>{&context});
+}
+
+}   // namespace studio::data::detail
