@@ -4,6 +4,7 @@
 #include "gel/detail/Numbers.h"
 #include "gel/detail/Utf8.h"
 
+#include <array>
 #include <charconv>
 #include <cmath>
 
@@ -21,9 +22,17 @@ constexpr bool isControl(char byte) noexcept
     return static_cast<unsigned char>(byte) < 0x20 || byte == 0x7F;
 }
 
+/// The ASCII characters of plain names.
+constexpr std::array<bool, 256> PLAIN = [] {
+    std::array<bool, 256> plain{};
+    for (char const byte : std::string_view("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_$"))
+        plain[static_cast<unsigned char>(byte)] = true;
+    return plain;
+}();
+
 constexpr bool isPlain(char byte) noexcept
 {
-    return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || isDigit(byte) || byte == '_' || byte == '$';
+    return PLAIN[static_cast<unsigned char>(byte)];
 }
 
 /// Whether a character outside ASCII may stand in a name. Spaces, invisible marks, dashes and curly quotes, which
@@ -52,7 +61,7 @@ void Lexer::advance()
         number();
     } else if (m_text[offset] == '\'' || m_text[offset] == '"') {
         string();
-    } else if (m_text[offset] == '`' || skipName(offset) > offset) {
+    } else if (isPlain(m_text[offset]) || m_text[offset] == '`' || skipName(offset) > offset) {
         name();
     } else {
         sign();
@@ -212,7 +221,7 @@ void Lexer::name()
     std::size_t const begin = m_next;
     std::string* unquoted = nullptr;   // since the first part in backticks
     m_token.sign = Sign::Name;
-    for (;;) {
+    for (bool isFirst = true;; isFirst = false) {
         if (at(m_next) == '`') {
             if (!unquoted)
                 unquoted = &m_texts.emplace_front(m_text.substr(begin, m_next - begin));
@@ -226,9 +235,10 @@ void Lexer::name()
             m_next = end;
         }
         m_token.text = unquoted ? *unquoted : m_text.substr(begin, m_next - begin);
-        Operator const* const word = unquoted ? nullptr : reservedWord(m_token.text);
+        bool const isOnePart = isFirst && !unquoted;
+        Operator const* const word = isOnePart ? reservedWord(m_token.text) : nullptr;
         if (at(m_next) != '.') {
-            m_token.isCallable = !unquoted && m_token.text.find('.') == m_token.text.npos;
+            m_token.isCallable = isOnePart;
             if (word)
                 m_token.sign = word->sign;
             return;
