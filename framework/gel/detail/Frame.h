@@ -76,9 +76,11 @@ inline Operand Frame::fetch(std::uint32_t index, std::string const& symbol, Data
 
 inline Operand Frame::read(std::uint32_t index, std::string const& symbol, DataSource const& source)
 {
-    if (m_known[index].isAbsent())
-        m_known[index] = fetch(index, symbol, source);
-    return m_known[index];
+    if (!m_known[index].isAbsent())
+        return m_known[index];
+    Operand const value = fetch(index, symbol, source);
+    m_known[index] = value;
+    return value;
 }
 
 }   // namespace gel::detail
