@@ -2,7 +2,6 @@
 
 #include "foundation/Export.h"
 
-#include <new>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -21,10 +20,12 @@ public:
     Value(bool logical) noexcept : m_content(logical) {}
     Value(std::string text) noexcept : m_content(std::move(text)) {}
 
-    Value(Value const& other) : m_content(contentOf(other)) {}
-    Value(Value&& other) noexcept : m_content(contentOf(std::move(other))) {}
-    Value& operator=(Value const& other);
-    Value& operator=(Value&& other) noexcept;
+    // Kind by kind: libstdc++ 12 leaves a variant whose copying finds no memory in no defined state, and assigning it
+    // instead takes three times as long for a text.
+    Value(Value const& other) : m_content(copyOf(other.m_content)) {}
+    Value(Value&&) noexcept = default;
+    Value& operator=(Value const&) = default;
+    Value& operator=(Value&&) noexcept = default;
     ~Value() = default;
 
     /// A text; the undefined value when `text` is null.
@@ -54,64 +55,23 @@ public:
     double getNumeric() const;
 
     /// True for the same kind with the same content: numbers as IEEE doubles (a NaN equals nothing), texts by bytes.
-    friend bool operator==(Value const& left, Value const& right) noexcept;
+    friend bool operator==(Value const&, Value const&) = default;
 
 private:
     using Content = std::variant<std::monostate, double, bool, std::string>;
 
-    template <class Other>
-    static Content contentOf(Other&& other);
-    template <class Other>
-    void assign(Other&& other);
+    static Content copyOf(Content const& content)
+    {
+        if (auto const* const number = std::get_if<double>(&content))
+            return Content(*number);
+        if (auto const* const logical = std::get_if<bool>(&content))
+            return Content(*logical);
+        if (auto const* const text = std::get_if<std::string>(&content))
+            return Content(std::in_place_type<std::string>, *text);
+        return Content();
+    }
 
     Content m_content;
 };
-
-// The common kinds are copied, moved and compared in line, texts as the variant does it: visiting costs three times as
-// much. Nor does libstdc++ 12 leave a variant in a defined state when copying it finds no memory.
-
-template <class Other>
-inline Value::Content Value::contentOf(Other&& other)
-{
-    if (other.isDouble())
-        return Content(std::in_place_type<double>, *std::get_if<double>(&other.m_content));
-    if (other.isLogical())
-        return Content(std::in_place_type<bool>, *std::get_if<bool>(&other.m_content));
-    if (other.isString())
-        return Content(std::in_place_type<std::string>, std::get<std::string>(std::forward<Other>(other).m_content));
-    return Content();
-}
-
-template <class Other>
-inline void Value::assign(Other&& other)
-{
-    if (isString() || other.isString())
-        m_content = std::forward<Other>(other).m_content;
-    else
-        ::new (static_cast<void*>(&m_content)) Content(contentOf(other));   // over nothing that needs an end
-}
-
-inline Value& Value::operator=(Value const& other)
-{
-    assign(other);
-    return *this;
-}
-
-inline Value& Value::operator=(Value&& other) noexcept
-{
-    assign(std::move(other));
-    return *this;
-}
-
-inline bool operator==(Value const& left, Value const& right) noexcept
-{
-    if (left.m_content.index() != right.m_content.index())
-        return false;
-    if (left.isDouble())
-        return *std::get_if<double>(&left.m_content) == *std::get_if<double>(&right.m_content);
-    if (left.isLogical())
-        return *std::get_if<bool>(&left.m_content) == *std::get_if<bool>(&right.m_content);
-    return left.isUndefined() || left.getString() == right.getString();
-}
 
 }   // namespace gel

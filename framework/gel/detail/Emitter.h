@@ -17,7 +17,7 @@ namespace gel::detail {
 
 /// Writes a program: appends instructions, keeps count of the stack, replaces what is constant by its value, and leaves
 /// out what changes nothing.
-/// Cost: programs of the usual size are written without an allocation, but for long names.
+/// Cost: most programs are written without an allocation, but for long names.
 class Emitter {
 public:
     /// Where a sub-expression begins.
@@ -70,7 +70,7 @@ private:
     bool endsLogical() const noexcept;
     std::size_t indexOf(std::string_view symbol);
 
-    alignas(std::max_align_t) std::array<std::byte, 2'048> m_near;   // enough for 48 instructions and 24 symbols
+    alignas(std::max_align_t) std::array<std::byte, 2'048> m_near;   // all that most programs need
     std::pmr::monotonic_buffer_resource m_memory{m_near.data(), m_near.size()};
     std::pmr::vector<Instruction> m_code{&m_memory};
     std::pmr::vector<Operand> m_constants{&m_memory};
