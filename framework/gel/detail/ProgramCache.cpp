@@ -84,22 +84,20 @@ private:
     Running* m_next;
 };
 
-Instructions const& ProgramCache::of(std::string const& text)
+Value ProgramCache::evaluate(Instructions const& program, DataSource const& source)
 {
-    std::uint64_t const hash = hashOf(text);
-    if (Instructions const* const found = m_young.find(text, hash))
-        return *found;
+    Running const running(*this, program);
+    return detail::evaluate(program, source);
+}
+
+/// Brings a text into the young generation.
+Instructions const& ProgramCache::fetch(std::string const& text, std::uint64_t hash)
+{
     Instructions const* const found = m_old.find(text, hash);
     Program const program = found ? found->handle() : Parser::parse(text);   // before the old generation can be dropped
     makeRoom();
     m_young.insert(Instructions::of(program), hash);
     return Instructions::of(program);
-}
-
-Value ProgramCache::evaluate(Instructions const& program, DataSource const& source)
-{
-    Running const running(*this, program);
-    return detail::evaluate(program, source);
 }
 
 void ProgramCache::makeRoom()

@@ -4,6 +4,7 @@
 #include "gel/detail/ProgramTable.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
 namespace gel::detail {
@@ -27,7 +28,12 @@ public:
     ProgramCache& operator=(ProgramCache const&) = delete;
 
     /// What is kept for `text`, parsed if need be, until the next call at least.
-    Instructions const& of(std::string const& text);
+    Instructions const& of(std::string const& text)
+    {
+        std::uint64_t const hash = hashOf(text);
+        Instructions const* const found = m_young.find(text, hash);
+        return found ? *found : fetch(text, hash);
+    }
 
     /// The value of what `of` has just returned. It is held not at once, which would cost as much as evaluating a small
     /// program, but when programs are dropped meanwhile.
@@ -36,6 +42,7 @@ public:
 private:
     class Running;
 
+    Instructions const& fetch(std::string const& text, std::uint64_t hash);
     void makeRoom();
 
     ProgramTable m_young;
