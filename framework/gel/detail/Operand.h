@@ -27,7 +27,7 @@ public:
 
     /// What the value says inside the language: a NaN is undefined, every zero is +0.
     explicit Operand(Value const& value) noexcept;
-    explicit Operand(bool logical) noexcept : Operand(LOGICAL) { m_logical = logical ? 1 : 0; }
+    explicit Operand(bool logical) noexcept : Operand(LOGICAL) { m_number = logical ? 1 : 0; }
     explicit Operand(std::string_view text) noexcept;
 
     /// A text of its own, kept in `temporaries`.
@@ -44,7 +44,7 @@ public:
     bool isText() const noexcept { return m_sizeAndKind >= TEMPORARY; }
 
     /// The number, or 1 and 0 for a logical; of a numeric operand.
-    double numeric() const noexcept { return isNumber() ? m_number : static_cast<double>(m_logical); }
+    double numeric() const noexcept { return m_number; }
 
     /// The text, of an operand that is one.
     std::string_view text() const noexcept;
@@ -69,8 +69,7 @@ private:
     Value releaseText() const;
 
     union {
-        double m_number;
-        std::uint64_t m_logical;   // 1 or 0
+        double m_number;   // of a logical 1 or 0
         char const* m_bytes;
         std::string* m_temporary;
     };
@@ -128,7 +127,7 @@ inline bool operator==(Operand const& left, Operand const& right) noexcept
         return left.text() == right.text();
     if (left.m_sizeAndKind != right.m_sizeAndKind)
         return false;
-    return left.isNumber() ? left.m_number == right.m_number : left.isUndefined() || left.m_logical == right.m_logical;
+    return left.isUndefined() || left.m_number == right.m_number;
 }
 
 inline Value Operand::release() const
@@ -136,15 +135,13 @@ inline Value Operand::release() const
     if (isNumber())
         return Value(m_number);
     if (isLogical())
-        return Value(m_logical != 0);
+        return Value(m_number != 0);
     return isText() ? releaseText() : Value();
 }
 
 inline bool Operand::truth() const noexcept
 {
-    if (isLogical())
-        return m_logical != 0;
-    if (isNumber())
+    if (isNumeric())
         return m_number != 0;
     return isText() && !text().empty();
 }
