@@ -12,7 +12,7 @@ std::set<std::string> symbols(std::string const& text)
 
 Value eval(std::string const& text, DataSource const& source)
 {
-    return detail::programOf(text).eval(source);   // a copy: a nested evaluation may drop the cache's own
+    return detail::evaluateText(text, source);
 }
 
 }   // namespace gel

@@ -4,37 +4,55 @@
 #include "gel/detail/Instructions.h"
 #include "gel/detail/ProgramCache.h"
 
-#include <utility>
-
 namespace gel {
 
 Program::Program(std::string const& text) : Program(detail::programOf(text)) {}
 
-Program::~Program() = default;
+Program::Program(Program const& other) noexcept : Program(other.m_instructions)
+{
+    m_instructions->hold();
+}
+
+Program& Program::operator=(Program const& other) noexcept
+{
+    other.m_instructions->hold();
+    m_instructions->release();
+    m_instructions = other.m_instructions;
+    return *this;
+}
+
+Program::~Program()
+{
+    m_instructions->release();
+}
+
+std::string const& Program::text() const noexcept
+{
+    return m_instructions->text();
+}
 
 std::set<std::string> Program::symbols() const
 {
     std::set<std::string> names;
-    for (auto const& [name, slot] : m_instructions->symbols)
-        names.insert(names.end(), name);
+    for (std::uint32_t const index : m_instructions->byName())
+        names.insert(names.end(), symbolAt(index));
     return names;
 }
 
 std::size_t Program::symbolCount() const noexcept
 {
-    return m_instructions->slots.size();
+    return m_instructions->symbols().size();
 }
 
 std::string const& Program::symbolAt(std::size_t index) const noexcept
 {
-    return *m_instructions->slots[index];
+    return m_instructions->symbols()[index];
 }
 
 Value Program::eval(DataSource const& source) const
 {
-    // Held: a lookup may drop this handle, and the cache the text.
-    std::shared_ptr<detail::Instructions const> const instructions = m_instructions;
-    return detail::evaluate(*instructions, source);
+    Program const held = *this;   // a lookup may drop this handle, and the cache the text
+    return held.evalPinned(source);
 }
 
 Value Program::evalPinned(DataSource const& source) const
@@ -42,8 +60,6 @@ Value Program::evalPinned(DataSource const& source) const
     return detail::evaluate(*m_instructions, source);
 }
 
-Program::Program(std::shared_ptr<detail::Instructions const> instructions) noexcept
-    : m_instructions(std::move(instructions))
-{}
+Program::Program(detail::Instructions const* made) noexcept : m_instructions(made) {}
 
 }   // namespace gel

@@ -5,18 +5,14 @@
 #include "gel/Value.h"
 
 #include <cstddef>
-#include <memory>
 #include <set>
 #include <string>
 
 namespace gel {
 
-class Program;
-
 namespace detail {
-struct Instructions;
-Program programOf(std::string const& text);
-}   // namespace detail
+class Instructions;
+}
 
 /// A parsed text to keep: who evaluates one text again and again need not have it looked up each time.
 /// A counted handle that is never empty: copying shares what was parsed, moving copies. What it shares never changes,
@@ -27,21 +23,24 @@ public:
     /// Throws `ParseError` if the text does not parse.
     explicit Program(std::string const& text);
 
-    Program(Program const&) noexcept = default;
-    Program& operator=(Program const&) noexcept = default;
+    Program(Program const& other) noexcept;
+    Program& operator=(Program const& other) noexcept;
     ~Program();
+
+    /// What was parsed. Lifetime: that of the last handle on the program.
+    std::string const& text() const noexcept;
 
     /// Every symbol that the text names, each once, also those in parts that an evaluation would skip.
     std::set<std::string> symbols() const;
 
     /// The same symbols by number, in the order in which the text first names them: an evaluation hands the number of a
-    /// symbol to `DataSource::fetch`. Cost: none.
-    /// Lifetime: a name lasts as long as any handle on the program.
+    /// symbol to `DataSource::fetch`. Cost: none. Lifetime: that of the last handle on the program.
     std::size_t symbolCount() const noexcept;
     std::string const& symbolAt(std::size_t index) const noexcept;   // below symbolCount()
 
     /// The value of the text. Throws only what `source` throws, and `std::bad_alloc`.
-    /// Cost: one lookup for each symbol that is needed; up to 16 symbols, no allocation for numbers and logicals.
+    /// Cost: one lookup for each symbol that is needed; no allocation for numbers and logicals, but for the first
+    /// evaluations on a thread of a program with more than 16 symbols.
     Value eval(DataSource const& source) const;
 
     /// The same for a caller who sees to it that some handle on the program outlives the call, whatever `source` does:
@@ -49,10 +48,10 @@ public:
     Value evalPinned(DataSource const& source) const;
 
 private:
-    friend Program detail::programOf(std::string const& text);
-    explicit Program(std::shared_ptr<detail::Instructions const> instructions) noexcept;
+    friend class detail::Instructions;
+    explicit Program(detail::Instructions const* made) noexcept;   // takes over its first count
 
-    std::shared_ptr<detail::Instructions const> m_instructions;
+    detail::Instructions const* m_instructions;
 };
 
 }   // namespace gel

@@ -2,12 +2,14 @@
 #include "gel/Eval.h"
 #include "gel/ParseError.h"
 #include "gel/Program.h"
+#include "support/Allocations.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <functional>
 #include <map>
+#include <new>
 #include <ostream>
 #include <set>
 #include <stdexcept>
@@ -181,6 +183,77 @@ TEST(Gel, ChainsAreNotNesting)
     EXPECT_EQ(eval(sum, RecordingSource(values)), 5050);
 }
 
+/// A sum of numbered symbols, each named once or twice.
+std::string sumOf(int symbols, bool twice = false)
+{
+    std::string sum = "0";
+    for (int index = 1; index <= symbols; ++index)
+        sum += " + v" + std::to_string(index) + (twice ? " * 0 + v" + std::to_string(index) : "");
+    return sum;
+}
+
+TEST(Gel, LargeProgramsAllocateNothingOnceTheThreadHasRoom)
+{
+    std::string const deep = repeated("1 + (v1 + (", 90) + "v2" + repeated("))", 90);
+    std::string const inner = sumOf(300, true);
+    bool nests = false;
+    FunctionSource const ones([](std::string const&) { return 1; });
+    FunctionSource const outer([&](std::string const& symbol) -> Value {
+        if (symbol == "v7" && std::exchange(nests, false))
+            return eval(inner, ones).getDouble() - 299;
+        if (symbol == "v9" && nests)
+            throw std::out_of_range(symbol);
+        return 1;
+    });
+    struct Row {
+        std::string text;
+        double value;
+    } const rows[] = {{sumOf(16), 16}, {sumOf(17), 17}, {sumOf(17, true), 17}, {sumOf(1'000), 1'000}, {deep, 181}};
+    std::size_t before = 0;
+    for (int time = 0; time < 4; ++time) {
+        if (time == 2)
+            before = support::allocationCount();
+        for (Row const& row : rows)
+            for (bool const nested : {false, true}) {
+                nests = nested;
+                ASSERT_TRUE(eval(row.text, outer) == row.value) << row.text;
+            }
+    }
+    EXPECT_EQ(support::allocationCount() - before, 0U);
+    EXPECT_TRUE(eval(sumOf(6'000), ones) == 6'000) << "more than a thread keeps room for";
+}
+
+TEST(Gel, RunsOutOfMemoryWithoutLosingItsWay)
+{
+    std::string const texts[] = {"s + 'a text that no small buffer holds' + s", sumOf(40, true),
+                                 "`quoted name of some length` ?? s =~ /^x+$/ && 'folded, ' + 'joined and kept' != s"};
+    std::map<std::string, Value> values{{"s", std::string(40, 'x')}};
+    for (int index = 1; index <= 40; ++index)
+        values["v" + std::to_string(index)] = index;
+    RecordingSource const source(values);
+    FunctionSource const nesting([&](std::string const& symbol) {
+        eval("1 + " + std::to_string(symbol.size()), source);
+        return source.lookup(symbol);
+    });
+    std::thread([&] {   // with a cache of its own, which grows
+        for (std::string const& text : texts) {
+            bool failed = true;
+            for (std::size_t skipped = 0; failed; ++skipped) {
+                std::string const variant = text + " || " + std::to_string(skipped);
+                try {
+                    support::FailingAllocation const failing(skipped);
+                    Value const value = eval(variant, nesting);
+                    EXPECT_EQ(value, true);
+                    failed = failing.happened();
+                } catch (std::bad_alloc const&) {}
+                EXPECT_EQ(eval(variant, source), true);
+                EXPECT_EQ(symbols(variant).size(), Program(variant).symbolCount());
+            }
+        }
+    })
+        .join();
+}
+
 TEST(Gel, ANestedEvaluationMayDropItsTextFromTheCache)
 {
     std::string const text = "'<' + first + second + '>' == '<' + 12 + '>' && last =~ /^b/";
@@ -271,12 +344,17 @@ TEST(Gel, EvaluatesAfterTheCacheOfItsThreadIsGone)
 {
     static Value s_late;
     struct Late {
-        ~Late() { s_late = eval("a + 1", RecordingSource({{"a", 1}})); }
+        ~Late()
+        {
+            FunctionSource const ones([](std::string const&) { return 1; });
+            s_late = eval(sumOf(40, true), ones).getDouble() - 39 + eval("a", ones).getDouble();
+        }
     };
     std::thread([] {
         thread_local Late s_object;   // made before the cache, hence destroyed after it
         static_cast<void>(&s_object);
-        EXPECT_EQ(eval("a + 1", RecordingSource({{"a", 2}})), 3);
+        FunctionSource const twos([](std::string const&) { return 2; });
+        EXPECT_EQ(eval(sumOf(40, true), twos), 80);
     }).join();
     EXPECT_EQ(s_late, 2);
 }
@@ -288,7 +366,24 @@ TEST(Gel, ValuesKeepTheirKind)
     EXPECT_EQ(Value(true).getNumeric() + Value(2).getNumeric(), 3);
     EXPECT_THROW(Value("1").getNumeric(), std::bad_variant_access);
     EXPECT_THROW(Value(1).getBool(), std::bad_variant_access);
-    EXPECT_FALSE(Value(1) == Value(true) || Value() == Value(false));
+    std::string const longText(40, 'x');
+    Value const kinds[] = {Value(), 0, 1, false, true, "", "x", longText};
+    for (Value const& from : kinds)
+        for (Value const& to : kinds) {
+            EXPECT_EQ(from == to, &from == &to);
+            Value copied = to;
+            Value moved = to;
+            copied = from;
+            moved = Value(from);
+            EXPECT_TRUE(copied == from && moved == from && Value(std::move(moved)) == from);
+            Value kept = to;
+            try {
+                support::FailingAllocation const failing(0);
+                kept = from;
+            } catch (std::bad_alloc const&) {
+                EXPECT_TRUE(kept == to) << "an assignment without memory changes nothing";
+            }
+        }
 }
 
 }   // namespace

@@ -7,57 +7,94 @@
 
 namespace gel::detail {
 
+namespace {
+
+/// Whether what an operation leaves on the stack, where it jumps if it is a jump, is always a logical.
+constexpr bool yieldsLogical(Operation operation) noexcept
+{
+    switch (operation) {
+    case Operation::Not:
+    case Operation::Truth:
+    case Operation::Equal:
+    case Operation::NotEqual:
+    case Operation::Less:
+    case Operation::LessOrEqual:
+    case Operation::Greater:
+    case Operation::GreaterOrEqual:
+    case Operation::Match:
+    case Operation::SkipIfFalse:
+    case Operation::SkipIfTrue:
+    case Operation::SkipIfItem:
+    case Operation::EndOfList: return true;
+    default: return false;
+    }
+}
+
+}   // namespace
+
 Emitter::Emitter()
 {
-    m_program.code.reserve(32);   // most programs are no longer
-    m_program.constants.reserve(8);
-    m_program.slots.reserve(8);
+    m_code.reserve(32);   // most programs are no larger
+    m_constants.reserve(8);
+    m_symbols.reserve(8);
+    m_byName.reserve(8);
+    m_firstReads.reserve(8);
 }
 
 Emitter::Start Emitter::start() const noexcept
 {
-    return {m_program.code.size(), m_program.constants.size(), m_reads, m_depth, m_program.stackDepth};
+    return {m_code.size(), m_constants.size(), m_textCount, m_reads, m_depth, m_deepest};
 }
 
-void Emitter::constant(Value value)
+void Emitter::constant(Operand const& value)
 {
-    append(Operation::Constant, m_program.constants.size());
-    m_program.constants.push_back(std::move(value));
+    append(Operation::Constant, m_constants.size());
+    m_constants.push_back(value);
     push();
 }
 
-void Emitter::read(std::string const& symbol)
+void Emitter::read(std::string_view symbol)
 {
-    auto const [entry, isNew] = m_program.symbols.try_emplace(symbol, m_program.slots.size());
-    if (isNew)
-        m_program.slots.push_back(&entry->first);
-    append(Operation::Read, entry->second);
+    std::size_t const index = indexOf(symbol);
+    bool const again = index < m_firstReads.size();
+    if (again)
+        m_code[m_firstReads[index]].small = 1;
+    else
+        m_firstReads.push_back(static_cast<std::uint32_t>(m_code.size()));
+    m_rereads = m_rereads || again;
+    append(Operation::Read, index, again ? 1 : 0);
     ++m_reads;
     push();
 }
 
 void Emitter::apply(Operation operation)
 {
-    append(operation);
-    if (operation != Operation::Not && operation != Operation::Negate && operation != Operation::Truth)
-        --m_depth;
+    if (operation == Operation::Truth && endsLogical())
+        return;
+    if (operation <= Operation::Truth)
+        return append(operation);
+    --m_depth;
+    if (m_code.back().operation == Operation::Constant && m_landing != m_code.size())
+        m_code.back() = {operation, 1, m_code.back().index};
+    else
+        append(operation);
 }
 
 void Emitter::match(std::unique_ptr<Pattern const> pattern)
 {
-    append(Operation::Match, m_program.patterns.size());
-    m_program.patterns.push_back(std::move(pattern));
+    append(Operation::Match, m_patterns.size());
+    m_patterns.push_back(std::move(pattern));
 }
 
 void Emitter::call(Function const& function, std::size_t arguments)
 {
-    append(Operation::Call, indexOf(function), arguments);
+    append(Operation::Call, detail::indexOf(function), arguments);
     m_depth -= arguments - 1;
 }
 
 void Emitter::jump(Operation operation, Jumps& jumps, bool result)
 {
-    std::uint32_t const before = std::exchange(jumps.last, static_cast<std::uint32_t>(m_program.code.size()));
+    std::uint32_t const before = std::exchange(jumps.last, static_cast<std::uint32_t>(m_code.size()));
     append(operation, before, result ? 1 : 0);
     --m_depth;
 }
@@ -69,31 +106,65 @@ void Emitter::endOfList(bool result)
 
 void Emitter::land(Jumps const& jumps) noexcept
 {
-    auto const target = static_cast<std::uint32_t>(m_program.code.size());
-    for (std::uint32_t jump = jumps.last; jump != NO_JUMP;)
-        jump = std::exchange(m_program.code[jump].index, target);
+    auto const target = static_cast<std::uint32_t>(m_code.size());
+    for (std::uint32_t jump = jumps.last; jump != NO_JUMP;) {
+        m_landsLogical = yieldsLogical(m_code[jump].operation) && (m_landsLogical || m_landing != target);
+        m_landing = target;
+        jump = std::exchange(m_code[jump].index, target);
+    }
 }
 
 void Emitter::fold(Start const& start)
 {
-    if (m_reads != start.reads || m_program.code.size() <= start.code + 1)
+    if (m_reads != start.reads || m_code.size() <= start.code + 1)
         return;
-    Value value = evaluateConstant(m_program, start.code);
-    m_program.code.resize(start.code);
-    m_program.constants.resize(start.constants);
-    m_program.stackDepth = start.deepest;
+    Routine const written{m_code, m_constants.data(), m_patterns.data(), {}, m_deepest, false};
+    Value value = evaluateConstant(written, start.code);
+    m_code.resize(start.code);
+    m_constants.resize(start.constants);
+    for (; m_textCount > start.texts; --m_textCount)
+        m_texts.pop_front();
+    m_deepest = start.deepest;
     m_depth = start.depth;
-    constant(std::move(value));
+    if (!value.isString())
+        return constant(Operand(value));
+    m_texts.push_front(std::move(value));
+    ++m_textCount;
+    constant(Operand(m_texts.front()));
+}
+
+Program Emitter::finish(std::string text) &&
+{
+    return Instructions::make(
+        {std::move(text), m_code, m_constants, m_symbols, m_byName, m_patterns, m_deepest, m_rereads});
 }
 
 void Emitter::append(Operation operation, std::size_t index, std::size_t small)
 {
-    m_program.code.push_back({operation, static_cast<std::uint8_t>(small), static_cast<std::uint32_t>(index)});
+    m_code.push_back({operation, static_cast<std::uint8_t>(small), static_cast<std::uint32_t>(index)});
 }
 
 void Emitter::push() noexcept
 {
-    m_program.stackDepth = std::max(m_program.stackDepth, ++m_depth);
+    m_deepest = std::max(m_deepest, ++m_depth);
+}
+
+/// Whether the top is a logical whichever way it came about.
+bool Emitter::endsLogical() const noexcept
+{
+    return yieldsLogical(m_code.back().operation) && (m_landsLogical || m_landing != m_code.size());
+}
+
+/// The number of a symbol, its own since it was first named.
+std::size_t Emitter::indexOf(std::string_view symbol)
+{
+    auto const isBefore = [this](std::uint32_t index, std::string_view name) { return m_symbols[index] < name; };
+    auto const place = std::lower_bound(m_byName.begin(), m_byName.end(), symbol, isBefore);
+    if (place != m_byName.end() && m_symbols[*place] == symbol)
+        return *place;
+    m_byName.insert(place, static_cast<std::uint32_t>(m_symbols.size()));
+    m_symbols.emplace_back(symbol);
+    return m_symbols.size() - 1;
 }
 
 }   // namespace gel::detail

@@ -1,84 +1,17 @@
 #include "gel/detail/Evaluator.h"
 
+#include "gel/detail/Frame.h"
 #include "gel/detail/Functions.h"
 #include "gel/detail/Operand.h"
 
-#include <array>
 #include <cmath>
-#include <cstdint>
-#include <memory>
-#include <new>
-#include <optional>
 #include <span>
+#include <string>
+#include <utility>
 
 namespace gel::detail {
 
 namespace {
-
-/// What one evaluation holds: its stack, the values that it fetched, the texts that it made. The usual sizes lie in
-/// here, uninitialised until they are used; larger programs go to the heap.
-class Frame {
-public:
-    explicit Frame(Instructions const& program);
-    ~Frame();
-    Frame(Frame const&) = delete;
-    Frame& operator=(Frame const&) = delete;
-
-    /// The place below the first operand, so that the top of an empty stack has an address.
-    Operand* bottom() noexcept { return m_farStack ? m_farStack.get() : m_nearStack.data(); }
-    Temporaries& temporaries() noexcept { return m_temporaries; }
-
-    /// The value of a slot, asked for when this is the first time.
-    Value const& read(std::uint32_t slot, DataSource const* source);
-
-private:
-    static constexpr std::size_t NEAR_OPERANDS = 24;
-    static constexpr std::size_t NEAR_SLOTS = 16;
-
-    union Slot {
-        Slot() {}
-        ~Slot() {}
-        Value value;
-    };
-
-    Instructions const& m_program;
-    std::uint32_t m_fetched = 0;   // a bit for each near slot that holds a value
-    std::array<Slot, NEAR_SLOTS> m_nearSlots;
-    std::array<Operand, NEAR_OPERANDS + 1> m_nearStack;
-    std::unique_ptr<std::optional<Value>[]> m_farSlots;
-    std::unique_ptr<Operand[]> m_farStack;
-    Temporaries m_temporaries;
-};
-
-Frame::Frame(Instructions const& program) : m_program(program)
-{
-    if (program.slots.size() > NEAR_SLOTS)
-        m_farSlots = std::make_unique<std::optional<Value>[]>(program.slots.size());
-    if (program.stackDepth > NEAR_OPERANDS)
-        m_farStack.reset(new Operand[program.stackDepth + 1]);
-}
-
-Frame::~Frame()
-{
-    for (std::size_t slot = 0; m_fetched >> slot != 0; ++slot)
-        if ((m_fetched >> slot & 1U) != 0)
-            m_nearSlots[slot].value.~Value();
-}
-
-Value const& Frame::read(std::uint32_t slot, DataSource const* source)
-{
-    if (m_farSlots) {
-        std::optional<Value>& far = m_farSlots[slot];
-        return far ? *far : far.emplace(source->fetch(slot, *m_program.slots[slot]));
-    }
-    Value& near = m_nearSlots[slot].value;
-    std::uint32_t const bit = 1U << slot;
-    if ((m_fetched & bit) == 0) {
-        ::new (static_cast<void*>(&near)) Value(source->fetch(slot, *m_program.slots[slot]));
-        m_fetched |= bit;
-    }
-    return near;
-}
 
 template <class Compute>
 Operand arithmetic(Operand const& left, Operand const& right, Compute compute) noexcept
@@ -87,7 +20,9 @@ Operand arithmetic(Operand const& left, Operand const& right, Compute compute) n
         return Operand::undefined();
     double const first = left.numeric();
     double const second = right.numeric();
-    return Operand::computed(compute(first, second), std::isfinite(first) && std::isfinite(second));
+    double const result = compute(first, second);
+    bool const fromFinite = std::isfinite(result) || (std::isfinite(first) && std::isfinite(second));
+    return Operand::computed(result, fromFinite);
 }
 
 Operand add(Operand const& left, Operand const& right, Temporaries& temporaries)
@@ -123,39 +58,32 @@ Operand negate(Operand const& operand) noexcept
     return operand.isNumeric() ? Operand::computed(-operand.numeric(), false) : Operand::undefined();
 }
 
-Operand binary(Operation operation, Operand const& left, Operand const& right, Temporaries& temporaries)
+Value run(Routine const& routine, std::size_t begin, DataSource const* source)
 {
-    switch (operation) {
-    case Operation::Add: return add(left, right, temporaries);
-    case Operation::Subtract: return arithmetic(left, right, [](double a, double b) { return a - b; });
-    case Operation::Multiply: return arithmetic(left, right, [](double a, double b) { return a * b; });
-    case Operation::Divide: return arithmetic(left, right, [](double a, double b) { return a / b; });
-    case Operation::Remainder: return arithmetic(left, right, [](double a, double b) { return std::fmod(a, b); });
-    case Operation::NotEqual: return Operand(!(left == right));
-    case Operation::Less: return order(left, right, [](auto a, auto b) { return a < b; });
-    case Operation::LessOrEqual: return order(left, right, [](auto a, auto b) { return a <= b; });
-    case Operation::Greater: return order(left, right, [](auto a, auto b) { return a > b; });
-    case Operation::GreaterOrEqual: return order(left, right, [](auto a, auto b) { return a >= b; });
-    default: return Operand(left == right);
-    }
-}
-
-Value run(Instructions const& program, std::size_t begin, DataSource const* source)
-{
-    Frame frame(program);
+    Frame frame(routine);
     Operand* top = frame.bottom();
-    Instruction const* const code = program.code.data();
-    Instruction const* const end = code + program.code.size();
+    Instruction const* const code = routine.code.data();
+    Instruction const* const end = code + routine.code.size();
     for (Instruction const* next = code + begin; next != end;) {
         Instruction const now = *next++;
+        auto const join = [&](auto combine) {   // the two topmost operands, or top and a constant, to one
+            Operand const& right = now.small == 0 ? *top-- : routine.constants[now.index];
+            *top = combine(*top, right);
+        };
+        auto const compute = [&](auto of) { join([&](auto& a, auto& b) { return arithmetic(a, b, of); }); };
+        auto const compare = [&](auto of) { join([&](auto& a, auto& b) { return order(a, b, of); }); };
         switch (now.operation) {
-        case Operation::Constant: *++top = Operand(program.constants[now.index]); break;
-        case Operation::Read: *++top = Operand(frame.read(now.index, source)); break;
+        case Operation::Constant: *++top = routine.constants[now.index]; break;
+        case Operation::Read: {
+            std::string const& symbol = routine.symbols[now.index];
+            *++top = now.small == 0 ? frame.fetch(now.index, symbol, *source) : frame.read(now.index, symbol, *source);
+            break;
+        }
         case Operation::Not: *top = Operand(!top->truth()); break;
         case Operation::Negate: *top = negate(*top); break;
         case Operation::Truth: *top = Operand(top->truth()); break;
         case Operation::Match:
-            *top = Operand(top->isText() && program.patterns[now.index]->matches(top->text()));
+            *top = Operand(top->isText() && routine.patterns[now.index]->matches(top->text()));
             break;
         case Operation::Call:
             top -= now.small - 1;
@@ -189,10 +117,17 @@ Value run(Instructions const& program, std::size_t begin, DataSource const* sour
             }
             break;
         case Operation::EndOfList: *top = Operand(now.small != 0); break;
-        default:
-            --top;
-            *top = binary(now.operation, top[0], top[1], frame.temporaries());
-            break;
+        case Operation::Add: join([&](auto& a, auto& b) { return add(a, b, frame.temporaries()); }); break;
+        case Operation::Subtract: compute([](double a, double b) { return a - b; }); break;
+        case Operation::Multiply: compute([](double a, double b) { return a * b; }); break;
+        case Operation::Divide: compute([](double a, double b) { return a / b; }); break;
+        case Operation::Remainder: compute([](double a, double b) { return std::fmod(a, b); }); break;
+        case Operation::Equal: join([](auto& a, auto& b) { return Operand(a == b); }); break;
+        case Operation::NotEqual: join([](auto& a, auto& b) { return Operand(!(a == b)); }); break;
+        case Operation::Less: compare([](auto a, auto b) { return a < b; }); break;
+        case Operation::LessOrEqual: compare([](auto a, auto b) { return a <= b; }); break;
+        case Operation::Greater: compare([](auto a, auto b) { return a > b; }); break;
+        case Operation::GreaterOrEqual: compare([](auto a, auto b) { return a >= b; }); break;
         }
     }
     return top->release();
@@ -202,12 +137,12 @@ Value run(Instructions const& program, std::size_t begin, DataSource const* sour
 
 Value evaluate(Instructions const& program, DataSource const& source)
 {
-    return run(program, 0, &source);
+    return run(program.routine(), 0, &source);
 }
 
-Value evaluateConstant(Instructions const& program, std::size_t begin)
+Value evaluateConstant(Routine const& routine, std::size_t begin)
 {
-    return run(program, begin, nullptr);
+    return run(routine, begin, nullptr);
 }
 
 }   // namespace gel::detail

@@ -4,6 +4,7 @@
 #include "gel/detail/Numbers.h"
 #include "gel/detail/Utf8.h"
 
+#include <array>
 #include <charconv>
 #include <cmath>
 
@@ -21,9 +22,17 @@ constexpr bool isControl(char byte) noexcept
     return static_cast<unsigned char>(byte) < 0x20 || byte == 0x7F;
 }
 
+/// The ASCII characters of plain names.
+constexpr std::array<bool, 256> PLAIN = [] {
+    std::array<bool, 256> plain{};
+    for (char const byte : std::string_view("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_$"))
+        plain[static_cast<unsigned char>(byte)] = true;
+    return plain;
+}();
+
 constexpr bool isPlain(char byte) noexcept
 {
-    return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || isDigit(byte) || byte == '_' || byte == '$';
+    return PLAIN[static_cast<unsigned char>(byte)];
 }
 
 /// Whether a character outside ASCII may stand in a name. Spaces, invisible marks, dashes and curly quotes, which
@@ -52,7 +61,7 @@ void Lexer::advance()
         number();
     } else if (m_text[offset] == '\'' || m_text[offset] == '"') {
         string();
-    } else if (m_text[offset] == '`' || skipName(offset) > offset) {
+    } else if (isPlain(m_text[offset]) || m_text[offset] == '`' || skipName(offset) > offset) {
         name();
     } else {
         sign();
@@ -153,21 +162,28 @@ void Lexer::number()
 void Lexer::string()
 {
     char const quote = m_text[m_next++];
-    m_token.text.clear();
+    std::size_t const begin = m_next;
+    std::string* unescaped = nullptr;   // since the first escape
     while (at(m_next) != quote) {
         if (m_next == m_text.size() || m_text[m_next] == '\n' || m_text[m_next] == '\r')
             fail(m_token.offset, "unterminated string");
         refuseControl(m_next, "string; write it as an escape");
-        if (m_text[m_next] == '\\')
-            escape();
-        else
-            m_token.text += m_text[m_next++];
+        if (m_text[m_next] == '\\') {
+            if (!unescaped)
+                unescaped = &m_texts.emplace_front(m_text.substr(begin, m_next - begin));
+            escape(*unescaped);
+            continue;
+        }
+        if (unescaped)
+            *unescaped += m_text[m_next];
+        ++m_next;
     }
-    ++m_next;
+    m_token.text = unescaped ? *unescaped : m_text.substr(begin, m_next - begin);
     m_token.sign = Sign::String;
+    ++m_next;
 }
 
-void Lexer::escape()
+void Lexer::escape(std::string& text)
 {
     std::size_t const begin = m_next;
     if (begin + 1 == m_text.size())
@@ -177,10 +193,10 @@ void Lexer::escape()
     switch (letter) {
     case '\\':
     case '\'':
-    case '"': m_token.text += letter; return;
-    case 'n': m_token.text += '\n'; return;
-    case 'r': m_token.text += '\r'; return;
-    case 't': m_token.text += '\t'; return;
+    case '"': text += letter; return;
+    case 'n': text += '\n'; return;
+    case 'r': text += '\r'; return;
+    case 't': text += '\t'; return;
     case 'u':
         if (at(m_next) == '{')
             break;
@@ -196,40 +212,48 @@ void Lexer::escape()
         fail(begin, "malformed escape; a character is written \\u{H} with one to six hexadecimal digits");
     if (!isScalar(value))
         fail(begin, codePointName(value) + " is not a Unicode character");
-    append(m_token.text, value);
+    append(text, value);
     ++m_next;
 }
 
 void Lexer::name()
 {
-    m_token.text.clear();
+    std::size_t const begin = m_next;
+    std::string* unquoted = nullptr;   // since the first part in backticks
     m_token.sign = Sign::Name;
-    bool const isQuoted = m_text[m_next] == '`';
-    for (;;) {
+    for (bool isFirst = true;; isFirst = false) {
         if (at(m_next) == '`') {
-            quotedPart();
+            if (!unquoted)
+                unquoted = &m_texts.emplace_front(m_text.substr(begin, m_next - begin));
+            quotedPart(*unquoted);
         } else {
             std::size_t const end = skipName(m_next);
             if (end == m_next)
                 fail(m_next, "expected a name after '.'");
-            m_token.text += m_text.substr(m_next, end - m_next);
+            if (unquoted)
+                *unquoted += m_text.substr(m_next, end - m_next);
             m_next = end;
         }
-        Operator const* const word =
-            !isQuoted && m_token.text.size() == m_next - m_token.offset ? reservedWord(m_token.text) : nullptr;
+        m_token.text = unquoted ? *unquoted : m_text.substr(begin, m_next - begin);
+        bool const isOnePart = isFirst && !unquoted;
+        Operator const* const word = isOnePart ? reservedWord(m_token.text) : nullptr;
         if (at(m_next) != '.') {
-            m_token.isCallable = !isQuoted && m_token.text.find('.') == std::string::npos;
+            m_token.isCallable = isOnePart;
             if (word)
                 m_token.sign = word->sign;
             return;
         }
-        if (word)
-            fail(m_token.offset, "'" + m_token.text + "' is reserved; write it in backticks to use it as a name");
-        m_token.text += m_text[m_next++];
+        if (word) {
+            fail(m_token.offset,
+                 "'" + std::string(word->spelling) + "' is reserved; write it in backticks to use it as a name");
+        }
+        if (unquoted)
+            *unquoted += '.';
+        ++m_next;
     }
 }
 
-void Lexer::quotedPart()
+void Lexer::quotedPart(std::string& text)
 {
     std::size_t const begin = m_next++;
     for (;; ++m_next) {
@@ -238,7 +262,7 @@ void Lexer::quotedPart()
         refuseControl(m_next, "name");
         if (m_text[m_next] == '`' && at(++m_next) != '`')
             break;
-        m_token.text += m_text[m_next];
+        text += m_text[m_next];
     }
     if (m_next == begin + 2)
         fail(begin, "empty name");

@@ -3,6 +3,7 @@
 #include "gel/detail/Operators.h"
 
 #include <cstddef>
+#include <forward_list>
 #include <string>
 #include <string_view>
 
@@ -13,7 +14,7 @@ struct Token {
     Sign sign = Sign::End;
     std::size_t offset = 0;
     std::string_view spelling;   // as it stands in the text
-    std::string text;            // of a String or a Name, without quotes and escapes
+    std::string_view text;       // of a String or a Name, without quotes and escapes
     double number = 0;           // of a Number
     bool isCallable = false;     // of a Name: one plain part
 };
@@ -26,6 +27,7 @@ struct RegexToken {
 };
 
 /// Reads a text token by token. What is no token throws `ParseError` when it is reached, not before.
+/// Lifetime: the texts of tokens last as long as the lexer and the text that it reads.
 class Lexer {
 public:
     /// Stands on the first token. Lifetime: only looks at `text`.
@@ -54,15 +56,16 @@ private:
 
     void number();
     void string();
-    void escape();
+    void escape(std::string& text);
     void name();
-    void quotedPart();
+    void quotedPart(std::string& text);
     void sign();
     std::string_view flags();
 
     std::string_view m_text;
     std::size_t m_next = 0;   // where the token after this one is looked for
     Token m_token;
+    std::forward_list<std::string> m_texts;   // those that do not stand in the text as they are
 };
 
 }   // namespace gel::detail

@@ -2,32 +2,14 @@
 
 namespace gel::detail {
 
-Operand::Operand(std::string&& text, Temporaries& temporaries) : Operand(Kind::Temporary)
+Operand::Operand(std::string&& text, Temporaries& temporaries) : Operand(TEMPORARY)
 {
     m_temporary = &temporaries.emplace_front(std::move(text));
 }
 
-bool operator==(Operand const& left, Operand const& right) noexcept
+Value Operand::releaseText() const
 {
-    if (left.isText() && right.isText())
-        return left.text() == right.text();
-    if (left.kind() != right.kind())
-        return false;
-    if (left.isNumber())
-        return left.m_number == right.m_number;
-    return left.isUndefined() || left.m_logical == right.m_logical;
-}
-
-Value Operand::release() const
-{
-    switch (kind()) {
-    case Kind::Undefined: return Value();
-    case Kind::Number: return Value(m_number);
-    case Kind::Logical: return Value(m_logical);
-    case Kind::Text: return Value(std::string(text()));
-    case Kind::Temporary: break;
-    }
-    return Value(std::move(*m_temporary));
+    return temporary() ? Value(std::move(*m_temporary)) : Value(std::string(text()));
 }
 
 Spelling::Spelling(Operand const& operand) noexcept

@@ -22,11 +22,12 @@ using Temporaries = std::forward_list<std::string>;
 class Operand {
 public:
     Operand() = default;   // no value at all: stacks are not initialised
-    static Operand undefined() noexcept { return Operand(Kind::Undefined); }
+    static Operand undefined() noexcept { return Operand(UNDEFINED); }
+    static Operand absent() noexcept { return Operand(ABSENT); }   // what has not been fetched: no value either
 
     /// What the value says inside the language: a NaN is undefined, every zero is +0.
     explicit Operand(Value const& value) noexcept;
-    explicit Operand(bool logical) noexcept : Operand(Kind::Logical) { m_logical = logical; }
+    explicit Operand(bool logical) noexcept : Operand(LOGICAL) { m_number = logical ? 1 : 0; }
     explicit Operand(std::string_view text) noexcept;
 
     /// A text of its own, kept in `temporaries`.
@@ -35,20 +36,21 @@ public:
     /// The result of a computation: undefined when it is NaN, or infinite although all it was made of was finite.
     static Operand computed(double result, bool fromFinite) noexcept;
 
-    bool isUndefined() const noexcept { return kind() == Kind::Undefined; }
-    bool isNumber() const noexcept { return kind() == Kind::Number; }
-    bool isLogical() const noexcept { return kind() == Kind::Logical; }
+    bool isAbsent() const noexcept { return m_sizeAndKind == ABSENT; }
+    bool isUndefined() const noexcept { return m_sizeAndKind == UNDEFINED; }
+    bool isNumber() const noexcept { return m_sizeAndKind == NUMBER; }
+    bool isLogical() const noexcept { return m_sizeAndKind == LOGICAL; }
     bool isNumeric() const noexcept { return isNumber() || isLogical(); }
-    bool isText() const noexcept { return kind() >= Kind::Text; }
+    bool isText() const noexcept { return m_sizeAndKind >= TEMPORARY; }
 
     /// The number, or 1 and 0 for a logical; of a numeric operand.
-    double numeric() const noexcept { return isNumber() ? m_number : m_logical ? 1.0 : 0.0; }
+    double numeric() const noexcept { return m_number; }
 
     /// The text, of an operand that is one.
     std::string_view text() const noexcept;
 
     /// The text that this operand alone refers to, null when there is none.
-    std::string* temporary() const noexcept { return kind() == Kind::Temporary ? m_temporary : nullptr; }
+    std::string* temporary() const noexcept { return m_sizeAndKind == TEMPORARY ? m_temporary : nullptr; }
 
     bool truth() const noexcept;
 
@@ -59,19 +61,15 @@ public:
     Value release() const;
 
 private:
-    enum class Kind : std::uint8_t { Undefined, Number, Logical, Text, Temporary };
-    static constexpr std::uint64_t KIND_BITS = 3;
+    // A kind, or the size of a text that is only looked at, moved behind them all.
+    enum Kind : std::uint64_t { ABSENT, UNDEFINED, NUMBER, LOGICAL, TEMPORARY, TEXT };
 
-    explicit Operand(Kind kind, std::uint64_t size = 0) noexcept
-        : m_sizeAndKind((size << KIND_BITS) | static_cast<std::uint64_t>(kind))
-    {}
-    explicit Operand(double number) noexcept : Operand(Kind::Number) { m_number = number + 0.0; }   // -0 + 0 is +0
-
-    Kind kind() const noexcept { return static_cast<Kind>(m_sizeAndKind & ((1U << KIND_BITS) - 1)); }
+    explicit Operand(std::uint64_t sizeAndKind) noexcept : m_sizeAndKind(sizeAndKind) {}
+    explicit Operand(double number) noexcept : Operand(NUMBER) { m_number = number + 0.0; }   // -0 + 0 is +0
+    Value releaseText() const;
 
     union {
-        double m_number;
-        bool m_logical;
+        double m_number;   // of a logical 1 or 0
         char const* m_bytes;
         std::string* m_temporary;
     };
@@ -93,7 +91,7 @@ private:
     std::string_view m_view;
 };
 
-inline Operand::Operand(Value const& value) noexcept : Operand(Kind::Undefined)
+inline Operand::Operand(Value const& value) noexcept : Operand(UNDEFINED)
 {
     if (value.isDouble()) {
         if (!std::isnan(value.getDouble()))
@@ -105,7 +103,7 @@ inline Operand::Operand(Value const& value) noexcept : Operand(Kind::Undefined)
     }
 }
 
-inline Operand::Operand(std::string_view text) noexcept : Operand(Kind::Text, text.size())
+inline Operand::Operand(std::string_view text) noexcept : Operand(TEXT + text.size())
 {
     m_bytes = text.data();
 }
@@ -119,18 +117,33 @@ inline Operand Operand::computed(double result, bool fromFinite) noexcept
 
 inline std::string_view Operand::text() const noexcept
 {
-    return kind() == Kind::Temporary ? std::string_view(*m_temporary)
-                                     : std::string_view(m_bytes, m_sizeAndKind >> KIND_BITS);
+    return m_sizeAndKind == TEMPORARY ? std::string_view(*m_temporary)
+                                      : std::string_view(m_bytes, m_sizeAndKind - TEXT);
+}
+
+inline bool operator==(Operand const& left, Operand const& right) noexcept
+{
+    if (left.isText() && right.isText())
+        return left.text() == right.text();
+    if (left.m_sizeAndKind != right.m_sizeAndKind)
+        return false;
+    return left.isUndefined() || left.m_number == right.m_number;
+}
+
+inline Value Operand::release() const
+{
+    if (isNumber())
+        return Value(m_number);
+    if (isLogical())
+        return Value(m_number != 0);
+    return isText() ? releaseText() : Value();
 }
 
 inline bool Operand::truth() const noexcept
 {
-    switch (kind()) {
-    case Kind::Undefined: return false;
-    case Kind::Number: return m_number != 0;
-    case Kind::Logical: return m_logical;
-    default: return !text().empty();
-    }
+    if (isNumeric())
+        return m_number != 0;
+    return isText() && !text().empty();
 }
 
 }   // namespace gel::detail

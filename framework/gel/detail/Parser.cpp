@@ -25,7 +25,7 @@ std::string arity(Function const& function)
 
 }   // namespace
 
-Instructions Parser::parse(std::string_view text)
+Program Parser::parse(std::string const& text)
 {
     if (text.size() > MAX_BYTES) {
         throw ParseError(text, 0,
@@ -34,7 +34,7 @@ Instructions Parser::parse(std::string_view text)
     }
     Parser parser(text);
     parser.whole();
-    return std::move(parser.m_code).finish();
+    return std::move(parser.m_code).finish(text);
 }
 
 void Parser::whole()
@@ -187,11 +187,11 @@ bool Parser::prefixed()
 void Parser::primary()
 {
     switch (token().sign) {
-    case Sign::Number: m_code.constant(token().number); break;
-    case Sign::String: m_code.constant(token().text); break;
+    case Sign::Number: m_code.constant(Operand(Value(token().number))); break;
+    case Sign::String: m_code.constant(Operand(token().text)); break;
     case Sign::True:
-    case Sign::False: m_code.constant(token().sign == Sign::True); break;
-    case Sign::Undefined: m_code.constant(Value()); break;
+    case Sign::False: m_code.constant(Operand(token().sign == Sign::True)); break;
+    case Sign::Undefined: m_code.constant(Operand::undefined()); break;
     case Sign::Name:
         if (m_lexer.callFollows())
             return call();

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "gel/Program.h"
 #include "gel/detail/Emitter.h"
-#include "gel/detail/Instructions.h"
 #include "gel/detail/Lexer.h"
 
 #include <cstddef>
@@ -16,8 +16,8 @@ public:
     static constexpr std::size_t MAX_BYTES = 65'536;
     static constexpr std::size_t MAX_NESTING = 200;
 
-    /// The instructions of `text`. Throws `ParseError` at the first error from the left.
-    static Instructions parse(std::string_view text);
+    /// The program of `text`. Throws `ParseError` at the first error from the left.
+    static Program parse(std::string const& text);
 
 private:
     explicit Parser(std::string_view text) : m_lexer(text) {}

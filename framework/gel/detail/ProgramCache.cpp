@@ -1,6 +1,6 @@
 #include "gel/detail/ProgramCache.h"
 
-#include "gel/detail/Instructions.h"
+#include "gel/detail/Evaluator.h"
 #include "gel/detail/Parser.h"
 
 #include <utility>
@@ -9,49 +9,103 @@ namespace gel::detail {
 
 namespace {
 
-ProgramCache::Parsed parsed(std::string const& text)
-{
-    return std::make_shared<Instructions const>(Parser::parse(text));
-}
-
-// Trivially destructible, hence still readable when the thread's cache is gone.
-thread_local bool s_cacheIsGone = false;
+/// Trivially destructible, hence still readable when the thread's cache is gone.
+struct Thread {
+    ProgramCache* cache = nullptr;
+    bool hadCache = false;
+};
+constinit thread_local Thread s_thread;
 
 struct ThreadCache {
-    ProgramCache programs;
+    ThreadCache() { s_thread = {&programs, true}; }
+    ~ThreadCache() { s_thread.cache = nullptr; }
 
-    ~ThreadCache() { s_cacheIsGone = true; }
+    ProgramCache programs;
 };
+
+/// The cache of this thread, null when it is gone.
+ProgramCache* threadCache()
+{
+    Thread& thread = s_thread;
+    if (!thread.cache && !thread.hadCache) {
+        thread_local ThreadCache s_cache;
+        static_cast<void>(s_cache);
+    }
+    return thread.cache;
+}
 
 }   // namespace
 
 Program programOf(std::string const& text)
 {
-    if (s_cacheIsGone)
-        return Program(parsed(text));
-    thread_local ThreadCache s_cache;
-    return Program(s_cache.programs.of(text));
+    ProgramCache* const cache = threadCache();
+    return cache ? cache->of(text).handle() : Parser::parse(text);
 }
 
-ProgramCache::Parsed const& ProgramCache::of(std::string const& text)
+Value evaluateText(std::string const& text, DataSource const& source)
 {
-    if (auto const found = m_young.find(text); found != m_young.end())
-        return found->second;
-    if (auto const found = m_old.find(text); found != m_old.end()) {
-        Generation::node_type node = m_old.extract(found);   // before the old generation can be dropped
-        makeRoom();
-        return m_young.insert(std::move(node)).position->second;
+    ProgramCache* const cache = threadCache();
+    return cache ? cache->evaluate(cache->of(text), source) : Parser::parse(text).evalPinned(source);
+}
+
+/// An evaluation that is under way, in the list of those of its thread.
+class ProgramCache::Running {
+public:
+    Running(ProgramCache& cache, Instructions const& program) noexcept
+        : m_program(program), m_before(&cache.m_running), m_next(std::exchange(cache.m_running, this))
+    {
+        if (m_next)
+            m_next->m_before = &m_next;
     }
-    Parsed made = parsed(text);
+    ~Running()
+    {
+        *m_before = m_next;   // not always the first: a lookup may have switched to another stack
+        if (m_next)
+            m_next->m_before = m_before;
+        if (m_isHeld)
+            m_program.release();
+    }
+    Running(Running const&) = delete;
+    Running& operator=(Running const&) = delete;
+
+    /// Holds the programs of an evaluation and of all that began before it.
+    static void holdAll(Running* running) noexcept
+    {
+        for (; running && !running->m_isHeld; running = running->m_next) {   // behind one that is held all are
+            running->m_program.hold();
+            running->m_isHeld = true;
+        }
+    }
+
+private:
+    Instructions const& m_program;
+    bool m_isHeld = false;
+    Running** m_before;
+    Running* m_next;
+};
+
+Value ProgramCache::evaluate(Instructions const& program, DataSource const& source)
+{
+    Running const running(*this, program);
+    return detail::evaluate(program, source);
+}
+
+/// Brings a text into the young generation.
+Instructions const& ProgramCache::fetch(std::string const& text, std::uint64_t hash)
+{
+    Instructions const* const found = m_old.find(text, hash);
+    Program const program = found ? found->handle() : Parser::parse(text);   // before the old generation can be dropped
     makeRoom();
-    return m_young.emplace(text, std::move(made)).first->second;
+    m_young.insert(Instructions::of(program), hash);
+    return Instructions::of(program);
 }
 
 void ProgramCache::makeRoom()
 {
     if (m_young.size() < GENERATION)
         return;
-    m_old = std::move(m_young);
+    Running::holdAll(m_running);
+    m_old.swap(m_young);   // whose array is used again
     m_young.clear();
 }
 

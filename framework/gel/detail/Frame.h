@@ -1,0 +1,86 @@
+#pragma once
+
+#include "gel/DataSource.h"
+#include "gel/detail/Instructions.h"
+#include "gel/detail/Operand.h"
+#include "gel/detail/SpareMemory.h"
+
+#include <array>
+#include <cstddef>
+#include <new>
+#include <optional>
+#include <string>
+
+namespace gel::detail {
+
+/// What one evaluation holds: its stack, the values that it needs again, the texts that it fetched and made. The usual
+/// sizes lie in here, uninitialised until they are used; larger programs work in spare memory of the thread.
+class Frame {
+public:
+    explicit Frame(Routine const& routine)
+    {
+        if (routine.symbols.size() > NEAR_SYMBOLS || routine.stackDepth > NEAR_OPERANDS)
+            useFarMemory(routine);
+        if (routine.rereads)
+            forgetAll(routine.symbols.size());
+    }
+    ~Frame()
+    {
+        while (m_textCount > 0)
+            m_texts[--m_textCount].value.~Value();
+    }
+    Frame(Frame const&) = delete;
+    Frame& operator=(Frame const&) = delete;
+
+    /// The place below the first operand, so that the top of an empty stack has an address.
+    Operand* bottom() noexcept { return m_stack; }
+    Temporaries& temporaries() noexcept { return m_temporaries; }
+
+    /// The value of a symbol, asked for now.
+    Operand fetch(std::uint32_t index, std::string const& symbol, DataSource const& source);
+
+    /// The value of a symbol, asked for when this is the first time.
+    Operand read(std::uint32_t index, std::string const& symbol, DataSource const& source);
+
+private:
+    static constexpr std::size_t NEAR_OPERANDS = 24;
+    static constexpr std::size_t NEAR_SYMBOLS = 16;
+
+    union Text {
+        Text() {}
+        ~Text() {}
+        Value value;
+    };
+
+    void useFarMemory(Routine const& routine);
+    void forgetAll(std::size_t symbols) noexcept;
+
+    std::array<Operand, NEAR_OPERANDS + 1> m_nearStack;
+    std::array<Operand, NEAR_SYMBOLS> m_nearKnown;
+    std::array<Text, NEAR_SYMBOLS> m_nearTexts;
+    Operand* m_stack = m_nearStack.data();
+    Operand* m_known = m_nearKnown.data();   // by symbol, absent until it is read; only if some are read again
+    Text* m_texts = m_nearTexts.data();      // those that were fetched
+    std::size_t m_textCount = 0;
+    std::optional<SpareMemory> m_far;
+    Temporaries m_temporaries;
+};
+
+inline Operand Frame::fetch(std::uint32_t index, std::string const& symbol, DataSource const& source)
+{
+    Value const& value = *::new (static_cast<void*>(&m_texts[m_textCount])) Value(source.fetch(index, symbol));
+    if (value.isString())
+        ++m_textCount;   // any other value needs no end: the next one takes its place
+    return Operand(value);
+}
+
+inline Operand Frame::read(std::uint32_t index, std::string const& symbol, DataSource const& source)
+{
+    if (!m_known[index].isAbsent())
+        return m_known[index];
+    Operand const value = fetch(index, symbol, source);
+    m_known[index] = value;
+    return value;
+}
+
+}   // namespace gel::detail
