@@ -4,6 +4,7 @@
 
 #include <boost/uuid/uuid.hpp>
 
+#include <iosfwd>
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -88,6 +89,11 @@ public:
 
     /// True for the same kind and the same value: 1 is neither `true` nor "1", and NaN differs from itself.
     STUDIO_DATA_EXPORT friend bool operator==(PropertyValue const& left, PropertyValue const& right) noexcept;
+
+    /// Writes the value as a person reads it in a log or in a failed test: texts quoted and escaped, so that 1, "1",
+    /// true and undefined look different, and numbers so that they read back as they are. Whatever the stream's locale
+    /// and flags; its width counts for the whole.
+    STUDIO_DATA_EXPORT friend std::ostream& operator<<(std::ostream& out, PropertyValue const& value);
 
 private:
     Variant value;
