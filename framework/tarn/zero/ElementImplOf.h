@@ -32,6 +32,13 @@ public:
     meta::Class getMetaClass() const override { return T::Handle::metaClass(); }
     ModelElement::Impl* classPointer() const noexcept override { return T::classImpl(); }
     ModelElement This() const override { return ModelElement{const_cast<T*>(&self())}; }
+    std::string nameInMessages() const override
+    {
+        if constexpr (requires(T const& element) { std::string{element.getName()}; })
+            return self().getName();
+        else
+            return Base::nameInMessages();
+    }
 
     meta::Property getPropertyByIndex(unsigned long index) const override
     {

@@ -9,6 +9,7 @@
 #include <boost/optional/optional.hpp>
 
 #include <memory>
+#include <string>
 
 namespace tarn::zero {
 
@@ -65,6 +66,12 @@ public:
     unsigned long containerFeatureIndex() const noexcept { return m_containerFeature; }
     /// The collection of the container that holds this element; null when top-level.
     meta::Property containmentFeature() const;
+
+    /// What the element is, for messages: `Property "title" (0f8fad5b-…)`, `destroyed` or `proxy` in front of that
+    /// where it is so. *Cost*: for failures, not for every day.
+    std::string describe() const;
+    /// The same; `null` for a null handle.
+    static std::string describe(ModelElement const& element);
 
     // Changing, called by element classes inside a transaction
 
@@ -139,6 +146,8 @@ public:
     /// The same class, borrowed; null before the class is registered and after that has been undone.
     virtual ModelElement::Impl* classPointer() const noexcept = 0;
     virtual ModelElement This() const = 0;
+    /// The name by which messages tell the element from others of its class; empty if it has none.
+    virtual std::string nameInMessages() const { return {}; }
     /// Turns the element's handles false.
     virtual void invalidate();
     virtual void doDestroy(bool runHooks, bool notify);

@@ -27,7 +27,8 @@ public:
     std::string const& text() const noexcept { return m_text; }
 
 protected:
-    Message(char const* key, std::string text);
+    /// The text is the sentence and the subject, if there is one; neither ends with a full stop.
+    Message(char const* key, std::string const& sentence, std::string const& subject = {});
     ~Message() = default;
     Message(Message const&) = default;
     Message& operator=(Message const&) = default;

@@ -4,18 +4,21 @@
 
 #include <string>
 
+// Each message is a sentence. Those that can say more take a `subject`, what was refused and on which element, and end
+// with it; it is no argument: what handles a message reads its id and its arguments.
+
 namespace tarn0::messages {
 
 /// A setter or a collection change was applied to a placeholder of an element of another model.
 class STUDIO_DATA_EXPORT CannotModifyProxy : public Message {
 public:
-    CannotModifyProxy();
+    explicit CannotModifyProxy(std::string const& subject = {});
 };
 
 /// A keyed map would hold two elements under one key.
 class STUDIO_DATA_EXPORT UniquenessConstraint : public Message {
 public:
-    UniquenessConstraint();
+    explicit UniquenessConstraint(std::string const& subject = {});
 };
 
 /// A value was asked for a type that it does not hold.
@@ -33,7 +36,7 @@ private:
 /// A value or an element of the wrong type was given to a collection.
 class STUDIO_DATA_EXPORT CannotAddIncompatibleTypes : public Message {
 public:
-    CannotAddIncompatibleTypes(std::u16string givenType, std::u16string wantedType);
+    CannotAddIncompatibleTypes(std::u16string givenType, std::u16string wantedType, std::string const& subject = {});
 
     std::u16string const& givenType() const noexcept { return m_givenType; }
     std::u16string const& wantedType() const noexcept { return m_wantedType; }
@@ -46,25 +49,25 @@ private:
 /// A null or a destroyed element was given to a collection.
 class STUDIO_DATA_EXPORT CannotAddNonExistentObject : public Message {
 public:
-    CannotAddNonExistentObject();
+    explicit CannotAddNonExistentObject(std::string const& subject = {});
 };
 
 /// An element that a unique sequence already holds was given to it again.
 class STUDIO_DATA_EXPORT CannotAddSecondObject : public Message {
 public:
-    CannotAddSecondObject();
+    explicit CannotAddSecondObject(std::string const& subject = {});
 };
 
 /// An element was associated with one of another model where no proxy is allowed.
 class STUDIO_DATA_EXPORT CannotCreateCrossModelAssociation : public Message {
 public:
-    CannotCreateCrossModelAssociation();
+    explicit CannotCreateCrossModelAssociation(std::string const& subject = {});
 };
 
 /// A value cannot be read, or has no such form.
 class STUDIO_DATA_EXPORT InvalidValue : public Message {
 public:
-    InvalidValue();
+    explicit InvalidValue(std::string const& subject = {});
 };
 
 /// The meta registry was asked for a type that nobody registered.
@@ -81,13 +84,13 @@ private:
 /// An element would be contained by itself or by one of its own contents.
 class STUDIO_DATA_EXPORT CircularContainment : public Message {
 public:
-    CircularContainment();
+    explicit CircularContainment(std::string const& subject = {});
 };
 
 /// A frozen model was modified while nobody had thawed it.
 class STUDIO_DATA_EXPORT ModelFrozen : public Message {
 public:
-    ModelFrozen();
+    explicit ModelFrozen(std::string const& subject = {});
 };
 
 }   // namespace tarn0::messages

@@ -8,6 +8,7 @@
 #include <boost/optional/optional.hpp>
 
 #include <atomic>
+#include <string>
 
 namespace tarn::zero {
 
@@ -45,6 +46,10 @@ protected:
 
     ModelElement::Impl* ownerImpl() const noexcept { return m_owner; }
     void refuseUnmodifiable() const;
+    /// What is refused, for messages: `WHAT in properties of ContextData (0f8fad5b-…)`.
+    std::string refused(std::string const& what) const;
+    /// *Throws* `std::out_of_range`.
+    [[noreturn]] void refuseIndex(std::size_t index, std::size_t size) const;
     /// What `value` holds for the collection; throws `CannotAddIncompatibleTypes` if that is no `T`.
     template <class T>
     T itemIn(Value const& value) const

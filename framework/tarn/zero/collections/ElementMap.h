@@ -103,7 +103,7 @@ public:
             return;
         if (memory)
             memory->undoStep();
-        reportException(tarn0::messages::UniquenessConstraint{});
+        refuseKey(element);
     }
     /// Adds without notification what resolving a placeholder brought.
     void resolveAdd(E const& element) { basicAdd(element); }
@@ -204,10 +204,15 @@ protected:
     void checkRoom(ModelElement const& element) const override
     {
         if (!element->isProxy() && findImpl(Order::key(Base::typed(element))))
-            reportException(tarn0::messages::UniquenessConstraint{});
+            refuseKey(element);
     }
 
 private:
+    [[noreturn]] void refuseKey(ModelElement const& element) const
+    {
+        reportException(tarn0::messages::UniquenessConstraint{this->refused(element->describe())});
+    }
+
     typename Old::Chain m_memories;
 };
 

@@ -35,7 +35,7 @@ public:
     void insert(std::size_t index, E const& element)
     {
         if (index > this->size())
-            throw std::out_of_range{"index past the end of a sequence"};
+            this->refuseIndex(index, this->size());
         AbstractOwnedCollection::Operation operation{*this};
         this->addElement(element);
         std::rotate(this->m_elements.begin() + static_cast<std::ptrdiff_t>(index), this->m_elements.end() - 1,
@@ -102,7 +102,7 @@ protected:
     void checkRoom(ModelElement const& element) const override
     {
         if (containsElement(element))
-            reportException(tarn0::messages::CannotAddSecondObject{});
+            reportException(tarn0::messages::CannotAddSecondObject{this->refused(element->describe())});
     }
 
 private:

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <stdexcept>
 #include <utility>
 #include <vector>
 
@@ -156,10 +155,10 @@ public:
     }
 
 private:
-    static void requireIndex(std::size_t index, std::size_t limit)
+    void requireIndex(std::size_t index, std::size_t limit) const
     {
         if (index >= limit)
-            throw std::out_of_range{"index past the end of a sequence"};
+            this->refuseIndex(index, this->size());
     }
 };
 

@@ -56,7 +56,7 @@ protected:
     virtual void replaceProxy(ModelElement const& proxy, ModelElement const& element);
     virtual ModelElement proxy(ProxyId const& id) const;
 
-    [[noreturn]] static void refuseType(ModelElement const& element, meta::Class const& wanted);
+    [[noreturn]] void refuseType(ModelElement const& element, meta::Class const& wanted) const;
 
 private:
     bool m_composite;

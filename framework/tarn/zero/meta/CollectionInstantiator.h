@@ -56,15 +56,15 @@ public:
         else if constexpr (requires { T::Impl::classImpl(); })
             return detached<ElementSequence<T>>(type);
         else
-            reportException(tarn0::messages::InvalidValue{});   // the root class: nobody checks what goes in
+            reportException(tarn0::messages::InvalidValue{
+                "a sequence of any elements"});   // the root class: nobody checks what goes in
     }
     Value createMap(Type const& type) const override
     {
         if constexpr (std::is_base_of_v<ModelElement, T>)
             if constexpr (NamedHandle<T>)
                 return detached<ElementMap<std::string, T>>(type);
-        (void)type;
-        reportException(tarn0::messages::InvalidValue{});
+        reportException(tarn0::messages::InvalidValue{"a map of " + ModelElement::Impl::describe(type) + " by name"});
     }
 
 private:

@@ -40,6 +40,7 @@ public:
     /// The names of all containers and the own one, outermost first, joined by dots: u"studio.data.Property". Empty
     /// names are skipped. A dead element answers what it was last.
     std::u16string getQualifiedName() const;
+    std::string nameInMessages() const override;
 
 protected:
     static constexpr unsigned long NAME = 1;

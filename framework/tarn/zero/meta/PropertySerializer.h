@@ -81,7 +81,7 @@ public:
             return makeUnmanaged(std::move(combined));
         } else {
             (void)values;
-            reportException(tarn0::messages::InvalidValue{});
+            reportException(tarn0::messages::InvalidValue{"a set of values that have no order"});
         }
     }
 
