@@ -17,6 +17,7 @@ class ElementSequence final : public TypedReferenceCollection<E, std::vector<E>>
 public:
     using Old = std::vector<E>;
     using Kept = std::vector<E>;
+    /// The place of what is not there.
     static constexpr std::size_t npos = static_cast<std::size_t>(-1);
 
     ElementSequence() : Base{false} {}
@@ -24,6 +25,7 @@ public:
         : Base{owner, featureIndex, composite}
     {}
 
+    /// The element there; past the end throws `std::out_of_range`.
     E const& at(std::size_t index) const { return this->m_elements.at(index); }
     /// The element's place, or `npos`.
     std::size_t indexOf(ModelElement const& element) const noexcept
@@ -42,6 +44,7 @@ public:
                     this->m_elements.end());
         operation.commit();
     }
+    /// Takes out the element there; past the end throws `std::out_of_range`.
     void erase(std::size_t index) { this->removeElement(at(index)); }
     /// Room for that many elements in all.
     void reserve(std::size_t count) { this->m_elements.reserve(count); }
@@ -91,6 +94,7 @@ public:
     void reinstate(Old&) noexcept {}
     void dropAll() noexcept { this->m_elements.clear(); }
     std::size_t sizeBefore(Old const& old) const noexcept { return old.size(); }
+    /// A sequence of its own with those elements.
     static std::unique_ptr<ElementSequence> detached(Kept const& elements)
     {
         auto sequence = std::make_unique<ElementSequence>();

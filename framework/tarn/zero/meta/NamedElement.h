@@ -34,6 +34,7 @@ public:
 
     static ModelElement::Impl* classImpl() noexcept;
 
+    /// The name within what contains the element.
     std::u16string const& getName() const noexcept { return m_name; }
     void setName(std::u16string const& name);
 
