@@ -45,11 +45,12 @@ def is_set(value, name):
 
 
 def text_of(value):
-    """The bytes of a std::string as a quoted text; None if it cannot be read."""
+    """What a std::string or std::u16string holds, quoted; None if it cannot be read."""
     first, size = member(value, "_M_dataplus", "_M_p"), member(value, "_M_string_length")
     try:
-        text = first.string("utf-8", "replace", length=int(size))
-    except (AttributeError, TypeError, gdb.error):
+        encoding = "utf-8" if first.type.strip_typedefs().target().sizeof == 1 else "utf-16"
+        text = first.string(encoding, "replace", length=int(size))
+    except (AttributeError, OverflowError, TypeError, gdb.error):
         return None
     return '"' + text.replace("\\", "\\\\").replace('"', '\\"').replace("\n", "\\n") + '"'
 
@@ -93,7 +94,10 @@ def alternative(variant):
 
 def value_text(value):
     """A property value, or a value of the expression language, on one line."""
-    held = alternative(member(value, "value") if member(value, "value") is not None else member(value, "m_content"))
+    try:
+        held = alternative(member(value, "value") if member(value, "value") is not None else member(value, "m_content"))
+    except gdb.error:
+        held = None
     if held is None:
         return "<unreadable>"
     kind = plain(held.type)
@@ -112,9 +116,19 @@ def most_derived(impl):
         return impl.dereference()
 
 
+def kind_of(kind):
+    """What messages call the class: Property, or meta::Property."""
+    name = plain(kind).name or "element"
+    if "MetaElement<" in name:   # the implementation of a meta class
+        name = name.partition("<")[2].removesuffix(">")
+    for prefix in ("studio::data::", "tarn::zero::"):
+        name = name.removeprefix(prefix)
+    return name.removesuffix("::Impl")
+
+
 def element_text(element):
     """Kind, name, value, UUID and what is wrong with it: Property "title" = "notes.txt" (0f8f...)."""
-    words = [plain(element.type).name.split("studio::data::")[-1].removesuffix("::Impl")]
+    words = [kind_of(element.type)]
     for name in ("name", "m_name"):
         text = member(element, name)
         if text is not None:
@@ -174,8 +188,11 @@ def handle(value):
     if impl is None:
         return None
     if int(impl) == 0:
-        return Line(plain(value.type).name.split("studio::data::")[-1] + " null")
-    return Element(most_derived(impl))
+        return Line(kind_of(value.type) + " null")
+    element = most_derived(impl)
+    if member(element, "m_uuid") is None:   # no debug information about what it refers to
+        return Line(f"{kind_of(value.type)} at {int(impl):#x}")
+    return Element(element)
 
 
 def provider(value):
@@ -202,7 +219,7 @@ def context_handle(value):
 
 
 PRINTERS = {
-    "boost::uuids::uuid": lambda value: Line(uuid_of(value)),
+    "boost::uuids::uuid": lambda value: Line(uuid_of(value) or "<unreadable>"),
     "gel::Value": lambda value: Line(value_text(value)),
     "studio::data::ContextHandleImpl": context_handle,
     "studio::data::ContextProvider": provider,
@@ -217,6 +234,12 @@ class Printers(gdb.printing.PrettyPrinter):
         super().__init__("studio_data", [gdb.printing.SubPrettyPrinter(name) for name in sorted(PRINTERS)])
 
     def __call__(self, value):
+        try:
+            return self.printer(value)
+        except (gdb.error, OverflowError, RuntimeError, TypeError, ValueError):
+            return None   # what lies there is no value yet, or no longer: gdb shows its members
+
+    def printer(self, value):
         kind = plain(value.type)
         if kind.code != gdb.TYPE_CODE_STRUCT:
             return None

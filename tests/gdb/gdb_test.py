@@ -31,9 +31,15 @@ FIRST = {
     "standIn": f'Property "" = undefined ({UUID}05) proxy',
     "context": f'ContextData ({UUID}01) = {{active contexts = "editing", "size" = 3, "title" = "notes.txt"}}',
     "window": f'ContextProvider {ANY} = {{"open" = true}}',
+    "type": f'meta::Class "Property" {ANY}',
+    "noValue": "<unreadable>",
     "subscription": 'ExpressionHandle "open" = true',
 }
 SECOND = {"late": 'ExpressionHandle "1 + 1" detached'}
+
+
+# What has no value yet is shown somehow, without a complaint of the printers.
+UNMADE = ["noValue", "noProperty", "noHandle"]
 
 
 def commands(expressions):
@@ -46,7 +52,7 @@ def commands(expressions):
 def shown(gdb, program, setup, environment=None):
     """What gdb shows of each expression."""
     script = ["set pagination off", "set width 0", "set disable-randomization off", *setup, "break lookHere", "run",
-              "up", *commands(FIRST), "continue", "up", *commands(SECOND)]
+              "up", *commands([*FIRST, *UNMADE]), "continue", "up", *commands(SECOND)]
     arguments = [word for line in script for word in ("-ex", line)]
     done = subprocess.run([gdb, "--batch", "-nx", *arguments, program], capture_output=True, encoding="utf-8",
                           env={**os.environ, **(environment or {})}, timeout=240, check=False)
@@ -75,6 +81,8 @@ def main(gdb, program, *printers):
             got = RANDOM.sub(ANY, got)
         if got != expected:
             wrong.append(f"{name}\n    should be {expected}\n    gdb shows {got}")
+    if "Traceback" in everything or "Python Exception" in everything:
+        wrong.append("the printers complained")
     print("\n".join([*wrong, everything]) if wrong else "gdb shows everything as a person reads it")
     return 1 if wrong else 0
 

@@ -8,8 +8,10 @@
 #include "studio/data/model/ContextDataImpl.h"
 #include "studio/data/model/PropertyImpl.h"
 #include "tarn/zero/Model.h"
+#include "tarn/zero/meta/Type.h"
 
 #include <array>
+#include <cstring>
 #include <memory>
 #include <string>
 
@@ -65,6 +67,14 @@ int main()
     auto const open = engine->acquireExpression("open", [](std::string const&, PropertyValue const&) {});
     auto const detached = engine->acquireExpression("1 + 1", [](std::string const&, PropertyValue const&) {});
     [[maybe_unused]] ExpressionHandle const& subscription = *open;
+
+    // Variables that are not made yet look like this.
+    alignas(ExpressionHandle) unsigned char noise[sizeof(ExpressionHandle)];
+    std::memset(noise, 0xff, sizeof noise);
+    [[maybe_unused]] auto const& noValue = reinterpret_cast<PropertyValue const&>(noise);
+    [[maybe_unused]] auto const& noProperty = reinterpret_cast<Property const&>(noise);
+    [[maybe_unused]] auto const& noHandle = reinterpret_cast<ExpressionHandle const&>(noise);
+    tarn::zero::meta::Class const type = Property::metaClass();
 
     lookHere();
     engine.reset();
