@@ -1,7 +1,7 @@
 """Shows the values of studio_data in gdb as a person reads them: property values, UUIDs, element handles, providers.
 
 Installed where gdb loads it with the library; else `source` it. `print/r` shows what lies underneath. A field that is
-not there, in a build without debug information or of another version, is left out.
+not there, in a library without debug information or of another version, is left out.
 """
 import gdb
 import gdb.printing
@@ -197,8 +197,8 @@ def handle(value):
 
 def provider(value):
     impl = member(value, "element", "m_impl")
-    if impl is None or int(impl) == 0:
-        return Line("ContextProvider without an element")
+    if impl is None:
+        return Line(f"ContextProvider at {int(value.address):#x}")
     element = most_derived(impl)
     return Element(element, element_text(element).replace("ContextData", "ContextProvider", 1))
 

@@ -1,8 +1,10 @@
 #!/usr/bin/env python3
 """Drives gdb over a program and compares what it shows of values, elements and providers.
 
-Usage: gdb_test.py GDB PROGRAM PRINTERS            the printers from the tree
-       gdb_test.py GDB PROGRAM --installed CMAKE BUILD PREFIX   installs, and lets gdb find them by itself
+Usage: gdb_test.py [--plain] GDB PROGRAM PRINTERS      the printers from the tree
+       gdb_test.py [--plain] GDB PROGRAM --installed CMAKE BUILD PREFIX   installs, and lets gdb find them by itself
+
+--plain: the library has no debug information, so gdb knows only what the program's own has.
 """
 import os
 import re
@@ -38,6 +40,16 @@ FIRST = {
 SECOND = {"late": 'ExpressionHandle "1 + 1" detached'}
 
 
+# The same where the library's classes are not known: kinds and addresses.
+PLAIN = {
+    **{name: "Property at 0x" for name in ("title", "gone", "standIn")},
+    "plain": "ModelElement at 0x",
+    "context": "ContextData at 0x",
+    "type": "meta::Class at 0x",
+    "window": "ContextProvider at 0x",
+    "subscription": 'ExpressionHandle "open"',
+}
+
 # What has no value yet is shown somehow, without a complaint of the printers.
 UNMADE = ["noValue", "noProperty", "noHandle"]
 
@@ -69,14 +81,20 @@ def install(cmake, build, prefix):
     return setup, {"LD_LIBRARY_PATH": folder}
 
 
-def main(gdb, program, *printers):
+def main(*arguments):
+    is_plain = arguments[0] == "--plain"
+    gdb, program, *printers = arguments[is_plain:]
     if printers[0] == "--installed":
         found, everything = shown(gdb, program, *install(*printers[1:]))
     else:
         found, everything = shown(gdb, program, [f"source {printers[0]}"])
     wrong = []
-    for name, expected in {**FIRST, **SECOND}.items():
+    for name, expected in {**FIRST, **SECOND, **(PLAIN if is_plain else {})}.items():
         got = found.get(name, "nothing")
+        if is_plain and name == "element":
+            continue   # an object without a handle: gdb has nothing to go by
+        if expected.endswith(" 0x"):
+            got = re.sub("0x[0-9a-f]+$", "0x", got)
         if ANY in expected:
             got = RANDOM.sub(ANY, got)
         if got != expected:
