@@ -12,6 +12,7 @@ STATE = r"framework/tarn/zero/(Features|collections/)"
 
 # Where, what the declaration looks like, and what it promises; the first that fits.
 CONVENTIONS = [
+
     # What every class has
     ("", r"using (\w+(<.*>)?::)+(?P<name>\w+)(<.*>)?::?(?P=name)?;|using \w+::\w+;", "What the base class has."),
     ("", r"(?!operator)\w+\(\w+(<.*>)? const&\)( noexcept)? = delete;", "Not copied."),
@@ -27,23 +28,25 @@ CONVENTIONS = [
     ("", r"(?!void)[\w:]+\* operator->\(\)", "The same, to reach its members; null for a null handle."),
     ("", r"T\* get\(\)|Impl\* get\(\)", "The object itself, borrowed and uncounted; null for a null handle."),
     ("", r"friend bool operator<\(", "A lasting order, for tables."),
-    ("", r"friend (constexpr )?bool operator==", "True for the same content; of handles and references, for the same object."),
+    ("", r"friend (constexpr )?bool operator==",
+     "True for the same content; of handles and references, for the same object."),
 
     # Handles and elements
     (ELEMENTS, r"\w+\(\)( noexcept)? = default;", "An empty one; of a handle, null."),
     (ELEMENTS, r"explicit \w+\(Impl\* impl\) noexcept;", "A handle that shares the element; null makes a null one."),
     (ELEMENTS, r"static (tarn::zero::meta::|meta::)?Class metaClass\(\);", "The meta class of these elements."),
-    (ELEMENTS, r"static \w+ create\(Model const& model, ", "A new element of this class in `model`; a nil UUID asks for "
-                                                         "a fresh one."),
-    (ELEMENTS, r"static (tarn::zero::)?ModelElement::Impl\* classImpl\(\)", "The meta class, borrowed; null while it is "
-                                                                          "not registered."),
-    (ELEMENTS, r"static (tarn::zero::)?meta::Property propertyAt\(", "The meta property of that index; null if the class "
-                                                                   "has none."),
-    (ELEMENTS, r"static constexpr auto features\(\)", "What a transaction remembers of these elements, by meta index, and "
-                                                      "when a remembered value counts as unchanged."),
+    (ELEMENTS, r"static \w+ create\(Model const& model, ",
+     "A new element of this class in `model`; a nil UUID asks for a fresh one."),
+    (ELEMENTS, r"static (tarn::zero::)?ModelElement::Impl\* classImpl\(\)",
+     "The meta class, borrowed; null while it is not registered."),
+    (ELEMENTS, r"static (tarn::zero::)?meta::Property propertyAt\(",
+     "The meta property of that index; null if the class has none."),
+    (ELEMENTS, r"static constexpr auto features\(\)",
+     "What a transaction remembers of these elements, by meta index, and when a remembered value counts as "
+     "unchanged."),
     (ELEMENTS, r"static constexpr unsigned long [A-Z_]+ = \d+;", "The meta index of the property of this name."),
-    (ELEMENTS, r"Impl\((tarn::zero::)?Model const& model, boost", "An element of `model`, not yet entered into it; a nil "
-                                                                "UUID asks for a fresh one."),
+    (ELEMENTS, r"Impl\((tarn::zero::)?Model const& model, boost",
+     "An element of `model`, not yet entered into it; a nil UUID asks for a fresh one."),
     (ELEMENTS, r"Impl\((tarn::zero::)?(ModelElement::)?Builder& builder, boost", "The same, in the builder's model."),
     (ELEMENTS, r"using Handle = ", "The handle class of these elements."),
     (ELEMENTS, r"void set(Is)?[A-Z]\w*\([^,]*\);", "Changes what the getter of the same name answers."),
@@ -63,7 +66,8 @@ CONVENTIONS = [
     (STATE, r"static constexpr bool is(Collection|Container) =", "What kind of feature it is."),
     (STATE, r"(static )?void remember\(", "Keeps what is there now, before it changes."),
     (STATE, r"static void merge\(", "An inner level ends well: the outer one takes over what it has not remembered."),
-    (STATE, r"static Kept(?: const&)? keep\(|static Nothing keep\(", "What a kept report needs of the remembered state."),
+    (STATE, r"static Kept(?: const&)? keep\(|static Nothing keep\(",
+     "What a kept report needs of the remembered state."),
     (STATE, r"(static )?bool unchanged\(", "True if the present state counts as the remembered one, by the rule."),
     (STATE, r"(static )?void withdraw\(", "Roll back, first pass: takes out what must not stand in the way."),
     (STATE, r"(static )?void restore\(", "Roll back, second pass: what was remembered holds again."),
@@ -79,7 +83,8 @@ CONVENTIONS = [
     (STATE, r"(virtual )?void generic\w+\(", "The change of the same name, of a value in a box."),
 
     # Reports
-    ("framework/tarn/zero/ListenerHolder", r"(void|char const\*) (validate|modify|transaction)\w+\(", "As the base says."),
+    ("framework/tarn/zero/ListenerHolder", r"(void|char const\*) (validate|modify|transaction)\w+\(",
+     "As the base says."),
     ("", r".*\boverride\b", "What the base class promises, for this class."),
 ]
 CONVENTIONS = [(re.compile(where), re.compile(shape), sentence) for where, shape, sentence in CONVENTIONS]

@@ -84,7 +84,7 @@ class Site(html.parser.HTMLParser):
         for name, value in attributes:
             if name in ("id", "name"):
                 self.places.add(value)
-            elif name in ("href", "src") and value and "://" not in value and not value.startswith(("javascript", "data:")):
+            elif name in ("href", "src") and value and not re.match(r"\w+:", value):
                 self.links.append(value)
 
 
