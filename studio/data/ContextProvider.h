@@ -51,7 +51,7 @@ public:
 
     /// The model in which all providers live; made on first use, never destroyed.
     static tarn::zero::Model const& sharedModel();
-    /// The same.
+    /// The model in which this provider lives, which is the shared one.
     tarn::zero::Model getModel() const { return sharedModel(); }
 
     /// The UUID of the provider's element.
@@ -63,16 +63,16 @@ public:
     Property getProperty(std::string const& name) const;
     /// True if there is a property of exactly that name.
     bool hasProperty(std::string const& name) const;
-    /// The same, borrowed and uncounted: null if there is none, good until the context changes.
+    /// That property, borrowed and uncounted: null if there is none, good until the context changes.
     Property::Impl* findProperty(std::string_view name) const;
     /// The provider that the property of exactly that name refers to; null if there is none.
     std::shared_ptr<ContextProvider> getChildContextProvider(std::string const& name) const;
     /// The value of that name, dots leading through children; undefined if there is none. A property whose own name
     /// has the dots hides what the dots lead to.
     PropertyValue getPropertyValue(std::string const& name) const;
-    /// In ascending byte order.
+    /// The names of all properties, in ascending byte order.
     std::vector<std::string> getPropertyNames() const;
-    /// In the order in which they were set.
+    /// The names of the active contexts, in the order in which they were set.
     std::vector<std::string> getActiveContexts() const;
 
     // Changes. Each throws what its commit throws; after a failure that is not a listener's the state is as before.

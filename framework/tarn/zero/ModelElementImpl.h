@@ -132,7 +132,7 @@ public:
     /// false the caller records the destruction, in the same transaction.
     void destroyRecursively(bool detach, bool runHooks, bool notify);
 
-    /// Throws `std::logic_error` on a dead element and `CannotModifyProxy` on a proxy.
+    /// Throws `std::logic_error` on a dead element.
     void refuseDead() const;
     /// True from the beginning of its destruction: its contents need not leave it one by one.
     bool isBeingDestroyed() const noexcept { return m_destroying; }
@@ -150,7 +150,7 @@ public:
     /// Sets that bit.
     void mark(bool on) noexcept { m_marked = on; }
 
-    /// The same, and throws `CannotModifyProxy` on a proxy: what every setter begins with.
+    /// Throws `std::logic_error` on a dead element and `CannotModifyProxy` on a proxy: what every setter begins with.
     void refuseProxy() const;
 
     /// Enters a freshly made element into its model, in the open transaction or one of its own, and calls `didCreate`.
