@@ -1,3 +1,7 @@
+// The smallest host: a context, a context inside it, an expression over both, and a callback that hears of changes.
+// The engine watches what the expression names. The callback runs inside the write that changed the result, and at no
+// other time.
+
 #include "studio/data/ContextProvider.h"
 #include "studio/data/ExpressionEngine.h"
 #include "studio/data/ExpressionHandle.h"

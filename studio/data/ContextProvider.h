@@ -35,7 +35,9 @@ namespace studio::data {
 /// ignores writes.
 class STUDIO_DATA_EXPORT ContextProvider : public rook::factory::full::StdShareable, private boost::noncopyable {
 public:
+    /// The name of the class.
     static constexpr char const* TypeName = "ContextProvider";
+    /// The name under which a scripting host knows the class.
     static constexpr char const* ROOKTypeName = "studio.data.ContextProvider";
 
     /// A new, empty context. *Notifies*: of the created element, before it returns. *Throws* what its commit throws,
@@ -49,6 +51,7 @@ public:
 
     /// The model in which all providers live; made on first use, never destroyed.
     static tarn::zero::Model const& sharedModel();
+    /// The model in which this provider lives, which is the shared one.
     tarn::zero::Model getModel() const { return sharedModel(); }
 
     /// The UUID of the provider's element.
@@ -58,8 +61,9 @@ public:
 
     /// The property of exactly that name; a null handle if there is none.
     Property getProperty(std::string const& name) const;
+    /// True if there is a property of exactly that name.
     bool hasProperty(std::string const& name) const;
-    /// The same, borrowed and uncounted: null if there is none, good until the context changes.
+    /// That property, borrowed and uncounted: null if there is none, good until the context changes.
     Property::Impl* findProperty(std::string_view name) const;
     /// The property that `getPropertyValue` reads, borrowed as well.
     Property::Impl* findPropertyAt(std::string_view path) const;
@@ -68,8 +72,9 @@ public:
     /// The value of that name, dots leading through children; undefined if there is none. A property whose own name
     /// has the dots hides what the dots lead to.
     PropertyValue getPropertyValue(std::string const& name) const;
-    /// In ascending byte order.
+    /// The names of all properties, in ascending byte order.
     std::vector<std::string> getPropertyNames() const;
+    /// The names of the active contexts, in the order in which they were set.
     std::vector<std::string> getActiveContexts() const;
 
     // Changes. Each throws what its commit throws; after a failure that is not a listener's the state is as before.

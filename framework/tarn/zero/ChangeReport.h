@@ -12,8 +12,10 @@ namespace tarn::zero {
 template <class T, ReportFilter Filter>
 class ChangeReportOf {
 public:
+    /// The class whose changes the report shows.
     using Element = T;
 
+    /// A view over that report, which it keeps.
     explicit ChangeReportOf(std::shared_ptr<ReportData> data) noexcept : m_report{data.get()}, m_kept{std::move(data)}
     {}
     /// Borrows `report`, which is owned by a `std::shared_ptr`.
@@ -29,11 +31,14 @@ public:
 
     /// The elements created, modified and destroyed, as a range of `ReportEntry`, in order of first touch.
     ReportRange created() const noexcept { return {*m_report, ReportData::Kind::Created, Filter}; }
+    /// The elements that were there before and after, and changed.
     ReportRange modified() const noexcept { return {*m_report, ReportData::Kind::Modified, Filter}; }
+    /// The elements that are gone. They stay readable while the report is held.
     ReportRange destroyed() const noexcept { return {*m_report, ReportData::Kind::Destroyed, Filter}; }
 
-    /// The whole report, borrowed; and shared.
+    /// The whole report, of all classes, borrowed.
     ReportData const& report() const noexcept { return *m_report; }
+    /// The same, shared: it stays for as long as somebody holds it.
     std::shared_ptr<ReportData> data() const noexcept { return m_kept ? m_kept : m_report->shared_from_this(); }
 
 private:

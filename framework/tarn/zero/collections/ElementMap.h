@@ -11,6 +11,7 @@ namespace tarn::zero {
 
 /// Reads the key of an element from its name.
 struct NameKey {
+    /// The name, which orders and finds the element.
     template <class Impl>
     decltype(auto) operator()(Impl const& element) const
     {
@@ -34,9 +35,11 @@ class ElementMap final : public TypedReferenceCollectionWithProxies<E, detail::K
 public:
     /// What a transaction remembers: the steps of the keyed elements, and the few placeholders as they were.
     struct Old : detail::MapMemory<E, Set> {
+        /// The placeholders; null for none.
         std::unique_ptr<typename Base::Proxies> proxies;
     };
     using Kept = std::vector<E>;
+    /// How a key is looked up: without a copy.
     using KeyView = detail::KeyView<Key>;
 
     ElementMap() : Base{false} {}
@@ -50,7 +53,9 @@ public:
         E const* const found = this->m_elements.find(key);
         return found ? found->operator->() : nullptr;
     }
+    /// The same as a handle, which shares the element.
     E find(KeyView const& key) const noexcept { return E{findImpl(key)}; }
+    /// True if there is an element under that key.
     bool containsKey(KeyView const& key) const noexcept { return findImpl(key) != nullptr; }
 
     bool containsElement(ModelElement const& element) const noexcept override
@@ -68,7 +73,7 @@ public:
         if (element->isProxy())
             return this->addProxy(typed);
         if (findImpl(Set::keyOf(typed)))
-            reportException(tarn0::messages::UniquenessConstraint{});
+            refuseKey(element);
         this->m_elements.reserveOne();
         if (m_memories.newest)
             m_memories.newest->inserting(typed);
@@ -147,6 +152,7 @@ public:
         this->m_elements.clear();
     }
     std::size_t sizeBefore(Old const& old) const noexcept { return old.size(); }
+    /// True if it held one element, and holds just that one.
     bool heldOnlyTheSameElement(Old const& old) const noexcept
     {
         if (old.size() != 1 || this->size() != 1)
@@ -169,10 +175,15 @@ protected:
     void checkRoom(ModelElement const& element) const override
     {
         if (!element->isProxy() && findImpl(Set::keyOf(Base::typed(element))))
-            reportException(tarn0::messages::UniquenessConstraint{});
+            refuseKey(element);
     }
 
 private:
+    [[noreturn]] void refuseKey(ModelElement const& element) const
+    {
+        reportException(tarn0::messages::UniquenessConstraint{this->refused(element->describe())});
+    }
+
     typename Old::Chain m_memories;
 };
 
