@@ -6,6 +6,7 @@ add_library(studio_data_build INTERFACE)
 target_compile_features(studio_data_build INTERFACE cxx_std_20)
 target_include_directories(studio_data_build INTERFACE "${PROJECT_SOURCE_DIR}/framework" "${PROJECT_SOURCE_DIR}")
 target_link_libraries(studio_data_build INTERFACE Boost::headers studio_data_warnings studio_data_instrumentation)
+target_compile_definitions(studio_data_build INTERFACE ${STUDIO_DATA_UUID_DEFINITION})
 if(BUILD_SHARED_LIBS)
     target_compile_options(studio_data_build INTERFACE -fno-semantic-interposition)
 else()
@@ -58,6 +59,7 @@ macro(studio_data_library)
         PUBLIC FILE_SET framework TYPE HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}/framework" FILES ${_framework_headers}
         PUBLIC FILE_SET studio TYPE HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${_studio_headers})
     target_compile_features(studio_data PUBLIC cxx_std_20)
+    target_compile_definitions(studio_data PUBLIC ${STUDIO_DATA_UUID_DEFINITION})
     target_link_libraries(studio_data
         PUBLIC Boost::headers
         PRIVATE PCRE2::8BIT $<BUILD_INTERFACE:studio_data_instrumentation>)
