@@ -67,7 +67,7 @@ macro(studio_data_library)
         LINKER_LANGUAGE CXX
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR}
-        VERIFY_INTERFACE_HEADER_SETS ON)
+        VERIFY_INTERFACE_HEADER_SETS ${PROJECT_IS_TOP_LEVEL})
     if(BUILD_SHARED_LIBS)
         set(_exports "${PROJECT_SOURCE_DIR}/cmake/studio_data.map")
         target_link_options(studio_data PRIVATE "LINKER:--version-script=${_exports}")
@@ -80,6 +80,12 @@ macro(studio_data_library)
         target_compile_definitions(studio_data PUBLIC STUDIO_DATA_STATIC)
     endif()
 
+    # For users of nlohmann::json: that library beside this one, whose own headers do not name it.
+    add_library(studio_data_json INTERFACE)
+    add_library(studio_data::json ALIAS studio_data_json)
+    set_target_properties(studio_data_json PROPERTIES EXPORT_NAME json)
+    target_link_libraries(studio_data_json INTERFACE studio_data nlohmann_json::nlohmann_json)
+
     set(_sources)
     foreach(_header IN LISTS _private_headers)
         cmake_path(RELATIVE_PATH _header BASE_DIRECTORY "${PROJECT_SOURCE_DIR}" OUTPUT_VARIABLE _name)
@@ -87,7 +93,7 @@ macro(studio_data_library)
         file(CONFIGURE OUTPUT "${_source}" CONTENT "#include \"${_name}\"\n")
         list(APPEND _sources "${_source}")
     endforeach()
-    if(_sources)
+    if(PROJECT_IS_TOP_LEVEL)
         add_library(studio_data_private_headers OBJECT EXCLUDE_FROM_ALL ${_sources})
         target_link_libraries(studio_data_private_headers PRIVATE studio_data_build nlohmann_json::nlohmann_json PCRE2::8BIT)
     endif()

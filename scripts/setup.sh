@@ -58,6 +58,7 @@ missing_packages() {
             compiles '#include <gtest/gtest.h>' || echo libgtest-dev
             compiles '#include <gmock/gmock.h>' || echo libgmock-dev
             at_least 3.9 python3 --version || echo python3
+            at_least 0.29 pkg-config --version || echo pkgconf
             ;;
         clang) at_least 14 clang++ --version || echo clang ;;
         tidy) at_least 14 clang-tidy --version || echo clang-tidy ;;

@@ -1,0 +1,20 @@
+# cmake -DBUILD=... -DSTAGE=... -DCONFIG=... -P Stage.cmake
+# Installs component by component, sees that this is all there is to install, and moves it: the package in STAGE/prefix is
+# not where it was installed.
+file(REMOVE_RECURSE "${STAGE}")
+function(put into)
+    execute_process(COMMAND "${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${into}" --config "${CONFIG}" ${ARGN}
+        OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+foreach(component IN ITEMS runtime development tools documentation)
+    put("${STAGE}/parts" --component ${component})
+endforeach()
+put("${STAGE}/whole")
+
+file(GLOB_RECURSE parts RELATIVE "${STAGE}/parts" "${STAGE}/parts/*")
+file(GLOB_RECURSE whole RELATIVE "${STAGE}/whole" "${STAGE}/whole/*")
+list(REMOVE_ITEM whole ${parts})
+if(whole)
+    message(FATAL_ERROR "in no component: ${whole}")
+endif()
+file(RENAME "${STAGE}/parts" "${STAGE}/prefix")
