@@ -39,7 +39,7 @@ public:
 
 private:
     friend Program detail::programOf(std::string const& text);
-    explicit Program(std::shared_ptr<detail::Instructions const> instructions) noexcept;
+    STUDIO_DATA_LOCAL explicit Program(std::shared_ptr<detail::Instructions const> instructions) noexcept;
 
     std::shared_ptr<detail::Instructions const> m_instructions;
 };

@@ -127,14 +127,15 @@ private:
     using Bindings = std::unordered_map<std::string_view, Binding>;
 
     std::uint64_t nextNumber() noexcept { return ++lastNumber; }
-    void attach(Expression& expression);
-    void detach(Expression& expression) noexcept;
-    void forget(Expression& expression) noexcept;
+    STUDIO_DATA_LOCAL void attach(Expression& expression);
+    STUDIO_DATA_LOCAL void detach(Expression& expression) noexcept;
+    STUDIO_DATA_LOCAL void forget(Expression& expression) noexcept;
 
-    void bindPath(Bindings::value_type& symbol, unsigned long offset, std::shared_ptr<ContextProvider> provider);
-    void bindLeaf(Bindings::value_type& symbol, unsigned long offset, std::string_view name,
-                  boost::uuids::uuid const& provider);
-    void unbindFrom(Bindings::value_type& symbol, unsigned long offset) noexcept;
+    STUDIO_DATA_LOCAL void bindPath(Bindings::value_type& symbol, unsigned long offset,
+                                    std::shared_ptr<ContextProvider> provider);
+    STUDIO_DATA_LOCAL void bindLeaf(Bindings::value_type& symbol, unsigned long offset, std::string_view name,
+                                    boost::uuids::uuid const& provider);
+    STUDIO_DATA_LOCAL void unbindFrom(Bindings::value_type& symbol, unsigned long offset) noexcept;
     /// Unbinds the leaves that `isLeaving` chooses.
     template <class Test>
     void unbindIf(Bindings::value_type& symbol, Test const& isLeaving) noexcept
@@ -148,15 +149,16 @@ private:
         });
         own.erase(kept, own.end());
     }
-    void removeLeaf(std::string_view name, Leaf const& leaf, boost::uuids::uuid const& provider) noexcept;
-    static std::string_view componentAt(std::string_view symbol, unsigned long offset) noexcept;
+    STUDIO_DATA_LOCAL void removeLeaf(std::string_view name, Leaf const& leaf,
+                                      boost::uuids::uuid const& provider) noexcept;
+    STUDIO_DATA_LOCAL static std::string_view componentAt(std::string_view symbol, unsigned long offset) noexcept;
 
-    void process(tarn::zero::ReportData const& report);
-    void touchProperty(Property::Impl const& property, Batch& batch);
-    void touchContext(boost::uuids::uuid const& id, Batch& batch);
-    void touch(Leaf const& leaf, bool keepsLeaf, Batch& batch);
-    void rebind(Bindings::value_type& symbol);
-    void collect(Batch& batch) const;
+    STUDIO_DATA_LOCAL void process(tarn::zero::ReportData const& report);
+    STUDIO_DATA_LOCAL void touchProperty(Property::Impl const& property, Batch& batch);
+    STUDIO_DATA_LOCAL void touchContext(boost::uuids::uuid const& id, Batch& batch);
+    STUDIO_DATA_LOCAL void touch(Leaf const& leaf, bool keepsLeaf, Batch& batch);
+    STUDIO_DATA_LOCAL void rebind(Bindings::value_type& symbol);
+    STUDIO_DATA_LOCAL void collect(Batch& batch) const;
 
     std::shared_ptr<ContextProvider> rootProvider;
     std::unordered_map<boost::uuids::uuid, NamedLeaves, Hasher> leaves;

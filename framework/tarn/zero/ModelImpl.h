@@ -53,10 +53,10 @@ private:
     ~Impl() override;
 
     void addHolder(std::shared_ptr<ListenerHolderBase> holder);
-    void commit(std::uint64_t serial);
-    void rollBack(std::uint64_t serial) noexcept;
-    std::shared_ptr<ReportData> takeReport();
-    void giveReport(std::shared_ptr<ReportData> report) noexcept;
+    STUDIO_DATA_LOCAL void commit(std::uint64_t serial);
+    STUDIO_DATA_LOCAL void rollBack(std::uint64_t serial) noexcept;
+    STUDIO_DATA_LOCAL std::shared_ptr<ReportData> takeReport();
+    STUDIO_DATA_LOCAL void giveReport(std::shared_ptr<ReportData> report) noexcept;
 
     std::u16string m_name;
     std::unique_ptr<detail::ElementTable> m_elements;
