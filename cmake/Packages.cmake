@@ -35,8 +35,8 @@ set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 
-# dpkg tells the loader of a new library when it is triggered to. By design: the two scripts are not there; cpack leaves out
-# what it would write in their place.
+# dpkg tells the loader of a new library when it is triggered to. By design: the two scripts are named and not there; so
+# cpack leaves out what it would write in their place.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
     "${PROJECT_SOURCE_DIR}/cmake/debian/triggers" "${PROJECT_SOURCE_DIR}/cmake/debian/postinst"
     "${PROJECT_SOURCE_DIR}/cmake/debian/postrm")

@@ -1,5 +1,5 @@
-# STUDIO_DATA_UUID_ALIGNMENT: how this Boost aligns boost::uuids::uuid, which stands in public types. Up to 1.85 it is 1,
-# and the headers take it for granted; a library that is built with another passes it on to its users.
+# STUDIO_DATA_UUID_ALIGNMENT: how this Boost aligns boost::uuids::uuid, which stands in public types. Up to 1.85 it is
+# 1, and the headers take it for granted; a library that is built with another passes it on to its users.
 set(STUDIO_DATA_UUID_ALIGNMENT 1)
 set(STUDIO_DATA_UUID_DEFINITION)
 if(BoostHeaders_VERSION VERSION_GREATER_EQUAL 1.86)

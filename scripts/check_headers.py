@@ -3,8 +3,9 @@
 
 Usage: check_headers.py [--renew] HEADERS COMPILER [FLAGS...]. HEADERS is a file with one header a line, named as users
 include them; the flags say where they are. Prints a line for each thing that is wrong; exit code 1 if anything is.
-- No header brings more lines, preprocessed, than tests/install/headers.txt grants it, and a twentieth. What the compiler's
-  own library brings differs: the first row there tells how much it was, and everything is measured against it.
+- No header brings more lines, preprocessed, than tests/install/headers.txt grants it, and a twentieth. What the
+  compiler's own library brings differs: the first row there tells how much it was, and everything is measured against
+  it.
 - None brings a header that HEAVY names, however deep below it.
 - All compile where Qt's keywords are macros, and none uses one of those words.
 - A Boost that aligns UUIDs differently is refused with the reason.
@@ -66,7 +67,7 @@ def granted():
 
 def renew(costs):
     with open(GRANTS, "w", encoding="utf-8") as file:
-        file.write("# Lines that each public header brings, preprocessed. Written by scripts/check_headers.py --renew.\n")
+        file.write("# Lines that each public header brings, preprocessed; scripts/check_headers.py --renew writes it.\n")
         file.writelines(f"{lines:6} {name}\n" for name, lines in costs.items())
 
 
@@ -109,7 +110,8 @@ def main(arguments):
     if renews:
         renew(costs)
 
-    found = [f"{name}: brings {file}" for name, (_, files) in brought.items() for file in sorted(files) if HEAVY.search(file)]
+    found = [f"{name}: brings {file}"
+             for name, (_, files) in brought.items() for file in sorted(files) if HEAVY.search(file)]
     found += check_costs(costs, granted())
     found += check_words(compiler, headers)
     for header in ("studio/data/PropertyValue.h", "tarn/zero/ModelElement.h"):

@@ -1,6 +1,6 @@
 # cmake -DBUILD=... -DSTAGE=... -DCONFIG=... -P Stage.cmake
-# Installs component by component, sees that this is all there is to install, and moves it: the package in STAGE/prefix is
-# not where it was installed.
+# Installs component by component, sees that this is all there is to install, and moves it: the package in STAGE/prefix
+# is not where it was installed.
 file(REMOVE_RECURSE "${STAGE}")
 function(put into)
     execute_process(COMMAND "${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${into}" --config "${CONFIG}" ${ARGN}
