@@ -42,12 +42,8 @@ configure_file(cmake/studio_data.pc.in "${PROJECT_BINARY_DIR}/studio_data.pc" @O
 install(FILES "${PROJECT_BINARY_DIR}/studio_data.pc"
     DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
 
-install(FILES README.md DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT documentation)
-install(DIRECTORY docs examples DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT documentation
-    FILES_MATCHING PATTERN "*.md" PATTERN "*.cpp" PATTERN "expected.txt")
-# The library of a Debian package is where every program looks; its terms and changes are told in Debian's own way.
+# The library of a Debian package is where every program looks, and its terms are told in Debian's own way.
 if(NOT STUDIO_DATA_DEBIAN)
-    install(FILES CHANGELOG.md DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT documentation)
     install(FILES LICENSE DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT runtime)
     # What is installed finds the library beside itself, wherever the whole is moved to.
     cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR BASE_DIRECTORY "${CMAKE_INSTALL_FULL_BINDIR}"

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Holds the pages in docs/ to what the code says.
+"""Holds README.md and the pages in docs/ to what the code says.
 
 Usage: check_docs.py [--evaluate PROGRAM] [ROOT]. Prints `file:line: what is wrong`; exit code 1 if anything is.
 - Every test named in a table's column "Test" exists in tests/, and every row there names one.
@@ -28,6 +28,8 @@ def sources(root, folders, endings=(".h", ".cpp")):
 
 
 def pages(root):
+    with open(os.path.join(root, "README.md"), encoding="utf-8") as file:
+        yield "README.md", file.read().splitlines()
     for where, below, names in os.walk(os.path.join(root, "docs")):
         below.sort()
         for name in sorted(names):

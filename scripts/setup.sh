@@ -1,6 +1,6 @@
 # Sourced by the other scripts: finds what this machine lacks and installs that, nothing else.
 #
-#   set_up [PURPOSE...]     what a build needs, and what else is needed for: tests, clang, tidy, clang19, valgrind,
+#   set_up [PURPOSE...]     what a build needs, and what else is needed for: tests, docs, clang, tidy, clang19, valgrind,
 #                           cppcheck, packages, bare; ends the script if it cannot be had
 #
 # What is needed is found by compiling a header or asking a tool for its version, never by the name of a package, so a
@@ -59,6 +59,12 @@ missing_packages() {
             compiles '#include <gmock/gmock.h>' || echo libgmock-dev
             at_least 3.9 python3 --version || echo python3
             at_least 0.29 pkg-config --version || echo pkgconf
+            at_least 12 gdb --version || echo gdb
+            ;;
+        docs)
+            at_least 1.9.4 doxygen --version || echo doxygen
+            command -v dot >/dev/null || echo graphviz
+            at_least 3.9 python3 --version || echo python3
             ;;
         clang) at_least 14 clang++ --version || echo clang ;;
         tidy) at_least 14 clang-tidy --version || echo clang-tidy ;;

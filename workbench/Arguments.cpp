@@ -11,9 +11,9 @@ struct Flag {
     bool Arguments::*field;
 };
 constexpr std::array s_flags{
-    Flag{"--help", &Arguments::help},     Flag{"-h", &Arguments::help},         Flag{"--trace", &Arguments::trace},
-    Flag{"--check", &Arguments::check},   Flag{"--verify", &Arguments::verify}, Flag{"--quiet", &Arguments::quiet},
-    Flag{"--mirror", &Arguments::mirror},
+    Flag{"--help", &Arguments::help},     Flag{"-h", &Arguments::help},           Flag{"--trace", &Arguments::trace},
+    Flag{"--check", &Arguments::check},   Flag{"--verify", &Arguments::verify},   Flag{"--quiet", &Arguments::quiet},
+    Flag{"--mirror", &Arguments::mirror}, Flag{"--version", &Arguments::version},
 };
 
 Flag const* flagOf(std::string const& word)
@@ -38,12 +38,17 @@ own: a day at a small editor.
                      both; where none are recorded, as in the sample, --verify instead
   --verify           compare with the answers of a host that evaluates every expression
                      anew after every step, and say what that costs
+  --mirror           keep a view of the contexts beside, and compare it with them at the
+                     end; with --check after every step
   --quiet            no summary: print differences, and with --trace the steps
   --save-sample DIR  write the sample as two files that can be edited and replayed
+  --version          print the version
   -h, --help         print this
 
-Exit code: 0, 1 when a comparison found a difference, 2 when the command line or
-a file cannot be used.
+Exit codes:
+  0  done, and every comparison that was asked for agreed
+  1  a comparison found a difference
+  2  the command line or a file cannot be used, or the output cannot be written
 )";
 
 Arguments Arguments::read(std::vector<std::string> const& words)

@@ -15,6 +15,7 @@ public:
 /// What the command line asks for.
 struct Arguments {
     bool help = false;
+    bool version = false;
     bool trace = false;
     bool check = false;
     bool verify = false;

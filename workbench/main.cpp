@@ -126,6 +126,8 @@ ExitCode run(std::vector<std::string> const& words)
     ExitCode result = GOOD;
     if (arguments.help)
         std::cout << Arguments::HELP;
+    else if (arguments.version)
+        std::cout << "studio-workbench " << STUDIO_DATA_VERSION << '\n';
     else if (!arguments.saveSample.empty())
         saveSample(arguments.saveSample);
     else

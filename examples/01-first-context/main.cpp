@@ -1,3 +1,5 @@
+// The smallest host: a context, a context inside it, an expression over both, and a callback that hears of changes.
+
 #include "studio/data/ContextProvider.h"
 #include "studio/data/ExpressionEngine.h"
 #include "studio/data/ExpressionHandle.h"

@@ -1,10 +1,8 @@
-// Contexts that refer to contexts: dotted names, one transaction for several writes, and what keeps a child alive.
+// Contexts that refer to contexts: dotted names, paths that lead elsewhere, and what keeps a child alive.
 
 #include "studio/data/ContextProvider.h"
 #include "studio/data/ExpressionEngine.h"
 #include "studio/data/ExpressionHandle.h"
-#include "tarn/zero/ModelImpl.h"
-#include "tarn/zero/Transaction.h"
 
 #include <iostream>
 #include <memory>
@@ -36,19 +34,10 @@ int main()
     notes->setPropertyValue("name", "ideas.txt");            // whoever writes it
     window->setPropertyValue("document.author", "nobody");   // adds nothing: the document has no such property
 
-    std::cout << "one transaction:\n";
-    {
-        tarn::zero::Transaction transaction = ContextProvider::sharedModel()->beginTransaction(true);
-        todo->setPropertyValue("dirty", true);
-        window->setPropertyValue("document", PropertyValue(todo));
-        todo->setPropertyValue("name", "todo.md");
-        transaction.commit(boost::none);   // one report: the title is evaluated once
-    }
-    {
-        tarn::zero::Transaction const transaction = ContextProvider::sharedModel()->beginTransaction(true);
-        todo->setPropertyValue("name", "lost.md");
-    }   // not committed: rolled back, and nobody hears of it
-    std::cout << "name: " << window->getPropertyValue("document.name").asString() << '\n';
+    std::cout << "another document:\n";
+    window->setPropertyValue("document", PropertyValue(todo));   // the path leads elsewhere now
+    notes->setPropertyValue("dirty", false);                     // nothing looks at the old one any more
+    todo->setPropertyValue("name", "todo.md");
 
     std::cout << "the owner lets go:\n";
     window->setPropertyValue("document", PropertyValue(notes));

@@ -10,6 +10,7 @@ namespace foundation {
 template <class T>
 class NeverDestroyed {
 public:
+    /// Makes the object from these arguments. *Throws* what its constructor throws.
     template <class... Args>
     explicit NeverDestroyed(Args&&... args)
     {

@@ -16,6 +16,7 @@ public:
     /// An error at `offset` bytes into `text`, which is not kept beyond what `excerpt()` shows.
     ParseError(std::string_view text, std::size_t offset, std::string const& reason);
 
+    /// Why, as a phrase without the place.
     std::string const& reason() const noexcept;
 
     /// Bytes before the place of the error, at most the length of the text.
@@ -23,6 +24,7 @@ public:
 
     /// The place for people, both from 1: lines end at a line feed, columns count code points.
     std::size_t line() const noexcept;
+    /// The same within the line.
     std::size_t column() const noexcept;
 
     /// The line of the text, a line feed, and a caret under the place. A line of more than 80 code points is cut down

@@ -16,8 +16,11 @@ public:
     /// The undefined value.
     Value() noexcept = default;
 
+    /// A number.
     Value(double number) noexcept : m_content(number) {}
+    /// A logical.
     Value(bool logical) noexcept : m_content(logical) {}
+    /// A text.
     Value(std::string text) noexcept : m_content(std::move(text)) {}
 
     // Assigned, not copied: libstdc++ 12 leaves a variant whose copying finds no memory in no defined state.
@@ -39,15 +42,22 @@ public:
     template <class Pointee>
     Value(Pointee const*) = delete;
 
+    /// True for the undefined value.
     bool isUndefined() const noexcept { return std::holds_alternative<std::monostate>(m_content); }
+    /// True for a number.
     bool isDouble() const noexcept { return std::holds_alternative<double>(m_content); }
+    /// True for a logical.
     bool isLogical() const noexcept { return std::holds_alternative<bool>(m_content); }
+    /// True for a text.
     bool isString() const noexcept { return std::holds_alternative<std::string>(m_content); }
+    /// True for a number and for a logical.
     bool isNumeric() const noexcept { return isDouble() || isLogical(); }
 
     /// The number. Throws `std::bad_variant_access` for every other kind, as do the two operations that follow.
     double getDouble() const { return std::get<double>(m_content); }
+    /// The logical.
     bool getBool() const { return std::get<bool>(m_content); }
+    /// The text. *Lifetime*: refers into this value.
     std::string const& getString() const { return std::get<std::string>(m_content); }
 
     /// The number, or 1.0 and 0.0 for a logical. Throws `std::bad_variant_access` for the other kinds.

@@ -22,9 +22,12 @@ class Invariants;   // of the tests: may look at everything
 /// All calls come on the thread of the shared model.
 class STUDIO_DATA_EXPORT ContextHandleImpl : public rook::factory::CppAndLumenOwned, private boost::noncopyable {
 public:
+    /// What is told when the view goes: it gets an empty `ContextData`.
     using Callback = std::function<void(ContextData const& data)>;
 
+    /// The name of the class.
     static constexpr char const* TypeName = "ContextHandle";
+    /// The name under which a scripting host knows the class.
     static constexpr char const* ROOKTypeName = "studio.data.ContextHandle";
 
     /// For `ContextView::acquire`: a handle that no record knows. An empty callback is never called.

@@ -35,7 +35,9 @@ namespace studio::data {
 /// ignores writes.
 class STUDIO_DATA_EXPORT ContextProvider : public rook::factory::full::StdShareable, private boost::noncopyable {
 public:
+    /// The name of the class.
     static constexpr char const* TypeName = "ContextProvider";
+    /// The name under which a scripting host knows the class.
     static constexpr char const* ROOKTypeName = "studio.data.ContextProvider";
 
     /// A new, empty context. *Notifies*: of the created element, before it returns. *Throws* what its commit throws,
@@ -49,6 +51,7 @@ public:
 
     /// The model in which all providers live; made on first use, never destroyed.
     static tarn::zero::Model const& sharedModel();
+    /// The same.
     tarn::zero::Model getModel() const { return sharedModel(); }
 
     /// The UUID of the provider's element.
@@ -58,6 +61,7 @@ public:
 
     /// The property of exactly that name; a null handle if there is none.
     Property getProperty(std::string const& name) const;
+    /// True if there is a property of exactly that name.
     bool hasProperty(std::string const& name) const;
     /// The same, borrowed and uncounted: null if there is none, good until the context changes.
     Property::Impl* findProperty(std::string_view name) const;
@@ -68,6 +72,7 @@ public:
     PropertyValue getPropertyValue(std::string const& name) const;
     /// In ascending byte order.
     std::vector<std::string> getPropertyNames() const;
+    /// In the order in which they were set.
     std::vector<std::string> getActiveContexts() const;
 
     // Changes. Each throws what its commit throws; after a failure that is not a listener's the state is as before.

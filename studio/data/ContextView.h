@@ -47,13 +47,19 @@ class STUDIO_DATA_EXPORT ContextView : public rook::factory::CppAndLumenOwned,
                                        public tarn::zero::Listener,
                                        private boost::noncopyable {
 public:
+    /// The id of a provider, which is the UUID of its element and of every clone of that.
     using Id = boost::uuids::uuid;
+    /// For tables by id.
     using IdHasher = tarn::zero::services::hashers::TARN0Hasher<Id>;
+    /// A set of contexts.
     using IdSet = std::unordered_set<Id, IdHasher>;
+    /// Which reports the view asks for, in the order in which it gets them.
     using Reports =
         tarn::zero::ReportList<tarn::zero::ShallowChangeReport<Property>, tarn::zero::ShallowChangeReport<ContextData>>;
 
+    /// The name of the class.
     static constexpr char const* TypeName = "ContextView";
+    /// The name under which a scripting host knows the class.
     static constexpr char const* ROOKTypeName = "studio.data.ContextView";
 
     /// Keeps its clones in `model`, with a null handle in a new one of its own. A model serves one view. The clones
@@ -108,6 +114,7 @@ public:
     // Reports of the shared model. *Cost*: a look-up for each change; a transaction of the view's model only if one of
     // them concerns a clone. A changed number or logical allocates nothing.
 
+    /// Brings changed values up to date, and follows references that came or went.
     void transactionCommitted(tarn::zero::ShallowChangeReport<Property> const& report);
     void transactionCommitted(tarn::zero::ShallowChangeReport<ContextData> const& report);
 

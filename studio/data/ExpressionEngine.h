@@ -36,13 +36,17 @@ class Invariants;   // of the tests: may look at everything
 /// release their own or any other handle, drop providers, destroy the engine.
 class STUDIO_DATA_EXPORT ExpressionEngine : public tarn::zero::Listener {
 public:
+    /// What a subscriber is called with: the text and the value.
     using Callback = ExpressionHandle::Callback;
+    /// Which reports the engine asks for, in the order in which it gets them.
     using Reports =
         tarn::zero::ReportList<tarn::zero::DeepChangeReport<Property>, tarn::zero::ShallowChangeReport<ContextData>>;
 
     /// One step of a symbol's path: the component of `symbol` that begins at `offset`.
     struct Leaf {
+        /// The whole path, as the expression names it.
         std::string_view symbol;   // of a key of symbolExpressions
+        /// Where in it the component begins, in bytes.
         unsigned long offset;
 
         friend bool operator==(Leaf const& left, Leaf const& right) noexcept
@@ -50,7 +54,9 @@ public:
             return left.offset == right.offset && left.symbol == right.symbol;
         }
     };
+    /// For tables by leaf.
     struct STUDIO_DATA_EXPORT LeafHash {
+        /// The hash of a leaf.
         std::size_t operator()(Leaf const& leaf) const noexcept;
     };
 
@@ -80,6 +86,7 @@ public:
 
     /// Notes that `text` names `symbol`, and binds its path anew.
     void acquireSymbol(std::string const& symbol, std::string const& text);
+    /// Takes back what `acquireSymbol` noted, and unbinds the path.
     // By design: unbinds the symbol for every expression that names it, not only for `text`; a later acquisition binds
     // it again. Hosts rely on a release costing no look at the others.
     void releaseSymbol(std::string const& symbol, std::string const& text) noexcept;
@@ -89,6 +96,8 @@ public:
     /// Unbinds whatever a symbol holds from `offset` on, wherever its references lead by now. *Throws* as above.
     void releaseLeaf(std::string_view symbol, unsigned long offset);
 
+    /// Finds the paths that a committed transaction touched, evaluates each of their expressions once, and calls
+    /// handles.
     void transactionCommitted(tarn::zero::DeepChangeReport<Property> const& report);
     void transactionCommitted(tarn::zero::ShallowChangeReport<ContextData> const& report);
 

@@ -19,6 +19,7 @@ class Invariants;   // of the tests: may look at everything
 /// and stays silent.
 class STUDIO_DATA_EXPORT ExpressionHandle : private boost::noncopyable {
 public:
+    /// What a subscriber is called with: the text and the value.
     using Callback = std::function<void(std::string const& text, PropertyValue const& value)>;
 
     /// For the engine. A null expression makes a detached handle with an empty text.

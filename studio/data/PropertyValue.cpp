@@ -6,6 +6,7 @@
 #include <charconv>
 #include <cmath>
 #include <limits>
+#include <ostream>
 #include <stdexcept>
 
 namespace studio::data {
@@ -34,6 +35,33 @@ std::string decimalText(double number)
     std::to_chars_result const end =
         std::to_chars(text.data(), text.data() + text.size(), number, std::chars_format::fixed, 6);
     return std::string{text.data(), end.ptr};
+}
+
+/// The shortest text that reads back as the number.
+std::string exactText(double number)
+{
+    std::array<char, 32> text;
+    std::to_chars_result const end = std::to_chars(text.data(), text.data() + text.size(), number);
+    return std::string{text.data(), end.ptr};
+}
+
+/// In quotes; what would break a line or hide on it is escaped, all else stays, UTF-8 or not.
+std::string quoted(std::string const& text)
+{
+    constexpr char DIGITS[] = "0123456789abcdef";
+    std::string shown = "\"";
+    for (char const character : text) {
+        auto const byte = static_cast<unsigned char>(character);
+        if (character == '"' || character == '\\')
+            (shown += '\\') += character;
+        else if (character == '\n')
+            shown += "\\n";
+        else if (byte < 0x20 || byte == 0x7f)
+            ((shown += "\\x") += DIGITS[byte / 16]) += DIGITS[byte % 16];
+        else
+            shown += character;
+    }
+    return shown += '"';
 }
 
 }   // namespace
@@ -100,6 +128,13 @@ bool operator==(PropertyValue const& left, PropertyValue const& right) noexcept
 {
     // The kinds first: values of different kinds, by far the most common difference, cost one comparison.
     return left.value.index() == right.value.index() && left.value == right.value;
+}
+
+std::ostream& operator<<(std::ostream& out, PropertyValue const& value)
+{
+    if (value.isString())
+        return out << quoted(value.getString());
+    return out << (value.isDouble() ? exactText(value.getDouble()) : value.asString());
 }
 
 }   // namespace studio::data

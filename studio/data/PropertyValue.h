@@ -5,6 +5,7 @@
 
 #include <boost/uuid/uuid.hpp>
 
+#include <iosfwd>
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -30,13 +31,19 @@ public:
     /// The kind tests compare the index of the alternative, so the order is fixed.
     using Variant = std::variant<undefined, boost::uuids::uuid, double, bool, std::string>;
 
+    /// Undefined.
     PropertyValue() noexcept = default;
+    /// The value of that alternative.
     PropertyValue(Variant variant) noexcept : value{std::move(variant)} {}
+    /// A number.
     PropertyValue(double number) noexcept : value{number} {}
+    /// A logical.
     PropertyValue(bool logical) noexcept : value{logical} {}
+    /// A text: any bytes. The expression language reads them as UTF-8.
     PropertyValue(std::string text) noexcept : value{std::move(text)} {}
     /// A text. *Throws* std::logic_error for a null pointer.
     PropertyValue(char const* text) : PropertyValue{std::string(text)} {}
+    /// A UUID, of a context or of anything else.
     PropertyValue(boost::uuids::uuid const& uuid) noexcept : value{uuid} {}
     /// The id of the provider, undefined for null. *Lifetime*: the value does not keep the provider alive.
     PropertyValue(std::shared_ptr<ContextProvider> const& provider);
@@ -59,11 +66,17 @@ public:
     PropertyValue& operator=(PropertyValue&&) noexcept = default;
     ~PropertyValue() = default;
 
+    /// True for the absence of a value.
     bool isUndefined() const noexcept { return value.index() == 0; }
+    /// True for a UUID, whether or not a provider has it.
     bool isUUID() const noexcept { return value.index() == 1; }
+    /// True for a number.
     bool isDouble() const noexcept { return value.index() == 2; }
+    /// True for a logical.
     bool isLogical() const noexcept { return value.index() == 3; }
+    /// True for a text.
     bool isString() const noexcept { return value.index() == 4; }
+    /// True for a number and for a logical.
     bool isNumeric() const noexcept { return isDouble() || isLogical(); }
     /// True for the UUID of a provider that lives now: the answer changes when that provider comes or goes.
     /// *Throws* std::bad_weak_ptr while that provider is being destroyed.
@@ -71,8 +84,11 @@ public:
 
     // Each getter throws std::invalid_argument when the value is of no kind that it accepts.
 
+    /// The absence of a value.
     undefined getUndefined() const;
+    /// The UUID.
     boost::uuids::uuid getUUID() const;
+    /// The number.
     double getDouble() const;
     /// The number, or 1 and 0 for the logicals. A text is not parsed.
     double getNumeric() const;
@@ -89,6 +105,11 @@ public:
 
     /// True for the same kind and the same value: 1 is neither `true` nor "1", and NaN differs from itself.
     STUDIO_DATA_EXPORT friend bool operator==(PropertyValue const& left, PropertyValue const& right) noexcept;
+
+    /// Writes the value as a person reads it in a log or in a failed test: texts quoted and escaped, so that 1, "1",
+    /// true and undefined look different, and numbers so that they read back as they are. Whatever the stream's locale
+    /// and flags; its width counts for the whole.
+    STUDIO_DATA_EXPORT friend std::ostream& operator<<(std::ostream& out, PropertyValue const& value);
 
 private:
     Variant value;

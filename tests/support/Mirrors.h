@@ -28,7 +28,7 @@ inline std::string whole(studio::data::ContextData const& context)
     std::ostringstream out;
     for (studio::data::Property const& property : context->getProperties()) {
         out << property->getName() << '=' << property->identifier() << ' ';
-        PrintTo(property->getValue(), &out);
+        out << property->getValue();
         out << "; ";
     }
     for (std::string const& name : context->getActiveContexts())

@@ -1,6 +1,6 @@
 """studio-workbench from outside: its sample, what it says of files it cannot use, and what it calls a difference.
 
-Usage: workbench_test.py PROGRAM
+Usage: workbench_test.py PROGRAM MANUAL
 """
 import json
 import os
@@ -9,7 +9,7 @@ import subprocess
 import sys
 import tempfile
 
-PROGRAM = os.path.abspath(sys.argv[1])
+PROGRAM, MANUAL = map(os.path.abspath, sys.argv[1:3])
 FAILED = []
 
 EXPRESSIONS = '{"format":1,"expressions":[{"id":0,"expression":"a"},{"id":1,"expression":"!b.c"}]}'
@@ -104,6 +104,14 @@ def usage():
                and err.count("\n") == 1, f"{code} {out}{err}")
     code, out, err = run("--help")
     expect("--help", code == 0 and out.startswith("Usage: studio-workbench") and err == "", f"{code} {out}{err}")
+    with open(MANUAL, encoding="utf-8") as file:
+        manual = file.read().replace("\\-", "-")
+    options, codes = r"(?<![\w-])--?[a-z][a-z-]*", r"^(?:  |\.B )([0-9])\b"
+    for what, pattern in (("options", options), ("exit codes", codes)):
+        told, written = (set(re.findall(pattern, text, re.MULTILINE)) for text in (out, manual))
+        expect(f"--help and the manual name the same {what}", told == written and told, told ^ written)
+    code, out, err = run("--version")
+    expect("--version", code == 0 and re.fullmatch(r"studio-workbench \d+\.\d+\.\d+\n", out), f"{code} {out}{err}")
 
 
 # A recorded answer of SESSION, what takes its place, and the difference that --check then shows.

@@ -12,6 +12,7 @@ namespace fl::i18n {
 /// Thrown for a text that is not well formed; says where.
 class STUDIO_DATA_EXPORT ConversionError : public std::range_error {
 public:
+    /// `what()` is the reason and the offset.
     ConversionError(std::string const& reason, std::size_t offset);
     ConversionError(ConversionError const&) = default;
     ConversionError& operator=(ConversionError const&) = default;

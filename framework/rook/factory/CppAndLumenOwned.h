@@ -14,6 +14,7 @@ public:
     /// True once a destructor of the chain has retracted the object: the host has let go of it and must not wrap it
     /// again.
     bool isRetracting() const noexcept { return m_retracting; }
+    /// True while native code owns the object and deletes it; the host does otherwise.
     bool isCppOwned() const noexcept { return m_cppOwned; }
 
     /// The last step of a native factory: from now on native code owns the object. Calls the ownership hook with 1 if

@@ -3,6 +3,7 @@
 #include "tarn/zero/ModelElementImpl.h"
 #include "tarn/zero/ModelImpl.h"
 #include "tarn/zero/ReportException.h"
+#include "tarn/zero/meta/TypedElement.h"
 #include "tarn0/messages/Messages.h"
 
 #include <algorithm>
@@ -34,14 +35,14 @@ ModelElement ModelElement::Builder::create(boost::uuids::uuid const& uuid)
     return doCreate(true, uuid);
 }
 
-std::uint64_t ModelElement::Builder::setOrAdd(meta::Property const&, Value const&)
+std::uint64_t ModelElement::Builder::setOrAdd(meta::Property const& property, Value const&)
 {
-    reportException(tarn0::messages::InvalidValue{});
+    reportException(tarn0::messages::InvalidValue{"a value for " + Impl::describe(property)});
 }
 
-std::uint64_t ModelElement::Builder::setOrAdd(meta::Property const&, std::unique_ptr<Builder>&)
+std::uint64_t ModelElement::Builder::setOrAdd(meta::Property const& property, std::unique_ptr<Builder>&)
 {
-    reportException(tarn0::messages::InvalidValue{});
+    reportException(tarn0::messages::InvalidValue{"a builder for " + Impl::describe(property)});
 }
 
 bool ModelElement::Builder::isSet(unsigned long index) const noexcept

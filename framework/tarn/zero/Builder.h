@@ -19,12 +19,15 @@ class STUDIO_DATA_EXPORT ModelElement::Builder {
 public:
     class Orchestrator;
 
+    /// For an element with so many properties.
     explicit Builder(unsigned long propertyCount);
     Builder(Builder const&) = delete;
     Builder& operator=(Builder const&) = delete;
     virtual ~Builder();
 
+    /// Gives the builder the model that it makes its element in.
     void setModel(Model const& model) { m_model = model; }
+    /// That model; null before it is given one.
     Model const& model() const noexcept { return m_model; }
 
     /// Makes the elements, in the model's open transaction or one of its own; all of them or, throwing, none. A nil
@@ -48,10 +51,14 @@ public:
     virtual ModelElement doCreate(bool notify, boost::uuids::uuid const& uuid) = 0;
 
 protected:
+    /// How many properties one word of the set ones stands for.
     static constexpr unsigned long wordBits = 64;
 
+    /// Notes that property `index` has a value, and answers its bit.
     std::uint64_t markSet(unsigned long index);
+    /// Notes that it has none.
     void clearSet(unsigned long index) noexcept;
+    /// The one that runs, borrowed; null outside of it.
     Orchestrator* orchestrator() const noexcept { return m_orchestrator; }
 
 private:
@@ -72,6 +79,7 @@ public:
 
     /// Takes a nested builder in, once: it makes its element in the same model.
     void addBuilder(Builder* builder);
+    /// For a builder that has made its element: who asks for it later gets this one.
     void setCreatedElement(Builder* builder, ModelElement const& element);
     /// The element made from `builder`; null if none was made.
     ModelElement getCreatedElement(Builder* builder) const;

@@ -32,6 +32,7 @@ public:
     ModelElement doCreate(bool notify, boost::uuids::uuid const& uuid) override { return make(notify, uuid); }
 
 protected:
+    /// A builder without a model, of a class with so many properties.
     explicit BuilderOf(unsigned long propertyCount) : Base{propertyCount} {}
     BuilderOf(unsigned long propertyCount, Model const& model) : Base{propertyCount} { setModel(model); }
 

@@ -11,15 +11,20 @@ namespace tarn::zero {
 template <class T, ReportFilter Filter>
 class ChangeReportOf {
 public:
+    /// The class whose changes the report shows.
     using Element = T;
 
+    /// A view over that report, which it keeps.
     explicit ChangeReportOf(std::shared_ptr<ReportData> data) noexcept : m_data{std::move(data)} {}
 
     /// The elements created, modified and destroyed, as a range of `ReportEntry`, in order of first touch.
     ReportRange created() const noexcept { return {*m_data, ReportData::Kind::Created, Filter}; }
+    /// The elements that were there before and after, and changed.
     ReportRange modified() const noexcept { return {*m_data, ReportData::Kind::Modified, Filter}; }
+    /// The elements that are gone. They stay readable while the report is held.
     ReportRange destroyed() const noexcept { return {*m_data, ReportData::Kind::Destroyed, Filter}; }
 
+    /// The whole report, of all classes.
     std::shared_ptr<ReportData> const& data() const noexcept { return m_data; }
 
 private:

@@ -19,17 +19,20 @@ public:
     /// A process-wide hook, null by default: an element that is being invalidated passes it each of its collections,
     /// once, before its handles turn false. For scripting hosts that hand out collections; it must not throw.
     using CollectionCallback = void (*)(AbstractOwnedCollection& collection);
+    /// The hook that is installed now.
     static CollectionCallback m_callback;
 
     ElementImpl(ElementImpl const&) = delete;
     ElementImpl& operator=(ElementImpl const&) = delete;
 
+    /// Takes a reference. Ignored while the object deletes itself.
     void addRef() noexcept
     {
         if (m_refCount.load(std::memory_order_relaxed) != REFCOUNT_DELETING)
             m_refCount.fetch_add(1, std::memory_order_relaxed);
     }
 
+    /// Drops a reference; with the last one the object deletes itself.
     void removeRef() noexcept
     {
         if (m_refCount.load(std::memory_order_relaxed) == REFCOUNT_DELETING)

@@ -15,8 +15,11 @@ namespace tarn::zero {
 template <class T, class Base = ModelElement::Impl>
 class ElementImplOf : public Base {
 public:
+    /// How a reflective access treats proxies.
     using Tag = ModelElement::Impl::ReflectionPrivateTag;
+    /// What a transaction remembers, whatever the class.
     using RawStorage = ModelElement::Impl::Storage;
+    /// What a report tells, whatever the class.
     using RawChanges = ModelElement::Impl::Changes;
 
     using Base::Base;
@@ -32,6 +35,13 @@ public:
     meta::Class getMetaClass() const override { return T::Handle::metaClass(); }
     ModelElement::Impl* classPointer() const noexcept override { return T::classImpl(); }
     ModelElement This() const override { return ModelElement{const_cast<T*>(&self())}; }
+    std::string nameInMessages() const override
+    {
+        if constexpr (requires(T const& element) { std::string{element.getName()}; })
+            return self().getName();
+        else
+            return Base::nameInMessages();
+    }
 
     meta::Property getPropertyByIndex(unsigned long index) const override
     {
@@ -131,6 +141,7 @@ public:
 protected:
     ~ElementImplOf() override = default;
 
+    /// How many properties the class has.
     static constexpr unsigned long featureCount() noexcept { return std::tuple_size_v<decltype(T::features())>; }
 
 private:

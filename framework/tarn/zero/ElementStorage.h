@@ -13,23 +13,32 @@ public:
     /// The position of the containment change in the bit word; property i stands at position i.
     static constexpr unsigned long OFFSET_CONTAINMENT = 0;
 
+    /// No change yet of the element of that UUID, whose class has so many properties.
     Changes(boost::uuids::uuid const& uuid, Model const& model, meta::Class const& type, unsigned long propertyCount);
     Changes(Changes const&) = delete;
     Changes& operator=(Changes const&) = delete;
     virtual ~Changes();
 
+    /// The UUID of the element.
     boost::uuids::uuid const& identifier() const noexcept { return m_uuid; }
+    /// How many properties its class has.
     unsigned long propertyCount() const noexcept { return m_propertyCount; }
 
+    /// True if property `index` was announced as changing, and did not count as unchanged at the commit.
     bool isChanged(unsigned long index) const noexcept { return index < BITS && (m_bits >> index & 1u) != 0; }
+    /// A bit for each property that changed.
     std::uint64_t changedBits() const noexcept { return m_bits; }
+    /// Notes the change of a property, of which nothing is remembered.
     void setChanged(unsigned long index) noexcept { m_bits |= std::uint64_t{1} << index; }
+    /// Takes that back.
     void clearChanged(unsigned long index) noexcept { m_bits &= ~(std::uint64_t{1} << index); }
 
     /// The container before the first change of it; only the first call counts.
     void setOldContainer(ModelElement const& container, meta::Property const& feature);
     void setOldContainer(Impl* container, unsigned long featureIndex) noexcept;
+    /// That container; null if there was none, or if it did not change.
     ModelElement const& oldContainer() const noexcept { return m_oldContainer; }
+    /// The index of the collection of that container that held the element.
     unsigned long oldContainerFeature() const noexcept { return m_oldContainerFeature; }
 
     /// The value of `property` before the transaction. For a property that did not change: an empty value of its type.
@@ -40,6 +49,7 @@ public:
     virtual void assign(Changes const& other);
 
 protected:
+    /// Makes it as new, for the element of that UUID.
     void resetChanges(boost::uuids::uuid const& uuid) noexcept;
 
 private:
@@ -62,7 +72,9 @@ public:
 
     /// The element that this is about; null while the storage waits for use.
     ModelElement const& element() const noexcept { return m_element; }
+    /// True if the transaction made the element.
     bool wasCreated() const noexcept { return m_created; }
+    /// True if the transaction destroyed the element.
     bool wasDestroyed() const noexcept { return m_destroyed; }
 
     /// Clears the bit of each property whose old value counts as equal to the present one.

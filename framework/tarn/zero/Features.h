@@ -24,6 +24,7 @@ struct RevertWhenEqual {
         return old == present;
     }
 };
+/// Never: whatever was announced is reported.
 struct RevertNever {
     template <class T>
     static bool unchanged(T const&, T const&) noexcept

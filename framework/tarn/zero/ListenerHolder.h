@@ -21,14 +21,20 @@ public:
 
     /// The listener, borrowed; null once invalidated.
     Listener* listener() const noexcept { return m_listener; }
+    /// True if the listener gets the reports of committed transactions.
     bool isDeep() const noexcept { return m_deep; }
     /// From now on nothing is dispatched; the listener is told through `listenerRemoved`. Throws nothing.
     void invalidate() noexcept;
 
+    /// The name of the listener's class, for people; a static text.
     virtual char const* getTypeName() const = 0;
+    /// Before a commit; never called.
     virtual void validateOnCommit(std::shared_ptr<ReportData> const& data) = 0;
+    /// Before a commit; never called.
     virtual void modifyOnCommit(std::shared_ptr<ReportData> const& data) = 0;
+    /// Hands a report to the listener, as the views that it asks for. *Throws* what the listener throws.
     virtual void transactionCommitted(std::shared_ptr<ReportData> const& data) = 0;
+    /// After a roll back; never called.
     virtual void transactionCanceled(bool nested, std::shared_ptr<ReportData> const& data) = 0;
 
 private:
@@ -41,6 +47,7 @@ private:
 template <class T, bool Owning>
 class ListenerHolder final : public ListenerHolderBase {
 public:
+    /// A deep hold on that listener.
     explicit ListenerHolder(T* listener) noexcept
         : ListenerHolderBase(listener, false, false, false, true, false, false, false)
     {}

@@ -17,6 +17,7 @@ public:
     ModelConstellation() = default;
     explicit ModelConstellation(ModelSpec mainModel) : m_mainModel{std::move(mainModel)} {}
 
+    /// What the one model of the set is made from.
     ModelSpec const& mainModel() const noexcept { return m_mainModel; }
 
 private:
@@ -46,6 +47,7 @@ public:
 
     /// Takes or drops one more reference by hand; ignored by a null handle.
     void addRef() const noexcept;
+    /// Drops it again.
     void removeRef() const noexcept;
 
     explicit operator bool() const noexcept { return m_impl != nullptr; }
@@ -62,6 +64,7 @@ private:
 /// Keeps a model unwritable for as long as it lives: a transaction on it is refused with `ModelFrozen`.
 class STUDIO_DATA_EXPORT Model::Freezer {
 public:
+    /// Freezes the model from now on.
     explicit Freezer(Model model);
     Freezer(Freezer const&) = delete;
     Freezer& operator=(Freezer const&) = delete;
@@ -77,6 +80,7 @@ private:
 /// Makes a frozen model writable while it lives.
 class STUDIO_DATA_EXPORT Model::Thawer {
 public:
+    /// Makes the model writable from now on.
     explicit Thawer(Model model) noexcept;
     Thawer(Thawer&& other) noexcept = default;
     Thawer& operator=(Thawer&&) = delete;

@@ -31,6 +31,7 @@ public:
 
     /// Takes or drops one more reference by hand; ignored by a null handle.
     void addRef() const noexcept;
+    /// Drops it again.
     void removeRef() const noexcept;
 
     /// True while the element lives.

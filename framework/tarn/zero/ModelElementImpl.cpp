@@ -1,5 +1,6 @@
 #include "tarn/zero/ModelElementImpl.h"
 
+#include "fl/i18n/Unicode.h"
 #include "tarn/zero/Builder.h"
 #include "tarn/zero/ElementStorage.h"
 #include "tarn/zero/ModelImpl.h"
@@ -10,6 +11,8 @@
 #include "tarn/zero/detail/UuidSource.h"
 #include "tarn/zero/meta/Type.h"
 #include "tarn0/messages/Messages.h"
+
+#include <boost/uuid/uuid_io.hpp>
 
 #include <stdexcept>
 #include <utility>
@@ -22,7 +25,8 @@ ReferenceCollection& collectionOf(ModelElement::Impl& owner, unsigned long featu
 {
     ReferenceCollection* const collection = owner.referenceCollection(featureIndex);
     if (!collection)
-        reportException(tarn0::messages::InvalidValue{});
+        reportException(
+            tarn0::messages::InvalidValue{owner.describe() + " has no collection " + std::to_string(featureIndex)});
     return *collection;
 }
 
@@ -53,11 +57,26 @@ ProxyId ModelElement::Impl::getPersistentProxyId(bool) const noexcept
     return getProxyId();
 }
 
+std::string ModelElement::Impl::describe() const
+{
+    std::string text = !m_alive ? "destroyed " : m_proxy ? "proxy " : "";
+    auto const* const type = static_cast<meta::Class::Impl const*>(classPointer());
+    text += type ? fl::i18n::ustring_to_utf8_lossy(type->getName()) : "element";
+    if (std::string const name = nameInMessages(); !name.empty())
+        text += " \"" + name + '"';
+    return text + " (" + boost::uuids::to_string(m_uuid) + ')';
+}
+
+std::string ModelElement::Impl::describe(ModelElement const& element)
+{
+    return element.get() ? element->describe() : "null";
+}
+
 void ModelElement::Impl::convertToProxy(meta::Property const& feature, ProxyId const& id, ModelElement const& owner)
 {
     refuseDead();
     if (!(id == getProxyId()) || (m_container && m_container != owner.get()))
-        throw std::logic_error{"a proxy has the UUID of what it stands for and no other container"};
+        throw std::logic_error{"a proxy has the UUID of what it stands for and no other container: " + describe()};
     ReferenceCollection* const collection = owner.get() ? &collectionOf(*owner.get(), feature.index()) : nullptr;
     Transaction transaction = begin();
     ModelElement const keep{this};
@@ -131,7 +150,7 @@ void ModelElement::Impl::checkCircularContainment(ModelElement const& container)
 {
     for (Impl const* outer = container.get(); outer; outer = outer->m_container)
         if (outer == this)
-            reportException(tarn0::messages::CircularContainment{});
+            reportException(tarn0::messages::CircularContainment{describe() + " in " + describe(container)});
 }
 
 void ModelElement::Impl::basicSetContainer(Impl* container, meta::Property const& feature, unsigned long) noexcept
@@ -242,14 +261,14 @@ void ModelElement::Impl::doDestroy(bool, bool notify)
 void ModelElement::Impl::refuseDead() const
 {
     if (!m_alive)
-        throw std::logic_error{"the element was destroyed"};
+        throw std::logic_error{"the element was destroyed: " + describe()};
 }
 
 void ModelElement::Impl::refuseProxy() const
 {
     refuseDead();
     if (m_proxy)
-        reportException(tarn0::messages::CannotModifyProxy{});
+        reportException(tarn0::messages::CannotModifyProxy{describe()});
 }
 
 bool ModelElement::Impl::conforms(Impl const* type, Impl const* wanted) noexcept
@@ -318,9 +337,9 @@ bool ModelElement::Impl::hasPropertyValue(meta::Property const&, ReflectionPriva
     return false;
 }
 
-void ModelElement::Impl::setPropertyValue(meta::Property const&, Value const&, ReflectionPrivateTag)
+void ModelElement::Impl::setPropertyValue(meta::Property const& property, Value const&, ReflectionPrivateTag)
 {
-    reportException(tarn0::messages::InvalidValue{});
+    reportException(tarn0::messages::InvalidValue{describe(property) + " of " + describe()});
 }
 
 meta::Property ModelElement::Impl::getPropertyByIndex(unsigned long) const

@@ -9,6 +9,7 @@
 #include <boost/optional/optional.hpp>
 
 #include <memory>
+#include <string>
 
 namespace tarn::zero {
 
@@ -28,10 +29,14 @@ public:
         IN_MEMORY_ONLY,    ///< only what is here already
         NO_PROXY_RESOLVE   ///< proxies are answered as they stand
     };
+    /// Proxies are resolved where that is possible.
     static constexpr auto PUBLIC_ACCESS = ReflectionPrivateTag::PUBLIC_ACCESS;
+    /// Only what is here already.
     static constexpr auto IN_MEMORY_ONLY = ReflectionPrivateTag::IN_MEMORY_ONLY;
+    /// Proxies are answered as they stand.
     static constexpr auto NO_PROXY_RESOLVE = ReflectionPrivateTag::NO_PROXY_RESOLVE;
 
+    /// The index of no property.
     static constexpr unsigned long NO_INDEX = ~0ul;
 
     /// An element of `model`. A nil UUID asks for a fresh random one. Not yet known to the model: see `notifyCreated`.
@@ -40,15 +45,18 @@ public:
 
     // Identity and place
 
+    /// The UUID, for life.
     boost::uuids::uuid const& identifier() const noexcept { return m_uuid; }
     /// The element's model; null once the element's death is final.
     Model getModel() const noexcept;
     /// The same, borrowed.
     Model::Impl* getModelImpl() const noexcept { return m_model; }
+    /// False from the moment of the element's destruction, unless that is rolled back.
     bool isAlive() const noexcept { return m_alive; }
 
     /// True for a placeholder of an element that lives in another model; every setter refuses it.
     bool isProxy() const noexcept { return m_proxy; }
+    /// The identity by which a placeholder names this element.
     ProxyId getProxyId() const noexcept { return ProxyId{m_uuid}; }
     /// The identity by which other models name this element; `persistent` or not, it is the UUID.
     ProxyId getPersistentProxyId(bool persistent) const noexcept;
@@ -61,10 +69,18 @@ public:
     bool isTopLevel() const noexcept { return m_container == nullptr; }
     /// The container; of a dead element the last one.
     ModelElement container() const noexcept { return ModelElement{m_container}; }
+    /// The same, borrowed.
     Impl* containerImpl() const noexcept { return m_container; }
+    /// The index of the collection of the container that holds this element.
     unsigned long containerFeatureIndex() const noexcept { return m_containerFeature; }
     /// The collection of the container that holds this element; null when top-level.
     meta::Property containmentFeature() const;
+
+    /// What the element is, for messages: `Property "title" (0f8fad5b-…)`, `destroyed` or `proxy` in front of that
+    /// where it is so. *Cost*: for failures, not for every day.
+    std::string describe() const;
+    /// The same; `null` for a null handle.
+    static std::string describe(ModelElement const& element);
 
     // Changing, called by element classes inside a transaction
 
@@ -91,15 +107,22 @@ public:
 
     /// Adds this element to `feature` of `target` (removes it, tests it); `notify` announces the change of `target`.
     void _inverseAddThis(Impl* target, meta::Property const& feature, bool notify);
+    /// Removes it, announced.
     void _inverseRemoveThis(Impl* target, meta::Property const& feature);
+    /// Tests it.
     bool _inverseContainsThis(Impl* target, meta::Property const& feature) const;
+    /// Adds it, by the index of the collection.
     void _inverseAddThis(Impl* target, unsigned long featureIndex, bool notify);
+    /// Removes it, by the index of the collection.
     void _inverseRemoveThis(Impl* target, unsigned long featureIndex);
 
     /// Changes a reference collection of this element and announces nothing.
     void _basicAdd(ReferenceCollection* collection, ModelElement const& element);
+    /// Takes an element out of a collection and announces nothing.
     void _basicRemove(ReferenceCollection* collection, ModelElement const& element);
+    /// Empties a collection and announces nothing.
     void _basicClear(ReferenceCollection* collection);
+    /// Adds what another collection of the same class holds and this one does not; announces nothing.
     void _basicCopyValues(ReferenceCollection* collection, ReferenceCollection const& source);
 
     /// Destroys the element with all it contains, in the open transaction or one of its own. Handles turn false at
@@ -113,17 +136,21 @@ public:
     void refuseDead() const;
     /// True from the beginning of its destruction: its contents need not leave it one by one.
     bool isBeingDestroyed() const noexcept { return m_destroying; }
+    /// Marks that beginning.
     void beginDestroying() noexcept { m_destroying = true; }
     /// Opens a transaction of the element's model, joining an open one.
     [[nodiscard]] Transaction begin() const;
+    /// True while a transaction is open on the element's model.
     bool isInTransaction() const noexcept;
     /// What the open transaction remembers of this element at its innermost level; null if it was not touched.
     Storage* storage() const noexcept { return m_storage; }
 
     /// One bit that a walk over elements may use and must leave false.
     bool marked() const noexcept { return m_marked; }
+    /// Sets that bit.
     void mark(bool on) noexcept { m_marked = on; }
 
+    /// The same, and throws `CannotModifyProxy` on a proxy: what every setter begins with.
     void refuseProxy() const;
 
     /// Enters a freshly made element into its model, in the open transaction or one of its own, and calls `didCreate`.
@@ -135,41 +162,61 @@ public:
 
     // What element classes fill in
 
+    /// The class of the element; null after the class was unregistered.
     virtual meta::Class getMetaClass() const = 0;
     /// The same class, borrowed; null before the class is registered and after that has been undone.
     virtual ModelElement::Impl* classPointer() const noexcept = 0;
+    /// A handle to this element.
     virtual ModelElement This() const = 0;
+    /// The name by which messages tell the element from others of its class; empty if it has none.
+    virtual std::string nameInMessages() const { return {}; }
     /// Turns the element's handles false.
     virtual void invalidate();
+    /// Destroys what the element contains, then the element itself. Called once, inside a transaction.
     virtual void doDestroy(bool runHooks, bool notify);
+    /// Has others let go of this element; the base knows of none.
     virtual void disassociateIncoming();
+    /// Lets go of all others and announces nothing; the base knows of none.
     virtual void basicDisassociateAll();
+    /// Puts placeholders where this element refers to others; the base refers to none.
     virtual void convertReferencesToProxies(bool recursive, boost::optional<ProxyId>& id);
     /// The opposite side changed: add `element` to (remove it from) the collection `feature`. The base refuses.
     virtual void inverseAdd(ModelElement const& element, meta::Property const& feature);
+    /// The opposite side let go: removes `element` from the collection `feature`.
     virtual void inverseRemove(ModelElement const& element, meta::Property const& feature);
+    /// True if the collection `feature` holds `element`.
     virtual bool inverseContains(ModelElement const& element, meta::Property const& feature) const;
+    /// Sets a reference to `element` and announces nothing; the base has none.
     virtual void basicAssociate(ModelElement const& element, meta::Property const& feature);
+    /// True if the collection `feature` holds a placeholder for `element`.
     virtual bool inverseContainsProxyTo(ModelElement const& element, meta::Property const& feature) const;
     /// The value of `property`; an empty value for one that the class does not have.
     virtual Value getPropertyValue(meta::Property const& property, ReflectionPrivateTag tag) const;
+    /// True unless the value of `property` is empty, or the class has no such property.
     virtual bool hasPropertyValue(meta::Property const& property, ReflectionPrivateTag tag) const;
     /// Throws `InvalidValue` for a property that cannot be set this way.
     virtual void setPropertyValue(meta::Property const& property, Value const& value, ReflectionPrivateTag tag);
+    /// The property of that index; null if the class has none.
     virtual meta::Property getPropertyByIndex(unsigned long index) const;
     /// The collection of elements that is property `index`; null if that is none.
     virtual ReferenceCollection* referenceCollection(unsigned long index) noexcept;
+    /// Remembers the present value of property `index`, before it changes.
     virtual void copyValue(Storage* storage, unsigned long index) const = 0;
     /// Copies back each remembered feature. Keyed maps follow in a pass of their own, as their keys come from elements.
     virtual void copyStateFromStorage(Storage* storage) = 0;
+    /// An empty memory for one transaction's changes of such an element.
     virtual std::unique_ptr<Storage> createStorage() const = 0;
+    /// The same for who keeps what a report told.
     virtual std::unique_ptr<Changes> createChanges() const = 0;
     /// The property of this class that names the container, set along with every change of the container.
     virtual unsigned long containerIndex() const noexcept { return NO_INDEX; }
     /// Lets go of all other elements, for good: called once the element's death is final.
     virtual void dropReferences() noexcept = 0;
+    /// True for elements that describe others.
     virtual bool isReflective() const { return false; }
+    /// A hook at the beginning of the element's end; what it throws refuses the end.
     virtual void aboutToDestroy() {}
+    /// A hook when the element has entered its model; what it throws takes the element back.
     virtual void didCreate() {}
 
 protected:
@@ -216,6 +263,7 @@ bool isInstance(ModelElement::Impl const& element) noexcept
     return ModelElement::Impl::conforms(element.classPointer(), T::Impl::classImpl());
 }
 
+/// The same of a handle; a null one is an instance of nothing.
 template <class T>
 bool isInstance(ModelElement const& element) noexcept
 {

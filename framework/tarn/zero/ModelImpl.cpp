@@ -1,5 +1,6 @@
 #include "tarn/zero/ModelImpl.h"
 
+#include "fl/i18n/Unicode.h"
 #include "tarn/zero/ReportData.h"
 #include "tarn/zero/ReportException.h"
 #include "tarn/zero/detail/Delivery.h"
@@ -40,7 +41,7 @@ Model::Impl::~Impl()
 Transaction Model::Impl::beginTransaction(bool)
 {
     if (m_freezers != 0 && m_thawers == 0)
-        reportException(tarn0::messages::ModelFrozen{});
+        reportException(tarn0::messages::ModelFrozen{fl::i18n::ustring_to_utf8_lossy(m_name)});
     return Transaction{Model{this}, m_journal->begin()};
 }
 

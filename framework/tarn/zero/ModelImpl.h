@@ -16,11 +16,13 @@ using FindElementBehavior = int;
 /// One model: its elements, its open transaction and its listeners.
 class STUDIO_DATA_EXPORT Model::Impl final : public ElementImpl {
 public:
+    /// A new, empty model; see `Model::create`.
     explicit Impl(ModelSpec const& wanted);
 
     /// Opens a transaction; inside an open one a savepoint. Element setters pass false, whoever groups changes passes
     /// true; to the model both are the same. Throws `ModelFrozen` on a frozen model.
     [[nodiscard]] Transaction beginTransaction(bool groupsChanges);
+    /// True while a transaction is open.
     bool isInTransaction() const noexcept;
 
     /// The live element of that UUID (of several the first that was created), else a null handle. Elements created by
@@ -39,9 +41,12 @@ public:
     /// No further report reaches `listener`, not even one that is being delivered. Ignores a listener that is not
     /// registered; throws nothing.
     void removeListener(Listener* listener) noexcept;
+    /// True from its registration to its removal.
     bool isListening(Listener const* listener) const noexcept;
 
+    /// The name that the model was made with.
     std::u16string const& name() const noexcept { return m_name; }
+    /// What the open transaction remembers; for elements.
     detail::Journal& journal() noexcept { return *m_journal; }
 
 private:

@@ -18,8 +18,10 @@ enum class SearchClassMatchMode {
 /// A condition on elements.
 class STUDIO_DATA_EXPORT QueryConstraint {
 public:
+    /// The condition that a function decides.
     explicit QueryConstraint(std::function<bool(ModelElement const&)> matches) : m_matches{std::move(matches)} {}
 
+    /// True if the element fulfils it. *Throws* what the function throws.
     bool matches(ModelElement const& element) const { return m_matches(element); }
 
 private:
@@ -29,9 +31,11 @@ private:
 /// A search over the live elements of one model.
 class STUDIO_DATA_EXPORT AbstractQuery {
 public:
+    /// A search in that model, which it keeps.
     explicit AbstractQuery(Model model) : m_model{std::move(model)} {}
     virtual ~AbstractQuery();
 
+    /// The model that is searched.
     Model const& model() const noexcept { return m_model; }
     /// Every live element that fits, in no particular order. *Cost*: a walk over the model.
     std::vector<ModelElement> find(QueryConstraint const& constraint) const;
@@ -49,6 +53,7 @@ public:
         : m_query{&query}, m_type{type}, m_mode{mode}
     {}
 
+    /// The search that it belongs to.
     AbstractQuery const& query() const noexcept { return *m_query; }
 
     /// Matches exactly this element.

@@ -14,8 +14,11 @@ namespace tarn::zero {
 /// view over what the transaction remembered; nothing is copied until asked for. Whoever keeps it keeps the elements.
 class STUDIO_DATA_EXPORT ReportData {
 public:
+    /// Any element.
     using Impl = ModelElement::Impl;
+    /// What a transaction remembers of one element.
     using Storage = ModelElement::Impl::Storage;
+    /// In which list of a report an element stands.
     enum class Kind { Created, Modified, Destroyed };
 
     ReportData() = default;
@@ -37,8 +40,10 @@ public:
     /// The element's record, borrowed; null for an element that is not in the report.
     Storage const* storageOf(Impl const& element) const;
 
+    /// Everything that the report tells, in order of first touch; borrowed.
     std::vector<Storage*> const& storages() const noexcept { return m_storages; }
     bool empty() const noexcept { return m_storages.empty(); }
+    /// The list that it stands in.
     static Kind kindOf(Storage const& storage) noexcept;
 
 private:
@@ -51,10 +56,13 @@ private:
 /// One entry of a report's list: the element, and what it held before.
 class ReportEntry {
 public:
+    /// A view over what the report has of one element.
     explicit ReportEntry(ReportData::Storage const& storage) noexcept : m_storage{&storage} {}
 
+    /// The element; one that was destroyed stays readable.
     ModelElement const& element() const noexcept { return m_storage->element(); }
     operator ModelElement const&() const noexcept { return element(); }
+    /// True if property `index` changed. Of what was created, nothing did.
     bool isChanged(unsigned long index) const noexcept { return m_storage->isChanged(index); }
 
     /// The value of attribute `index`, of type `T`, before the transaction, borrowed; null if it did not change.
@@ -74,6 +82,7 @@ using ReportFilter = bool (*)(ReportData::Storage const& storage);
 /// One list of a report, in order of first touch. Borrows the report.
 class ReportRange {
 public:
+    /// Walks over the entries that the list shows.
     class iterator {
     public:
         using iterator_category = std::input_iterator_tag;
@@ -82,9 +91,12 @@ public:
         using pointer = void;
         using reference = ReportEntry;
 
+        /// At that place, or the next that is shown.
         iterator(ReportRange const* range, std::size_t at) : m_range{range}, m_at{at} { settle(); }
 
+        /// The entry here.
         ReportEntry operator*() const { return ReportEntry{*m_range->m_report->storages()[m_at]}; }
+        /// Goes on to the next one that is shown.
         iterator& operator++()
         {
             ++m_at;
@@ -104,6 +116,7 @@ public:
         std::size_t m_at;
     };
 
+    /// The entries of one kind that the filter shows.
     ReportRange(ReportData const& report, ReportData::Kind kind, ReportFilter filter) noexcept
         : m_report{&report}, m_kind{kind}, m_filter{filter}
     {}

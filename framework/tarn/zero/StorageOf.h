@@ -133,6 +133,7 @@ public:
     {
         eachChanged([&](auto feature) { feature.withdraw(static_cast<T&>(element), oldOf(feature)); });
     }
+    /// Roll back, second pass: puts the remembered values back.
     void restore(T& element) noexcept
     {
         eachChanged([&](auto feature) { feature.restore(element, oldOf(feature)); });

@@ -21,6 +21,7 @@ STUDIO_DATA_EXPORT std::size_t combinedHash(std::size_t seed, std::size_t hash) 
 /// containers fall back on `==`; a vector combines its elements in order, with Boost's 64-bit mixing.
 template <class T>
 struct ValueHash {
+    /// The standard hash, or 0.
     static std::size_t of(T const& value) noexcept
     {
         if constexpr (requires { std::hash<T>{}(value); })
@@ -29,8 +30,10 @@ struct ValueHash {
             return 0;
     }
 };
+/// Of an optional value: that of the value that it holds, or 0.
 template <class T>
 struct ValueHash<boost::optional<T>> {
+    /// The hash.
     static std::size_t of(boost::optional<T> const& value) noexcept { return value ? ValueHash<T>::of(*value) : 0; }
 };
 template <class T>
@@ -58,10 +61,13 @@ public:
     {}
     Value(Value const& other);
     Value(Value&& other) noexcept;
+    /// Becomes a copy, also of itself.
     Value& operator=(Value other) noexcept;
     ~Value();
 
+    /// True if the box holds no value.
     bool isEmpty() const noexcept { return m_handlers == nullptr; }
+    /// The slot that the value sits in.
     ValueMeta const& meta() const noexcept { return m_meta; }
     /// The payload's hash; 0 for an empty value.
     std::size_t hash() const;
@@ -110,6 +116,7 @@ public:
     {
         delete static_cast<T*>(payload);
     }
+    /// The hash; 0 for null.
     template <class T>
     static std::size_t genericHasher(void* payload)
     {

@@ -13,7 +13,9 @@ public:
     explicit ValueMeta(meta::Property const& property);
     explicit ValueMeta(meta::Type const& type);
 
+    /// Marks the value as one outside of any element.
     void setUnmanaged() noexcept { m_unmanaged = true; }
+    /// True for such a value.
     bool isUnmanaged() const noexcept { return m_unmanaged; }
 
     /// The slot's type; null when it is not known.

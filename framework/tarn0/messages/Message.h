@@ -9,7 +9,9 @@ namespace tarn0::messages {
 
 /// What names a message, whatever its arguments and its language. Both texts are static.
 struct MessageId {
+    /// The catalogue that has the message.
     char const* catalogue;
+    /// The message's name in it.
     char const* key;
 
     friend bool operator==(MessageId const& left, MessageId const& right) noexcept
@@ -21,13 +23,17 @@ struct MessageId {
 /// One failure of the framework: its identifier and a sentence for people.
 class STUDIO_DATA_EXPORT Message {
 public:
+    /// The catalogue of all messages here.
     static constexpr char const* CATALOGUE = "tarn0:messages";
 
+    /// The identifier.
     MessageId const& id() const noexcept { return m_id; }
+    /// The sentence, UTF-8.
     std::string const& text() const noexcept { return m_text; }
 
 protected:
-    Message(char const* key, std::string text);
+    /// The text is the sentence and the subject, if there is one; neither ends with a full stop.
+    Message(char const* key, std::string const& sentence, std::string const& subject = {});
     ~Message() = default;
     Message(Message const&) = default;
     Message& operator=(Message const&) = default;

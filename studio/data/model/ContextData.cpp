@@ -61,7 +61,7 @@ tarn::zero::meta::Property ContextData::Impl::propertyAt(unsigned long index)
 ContextData::Impl::Properties const& ContextData::Impl::getProperties() const
 {
     if (isProxy())
-        tarn::zero::reportException(tarn0::messages::CannotModifyProxy{});
+        tarn::zero::reportException(tarn0::messages::CannotModifyProxy{describe()});
     return properties;
 }
 
@@ -69,7 +69,7 @@ Property ContextData::Impl::createIntoProperties(Property::BuilderWrapper builde
 {
     refuseProxy();
     if (!builder)
-        tarn::zero::reportException(tarn0::messages::InvalidValue{});
+        tarn::zero::reportException(tarn0::messages::InvalidValue{"a property without a builder in " + describe()});
     tarn::zero::Transaction transaction = begin();
     builder->setModel(getModel());
     Property const property = builder->createProperty(true, uuid);
@@ -81,7 +81,7 @@ Property ContextData::Impl::createIntoProperties(Property::BuilderWrapper builde
 ContextData ContextData::Impl::cloneTo(tarn::zero::Model const& model, bool cloneUUID) const
 {
     if (!model)
-        throw std::logic_error{"a copy needs a model"};
+        throw std::logic_error{"a copy needs a model: " + describe()};
     tarn::zero::Transaction transaction = model->beginTransaction(false);
     ContextData const clone = ContextData::create(model, cloneUUID ? identifier() : boost::uuids::uuid{});
     Properties& copies = clone->properties;

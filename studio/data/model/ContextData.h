@@ -25,6 +25,7 @@ public:
     class Impl;
     class Builder;
     class Constrainables;
+    /// Properties by their names.
     using PropertyMap = tarn::zero::ElementMap<std::string, Property, tarn::zero::NameKey>;
 
     ContextData() = default;

@@ -15,13 +15,17 @@ namespace studio::data {
 /// A context's collections, and what happens to its properties with it.
 class STUDIO_DATA_EXPORT ContextData::Impl final : public tarn::zero::ElementImplOf<ContextData::Impl> {
 public:
+    /// What a transaction remembers of a context.
     class Storage;
+    /// What a kept report tells of a context.
     class Changes;
     class BuilderImpl;
     template <class B>
     class BuilderBase;
     using Handle = ContextData;
+    /// The names of active contexts, in order.
     using ActiveContexts = tarn::zero::PrimitiveSequence<std::string>;
+    /// The properties, in order of their names.
     using Properties = tarn::zero::ElementMap<std::string, Property>;
 
     static constexpr unsigned long ACTIVE_CONTEXTS = 1;
@@ -39,6 +43,7 @@ public:
     static tarn::zero::ModelElement::Impl* classImpl() noexcept;
     static tarn::zero::meta::Property propertyAt(unsigned long index);
 
+    /// The names of the active contexts, in their order.
     ActiveContexts const& getActiveContexts() const noexcept { return activeContexts; }
     ActiveContexts& getActiveContextsMutable() noexcept { return activeContexts; }
     bool hasActiveContexts() const noexcept { return !activeContexts.empty(); }
@@ -76,10 +81,13 @@ public:
 /// The values of a context before it exists.
 class STUDIO_DATA_EXPORT ContextData::Impl::BuilderImpl {
 public:
+    /// The names of the active contexts.
     std::vector<std::string> activeContexts;
+    /// Builders of the properties.
     std::vector<std::unique_ptr<tarn::zero::ModelElement::Builder>> properties;
 };
 
+/// What builders of such elements share, of classes derived from this one too.
 template <class B>
 class ContextData::Impl::BuilderBase : public tarn::zero::BuilderOf<ContextData::Impl, B> {
 public:
@@ -90,21 +98,29 @@ protected:
     using tarn::zero::BuilderOf<ContextData::Impl, B>::BuilderOf;
 };
 
+/// Makes a context with all its properties in one step.
 class STUDIO_DATA_EXPORT ContextData::Builder : public ContextData::Impl::BuilderBase<ContextData::Builder> {
 public:
     Builder();
     explicit Builder(tarn::zero::Model const& model);
 
+    /// One more active context.
     void doAddActiveContexts(std::string const& name);
     void doAddActiveContexts(std::initializer_list<std::string> names);
+    /// No active contexts.
     void doClearActiveContexts() noexcept;
+    /// One more property.
     void doAddProperties(std::unique_ptr<tarn::zero::ModelElement::Builder> builder);
+    /// No properties.
     void doClearProperties() noexcept;
 
+    /// Adds a value by its meta property: the property's index, or -1 for one that does not fit.
     long doSetOrAdd(tarn::zero::meta::Property const& property, tarn::zero::Value const& value);
     long doSetOrAdd(tarn::zero::meta::Property const& property,
                     std::unique_ptr<tarn::zero::ModelElement::Builder>& builder);
+    /// Writes the plain values into the new element.
     void fill(Impl& context);
+    /// Makes the properties inside the new element.
     void cascadeCreation(Impl& context, bool notify);
 
 private:

@@ -26,12 +26,16 @@ public:
     /// The meta classes, and their properties by index (null for an index that the class does not have). *Throws* like
     /// `getInstance`.
     static tarn::zero::meta::Class contextDataClass();
+    /// The property of that index of contexts.
     static tarn::zero::meta::Property contextDataProperty(unsigned long index);
+    /// The meta class of properties.
     static tarn::zero::meta::Class propertyClass();
+    /// The property of that index of properties.
     static tarn::zero::meta::Property propertyProperty(unsigned long index);
     /// The same classes, borrowed, for class tests; null while the package is not whole. They do not make it: before
     /// it there are no elements.
     static tarn::zero::ModelElement::Impl* contextDataClassImpl() noexcept;
+    /// The class of properties.
     static tarn::zero::ModelElement::Impl* propertyClassImpl() noexcept;
 
     /// Runs `callback` when the package is destroyed, after those added before; it still finds the package whole. One

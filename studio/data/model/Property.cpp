@@ -64,7 +64,8 @@ void Property::Impl::setName(std::string const& newName)
         return;
     ContextData::Impl* const owner = ownerImpl();
     if (owner && owner->getProperties().containsKey(newName))
-        tarn::zero::reportException(tarn0::messages::UniquenessConstraint{});
+        tarn::zero::reportException(
+            tarn0::messages::UniquenessConstraint{describe() + " as \"" + newName + "\" in " + owner->describe()});
 
     tarn::zero::Transaction transaction = begin();
     if (owner)
@@ -93,7 +94,7 @@ void Property::Impl::setOwner(ContextData const& newOwner)
     }
     newOwner->refuseProxy();
     if (newOwner->getProperties().containsKey(name))
-        tarn::zero::reportException(tarn0::messages::UniquenessConstraint{});
+        tarn::zero::reportException(tarn0::messages::UniquenessConstraint{describe() + " in " + newOwner->describe()});
     newOwner->getProperties().checkCompatibleModel(this);
     checkCircularContainment(newOwner);
 

@@ -40,8 +40,11 @@ public:
     static tarn::zero::ModelElement::Impl* classImpl() noexcept;
     static tarn::zero::meta::Property propertyAt(unsigned long index);
 
+    /// The name; of a destroyed property the last one.
     std::string const& getName() const noexcept { return name; }
+    /// The value, in place; of a destroyed property the last one.
     PropertyValue const& getValue() const noexcept { return value; }
+    /// The context that holds the property; null when none does.
     ContextData getOwner() const noexcept;
     /// The owner, borrowed; null when uncontained.
     ContextData::Impl* ownerImpl() const noexcept;
@@ -79,10 +82,13 @@ public:
 /// The values of a property before it exists.
 class STUDIO_DATA_EXPORT Property::Impl::BuilderImpl {
 public:
+    /// The name.
     std::string name;
+    /// The value.
     PropertyValue value;
 };
 
+/// What builders of such elements share, of classes derived from this one too.
 template <class B>
 class Property::Impl::BuilderBase : public tarn::zero::BuilderOf<Property::Impl, B> {
 public:
@@ -93,20 +99,28 @@ protected:
     using tarn::zero::BuilderOf<Property::Impl, B>::BuilderOf;
 };
 
+/// Makes a property with its name and value in one step.
 class STUDIO_DATA_EXPORT Property::Builder : public Property::Impl::BuilderBase<Property::Builder> {
 public:
     Builder();
     explicit Builder(tarn::zero::Model const& model);
 
+    /// Gives it a name.
     void doSetName(std::string const& name);
+    /// The name that it will have.
     std::string const& getName() const noexcept { return m_values.name; }
+    /// Gives it a value.
     void doSetValue(PropertyValue const& value);
+    /// The value that it will have.
     PropertyValue const& getValue() const noexcept { return m_values.value; }
 
+    /// Sets a value by its meta property: the property's index, or -1 for one that does not fit.
     long doSetOrAdd(tarn::zero::meta::Property const& property, tarn::zero::Value const& value);
     long doSetOrAdd(tarn::zero::meta::Property const& property,
                     std::unique_ptr<tarn::zero::ModelElement::Builder>& builder);
+    /// Writes the values into the new element.
     void fill(Impl& property);
+    /// Nothing: a property contains nothing.
     void cascadeCreation(Impl& property, bool notify);
 
 private:
@@ -116,6 +130,7 @@ private:
 /// A property builder on its way into a context.
 class STUDIO_DATA_EXPORT Property::BuilderWrapper {
 public:
+    /// Owns that builder from now on; null makes an empty wrapper.
     BuilderWrapper(std::unique_ptr<Builder> builder) noexcept : m_builder{std::move(builder)} {}
 
     Builder& operator*() const noexcept { return *m_builder; }

@@ -9,6 +9,7 @@
 #include <limits>
 #include <locale>
 #include <optional>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -100,6 +101,27 @@ TEST(PropertyValueText, OfANumberIsAnIntOrHasSixDecimals)
     for (auto const& [number, text] : rows)
         EXPECT_EQ(PropertyValue(number).asString(), text);
     EXPECT_TRUE(std::isnan(PropertyValue(NOT_A_NUMBER).getNumeric()) && PropertyValue(NOT_A_NUMBER).getBool());
+}
+
+TEST(PropertyValueText, TellsKindsApartOnAStreamWhateverItsState)
+{
+    // clang-format off
+    std::pair<PropertyValue, std::string> const rows[] = {
+        {{}, "undefined"}, {"undefined", "\"undefined\""}, {true, "true"}, {"true", "\"true\""}, {1, "1"}, {"1", "\"1\""},
+        {0.1, "0.1"}, {1e300, "1e+300"}, {1234567.25, "1234567.25"}, {-0.0, "-0"}, {NOT_A_NUMBER, "nan"}, {-INF, "-inf"},
+        {ID, "0f8fad5b-d9cb-469f-a165-70867728950e"}, {"a \"b\" \\ c", "\"a \\\"b\\\" \\\\ c\""},
+        {"\n\t\x7f\xC3\xA9\0"s, "\"\\n\\x09\\x7f\xC3\xA9\\x00\""},
+    };
+    // clang-format on
+    for (auto const& [value, text] : rows) {
+        std::ostringstream out;
+        out << std::hex << std::showpos << value << '|';
+        out.width(60);
+        out << std::left << value << '|';
+        EXPECT_EQ(out.str(), text + '|' + text + std::string(60 - text.size(), ' ') + '|');
+        EXPECT_EQ(testing::PrintToString(value), text) << "in a failed expectation";
+    }
+    EXPECT_EQ(testing::PrintToString(ID), "0f8fad5b-d9cb-469f-a165-70867728950e");
 }
 
 // ---- what the constructors make of other types

@@ -1,6 +1,7 @@
 #include "studio/data/PropertyValueSerializer.h"
 
 #include "fl/i18n/Unicode.h"
+#include "studio/data/PropertyValueJson.h"
 #include "support/Printers.h"
 #include "tarn/zero/meta/Type.h"
 
@@ -13,6 +14,7 @@
 #include <limits>
 #include <optional>
 #include <random>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -87,6 +89,30 @@ TEST(ParsedText, FailuresAreTheLibrariesOwn)
     EXPECT_THROW(serialized("\xC3"), nlohmann::json::type_error);
     PropertyValueSerializer serializer{tarn::zero::meta::Type{}};
     EXPECT_THROW(serializer.doParseValue({u'"', 0xD800, u'"'}), fl::i18n::ConversionError);
+}
+
+// ---- for users of the JSON library
+
+template <class Json>
+void expectValuesInDocuments()
+{
+    std::vector<PropertyValue> const values{{}, true, -2.5, 0x1p64, "", "undefined", ID, boost::uuids::uuid{}};
+    Json const list = values;
+    EXPECT_EQ(list.dump().substr(0, 27), R"([null,true,-2.5,1.844674407)");
+    EXPECT_EQ(Json::parse(list.dump()).template get<std::vector<PropertyValue>>(), values);
+    EXPECT_TRUE(Json(PropertyValue(std::nan(""))).is_number());   // who writes it writes null
+    EXPECT_EQ((Json{{"size", PropertyValue(2)}}.dump()), R"({"size":2.0})");
+
+    PropertyValue value = "as before";
+    for (char const* text : {"[]", R"({"a":1})"})
+        EXPECT_THROW(Json::parse(text).get_to(value), std::invalid_argument) << text;
+    EXPECT_EQ(value, "as before");
+}
+
+TEST(JsonOfValues, GoesThroughDocumentsOfAnyKindAndRefusesWhatNoValueHolds)
+{
+    expectValuesInDocuments<nlohmann::json>();
+    expectValuesInDocuments<nlohmann::ordered_json>();
 }
 
 // ---- what the framework asks for, in its own value boxes

@@ -13,6 +13,7 @@ namespace foundation::core::except {
 template <class Msg, class Base = std::exception>
 class STUDIO_DATA_EXPORT Exception : public Base {
 public:
+    /// Carries a copy of the message. *Throws* only `std::bad_alloc`.
     explicit Exception(Msg const& message) : m_message{std::make_shared<Msg const>(message)} {}
 
     /// The message with its arguments. *Lifetime*: as long as this exception or a copy of it.

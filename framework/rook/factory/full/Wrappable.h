@@ -31,7 +31,9 @@ struct RetractHook {
     /// Gets an object in the middle of its destruction: only its address may be used.
     using Function = void (*)(void* data, Wrappable* object) noexcept;
 
+    /// What is called; null for nothing.
     Function function = nullptr;
+    /// What it is given as the first argument.
     void* data = nullptr;
 };
 

@@ -7,6 +7,7 @@
 #include "tarn/zero/meta/TypedElement.h"
 #include "tarn0/messages/Messages.h"
 
+#include <stdexcept>
 #include <utility>
 
 namespace tarn::zero {
@@ -77,12 +78,26 @@ void AbstractOwnedCollection::refuseUnmodifiable() const
         m_owner->refuseProxy();
 }
 
+std::string AbstractOwnedCollection::refused(std::string const& what) const
+{
+    if (!m_owner)
+        return what + " in a collection of its own";
+    meta::Property const property = getCollectionProperty();
+    return what + " in " + (property ? property->nameInMessages() : "a collection") + " of " + m_owner->describe();
+}
+
+void AbstractOwnedCollection::refuseIndex(std::size_t index, std::size_t size) const
+{
+    throw std::out_of_range{"index past the end of a sequence: " +
+                            refused(std::to_string(index) + " of " + std::to_string(size))};
+}
+
 void AbstractOwnedCollection::refuseValue(Value const& value) const
 {
     auto const name = [](meta::Type const& type) { return type.get() ? type->getQualifiedName() : u"nothing"; };
     meta::Property const property = getCollectionProperty();
-    reportException(tarn0::messages::CannotAddIncompatibleTypes{name(value.meta().type()),
-                                                                name(property ? property->getType() : meta::Type{})});
+    reportException(tarn0::messages::CannotAddIncompatibleTypes{
+        name(value.meta().type()), name(property ? property->getType() : meta::Type{}), refused("a value")});
 }
 
 AbstractOwnedCollection::Operation::Operation(AbstractOwnedCollection& collection)

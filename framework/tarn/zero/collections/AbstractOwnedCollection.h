@@ -8,6 +8,7 @@
 #include <boost/optional/optional.hpp>
 
 #include <atomic>
+#include <string>
 
 namespace tarn::zero {
 
@@ -23,9 +24,11 @@ public:
     AbstractOwnedCollection& operator=(AbstractOwnedCollection const&) = delete;
     virtual ~AbstractOwnedCollection();
 
+    /// True if the collection belongs to no element.
     bool isDetached() const noexcept { return m_owner == nullptr; }
     /// The element that the collection belongs to; null when detached.
     ModelElement owner() const noexcept { return ModelElement{m_owner}; }
+    /// The index of the property that the collection is.
     unsigned long featureIndex() const noexcept { return m_featureIndex; }
     /// The meta property that the collection is; null when detached.
     meta::Property getCollectionProperty() const;
@@ -37,14 +40,21 @@ public:
 
     /// References on an owned collection are references on its owner.
     void addRef() const noexcept;
+    /// Drops it again; with the last one a detached collection goes.
     void removeRef() const noexcept;
 
 protected:
     AbstractOwnedCollection() noexcept = default;
     AbstractOwnedCollection(ModelElement::Impl& owner, unsigned long featureIndex) noexcept;
 
+    /// The owner, borrowed; null when detached.
     ModelElement::Impl* ownerImpl() const noexcept { return m_owner; }
+    /// Throws what a change would throw that is refused because of the owner.
     void refuseUnmodifiable() const;
+    /// What is refused, for messages: `WHAT in properties of ContextData (0f8fad5b-…)`.
+    std::string refused(std::string const& what) const;
+    /// *Throws* `std::out_of_range`.
+    [[noreturn]] void refuseIndex(std::size_t index, std::size_t size) const;
     /// What `value` holds for the collection; throws `CannotAddIncompatibleTypes` if that is no `T`.
     template <class T>
     T itemIn(Value const& value) const
@@ -66,12 +76,14 @@ private:
 /// Of a detached collection it is nothing.
 class STUDIO_DATA_EXPORT AbstractOwnedCollection::Operation {
 public:
+    /// Begins. *Throws* as a change would.
     explicit Operation(AbstractOwnedCollection& collection);
     Operation(Operation const&) = delete;
     Operation& operator=(Operation const&) = delete;
     /// Rolls back what was not committed.
     ~Operation() = default;
 
+    /// Makes the group final, as far as the transaction around it.
     void commit();
 
 private:
@@ -82,6 +94,7 @@ private:
 template <class C>
 class CollectionRef {
 public:
+    /// Shares that collection.
     explicit CollectionRef(C& collection) noexcept : m_collection{&collection} {}
 
     C& operator*() const noexcept { return *m_collection.get(); }
@@ -89,6 +102,7 @@ public:
 
     auto begin() const { return m_collection->begin(); }
     auto end() const { return m_collection->end(); }
+    /// How many values it holds.
     auto size() const noexcept { return m_collection->size(); }
 
 private:

@@ -10,6 +10,7 @@ namespace tarn::zero {
 /// A change of an owned collection, about to be made.
 class STUDIO_DATA_EXPORT OCDChangeDescriptor {
 public:
+    /// What a change does.
     enum class Kind {
         Add,
         Remove,
@@ -18,9 +19,11 @@ public:
         GiveUp   ///< any change at all: who follows changes one by one must look at the whole again
     };
 
+    /// A change of that kind.
     explicit OCDChangeDescriptor(Kind kind) noexcept : m_kind{kind} {}
     virtual ~OCDChangeDescriptor();
 
+    /// What it does.
     Kind kind() const noexcept { return m_kind; }
 
 private:
@@ -30,10 +33,14 @@ private:
 /// What one change did to a sequence of elements.
 class STUDIO_DATA_EXPORT OCDChangeOfModelElementSequence {
 public:
+    /// A change of that kind, at that place, of that element.
     OCDChangeOfModelElementSequence(OCDChangeDescriptor::Kind kind, std::size_t index, ModelElement element) noexcept;
 
+    /// What it did.
     OCDChangeDescriptor::Kind kind() const noexcept { return m_kind; }
+    /// Where.
     std::size_t index() const noexcept { return m_index; }
+    /// With which element.
     ModelElement const& element() const noexcept { return m_element; }
 
 private:
@@ -45,6 +52,7 @@ private:
 /// The place and the element of a change of a sequence.
 class STUDIO_DATA_EXPORT OCDChangeDescriptorOfModelElementSequence : public OCDChangeDescriptor {
 public:
+    /// A change of that kind, at that place, of that element.
     OCDChangeDescriptorOfModelElementSequence(Kind kind, std::size_t index, ModelElement element) noexcept;
     ~OCDChangeDescriptorOfModelElementSequence() override;
 

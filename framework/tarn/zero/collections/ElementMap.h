@@ -13,6 +13,7 @@ namespace tarn::zero {
 
 /// Reads the key of an element from its name.
 struct NameKey {
+    /// The name, which orders and finds the element.
     template <class Impl>
     decltype(auto) operator()(Impl const& element) const
     {
@@ -55,9 +56,11 @@ class ElementMap final : public TypedReferenceCollectionWithProxies<E, std::set<
 public:
     /// What a transaction remembers: the steps of the keyed elements, and the few placeholders as they were.
     struct Old : detail::MapMemory<E, Set> {
+        /// The placeholders; null for none.
         std::unique_ptr<typename Base::Proxies> proxies;
     };
     using Kept = std::vector<E>;
+    /// How a key is looked up: without a copy.
     using KeyView = detail::KeyView<Key>;
 
     ElementMap() : Base{false} {}
@@ -71,7 +74,9 @@ public:
         auto const found = this->m_elements.find(key);
         return found == this->m_elements.end() ? nullptr : found->operator->();
     }
+    /// The same as a handle, which shares the element.
     E find(KeyView const& key) const noexcept { return E{findImpl(key)}; }
+    /// True if there is an element under that key.
     bool containsKey(KeyView const& key) const noexcept { return findImpl(key) != nullptr; }
 
     bool containsElement(ModelElement const& element) const noexcept override
@@ -103,7 +108,7 @@ public:
             return;
         if (memory)
             memory->undoStep();
-        reportException(tarn0::messages::UniquenessConstraint{});
+        refuseKey(element);
     }
     /// Adds without notification what resolving a placeholder brought.
     void resolveAdd(E const& element) { basicAdd(element); }
@@ -183,6 +188,7 @@ public:
         this->m_elements.clear();
     }
     std::size_t sizeBefore(Old const& old) const noexcept { return old.size(); }
+    /// True if it held one element, and holds just that one.
     bool heldOnlyTheSameElement(Old const& old) const noexcept
     {
         if (old.size() != 1 || this->size() != 1)
@@ -204,10 +210,15 @@ protected:
     void checkRoom(ModelElement const& element) const override
     {
         if (!element->isProxy() && findImpl(Order::key(Base::typed(element))))
-            reportException(tarn0::messages::UniquenessConstraint{});
+            refuseKey(element);
     }
 
 private:
+    [[noreturn]] void refuseKey(ModelElement const& element) const
+    {
+        reportException(tarn0::messages::UniquenessConstraint{this->refused(element->describe())});
+    }
+
     typename Old::Chain m_memories;
 };
 

@@ -17,6 +17,7 @@ class ElementSequence final : public TypedReferenceCollection<E, std::vector<E>>
 public:
     using Old = std::vector<E>;
     using Kept = std::vector<E>;
+    /// The place of what is not there.
     static constexpr std::size_t npos = static_cast<std::size_t>(-1);
 
     ElementSequence() : Base{false} {}
@@ -24,6 +25,7 @@ public:
         : Base{owner, featureIndex, composite}
     {}
 
+    /// The element there; past the end throws `std::out_of_range`.
     E const& at(std::size_t index) const { return this->m_elements.at(index); }
     /// The element's place, or `npos`.
     std::size_t indexOf(ModelElement const& element) const noexcept
@@ -35,13 +37,14 @@ public:
     void insert(std::size_t index, E const& element)
     {
         if (index > this->size())
-            throw std::out_of_range{"index past the end of a sequence"};
+            this->refuseIndex(index, this->size());
         AbstractOwnedCollection::Operation operation{*this};
         this->addElement(element);
         std::rotate(this->m_elements.begin() + static_cast<std::ptrdiff_t>(index), this->m_elements.end() - 1,
                     this->m_elements.end());
         operation.commit();
     }
+    /// Takes out the element there; past the end throws `std::out_of_range`.
     void erase(std::size_t index) { this->removeElement(at(index)); }
     /// Room for that many elements in all.
     void reserve(std::size_t count) { this->m_elements.reserve(count); }
@@ -91,6 +94,7 @@ public:
     void reinstate(Old&) noexcept {}
     void dropAll() noexcept { this->m_elements.clear(); }
     std::size_t sizeBefore(Old const& old) const noexcept { return old.size(); }
+    /// A sequence of its own with those elements.
     static std::unique_ptr<ElementSequence> detached(Kept const& elements)
     {
         auto sequence = std::make_unique<ElementSequence>();
@@ -102,7 +106,7 @@ protected:
     void checkRoom(ModelElement const& element) const override
     {
         if (containsElement(element))
-            reportException(tarn0::messages::CannotAddSecondObject{});
+            reportException(tarn0::messages::CannotAddSecondObject{this->refused(element->describe())});
     }
 
 private:

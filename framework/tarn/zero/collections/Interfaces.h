@@ -13,7 +13,9 @@ class STUDIO_DATA_EXPORT GenericCollectionInterface {
 public:
     virtual ~GenericCollectionInterface();
 
+    /// True for a sequence.
     virtual bool isSequenceInterface() const noexcept { return false; }
+    /// True for a map.
     virtual bool isMapInterface() const noexcept { return false; }
     /// True for a map that holds several elements under one key.
     virtual bool isMultimapInterface() const noexcept { return false; }
@@ -26,11 +28,13 @@ public:
     virtual bool genericEmpty() const noexcept = 0;
 };
 
+/// Any sequence.
 class STUDIO_DATA_EXPORT GenericSequenceInterface : public GenericCollectionInterface {
 public:
     bool isSequenceInterface() const noexcept override { return true; }
 };
 
+/// Any map.
 class STUDIO_DATA_EXPORT GenericMapInterface : public GenericCollectionInterface {
 public:
     bool isMapInterface() const noexcept override { return true; }

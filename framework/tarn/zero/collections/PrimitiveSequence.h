@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <stdexcept>
 #include <utility>
 #include <vector>
 
@@ -40,6 +39,7 @@ public:
     void reinstate(Old&) noexcept {}
     static void forget(Old& old) noexcept { old.clear(); }
     void dropAll() noexcept {}
+    /// Nothing: plain values have no placeholders.
     void resolveProxies() noexcept {}
     std::size_t sizeBefore(Old const& old) const noexcept { return old.size(); }
 
@@ -63,6 +63,7 @@ protected:
             alone->commit();
     }
 
+    /// The values as they are held.
     Container const& values() const noexcept { return m_values; }
 
 private:
@@ -85,12 +86,14 @@ class PrimitiveSequence final : public PrimitiveCollection<T, std::vector<T>> {
 
 public:
     using typename Base::Old;
+    /// The place of what is not there.
     static constexpr std::size_t npos = static_cast<std::size_t>(-1);
 
     PrimitiveSequence() = default;
     explicit PrimitiveSequence(Values values) : Base{std::move(values)} {}
     PrimitiveSequence(ModelElement::Impl& owner, unsigned long featureIndex) : Base{owner, featureIndex} {}
 
+    /// The value there.
     typename Values::const_reference at(std::size_t index) const { return this->values().at(index); }
     typename Values::const_reference operator[](std::size_t index) const { return at(index); }
     /// The place of the first equal value, or `npos`.
@@ -100,10 +103,12 @@ public:
         return found == this->end() ? npos : static_cast<std::size_t>(found - this->begin());
     }
 
+    /// Adds a value at the end.
     void push_back(T const& value)
     {
         this->modify(Kind::Add, [&](Values& values) { values.push_back(value); });
     }
+    /// Adds a value before `index`, which may be the end.
     void insert(std::size_t index, T const& value)
     {
         requireIndex(index, this->size() + 1);
@@ -112,6 +117,7 @@ public:
             values.insert(values.begin() + static_cast<std::ptrdiff_t>(index), std::move(copy));
         });
     }
+    /// Removes the value there.
     void erase(std::size_t index)
     {
         requireIndex(index, this->size());
@@ -128,11 +134,13 @@ public:
         erase(index);
         return true;
     }
+    /// Puts another value there.
     void replace(std::size_t index, T const& value)
     {
         requireIndex(index, this->size());
         this->modify(Kind::Replace, [&](Values& values) { values[index] = value; });
     }
+    /// Removes all values.
     void clear()
     {
         this->modify(Kind::Clear, [](Values& values) { values.clear(); });
@@ -156,10 +164,10 @@ public:
     }
 
 private:
-    static void requireIndex(std::size_t index, std::size_t limit)
+    void requireIndex(std::size_t index, std::size_t limit) const
     {
         if (index >= limit)
-            throw std::out_of_range{"index past the end of a sequence"};
+            this->refuseIndex(index, this->size());
     }
 };
 

@@ -20,7 +20,7 @@ bool ReferenceCollection::hasProxies() const noexcept
 void ReferenceCollection::addElement(ModelElement const& element)
 {
     if (!element)
-        reportException(tarn0::messages::CannotAddNonExistentObject{});
+        reportException(tarn0::messages::CannotAddNonExistentObject{refused(ModelElement::Impl::describe(element))});
     refuseUnmodifiable();
     checkType(element);
     checkCompatibleModel(element.get());
@@ -56,7 +56,7 @@ bool ReferenceCollection::removeElement(ModelElement const& element)
 void ReferenceCollection::checkCompatibleModel(ModelElement::Impl* element) const
 {
     if (!isDetached() && element->getModelImpl() != ownerImpl()->getModelImpl() && !element->isProxy())
-        reportException(tarn0::messages::CannotCreateCrossModelAssociation{});
+        reportException(tarn0::messages::CannotCreateCrossModelAssociation{refused(element->describe())});
 }
 
 ModelElement ReferenceCollection::resolveProxy(ProxyId const& id)
@@ -100,11 +100,12 @@ ModelElement ReferenceCollection::proxy(ProxyId const&) const
     return ModelElement{};
 }
 
-void ReferenceCollection::refuseType(ModelElement const& element, meta::Class const& wanted)
+void ReferenceCollection::refuseType(ModelElement const& element, meta::Class const& wanted) const
 {
     meta::Class const given = element->getMetaClass();
     auto const name = [](meta::Class const& type) { return type.get() ? type->getQualifiedName() : u"nothing"; };
-    reportException(tarn0::messages::CannotAddIncompatibleTypes{name(given), name(wanted)});
+    reportException(
+        tarn0::messages::CannotAddIncompatibleTypes{name(given), name(wanted), refused(element->describe())});
 }
 
 }   // namespace tarn::zero

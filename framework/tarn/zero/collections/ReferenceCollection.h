@@ -12,8 +12,11 @@ public:
     /// True if the elements are contained by the owner.
     bool isComposite() const noexcept { return m_composite; }
     virtual bool empty() const noexcept = 0;
+    /// True if the collection holds this very element, or this placeholder.
     virtual bool containsElement(ModelElement const& element) const noexcept = 0;
+    /// True if it holds a placeholder of that identity.
     virtual bool containsProxy(ProxyId const& id) const noexcept;
+    /// True if it holds any placeholder.
     virtual bool hasProxies() const noexcept;
 
     /// Adds an element; into a composite collection it moves from where it was contained.
@@ -30,21 +33,29 @@ public:
     /// Replaces the placeholder by the element that it stands for, if that lives in the owner's model by now; answers
     /// that element or null. `peek…` only looks.
     ModelElement resolveProxy(ProxyId const& id);
+    /// The same, and replaces nothing.
     ModelElement peekResolveProxy(ProxyId const& id) const;
+    /// Replaces every placeholder that can be.
     virtual void resolveProxies();
 
     /// The other side of a link changed: announce and follow.
     void inverseAdd(ModelElement const& element);
+    /// The same for a link that went.
     void inverseRemove(ModelElement const& element);
 
+    /// Adds, announces nothing, and leaves the other side as it is. *Throws* when the place is taken.
     virtual void basicAdd(ModelElement const& element) = 0;
+    /// The same for taking out; ignores an element that is not here.
     virtual void basicRemove(ModelElement const& element) = 0;
+    /// The same for everything.
     virtual void basicClear() = 0;
+    /// Adds what `source`, a collection of the same class, holds and this one does not.
     virtual void basicCopyValues(ReferenceCollection const& source) = 0;
     /// Destroys every element but proxies. They stay in the collection.
     virtual void destroyElements(bool runHooks, bool notify) = 0;
 
 protected:
+    /// A collection that belongs to no element.
     explicit ReferenceCollection(bool composite) noexcept : m_composite{composite} {}
     ReferenceCollection(ModelElement::Impl& owner, unsigned long featureIndex, bool composite) noexcept
         : AbstractOwnedCollection{owner, featureIndex}, m_composite{composite}
@@ -52,11 +63,15 @@ protected:
 
     /// Throws if the collection cannot take an element of that class, or already has what `element` would bring.
     virtual void checkType(ModelElement const& element) const = 0;
+    /// Throws `UniquenessConstraint` or `CannotAddSecondObject` when the place is taken.
     virtual void checkRoom(ModelElement const& element) const = 0;
+    /// Puts the element where its placeholder is.
     virtual void replaceProxy(ModelElement const& proxy, ModelElement const& element);
+    /// The placeholder of that identity; null if there is none.
     virtual ModelElement proxy(ProxyId const& id) const;
 
-    [[noreturn]] static void refuseType(ModelElement const& element, meta::Class const& wanted);
+    /// Throws `CannotAddIncompatibleTypes`.
+    [[noreturn]] void refuseType(ModelElement const& element, meta::Class const& wanted) const;
 
 private:
     bool m_composite;

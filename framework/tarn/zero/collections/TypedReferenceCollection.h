@@ -23,7 +23,9 @@ public:
     const_iterator begin() const noexcept { return m_elements.begin(); }
     const_iterator end() const noexcept { return m_elements.end(); }
 
+    /// Adds an element, as `addElement`.
     void add(E const& element) { addElement(element); }
+    /// Takes an element out, as `removeElement`.
     bool remove(E const& element) { return removeElement(element); }
     /// Takes every element out.
     void clear()
@@ -56,8 +58,10 @@ protected:
         if (!isInstance<E>(element))
             refuseType(element, E::metaClass());
     }
+    /// The handle of the collection's own class; the element must be of it.
     static E typed(ModelElement const& element) noexcept { return E{static_cast<typename E::Impl*>(element.get())}; }
 
+    /// The elements, in their order.
     Container m_elements;
 };
 
@@ -67,10 +71,12 @@ class TypedReferenceCollectionWithProxies : public TypedReferenceCollection<E, C
     using Base = TypedReferenceCollection<E, Container>;
 
 public:
+    /// Placeholders by identity.
     using Proxies = std::map<ProxyId, E>;
 
     bool containsProxy(ProxyId const& id) const noexcept override { return m_proxies && m_proxies->count(id) != 0; }
     bool hasProxies() const noexcept override { return m_proxies && !m_proxies->empty(); }
+    /// The placeholders, in no particular order.
     std::vector<E> proxies() const
     {
         std::vector<E> list;
@@ -89,12 +95,14 @@ public:
 protected:
     using Base::Base;
 
+    /// Adds a placeholder; one of an identity that is there is ignored.
     void addProxy(E const& element)
     {
         if (!m_proxies)
             m_proxies = std::make_unique<Proxies>();
         m_proxies->emplace(element->getProxyId(), element);
     }
+    /// Takes a placeholder out; false if it is not here.
     bool removeProxy(ModelElement const& element) { return m_proxies && m_proxies->erase(element->getProxyId()) != 0; }
     /// Placeholders that are contained leave the owner with the collection.
     void clearProxies()
@@ -108,7 +116,9 @@ protected:
             }
         m_proxies.reset();
     }
+    /// A copy of the table of placeholders; null while there are none.
     std::unique_ptr<Proxies> copyProxies() const { return m_proxies ? std::make_unique<Proxies>(*m_proxies) : nullptr; }
+    /// Exchanges the table.
     void swapProxies(std::unique_ptr<Proxies>& other) noexcept { m_proxies.swap(other); }
 
     ModelElement proxy(ProxyId const& id) const override

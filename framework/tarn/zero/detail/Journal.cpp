@@ -44,7 +44,7 @@ std::uint64_t Journal::begin()
 void Journal::touch(Impl& element, unsigned long index)
 {
     if (!isOpen())
-        throw std::logic_error{"a change needs an open transaction"};
+        throw std::logic_error{"a change needs an open transaction: " + element.describe()};
     Storage& storage = enter(element);
     if (!storage.m_created && !storage.isChanged(index))
         element.copyValue(&storage, index);
@@ -53,7 +53,7 @@ void Journal::touch(Impl& element, unsigned long index)
 void Journal::created(Impl& element)
 {
     if (!isOpen())
-        throw std::logic_error{"a creation needs an open transaction"};
+        throw std::logic_error{"a creation needs an open transaction: " + element.describe()};
     Storage& storage = enter(element);
     storage.m_displaced = m_table.insert(element);   // if it throws, an empty storage stays: nothing changed
     storage.m_created = true;
@@ -62,14 +62,14 @@ void Journal::created(Impl& element)
 void Journal::destroyed(Impl& element)
 {
     if (!isOpen())
-        throw std::logic_error{"a destruction needs an open transaction"};
+        throw std::logic_error{"a destruction needs an open transaction: " + element.describe()};
     enter(element).m_destroyed = true;
 }
 
 void Journal::becomingProxy(Impl& element)
 {
     if (!isOpen())
-        throw std::logic_error{"a change needs an open transaction"};
+        throw std::logic_error{"a change needs an open transaction: " + element.describe()};
     enter(element).m_madeProxy = true;
 }
 

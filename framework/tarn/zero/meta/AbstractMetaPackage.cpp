@@ -68,7 +68,8 @@ Argument AbstractMetaPackage::createArgument(std::u16string const& name, boost::
 void AbstractMetaPackage::setPropertyIndex(Property const& property, int index) const
 {
     if (index < 1 || index > LARGEST_INDEX)
-        throw std::out_of_range{"the index of a property must be 1 to 63"};
+        throw std::out_of_range{"the index of a property must be 1 to 63, not " + std::to_string(index) + ": " +
+                                property->describe()};
     property->setIndex(static_cast<unsigned long>(index));
 }
 

@@ -26,11 +26,13 @@ public:
 
     /// The type of one value; of a class, its handle class.
     virtual std::type_info const& valueType() const noexcept = 0;
+    /// True for an enumeration.
     virtual bool isEnum() const noexcept = 0;
 
     /// An empty collection that belongs to no element, as a value that holds a `CollectionRef`: a sequence, or elements
     /// by their names. *Throws* `InvalidValue` where the type allows no such collection.
     virtual Value createSequence(Type const& type) const = 0;
+    /// The same, elements by their names.
     virtual Value createMap(Type const& type) const = 0;
 };
 
@@ -43,6 +45,7 @@ concept NamedHandle = requires(typename T::Impl const& element)
         } -> std::convertible_to<std::string_view>;
 };
 
+/// The same for the C++ type `T`: a plain value, an enumeration or a handle class.
 template <class T>
 class CollectionInstantiatorOf final : public CollectionInstantiator {
 public:
@@ -56,15 +59,15 @@ public:
         else if constexpr (requires { T::Impl::classImpl(); })
             return detached<ElementSequence<T>>(type);
         else
-            reportException(tarn0::messages::InvalidValue{});   // the root class: nobody checks what goes in
+            reportException(tarn0::messages::InvalidValue{
+                "a sequence of any elements"});   // the root class: nobody checks what goes in
     }
     Value createMap(Type const& type) const override
     {
         if constexpr (std::is_base_of_v<ModelElement, T>)
             if constexpr (NamedHandle<T>)
                 return detached<ElementMap<std::string, T>>(type);
-        (void)type;
-        reportException(tarn0::messages::InvalidValue{});
+        reportException(tarn0::messages::InvalidValue{"a map of " + ModelElement::Impl::describe(type) + " by name"});
     }
 
 private:

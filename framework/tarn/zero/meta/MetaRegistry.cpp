@@ -100,14 +100,14 @@ void MetaRegistry::registerType(Type const& type, std::unique_ptr<CollectionInst
                                 ElementFactory factory)
 {
     if (!type)
-        reportException(tarn0::messages::InvalidValue{});
+        reportException(tarn0::messages::InvalidValue{"a null type, to register"});
     m_types.try_emplace(type.get(), Entry{type, std::move(instantiator), std::move(factory)});
 }
 
 void MetaRegistry::registerTypeNames(Type const& type, std::string const& dotted, std::string const& scoped)
 {
     if (!type)
-        reportException(tarn0::messages::InvalidValue{});
+        reportException(tarn0::messages::InvalidValue{"a null type, to be named \"" + dotted + '"'});
     for (std::string const* const name : {&dotted, &scoped})
         if (Type& present = m_names[*name]; !present)
             present = type;
@@ -136,14 +136,14 @@ ModelElement MetaRegistry::createElement(Type const& type, Model const& model, b
     if (!entry)
         reportException(tarn0::messages::NoSuchType{type.get() ? type->getQualifiedName() : std::u16string{}});
     if (!entry->factory)
-        reportException(tarn0::messages::InvalidValue{});
+        reportException(tarn0::messages::InvalidValue{"nothing makes elements of " + type->describe()});
     return entry->factory(model, uuid);
 }
 
 void MetaRegistry::registerRootPackage(Package const& package)
 {
     if (!package)
-        reportException(tarn0::messages::InvalidValue{});
+        reportException(tarn0::messages::InvalidValue{"a null package, to register"});
     if (Package& present = m_rootPackages[package->getUri()]; !present)
         present = package;
 }

@@ -34,6 +34,7 @@ using ElementFactory = std::function<ModelElement(Model const& model, boost::uui
 /// one thread at a time.
 class STUDIO_DATA_EXPORT MetaRegistry {
 public:
+    /// The one registry of the process.
     static MetaRegistry& getInstance();
 
     MetaRegistry(MetaRegistry const&) = delete;
@@ -42,6 +43,7 @@ public:
 
     /// The model of all meta elements, and what keeps it frozen.
     Model const& model() const noexcept { return m_model; }
+    /// What keeps that model frozen; packages thaw it while they register.
     Model::Freezer& freezer() noexcept { return m_freezer; }
     /// The class that all element classes derive from.
     Class rootClass() const;
@@ -49,6 +51,7 @@ public:
     /// The live type that is registered under that name, dotted or with `::`; a null handle if there is none (or, for
     /// the second, if it is not primitive).
     Type getType(std::u16string const& name) const;
+    /// The same, if it is a type of plain values.
     PrimitiveType getPrimitiveType(std::u16string const& name) const;
     /// True if `typeId` is a name of `type`.
     bool isCorrectTypeForTypeId(PrimitiveType const& type, std::string const& typeId) const;

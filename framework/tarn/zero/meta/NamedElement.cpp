@@ -1,5 +1,6 @@
 #include "tarn/zero/meta/NamedElement.h"
 
+#include "fl/i18n/Unicode.h"
 #include "tarn/zero/meta/detail/MetaElements.h"
 
 #include <vector>
@@ -40,6 +41,11 @@ std::u16string NamedElement::Impl::getQualifiedName() const
     for (auto name = names.rbegin(); name != names.rend(); ++name)
         (qualified.empty() ? qualified : qualified += u'.') += **name;
     return qualified;
+}
+
+std::string NamedElement::Impl::nameInMessages() const
+{
+    return fl::i18n::ustring_to_utf8_lossy(getQualifiedName());
 }
 
 void NamedElement::Impl::moveInto(ReferenceCollection* place)

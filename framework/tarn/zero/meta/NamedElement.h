@@ -34,12 +34,14 @@ public:
 
     static ModelElement::Impl* classImpl() noexcept;
 
+    /// The name within what contains the element.
     std::u16string const& getName() const noexcept { return m_name; }
     void setName(std::u16string const& name);
 
     /// The names of all containers and the own one, outermost first, joined by dots: u"studio.data.Property". Empty
     /// names are skipped. A dead element answers what it was last.
     std::u16string getQualifiedName() const;
+    std::string nameInMessages() const override;
 
 protected:
     static constexpr unsigned long NAME = 1;

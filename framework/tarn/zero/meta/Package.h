@@ -12,6 +12,7 @@ namespace tarn::zero::meta {
 /// A package that another one needs: a family of packages, and the oldest version that will do. A plain value.
 class VersionInfo {
 public:
+    /// The family of packages.
     std::u16string const& family() const noexcept { return m_family; }
     void setFamily(std::u16string family) { m_family = std::move(family); }
     /// Empty: any version will do.
@@ -39,22 +40,27 @@ public:
     Impl* operator->() const noexcept;
 };
 
+/// What a package holds. Its setters are those of every meta element.
 class STUDIO_DATA_EXPORT Package::Impl : public NamedElement::Impl {
 public:
     Impl(Model const& model, boost::uuids::uuid const& uuid);
 
     static ModelElement::Impl* classImpl() noexcept;
 
+    /// What names the package everywhere; a name, not an address.
     std::u16string const& getUri() const noexcept { return m_uri; }
     void setUri(std::u16string const& uri);
     /// Null for a root package.
     Package getParentPackage() const noexcept;
     /// Throws `CircularContainment` if `parent` is this package or lies inside it.
     void setParentPackage(Package const& parent);
+    /// The packages that this one needs.
     PrimitiveSequence<VersionInfo> const& getImportedPackages() const noexcept { return m_importedPackages; }
     PrimitiveSequence<VersionInfo>& getImportedPackagesMutable() noexcept { return m_importedPackages; }
+    /// The packages within.
     ElementSequence<Package> const& getPackages() const noexcept { return m_packages; }
     ElementSequence<Package>& getPackagesMutable() noexcept { return m_packages; }
+    /// The types of the package itself.
     ElementSequence<Type> const& getTypes() const noexcept { return m_types; }
     ElementSequence<Type>& getTypesMutable() noexcept { return m_types; }
 

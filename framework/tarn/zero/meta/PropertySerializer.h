@@ -28,15 +28,19 @@ public:
     virtual std::u16string serializeValue(Value const& value) = 0;
     /// *Throws*, for a text that is none of the type's, whatever the type's own parser throws; so does the next.
     virtual Value parseValue(std::u16string const& text) = 0;
+    /// The same as an optional value that holds one.
     virtual Value parseOptionalValue(std::u16string const& text) = 0;
 
+    /// The value of a default-constructed object of the type.
     virtual Value createDefaultValue() const = 0;
+    /// An optional value that holds none.
     virtual Value createEmptyOptionalValue() const = 0;
 
     /// The values as one value that stands outside of any element: a vector, in the same order; a set, for types that
     /// have an order. *Throws* `CannotCastIncompatibleTypes` if one is of another type, and `InvalidValue` for a set of
     /// a type without an order.
     virtual Value combineAsUnmanagedSequenceValue(std::vector<Value> const& values) const = 0;
+    /// The same as a set.
     virtual Value combineAsUnmanagedSetValue(std::vector<Value> const& values) const = 0;
 };
 
@@ -81,14 +85,17 @@ public:
             return makeUnmanaged(std::move(combined));
         } else {
             (void)values;
-            reportException(tarn0::messages::InvalidValue{});
+            reportException(tarn0::messages::InvalidValue{"a set of values that have no order"});
         }
     }
 
+    /// The text of one value.
     virtual std::u16string doSerializeValue(T const& value) = 0;
+    /// The value of a text. *Throws* what the type's own parser throws.
     virtual T doParseValue(std::u16string const& text) = 0;
 
 protected:
+    /// The type that is served.
     Type const& type() const noexcept { return m_type; }
 
 private:

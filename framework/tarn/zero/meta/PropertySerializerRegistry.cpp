@@ -18,7 +18,8 @@ void PropertySerializerRegistry::registerPropertySerializer(Type const& type,
                                                             std::unique_ptr<PropertySerializer> serializer)
 {
     if (!type || !serializer)
-        reportException(tarn0::messages::InvalidValue{});
+        reportException(
+            tarn0::messages::InvalidValue{"no serializer, or no type for one: " + ModelElement::Impl::describe(type)});
     LockGuard const lock{*this};
     m_serializers.try_emplace(type.get(), Entry{type, std::move(serializer)});
 }

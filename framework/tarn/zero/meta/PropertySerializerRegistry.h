@@ -19,6 +19,7 @@ class STUDIO_DATA_EXPORT PropertySerializerRegistry {
 public:
     class LockGuard;
 
+    /// The one registry of the process.
     static PropertySerializerRegistry& getInstance();
 
     PropertySerializerRegistry(PropertySerializerRegistry const&) = delete;
@@ -49,6 +50,7 @@ private:
 /// Keeps other threads away from the registry while it lives. One thread may hold several.
 class STUDIO_DATA_EXPORT PropertySerializerRegistry::LockGuard {
 public:
+    /// Waits for who holds the lock.
     explicit LockGuard(PropertySerializerRegistry const& registry) : m_lock{registry.m_mutex} {}
 
 private:

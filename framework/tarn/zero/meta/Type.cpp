@@ -135,9 +135,10 @@ ModelElement::Impl* Class::Impl::classImpl() noexcept
 void Class::Impl::setSuperclass(Class const& superclass)
 {
     if (conforms(superclass.get(), this))
-        reportException(tarn0::messages::CircularContainment{});
+        reportException(tarn0::messages::CircularContainment{describe() + " in " + superclass->describe()});
     if (superclass.get() && superclass->isFinal())
-        reportException(tarn0::messages::InvalidValue{});
+        reportException(
+            tarn0::messages::InvalidValue{"final " + superclass->describe() + " as the superclass of " + describe()});
     assign(SUPERCLASS, m_superclass, superclass);
 }
 

@@ -20,6 +20,7 @@ public:
     Impl* operator->() const noexcept;
 };
 
+/// What every type has.
 class STUDIO_DATA_EXPORT Type::Impl : public NamedElement::Impl {
 public:
     using NamedElement::Impl::Impl;
@@ -60,6 +61,7 @@ public:
     Impl* operator->() const noexcept;
 };
 
+/// A type of plain values has a name, and nothing inside.
 class STUDIO_DATA_EXPORT PrimitiveType::Impl : public Type::Impl {
 public:
     using Type::Impl::Impl;
@@ -83,12 +85,14 @@ public:
     Impl* operator->() const noexcept;
 };
 
+/// What a type with properties holds.
 class STUDIO_DATA_EXPORT StructuredType::Impl : public Type::Impl {
 public:
     Impl(Model const& model, boost::uuids::uuid const& uuid);
 
     static ModelElement::Impl* classImpl() noexcept;
 
+    /// The properties of the type itself, not those of its superclass.
     ElementSequence<Property> const& getProperties() const noexcept { return m_properties; }
     ElementSequence<Property>& getPropertiesMutable() noexcept { return m_properties; }
 
@@ -117,12 +121,14 @@ public:
     Impl* operator->() const noexcept;
 };
 
+/// What a type with operations holds.
 class STUDIO_DATA_EXPORT OperatableType::Impl : public StructuredType::Impl {
 public:
     Impl(Model const& model, boost::uuids::uuid const& uuid);
 
     static ModelElement::Impl* classImpl() noexcept;
 
+    /// The operations of the type itself, not those of its superclass.
     ElementSequence<Operation> const& getOperations() const noexcept { return m_operations; }
     ElementSequence<Operation>& getOperationsMutable() noexcept { return m_operations; }
 
@@ -152,6 +158,7 @@ public:
     Impl* operator->() const noexcept;
 };
 
+/// What a class holds beside its properties and operations.
 class STUDIO_DATA_EXPORT Class::Impl : public OperatableType::Impl {
 public:
     using OperatableType::Impl::Impl;
@@ -201,6 +208,7 @@ public:
     Impl* operator->() const noexcept;
 };
 
+/// An interface holds properties and operations, and no more.
 class STUDIO_DATA_EXPORT Interface::Impl : public OperatableType::Impl {
 public:
     using OperatableType::Impl::Impl;

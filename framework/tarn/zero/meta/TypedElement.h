@@ -22,6 +22,7 @@ public:
     Impl* operator->() const noexcept;
 };
 
+/// The type and the multiplicity.
 class STUDIO_DATA_EXPORT TypedElement::Impl : public NamedElement::Impl {
 public:
     using NamedElement::Impl::Impl;
@@ -31,10 +32,13 @@ public:
     /// Null when the type is not known.
     Type getType() const noexcept;
     void setType(Type const& type);
+    /// True if the order of several values counts.
     bool isOrdered() const noexcept { return m_isOrdered; }
     void setIsOrdered(bool isOrdered);
+    /// How many values there are at least.
     unsigned int getLower() const noexcept { return m_lower; }
     void setLower(unsigned int lower);
+    /// How many values there are at most.
     unsigned int getUpper() const noexcept { return m_upper; }
     void setUpper(unsigned int upper);
 
@@ -80,6 +84,7 @@ public:
     Impl* operator->() const noexcept;
 };
 
+/// What a property tells of itself.
 class STUDIO_DATA_EXPORT Property::Impl : public TypedElement::Impl {
 public:
     using TypedElement::Impl::Impl;
@@ -95,18 +100,24 @@ public:
     /// The property of the contained elements that is their key; null for none.
     Property const& getQualifiedBy() const noexcept { return m_qualifiedBy; }
     void setQualifiedBy(Property const& key);
+    /// True if every key stands for one element.
     bool isQualificationUnique() const noexcept { return m_isQualificationUnique; }
     void setIsQualificationUnique(bool isUnique);
+    /// True if no value may be held twice.
     bool isUnique() const noexcept { return m_isUnique; }
     void setIsUnique(bool isUnique);
     /// The default as the text of its type's serializer; empty for none: the C++ type's own default holds.
     boost::optional<std::u16string> const& getDefaultValue() const noexcept { return m_defaultValue; }
     void setDefaultValue(boost::optional<std::u16string> const& text);
+    /// What the property holds.
     ValueFlags getValueFlags() const noexcept { return m_valueFlags; }
     void setValueFlags(ValueFlags flags);
+    /// True if it holds several values.
     bool isCollection() const noexcept { return m_valueFlags != ValueFlags::Single; }
+    /// True if it contains its elements: they go with the owner.
     bool isComposite() const noexcept { return m_isComposite; }
     void setIsComposite(bool isComposite);
+    /// The number of the property in its class; 0 before it has one.
     unsigned long getIndex() const noexcept { return m_index; }
     void setIndex(unsigned long index);
 
@@ -156,6 +167,7 @@ public:
     Impl* operator->() const noexcept;
 };
 
+/// What an argument tells of itself.
 class STUDIO_DATA_EXPORT Argument::Impl : public TypedElement::Impl {
 public:
     using TypedElement::Impl::Impl;
@@ -165,6 +177,7 @@ public:
     /// Null while no operation has the argument.
     Operation getOperation() const noexcept;
     void setOperation(Operation const& operation);
+    /// True if the caller gives it.
     bool isInput() const noexcept { return m_isInput; }
     void setIsInput(bool isInput);
 
@@ -195,6 +208,7 @@ public:
     Impl* operator->() const noexcept;
 };
 
+/// What an operation tells of itself.
 class STUDIO_DATA_EXPORT Operation::Impl : public TypedElement::Impl {
 public:
     Impl(Model const& model, boost::uuids::uuid const& uuid);
@@ -204,12 +218,16 @@ public:
     /// Null while no class has the operation.
     OperatableType getOwningType() const noexcept;
     void setOwningType(OperatableType const& owner);
+    /// True if only derived classes have it.
     bool isAbstract() const noexcept { return m_isAbstract; }
     void setIsAbstract(bool isAbstract);
+    /// True if it belongs to the class and not to its elements.
     bool isStatic() const noexcept { return m_isStatic; }
     void setIsStatic(bool isStatic);
+    /// True if it is for everybody.
     bool isPublic() const noexcept { return m_isPublic; }
     void setIsPublic(bool isPublic);
+    /// The arguments, in their order.
     ElementSequence<Argument> const& getArguments() const noexcept { return m_arguments; }
     ElementSequence<Argument>& getArgumentsMutable() noexcept { return m_arguments; }
 

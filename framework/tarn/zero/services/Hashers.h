@@ -14,6 +14,7 @@ namespace tarn::zero::services::hashers {
 /// The hash of the framework's own tables; `std::hash` where nothing better is known of the key.
 template <class Key>
 struct TARN0Hasher {
+    /// The hash of a key.
     std::size_t operator()(Key const& key) const noexcept { return std::hash<Key>{}(key); }
 };
 

@@ -1,0 +1,91 @@
+#!/usr/bin/env python3
+"""Drives gdb over a program and compares what it shows of values, elements and providers.
+
+Usage: gdb_test.py GDB PROGRAM PRINTERS            the printers from the tree
+       gdb_test.py GDB PROGRAM --installed CMAKE BUILD PREFIX   installs, and lets gdb find them by itself
+"""
+import os
+import re
+import subprocess
+import sys
+
+UUID = "00000000-0000-0000-0000-0000000000"
+ANY = "(xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx)"   # identities of providers are random
+RANDOM = re.compile(r"\([0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}\)")
+
+# What is printed -> what gdb shows of it, at the first stop and at the second.
+FIRST = {
+    "nothing": "undefined",
+    "number": "2.5",
+    "logical": "true",
+    "text": r'"a \"b\"\nc"',
+    "reference": f"{UUID}2a",
+    "id": f"{UUID}2a",
+    "several": '{_M_elems = {1, "two"}}',
+    "result": '"long enough to be kept apart"',
+    "title": f'Property "title" = "notes.txt" ({UUID}02)',
+    "plain": f'Property "title" = "notes.txt" ({UUID}02)',
+    "element": f'Property "title" = "notes.txt" ({UUID}02)',
+    "none": "Property null",
+    "gone": f'Property "" = undefined ({UUID}04) destroyed',
+    "standIn": f'Property "" = undefined ({UUID}05) proxy',
+    "context": f'ContextData ({UUID}01) = {{active contexts = "editing", "size" = 3, "title" = "notes.txt"}}',
+    "window": f'ContextProvider {ANY} = {{"open" = true}}',
+    "type": f'meta::Class "Property" {ANY}',
+    "noValue": "<unreadable>",
+    "subscription": 'ExpressionHandle "open" = true',
+}
+SECOND = {"late": 'ExpressionHandle "1 + 1" detached'}
+
+
+# What has no value yet is shown somehow, without a complaint of the printers.
+UNMADE = ["noValue", "noProperty", "noHandle"]
+
+
+def commands(expressions):
+    for name in expressions:
+        yield f"echo {name}: \\n"
+        yield f"output {name}"
+        yield "echo \\n"
+
+
+def shown(gdb, program, setup, environment=None):
+    """What gdb shows of each expression."""
+    script = ["set pagination off", "set width 0", "set disable-randomization off", *setup, "break lookHere", "run",
+              "up", *commands([*FIRST, *UNMADE]), "continue", "up", *commands(SECOND)]
+    arguments = [word for line in script for word in ("-ex", line)]
+    done = subprocess.run([gdb, "--batch", "-nx", *arguments, program], capture_output=True, encoding="utf-8",
+                          env={**os.environ, **(environment or {})}, timeout=240, check=False)
+    found = dict(re.findall(r"^(\w+): \n(.*)$", done.stdout, re.MULTILINE))
+    return found, done.stdout + done.stderr
+
+
+def install(cmake, build, prefix):
+    subprocess.run([cmake, "--install", build, "--prefix", prefix], check=True, stdout=subprocess.DEVNULL)
+    folder = next(where for where, _, names in os.walk(prefix)
+                  if "libstudio_data.so" in names and "auto-load" not in where)
+    scripts = os.path.join(prefix, "share/gdb/auto-load")
+    setup = [f"add-auto-load-safe-path {prefix}", f"add-auto-load-scripts-directory {scripts}"]
+    return setup, {"LD_LIBRARY_PATH": folder}
+
+
+def main(gdb, program, *printers):
+    if printers[0] == "--installed":
+        found, everything = shown(gdb, program, *install(*printers[1:]))
+    else:
+        found, everything = shown(gdb, program, [f"source {printers[0]}"])
+    wrong = []
+    for name, expected in {**FIRST, **SECOND}.items():
+        got = found.get(name, "nothing")
+        if ANY in expected:
+            got = RANDOM.sub(ANY, got)
+        if got != expected:
+            wrong.append(f"{name}\n    should be {expected}\n    gdb shows {got}")
+    if "Traceback" in everything or "Python Exception" in everything:
+        wrong.append("the printers complained")
+    print("\n".join([*wrong, everything]) if wrong else "gdb shows everything as a person reads it")
+    return 1 if wrong else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(*sys.argv[1:]))
