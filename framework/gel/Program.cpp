@@ -20,11 +20,26 @@ std::set<std::string> Program::symbols() const
     return names;
 }
 
+std::size_t Program::symbolCount() const noexcept
+{
+    return m_instructions->slots.size();
+}
+
+std::string const& Program::symbolAt(std::size_t index) const noexcept
+{
+    return *m_instructions->slots[index];
+}
+
 Value Program::eval(DataSource const& source) const
 {
     // Held: a lookup may drop this handle, and the cache the text.
     std::shared_ptr<detail::Instructions const> const instructions = m_instructions;
     return detail::evaluate(*instructions, source);
+}
+
+Value Program::evalPinned(DataSource const& source) const
+{
+    return detail::evaluate(*m_instructions, source);
 }
 
 Program::Program(std::shared_ptr<detail::Instructions const> instructions) noexcept

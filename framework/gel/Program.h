@@ -4,6 +4,7 @@
 #include "gel/DataSource.h"
 #include "gel/Value.h"
 
+#include <cstddef>
 #include <memory>
 #include <set>
 #include <string>
@@ -33,9 +34,19 @@ public:
     /// Every symbol that the text names, each once, also those in parts that an evaluation would skip.
     std::set<std::string> symbols() const;
 
+    /// The same symbols by number, in the order in which the text first names them: an evaluation hands the number of a
+    /// symbol to `DataSource::fetch`. Cost: none.
+    /// Lifetime: a name lasts as long as any handle on the program.
+    std::size_t symbolCount() const noexcept;
+    std::string const& symbolAt(std::size_t index) const noexcept;   // below symbolCount()
+
     /// The value of the text. Throws only what `source` throws, and `std::bad_alloc`.
     /// Cost: one lookup for each symbol that is needed; up to 16 symbols, no allocation for numbers and logicals.
     Value eval(DataSource const& source) const;
+
+    /// The same for a caller who sees to it that some handle on the program outlives the call, whatever `source` does:
+    /// the program is not counted meanwhile.
+    Value evalPinned(DataSource const& source) const;
 
 private:
     friend Program detail::programOf(std::string const& text);

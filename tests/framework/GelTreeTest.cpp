@@ -11,6 +11,7 @@
 #include <random>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 // Random trees, printed with as few parentheses as the precedence table allows, against an evaluator over the tree that
@@ -268,10 +269,39 @@ private:
     Values m_fetched;
 };
 
-void collectSymbols(Tree const& tree, std::set<std::string>& names)
+/// Answers by the number of a symbol alone, from what was bound beforehand.
+class BoundSource : public DataSource {
+public:
+    BoundSource(Program const& program, Values const& values)
+    {
+        for (std::size_t index = 0; index < program.symbolCount(); ++index)
+            bound.push_back(*values.find(program.symbolAt(index)));
+    }
+
+    Value fetch(std::size_t index, std::string const& symbol) const override
+    {
+        EXPECT_EQ(bound.at(index).first, symbol);
+        asked += (asked.empty() ? "" : " ") + bound.at(index).first;
+        return bound.at(index).second;
+    }
+    Value lookup(std::string const& symbol) const override
+    {
+        ADD_FAILURE() << symbol << " is asked for by its name";
+        return {};
+    }
+
+    std::vector<std::pair<std::string, Value>> bound;
+    mutable std::string asked;
+};
+
+/// The symbols of a tree in the order in which its text names them.
+void collectSymbols(Tree const& tree, std::vector<std::string>& names)
 {
-    if (tree.sign == "symbol")
-        names.insert(tree.text == "`e-f`" ? "e-f" : tree.text);
+    if (tree.sign == "symbol") {
+        std::string const name = tree.text == "`e-f`" ? "e-f" : tree.text;
+        if (std::find(names.begin(), names.end(), name) == names.end())
+            names.push_back(name);
+    }
     for (Tree const& part : tree.parts)
         collectSymbols(part, names);
 }
@@ -284,10 +314,13 @@ TEST(GelTree, ARandomTreeMeansWhatItsTextMeans)
         Tree const tree = generator.tree(static_cast<int>(seed % 6));
         std::string const text = print(tree).text;
         SCOPED_TRACE("seed " + std::to_string(seed) + ": " + text);
-        std::set<std::string> names;
+        std::vector<std::string> names;
         collectSymbols(tree, names);
-        ASSERT_EQ(symbols(text), names);
+        ASSERT_EQ(symbols(text), std::set<std::string>(names.begin(), names.end()));
         Program const program(text);
+        ASSERT_EQ(program.symbolCount(), names.size());
+        for (std::size_t index = 0; index < names.size(); ++index)
+            ASSERT_EQ(program.symbolAt(index), names[index]);
         for (int round = 0; round < 5; ++round)
             try {
                 Values const values = generator.values();
@@ -296,6 +329,9 @@ TEST(GelTree, ARandomTreeMeansWhatItsTextMeans)
                 RecordingSource const source(values);
                 ASSERT_TRUE(program.eval(source) == expected);
                 ASSERT_EQ(source.asked, naive.asked);
+                BoundSource const bound(program, values);
+                ASSERT_TRUE(program.evalPinned(bound) == expected);
+                ASSERT_EQ(bound.asked, naive.asked);
                 ++compared;
             } catch (OddNumber const&) {
                 continue;

@@ -69,12 +69,12 @@ Value const& Frame::read(std::uint32_t slot, DataSource const* source)
 {
     if (m_farSlots) {
         std::optional<Value>& far = m_farSlots[slot];
-        return far ? *far : far.emplace(source->lookup(*m_program.slots[slot]));
+        return far ? *far : far.emplace(source->fetch(slot, *m_program.slots[slot]));
     }
     Value& near = m_nearSlots[slot].value;
     std::uint32_t const bit = 1U << slot;
     if ((m_fetched & bit) == 0) {
-        ::new (static_cast<void*>(&near)) Value(source->lookup(*m_program.slots[slot]));
+        ::new (static_cast<void*>(&near)) Value(source->fetch(slot, *m_program.slots[slot]));
         m_fetched |= bit;
     }
     return near;
