@@ -34,11 +34,12 @@ public:
     /// Every symbol that the text names, each once, also those in parts that an evaluation would skip.
     std::set<std::string> symbols() const;
 
-    /// The same symbols by number, in the order in which the text first names them: an evaluation hands the number of a
-    /// symbol to `DataSource::fetch`. Cost: none.
-    /// Lifetime: a name lasts as long as any handle on the program.
+    /// How many symbols the text names. They are numbered in the order in which it first names them: an evaluation hands
+    /// the number of a symbol to `DataSource::fetch`. Cost: none.
     std::size_t symbolCount() const noexcept;
-    std::string const& symbolAt(std::size_t index) const noexcept;   // below symbolCount()
+    /// The symbol of that number, which is below `symbolCount()`. Cost: none.
+    /// Lifetime: as long as any handle on the program.
+    std::string const& symbolAt(std::size_t index) const noexcept;
 
     /// The value of the text. Throws only what `source` throws, and `std::bad_alloc`.
     /// Cost: one lookup for each symbol that is needed; up to 16 symbols, no allocation for numbers and logicals.
