@@ -34,8 +34,8 @@ public:
     /// Every symbol that the text names, each once, also those in parts that an evaluation would skip.
     std::set<std::string> symbols() const;
 
-    /// How many symbols the text names. They are numbered in the order in which it first names them: an evaluation hands
-    /// the number of a symbol to `DataSource::fetch`. Cost: none.
+    /// How many symbols the text names. They are numbered in the order in which it first names them: an evaluation
+    /// hands the number of a symbol to `DataSource::fetch`. Cost: none.
     std::size_t symbolCount() const noexcept;
     /// The symbol of that number, which is below `symbolCount()`. Cost: none.
     /// Lifetime: as long as any handle on the program.
