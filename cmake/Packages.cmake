@@ -71,10 +71,13 @@ if(STUDIO_DATA_DEBIAN)
     string(TIMESTAMP _date "%a, %d %b %Y %H:%M:%S +0000" UTC)
     configure_file(cmake/debian/changelog.in "${PROJECT_BINARY_DIR}/debian/changelog.Debian" @ONLY)
     configure_file(CHANGELOG.md "${PROJECT_BINARY_DIR}/debian/changelog" COPYONLY)
-    execute_process(COMMAND gzip --best --no-name --force changelog changelog.Debian
+    configure_file(workbench/studio-workbench.1 "${PROJECT_BINARY_DIR}/debian/studio-workbench.1" COPYONLY)
+    execute_process(COMMAND gzip --best --no-name --force changelog changelog.Debian studio-workbench.1
         WORKING_DIRECTORY "${PROJECT_BINARY_DIR}/debian" COMMAND_ERROR_IS_FATAL ANY)
     install(FILES "${PROJECT_BINARY_DIR}/debian/changelog.gz" DESTINATION "${CMAKE_INSTALL_DOCDIR}"
         COMPONENT documentation)
+    install(FILES "${PROJECT_BINARY_DIR}/debian/studio-workbench.1.gz" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1"
+        COMPONENT tools)
     # The terms as this format wants them: indented, with a dot in each empty line.
     file(READ LICENSE _license)
     string(REGEX REPLACE "^.*\n(Permission is )" "\\1" _license "${_license}")
