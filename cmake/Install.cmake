@@ -1,21 +1,52 @@
-# Installs the library, its headers and a package that find_package(studio_data) reads.
+# Installs the library, its headers, and what find_package(studio_data) and pkg-config read.
+# Components: runtime, development, tools, documentation.
 include(CMakePackageConfigHelpers)
+include(GNUInstallDirs)
 
-set(_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/studio_data")
+set(_headers "${CMAKE_INSTALL_INCLUDEDIR}/studio_data")
+set(_package "${CMAKE_INSTALL_LIBDIR}/cmake/studio_data")
 install(TARGETS studio_data EXPORT studio_data-targets
-    FILE_SET framework DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/studio_data"
-    FILE_SET studio DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/studio_data")
-install(EXPORT studio_data-targets NAMESPACE studio_data:: DESTINATION "${_package_dir}")
+    LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
+    ARCHIVE COMPONENT development
+    FILE_SET framework DESTINATION "${_headers}" COMPONENT development
+    FILE_SET studio DESTINATION "${_headers}" COMPONENT development)
+install(TARGETS studio_data_json EXPORT studio_data-json-targets)
+foreach(_set IN ITEMS studio_data-targets studio_data-json-targets)
+    install(EXPORT ${_set} NAMESPACE studio_data:: DESTINATION "${_package}" COMPONENT development)
+endforeach()
 
 configure_package_config_file(cmake/studio_data-config.cmake.in "${PROJECT_BINARY_DIR}/studio_data-config.cmake"
-    INSTALL_DESTINATION "${_package_dir}" NO_SET_AND_CHECK_MACRO)
+    INSTALL_DESTINATION "${_package}" NO_SET_AND_CHECK_MACRO NO_CHECK_REQUIRED_COMPONENTS_MACRO)
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/studio_data-config-version.cmake"
-    COMPATIBILITY SameMinorVersion)
+    COMPATIBILITY SameMajorVersion)
 install(FILES
     "${PROJECT_BINARY_DIR}/studio_data-config.cmake"
     "${PROJECT_BINARY_DIR}/studio_data-config-version.cmake"
     cmake/FindBoostHeaders.cmake
-    DESTINATION "${_package_dir}")
+    DESTINATION "${_package}" COMPONENT development)
+
+# A pkg-config file that holds wherever the whole is moved to.
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_INCLUDEDIR
+    BASE_DIRECTORY "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" OUTPUT_VARIABLE _pc_includedir)
+set(_pc_flags "")
+set(_pc_requires "")
 if(NOT BUILD_SHARED_LIBS)
-    install(FILES cmake/FindPCRE2.cmake DESTINATION "${_package_dir}")
+    install(FILES cmake/FindPCRE2.cmake DESTINATION "${_package}" COMPONENT development)
+    string(APPEND _pc_flags " -DSTUDIO_DATA_STATIC")
+    set(_pc_requires "libpcre2-8 >= 10.40")
+endif()
+if(NOT STUDIO_DATA_UUID_ALIGNMENT EQUAL 1)
+    string(APPEND _pc_flags " -DSTUDIO_DATA_UUID_ALIGNMENT=${STUDIO_DATA_UUID_ALIGNMENT}")
+endif()
+configure_file(cmake/studio_data.pc.in "${PROJECT_BINARY_DIR}/studio_data.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/studio_data.pc"
+    DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
+
+# The library of a Debian package is where every program looks, and its terms are told in Debian's own way.
+if(NOT STUDIO_DATA_DEBIAN)
+    install(FILES LICENSE DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT runtime)
+    # What is installed finds the library beside itself, wherever the whole is moved to.
+    cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR BASE_DIRECTORY "${CMAKE_INSTALL_FULL_BINDIR}"
+        OUTPUT_VARIABLE _libraries)
+    set(CMAKE_INSTALL_RPATH "$ORIGIN/${_libraries}")
 endif()

@@ -6,6 +6,7 @@ add_library(studio_data_build INTERFACE)
 target_compile_features(studio_data_build INTERFACE cxx_std_20)
 target_include_directories(studio_data_build INTERFACE "${PROJECT_SOURCE_DIR}/framework" "${PROJECT_SOURCE_DIR}")
 target_link_libraries(studio_data_build INTERFACE Boost::headers studio_data_warnings studio_data_instrumentation)
+target_compile_definitions(studio_data_build INTERFACE ${STUDIO_DATA_UUID_DEFINITION})
 if(BUILD_SHARED_LIBS)
     target_compile_options(studio_data_build INTERFACE -fno-semantic-interposition)
 else()
@@ -58,6 +59,7 @@ macro(studio_data_library)
         PUBLIC FILE_SET framework TYPE HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}/framework" FILES ${_framework_headers}
         PUBLIC FILE_SET studio TYPE HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${_studio_headers})
     target_compile_features(studio_data PUBLIC cxx_std_20)
+    target_compile_definitions(studio_data PUBLIC ${STUDIO_DATA_UUID_DEFINITION})
     target_link_libraries(studio_data
         PUBLIC Boost::headers
         PRIVATE PCRE2::8BIT $<BUILD_INTERFACE:studio_data_instrumentation>)
@@ -65,7 +67,7 @@ macro(studio_data_library)
         LINKER_LANGUAGE CXX
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR}
-        VERIFY_INTERFACE_HEADER_SETS ON)
+        VERIFY_INTERFACE_HEADER_SETS ${PROJECT_IS_TOP_LEVEL})
     if(BUILD_SHARED_LIBS)
         set(_exports "${PROJECT_SOURCE_DIR}/cmake/studio_data.map")
         target_link_options(studio_data PRIVATE "LINKER:--version-script=${_exports}" LINKER:-Bsymbolic-functions)
@@ -78,6 +80,12 @@ macro(studio_data_library)
         target_compile_definitions(studio_data PUBLIC STUDIO_DATA_STATIC)
     endif()
 
+    # For users of nlohmann::json: that library beside this one, whose own headers do not name it.
+    add_library(studio_data_json INTERFACE)
+    add_library(studio_data::json ALIAS studio_data_json)
+    set_target_properties(studio_data_json PROPERTIES EXPORT_NAME json)
+    target_link_libraries(studio_data_json INTERFACE studio_data nlohmann_json::nlohmann_json)
+
     set(_sources)
     foreach(_header IN LISTS _private_headers)
         cmake_path(RELATIVE_PATH _header BASE_DIRECTORY "${PROJECT_SOURCE_DIR}" OUTPUT_VARIABLE _name)
@@ -85,7 +93,7 @@ macro(studio_data_library)
         file(CONFIGURE OUTPUT "${_source}" CONTENT "#include \"${_name}\"\n")
         list(APPEND _sources "${_source}")
     endforeach()
-    if(_sources)
+    if(PROJECT_IS_TOP_LEVEL)
         add_library(studio_data_private_headers OBJECT EXCLUDE_FROM_ALL ${_sources})
         target_link_libraries(studio_data_private_headers PRIVATE studio_data_build nlohmann_json::nlohmann_json PCRE2::8BIT)
     endif()

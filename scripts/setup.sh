@@ -1,7 +1,7 @@
 # Sourced by the other scripts: finds what this machine lacks and installs that, nothing else.
 #
 #   set_up [PURPOSE...]     what a build needs, and what else is needed for: tests, docs, clang, tidy, clang19, valgrind,
-#                           cppcheck; ends the script if it cannot be had
+#                           cppcheck, packages, bare; ends the script if it cannot be had
 #
 # What is needed is found by compiling a header or asking a tool for its version, never by the name of a package, so a
 # machine that has everything needs no network and no rights. apt-get never gets to remove a package: where Debian's
@@ -58,6 +58,7 @@ missing_packages() {
             compiles '#include <gtest/gtest.h>' || echo libgtest-dev
             compiles '#include <gmock/gmock.h>' || echo libgmock-dev
             at_least 3.9 python3 --version || echo python3
+            at_least 0.29 pkg-config --version || echo pkgconf
             at_least 12 gdb --version || echo gdb
             ;;
         docs)
@@ -74,6 +75,11 @@ missing_packages() {
             ;;
         valgrind) at_least 3.19 valgrind --version || echo valgrind ;;
         cppcheck) at_least 2.10 cppcheck --version || echo cppcheck ;;
+        packages)
+            at_least 1.21 dpkg-shlibdeps --version || echo dpkg-dev
+            at_least 2.116 lintian --version || echo lintian
+            ;;
+        bare) at_least 1.0 debootstrap --version || echo debootstrap ;;
         esac
     done
 }

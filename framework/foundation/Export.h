@@ -1,9 +1,12 @@
 #pragma once
 
 /// STUDIO_DATA_EXPORT marks what users of the shared library may link to; everything unmarked stays inside it.
-/// A static build defines STUDIO_DATA_STATIC for itself and for everyone who links it: the mark then says nothing.
+/// STUDIO_DATA_LOCAL takes a member of a marked class out again: a private one that no inline function uses.
+/// A static build defines STUDIO_DATA_STATIC for itself and for everyone who links it: the marks then say nothing.
 #if defined(STUDIO_DATA_STATIC)
 #define STUDIO_DATA_EXPORT
+#define STUDIO_DATA_LOCAL
 #else
 #define STUDIO_DATA_EXPORT __attribute__((visibility("default")))
+#define STUDIO_DATA_LOCAL __attribute__((visibility("hidden")))
 #endif

@@ -33,7 +33,7 @@ public:
 
 private:
     struct Details;
-    explicit ParseError(std::shared_ptr<Details const> details);
+    STUDIO_DATA_LOCAL explicit ParseError(std::shared_ptr<Details const> details);
 
     std::shared_ptr<Details const> m_details;
 };

@@ -33,10 +33,12 @@ public:
     /// Every symbol that the text names, each once, also those in parts that an evaluation would skip.
     std::set<std::string> symbols() const;
 
-    /// The same symbols by number, in the order in which the text first names them: an evaluation hands the number of a
-    /// symbol to `DataSource::fetch`. Cost: none. Lifetime: that of the last handle on the program.
+    /// How many symbols the text names. They are numbered in the order in which it first names them: an evaluation
+    /// hands the number of a symbol to `DataSource::fetch`. Cost: none.
     std::size_t symbolCount() const noexcept;
-    std::string const& symbolAt(std::size_t index) const noexcept;   // below symbolCount()
+    /// The symbol of that number, which is below `symbolCount()`. Cost: none.
+    /// Lifetime: as long as any handle on the program.
+    std::string const& symbolAt(std::size_t index) const noexcept;
 
     /// The value of the text. Throws only what `source` throws, and `std::bad_alloc`.
     /// Cost: one lookup for each symbol that is needed; no allocation for numbers and logicals, but for the first
@@ -49,7 +51,7 @@ public:
 
 private:
     friend class detail::Instructions;
-    explicit Program(detail::Instructions const* made) noexcept;   // takes over its first count
+    STUDIO_DATA_LOCAL explicit Program(detail::Instructions const* made) noexcept;   // takes over its first count
 
     detail::Instructions const* m_instructions;
 };

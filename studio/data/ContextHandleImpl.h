@@ -59,10 +59,10 @@ private:
     struct Call;
     struct Life;
 
-    void cutOff() noexcept;
-    ContextView* livingView() const noexcept;
-    void link(ContextHandleImpl*& first) noexcept;
-    void unlink() noexcept;
+    STUDIO_DATA_LOCAL void cutOff() noexcept;
+    STUDIO_DATA_LOCAL ContextView* livingView() const noexcept;
+    STUDIO_DATA_LOCAL void link(ContextHandleImpl*& first) noexcept;
+    STUDIO_DATA_LOCAL void unlink() noexcept;
 
     boost::uuids::uuid uuid;
     mutable Callback callback;   // lent to the running call, so that it survives the handle

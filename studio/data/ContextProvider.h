@@ -94,7 +94,7 @@ public:
     char const* getFullyQualifiedRookTypeName() const override { return ROOKTypeName; }
 
 private:
-    void destroyElement() noexcept;
+    STUDIO_DATA_LOCAL void destroyElement() noexcept;
 
     ContextData element;
 };

@@ -128,24 +128,25 @@ private:
     class Change;
     struct Update;
 
-    ContextData* liveData(Id const& id);
-    void mirror(Id const& id);
-    ContextData mirrorOne(Id const& id);
-    void enter(Id const& id, ContextData const& clone);
-    void enterGraph(Id const& id, ContextData const& clone);
-    void refresh();
-    void forget(HandleRecord& record) noexcept;
-    void undoEmptyRecord(Id const& id) noexcept;
+    STUDIO_DATA_LOCAL ContextData* liveData(Id const& id);
+    STUDIO_DATA_LOCAL void mirror(Id const& id);
+    STUDIO_DATA_LOCAL ContextData mirrorOne(Id const& id);
+    STUDIO_DATA_LOCAL void enter(Id const& id, ContextData const& clone);
+    STUDIO_DATA_LOCAL void enterGraph(Id const& id, ContextData const& clone);
+    STUDIO_DATA_LOCAL void refresh();
+    STUDIO_DATA_LOCAL void forget(HandleRecord& record) noexcept;
+    STUDIO_DATA_LOCAL void undoEmptyRecord(Id const& id) noexcept;
 
-    ContextData const* cloneOf(ContextData::Impl const& source);
-    void followValue(PropertyValue const& value, Property::Impl& copy, Update& update);
-    void followActiveContexts(ContextData::Impl const& source, ContextData::Impl& clone, Update& update);
-    void followProperties(ContextData::Impl const& source, ContextData const& clone, Update& update);
-    void add(Property const& source, ContextData const& clone, Update& update);
-    void remove(Property const& copy, Update& update);
-    void gained(PropertyValue const& value, ContextData const& clone, Update& update);
-    void lost(Id const& target, Id const& from, Update& update);
-    void finish(Update& update);
+    STUDIO_DATA_LOCAL ContextData const* cloneOf(ContextData::Impl const& source);
+    STUDIO_DATA_LOCAL void followValue(PropertyValue const& value, Property::Impl& copy, Update& update);
+    STUDIO_DATA_LOCAL void followActiveContexts(ContextData::Impl const& source, ContextData::Impl& clone,
+                                                Update& update);
+    STUDIO_DATA_LOCAL void followProperties(ContextData::Impl const& source, ContextData const& clone, Update& update);
+    STUDIO_DATA_LOCAL void add(Property const& source, ContextData const& clone, Update& update);
+    STUDIO_DATA_LOCAL void remove(Property const& copy, Update& update);
+    STUDIO_DATA_LOCAL void gained(PropertyValue const& value, ContextData const& clone, Update& update);
+    STUDIO_DATA_LOCAL void lost(Id const& target, Id const& from, Update& update);
+    STUDIO_DATA_LOCAL void finish(Update& update);
 
     tarn::zero::Model model;
     std::unordered_map<Id, HandleRecord*, IdHasher> records;   // owned

@@ -115,25 +115,26 @@ private:
     struct Tables;
 
     std::uint64_t nextNumber() noexcept { return ++lastNumber; }
-    void attach(Expression& expression);
-    void detach(Expression& expression) noexcept;
-    void forget(Expression& expression) noexcept;
+    STUDIO_DATA_LOCAL void attach(Expression& expression);
+    STUDIO_DATA_LOCAL void detach(Expression& expression) noexcept;
+    STUDIO_DATA_LOCAL void forget(Expression& expression) noexcept;
 
-    Symbol& bindSymbol(std::string_view name, std::string const& text);
-    void releaseSymbol(Symbol& symbol, std::string const& text) noexcept;
-    void dropIfUnused(Symbol& symbol) noexcept;
-    void bindPath(Symbol& symbol, unsigned long offset, std::shared_ptr<ContextProvider> const& provider);
-    void unbindFrom(Symbol& symbol, unsigned long offset) noexcept;
-    Property::Impl const* endOf(Symbol& symbol) const;
+    STUDIO_DATA_LOCAL Symbol& bindSymbol(std::string_view name, std::string const& text);
+    STUDIO_DATA_LOCAL void releaseSymbol(Symbol& symbol, std::string const& text) noexcept;
+    STUDIO_DATA_LOCAL void dropIfUnused(Symbol& symbol) noexcept;
+    STUDIO_DATA_LOCAL void bindPath(Symbol& symbol, unsigned long offset,
+                                    std::shared_ptr<ContextProvider> const& provider);
+    STUDIO_DATA_LOCAL void unbindFrom(Symbol& symbol, unsigned long offset) noexcept;
+    STUDIO_DATA_LOCAL Property::Impl const* endOf(Symbol& symbol) const;
 
-    void process(tarn::zero::ReportData const& report);
-    void touchAll(tarn::zero::ReportData const& report, Batch& batch);
-    void touchProperty(Property::Impl& property, tarn::zero::ReportData::Storage const& change, bool isSettled,
-                       Batch& batch);
-    void touchContext(boost::uuids::uuid const& id, Batch& batch);
-    void touch(Symbol& symbol, unsigned long offset, bool keepsLeaf, Batch& batch);
-    void rebind(Symbol& symbol);
-    void collect(Batch& batch) const;
+    STUDIO_DATA_LOCAL void process(tarn::zero::ReportData const& report);
+    STUDIO_DATA_LOCAL void touchAll(tarn::zero::ReportData const& report, Batch& batch);
+    STUDIO_DATA_LOCAL void touchProperty(Property::Impl& property, tarn::zero::ReportData::Storage const& change,
+                                         bool isSettled, Batch& batch);
+    STUDIO_DATA_LOCAL void touchContext(boost::uuids::uuid const& id, Batch& batch);
+    STUDIO_DATA_LOCAL void touch(Symbol& symbol, unsigned long offset, bool keepsLeaf, Batch& batch);
+    STUDIO_DATA_LOCAL void rebind(Symbol& symbol);
+    STUDIO_DATA_LOCAL void collect(Batch& batch) const;
 
     std::shared_ptr<ContextProvider> rootProvider;
     std::unique_ptr<Tables> tables;   // the expressions by text, the symbols by name, the leaves by context and name

@@ -41,8 +41,8 @@ private:
 
     struct Call;
 
-    void call(Expression const& pinned) const;
-    void call(Expression const& pinned, PropertyValue const& value) const;
+    STUDIO_DATA_LOCAL void call(Expression const& pinned) const;
+    STUDIO_DATA_LOCAL void call(Expression const& pinned, PropertyValue const& value) const;
 
     Expression* expression;      // not owned; null once detached
     mutable Callback callback;   // lent to the running call, so that it survives the handle

@@ -57,11 +57,11 @@ public:
 
 private:
     struct Asked;
-    struct Services : std::unordered_map<std::string, std::unique_ptr<PropertyService>> {
+    struct STUDIO_DATA_LOCAL Services : std::unordered_map<std::string, std::unique_ptr<PropertyService>> {
         ~Services();
     };
 
-    static Services s_services;
+    STUDIO_DATA_LOCAL static Services s_services;
 
     std::string name;
     std::unordered_map<PropertySource*, std::unique_ptr<PropertySource>> sources;

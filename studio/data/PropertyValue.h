@@ -1,6 +1,7 @@
 #pragma once
 
 #include "foundation/Export.h"
+#include "foundation/UuidLayout.h"
 
 #include <boost/uuid/uuid.hpp>
 

@@ -5,6 +5,7 @@
 #include "tarn/zero/meta/MetaRegistry.h"
 #include "tarn/zero/meta/Type.h"
 
+#include <boost/container_hash/hash.hpp>
 #include <gtest/gtest.h>
 
 #include <memory>

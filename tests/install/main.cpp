@@ -1,22 +1,57 @@
-// Uses something of every storey that an exported name or an installed header could be missing from.
+// What a user's program does with the library, across the border between the two: an exported name or an installed
+// header that is missing, or a type that has two identities, shows here. Prints a line for each thing that went wrong.
 #include "gel/Eval.h"
 #include "gel/ParseError.h"
 #include "studio/data/ContextProvider.h"
+#include "studio/data/ContextView.h"
 #include "studio/data/ExpressionEngine.h"
 #include "studio/data/ExpressionHandle.h"
+#include "studio/data/model/ContextDataImpl.h"
+#include "studio/data/model/PropertyImpl.h"
 #include "tarn/zero/ModelImpl.h"
+#include "tarn/zero/ReportException.h"
 #include "tarn/zero/Transaction.h"
+#include "tarn0/messages/Messages.h"
 
 #include <boost/none.hpp>
 
 #include <iostream>
+#include <stdexcept>
 
 using namespace studio::data;
 
 namespace {
 
-/// Counts the callbacks of one transaction that changes two properties of one expression.
-int callbacksOfOneTransaction()
+int s_failures = 0;
+
+void expect(bool holds, char const* what)
+{
+    if (holds)
+        return;
+    std::cout << "not so: " << what << '\n';
+    ++s_failures;
+}
+
+template <class Wanted, class Action>
+bool throws(Action const& action)
+{
+    try {
+        action();
+    } catch (Wanted const&) {
+        return true;
+    } catch (...) {
+        return false;
+    }
+    return false;
+}
+
+void values()
+{
+    expect(PropertyValue(2).asString() == "2" && PropertyValue("2") != PropertyValue(2), "values have kinds");
+    expect(throws<std::invalid_argument>([] { PropertyValue("text").getDouble(); }), "a text is no number");
+}
+
+void writes()
 {
     auto const root = ContextProvider::create();
     root->addProperty("left", 1);
@@ -30,25 +65,58 @@ int callbacksOfOneTransaction()
     root->setPropertyValue("left", 10);
     root->setPropertyValue("right", 20);
     transaction.commit(boost::none);
-    return handle->getValue() == PropertyValue(30) ? calls : -1;
+    expect(handle->getValue() == PropertyValue(30) && calls == 2, "one transaction is one call");
+
+    // The user's exception goes through the library's frames, and the commit stands.
+    struct OwnError : std::runtime_error {
+        using std::runtime_error::runtime_error;
+    };
+    auto const grumbler = engine.acquireExpression("left", [](auto const&, PropertyValue const& value) {
+        if (value == PropertyValue(11))
+            throw OwnError{"no"};
+    });
+    expect(throws<OwnError>([&] { root->setPropertyValue("left", 11); }), "a callback's exception arrives as it was");
+    expect(handle->getValue() == PropertyValue(31), "and the others were told");
 }
 
-/// An exception of the library is caught by its type on this side of the boundary.
-bool refusesToParse()
+void views()
 {
-    try {
-        gel::symbols("a b");
-    } catch (gel::ParseError const&) {
-        return true;
-    }
-    return false;
+    auto const root = ContextProvider::create();
+    root->addProperty("name", "a");
+    auto const view = ContextView::create(tarn::zero::Model{});
+    auto const handle = view->acquire(root->getId(), {});
+    root->setPropertyValue("name", "b");
+    for (Property const& property : handle->getData()->getProperties())
+        expect(property->getValue() == PropertyValue("b"), "a view follows");
+
+    rook::factory::full::Wrappable* const wrapped = view.get();
+    expect(dynamic_cast<tarn::zero::Listener*>(wrapped) != nullptr, "a view is a listener");
+    expect(dynamic_cast<ContextHandleImpl*>(wrapped) == nullptr, "a view is no handle");
+}
+
+/// Objects and exceptions that the library makes are known by their type here.
+void types()
+{
+    auto const root = ContextProvider::create();
+    root->addProperty("left", 1);
+    root->addProperty("right", 2);
+    tarn::zero::ModelElement const element = root->getModel()->findElement(root->getId(), 1);
+    expect(dynamic_cast<ContextData::Impl*>(element.operator->()) != nullptr, "a context's element is a context");
+    expect(dynamic_cast<Property::Impl*>(element.operator->()) == nullptr, "and no property");
+
+    using Clash = foundation::core::except::Exception<tarn0::messages::UniquenessConstraint, std::exception>;
+    expect(throws<Clash>([&] { root->getProperty("left")->setName("right"); }), "names are unique");
+    expect(throws<gel::ParseError>([] { gel::symbols("a b"); }), "a text that does not parse is refused");
 }
 
 }   // namespace
 
 int main()
 {
-    int const calls = callbacksOfOneTransaction();
-    std::cout << "callbacks: " << calls << '\n';
-    return calls == 2 && refusesToParse() ? 0 : 1;
+    values();
+    writes();
+    views();
+    types();
+    std::cout << (s_failures == 0 ? "as it should be\n" : "");
+    return s_failures;
 }

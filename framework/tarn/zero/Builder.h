@@ -90,7 +90,7 @@ private:
     friend class Builder;
 
     /// A builder that is going away; what it made stays.
-    void removeBuilder(Builder const& builder) noexcept;
+    STUDIO_DATA_LOCAL void removeBuilder(Builder const& builder) noexcept;
 
     Model m_model;
     std::vector<std::pair<Builder*, ModelElement>> m_builders;   // null: gone

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "foundation/UuidLayout.h"
 #include "tarn/zero/ElementImpl.h"
 
 #include <boost/uuid/uuid.hpp>

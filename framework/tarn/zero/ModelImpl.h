@@ -67,16 +67,16 @@ private:
     ~Impl() override;
 
     void addHolder(std::shared_ptr<ListenerHolderBase> holder);
-    void refuseFrozen() const;
-    void commit(std::uint64_t serial);
+    STUDIO_DATA_LOCAL void refuseFrozen() const;
+    STUDIO_DATA_LOCAL void commit(std::uint64_t serial);
     /// The first half of a commit: whatever throws, nothing is final yet. Answers the report, if there is somebody to
     /// tell; the model is idle then, and listeners may open transactions of their own.
-    std::shared_ptr<ReportData> seal(std::uint64_t serial);
+    STUDIO_DATA_LOCAL std::shared_ptr<ReportData> seal(std::uint64_t serial);
     /// The second half. What a listener throws leaves it; the model may be gone then.
-    void publish(std::shared_ptr<ReportData> report);
-    void rollBack(std::uint64_t serial) noexcept;
-    std::shared_ptr<ReportData> takeReport();
-    void giveReport(std::shared_ptr<ReportData> report) noexcept;
+    STUDIO_DATA_LOCAL void publish(std::shared_ptr<ReportData> report);
+    STUDIO_DATA_LOCAL void rollBack(std::uint64_t serial) noexcept;
+    STUDIO_DATA_LOCAL std::shared_ptr<ReportData> takeReport();
+    STUDIO_DATA_LOCAL void giveReport(std::shared_ptr<ReportData> report) noexcept;
 
     std::u16string m_name;
     std::unique_ptr<detail::ElementTable> m_elements;

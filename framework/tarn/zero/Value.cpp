@@ -6,9 +6,17 @@
 #include "tarn/zero/meta/TypedElement.h"
 #include "tarn0/messages/Messages.h"
 
+#include <boost/container_hash/hash.hpp>
+
 #include <utility>
 
 namespace tarn::zero {
+
+std::size_t combinedHash(std::size_t seed, std::size_t hash) noexcept
+{
+    boost::hash_combine(seed, hash);
+    return seed;
+}
 
 ValueMeta::ValueMeta(meta::Property const& property)
     : m_type{property ? property->getType() : meta::Type{}}, m_collection{property && property->isCollection()}

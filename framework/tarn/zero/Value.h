@@ -2,7 +2,6 @@
 
 #include "tarn/zero/ValueMeta.h"
 
-#include <boost/container_hash/hash.hpp>
 #include <boost/optional/optional.hpp>
 
 #include <cstddef>
@@ -14,6 +13,9 @@
 #include <vector>
 
 namespace tarn::zero {
+
+/// The hash of a sequence that had `seed` and now goes on with an element of that hash: Boost's 64-bit mixing.
+STUDIO_DATA_EXPORT std::size_t combinedHash(std::size_t seed, std::size_t hash) noexcept;
 
 /// The hash of a value as the framework takes it. A type without a standard hash contributes 0, so that hashed
 /// containers fall back on `==`; a vector combines its elements in order, with Boost's 64-bit mixing.
@@ -40,7 +42,7 @@ struct ValueHash<std::vector<T>> {
     {
         std::size_t seed = 0;
         for (T const& value : values)
-            boost::hash_combine(seed, ValueHash<T>::of(value));
+            seed = combinedHash(seed, ValueHash<T>::of(value));
         return seed;
     }
 };

@@ -55,31 +55,33 @@ private:
         tarn::zero::meta::Argument model;
         tarn::zero::meta::Argument cloneUUID;
 
-        tarn::zero::meta::Property property(unsigned long index) const;
+        STUDIO_DATA_LOCAL tarn::zero::meta::Property property(unsigned long index) const;
     };
 
-    MetaPackageStudio_data();
-    ~MetaPackageStudio_data() override;
+    STUDIO_DATA_LOCAL MetaPackageStudio_data();
+    STUDIO_DATA_LOCAL ~MetaPackageStudio_data() override;
 
-    void initialize();
-    void instantiate_studio(tarn::zero::meta::MetaRegistry* registry);
-    void instantiate_studio_data(tarn::zero::meta::MetaRegistry* registry);
-    void weave_studio(tarn::zero::meta::MetaRegistry* registry,
-                      tarn::zero::meta::PropertySerializerRegistry* serializers);
-    void weave_studio_data(tarn::zero::meta::MetaRegistry* registry,
-                           tarn::zero::meta::PropertySerializerRegistry* serializers);
+    STUDIO_DATA_LOCAL void initialize();
+    STUDIO_DATA_LOCAL void instantiate_studio(tarn::zero::meta::MetaRegistry* registry);
+    STUDIO_DATA_LOCAL void instantiate_studio_data(tarn::zero::meta::MetaRegistry* registry);
+    STUDIO_DATA_LOCAL void weave_studio(tarn::zero::meta::MetaRegistry* registry,
+                                        tarn::zero::meta::PropertySerializerRegistry* serializers);
+    STUDIO_DATA_LOCAL void weave_studio_data(tarn::zero::meta::MetaRegistry* registry,
+                                             tarn::zero::meta::PropertySerializerRegistry* serializers);
 
-    void instantiate(ClassRow const& row, ClassHandles& handles) const;
-    void weave(ClassRow const& row, ClassHandles const& handles, tarn::zero::meta::MetaRegistry& registry) const;
-    tarn::zero::meta::Type typeOf(PropertyRow const& row, tarn::zero::meta::MetaRegistry& registry) const;
+    STUDIO_DATA_LOCAL void instantiate(ClassRow const& row, ClassHandles& handles) const;
+    STUDIO_DATA_LOCAL void weave(ClassRow const& row, ClassHandles const& handles,
+                                 tarn::zero::meta::MetaRegistry& registry) const;
+    STUDIO_DATA_LOCAL tarn::zero::meta::Type typeOf(PropertyRow const& row,
+                                                    tarn::zero::meta::MetaRegistry& registry) const;
 
-    void publish() noexcept;
-    void retract() noexcept;
-    void unregister() noexcept;
-    static MetaPackageStudio_data const* current();
+    STUDIO_DATA_LOCAL void publish() noexcept;
+    STUDIO_DATA_LOCAL void retract() noexcept;
+    STUDIO_DATA_LOCAL void unregister() noexcept;
+    STUDIO_DATA_LOCAL static MetaPackageStudio_data const* current();
 
-    static ClassRow const s_contextData;
-    static ClassRow const s_property;
+    STUDIO_DATA_LOCAL static ClassRow const s_contextData;
+    STUDIO_DATA_LOCAL static ClassRow const s_property;
     static std::atomic<tarn::zero::ModelElement::Impl*> s_contextDataClass;   // null but while the instance is whole
     static std::atomic<tarn::zero::ModelElement::Impl*> s_propertyClass;
 

@@ -88,11 +88,11 @@ private:
         ElementFactory factory;
     };
 
-    MetaRegistry();
+    STUDIO_DATA_LOCAL MetaRegistry();
 
-    Entry const* find(Type const& type) const noexcept;
-    Type typeNamed(std::string const& name) const;
-    void forget(ModelElement const& root) noexcept;
+    STUDIO_DATA_LOCAL Entry const* find(Type const& type) const noexcept;
+    STUDIO_DATA_LOCAL Type typeNamed(std::string const& name) const;
+    STUDIO_DATA_LOCAL void forget(ModelElement const& root) noexcept;
 
     Model m_model;
     Model::Freezer m_freezer;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "foundation/UuidLayout.h"
+
 #include <boost/uuid/uuid.hpp>
 
 #include <cstddef>

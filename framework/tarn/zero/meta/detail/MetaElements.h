@@ -11,7 +11,7 @@ namespace tarn::zero::meta::detail {
 /// The class of the elements behind handle class `H`; null until the registry has made it. Set for good by the
 /// registry.
 template <class H>
-inline std::atomic<ModelElement::Impl*> kernelClass{nullptr};
+STUDIO_DATA_LOCAL inline std::atomic<ModelElement::Impl*> kernelClass{nullptr};
 
 /// Makes the registry if need be, and with it the class of every meta element. While the registry makes itself it
 /// answers a null handle for a class that is not there yet.

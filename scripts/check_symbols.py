@@ -1,0 +1,78 @@
+#!/usr/bin/env python3
+"""Compares what the shared library exports with the list that is kept in tests/install/symbols.txt.
+
+Usage: check_symbols.py [--renew] LIBRARY [ROOT]. Prints a line for each name that came or went; exit code 1 if there is
+one. With --renew it writes the list instead.
+
+A name is demangled, without address and version. Not listed is what a compiler makes wherever it is used, for
+compilers differ in what they leave over: instances of templates, and what describes a class (its vtable, its type)
+without a function of its own in the library. All of it must still belong to one of the library's own namespaces, and
+nothing that is exported may stand in a namespace called detail or in an unnamed one.
+"""
+import os
+import re
+import subprocess
+import sys
+
+OWN = ("studio::data::", "tarn::zero::", "tarn0::messages::", "gel::", "rook::factory::", "fl::i18n::",
+       "foundation::core::except::")
+OF = re.compile(r"^(?:vtable|VTT|typeinfo|typeinfo name|guard variable|(?:non-)?virtual thunk|covariant return thunk)"
+                r" (?:for|to) ")
+LIST = os.path.join("tests", "install", "symbols.txt")
+
+
+def demangled(library):
+    lines = subprocess.run(["nm", "-DC", "--defined-only", library], capture_output=True, encoding="utf-8", check=True)
+    for line in lines.stdout.splitlines():
+        _, kind, name = line.split(maxsplit=2)
+        if kind != "A":   # the version itself
+            yield kind, name.split("@")[0]
+
+
+def bare(name):
+    """The name without what it is made for, and without its parameters."""
+    plain = OF.sub("", name).replace("(anonymous namespace)", "unnamed")
+    return re.sub(r"operator<[<=>]*", "operator", plain).split("(")[0]
+
+
+def listed(exported):
+    """The names among them that every compiler makes alike."""
+    own = {name for kind, name in exported if kind in "TBDR" and "<" not in bare(name) and not OF.match(name)}
+    homes = {bare(name).rpartition("::")[0] for name in own}
+    return own | {name for _, name in exported if OF.match(name) and bare(name) in homes}
+
+
+def check(exported, kept):
+    for kind, name in exported:
+        place = bare(name).split("<")[0]
+        if not place.startswith(OWN):
+            yield f"not ours: {name}"
+        elif re.search(r"\b(detail|unnamed)::", place):
+            yield f"private: {name}"
+    names = listed(exported)
+    yield from (f"new: {name}" for name in sorted(names - kept))
+    yield from (f"gone: {name}" for name in sorted(kept - names))
+
+
+def main(arguments):
+    renew = "--renew" in arguments
+    arguments = [argument for argument in arguments if argument != "--renew"]
+    root = arguments[1] if len(arguments) > 1 else os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+    path = os.path.join(root, LIST)
+    exported = list(demangled(arguments[0]))
+    if renew:
+        with open(path, "w", encoding="utf-8") as file:
+            file.writelines(name + "\n" for name in sorted(listed(exported)))
+    with open(path, encoding="utf-8") as file:
+        kept = set(file.read().splitlines())
+    found = list(check(exported, kept))
+    if found:
+        print("\n".join(found))
+        print(f"If that is wanted: scripts/check_symbols.py --renew {arguments[0]}")
+    else:
+        print(f"{len(kept)} names, as listed")
+    return 1 if found else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))
