@@ -1,5 +1,7 @@
-#include "benchmarks/Figures.h"
 #include "benchmarks/Runners.h"
+
+#include <cstdint>
+#include <string>
 
 #if __has_include(<valgrind/callgrind.h>)
 #include <valgrind/callgrind.h>
@@ -11,33 +13,31 @@ namespace benchmarks {
 
 namespace {
 
-void count(Workload const& workload, std::string const& peer, std::function<Task()> const& make)
+void count(Workload const& workload, Peer const& peer)
 {
-    if (!make)
-        return;
-    Task const task = make();
+    Task const task = peer.make();
     bool const isSteady = workload.kind == Workload::Kind::steady;
     std::uint64_t const times = !isSteady ? 1 : workload.units < 100 ? 2'000 : 20;
-    if (isSteady)
-        task.run(times);   // makes what is made once
     if (task.prepare)
         task.prepare();
+    else
+        task.run(times);   // makes what is made once
     std::string const reason =
-        workload.id + '\t' + peer + '\t' + std::to_string(static_cast<double>(times) * workload.units);
+        workload.id + '\t' + peer.name + '\t' + std::to_string(static_cast<double>(times) * workload.units);
     CALLGRIND_START_INSTRUMENTATION;
     CALLGRIND_ZERO_STATS;
     task.run(times);
     CALLGRIND_DUMP_STATS_AT(reason.c_str());
     CALLGRIND_STOP_INSTRUMENTATION;
-    require(task.isRight(), workload.id, peer);
+    require(task.isRight(), workload, peer);
 }
 
 }   // namespace
 
 void countInstructions(Workload const& workload)
 {
-    count(workload, "floor", workload.floor);
-    count(workload, "studio_data", workload.library);
+    for (Peer const& peer : workload.peers())
+        count(workload, peer);
 }
 
 bool canCountInstructions()

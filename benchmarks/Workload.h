@@ -16,6 +16,12 @@ struct Task {
     std::function<void()> prepare = {};
 };
 
+/// Who does a workload.
+struct Peer {
+    char const* name;
+    std::function<Task()> make;
+};
+
 /// One thing to measure.
 struct Workload {
     enum class Kind {
@@ -26,9 +32,16 @@ struct Workload {
 
     std::string id;
     Kind kind = Kind::steady;
-    double units = 1;                     ///< of one run: figures are per unit
-    std::function<Task()> floor;          ///< by hand; may be empty
-    std::function<Task()> library = {};   ///< through the public face
+    double units = 1;                ///< of one run: figures are per unit
+    std::function<Task()> floor;     ///< by hand; may be empty
+    std::function<Task()> library;   ///< through the public face
+
+    std::vector<Peer> peers() const
+    {
+        std::vector<Peer> list{{"floor", floor}, {"studio_data", library}};
+        std::erase_if(list, [](Peer const& peer) { return !peer.make; });
+        return list;
+    }
 };
 
 /// How large the large ones are: counting instructions takes fifty times as long as running them.

@@ -22,6 +22,7 @@ least time per operation of CPU time; alloc, allocations per operation; bytes pe
 `W4` names all workloads that begin with `W4-`, too.
 
   --instructions       under callgrind: a dump of counts for each, with smaller sizes
+  --peer=NAME          only this one
   --repetitions=N      how often to measure, 15 times unless given
   --seconds=N          how long at least each time, 0.01 unless given
   --list               print the workloads
@@ -32,6 +33,7 @@ struct Arguments {
     bool instructions = false;
     bool list = false;
     bool help = false;
+    std::string peer;   ///< empty for both
     Effort effort;
     std::vector<std::string> workloads;
 };
@@ -48,6 +50,8 @@ Arguments read(std::vector<std::string> const& words)
             result.list = true;
         else if (word == "--help")
             result.help = true;
+        else if (word == "--peer=floor" || word == "--peer=studio_data")
+            result.peer = value;
         else if (name == "--repetitions")
             result.effort.repetitions = std::max(1, std::stoi(value));
         else if (name == "--seconds")
@@ -71,12 +75,18 @@ std::vector<Workload> workloads(Arguments const& arguments)
 {
     Sizes const sizes = arguments.instructions ? Sizes::small() : Sizes::full();
     std::vector<Workload> list;
-    addMemory(list, sizes);   // before anybody has made what can be used again
     addWrites(list, sizes);
     addExpressions(list, sizes);
     addViews(list, sizes);
+    addMemory(list, sizes);
     addLanguage(list);
     std::erase_if(list, [&](Workload const& workload) { return !isNamed(workload.id, arguments.workloads); });
+    for (Workload& workload : list) {
+        if (arguments.peer == "floor")
+            workload.library = {};
+        if (arguments.peer == "studio_data")
+            workload.floor = {};
+    }
     if (list.empty())
         throw std::invalid_argument("no workload is called that; --list names them");
     return list;
@@ -93,7 +103,7 @@ void setUpGoogleBenchmark(char* program)
 
 void run(Arguments const& arguments)
 {
-    if (arguments.instructions && !canCountInstructions())
+    if (arguments.instructions && !arguments.list && !canCountInstructions())
         throw std::runtime_error("--instructions needs callgrind to run this program, and its header to build it");
     for (Workload const& workload : workloads(arguments)) {
         if (arguments.list)
