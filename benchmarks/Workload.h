@@ -52,7 +52,7 @@ struct Sizes {
     int contexts;               ///< made to weigh them
 
     static Sizes full() { return {{1'000, 10'000, 100'000}, 100'000, {1'000, 10'000}, 100'000}; }
-    static Sizes small() { return {{1'000, 10'000}, 2'000, {300, 1'000}, 2'000}; }
+    static Sizes small() { return {{1'000, 10'000}, 2'000, {1'000, 3'000}, 2'000}; }
 };
 
 // Each adds its own to the list.
