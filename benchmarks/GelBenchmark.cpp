@@ -19,71 +19,80 @@ namespace benchmarks {
 
 namespace {
 
-/// The values of every symbol below. What E2 and E3 name is such that all of it is asked for.
-using Symbols = std::unordered_map<std::string, floor::Value>;
-Symbols const& symbols()
-{
-    static Symbols const values{
-        {"a", 1.0},
-        {"b", 2.0},
-        {"c", 3.0},
-        {"d", 4.0},
-        {"mode", "edit"},
-        {"readonly", true},
-        {"count", 2.0},
-        {"ed.focus", true},
-        {"ed.readonly", false},
-        {"ws.open", false},
-        {"sel.count", 2.0},
-        {"sel.kind", "node"},
-        {"sel.locked", true},
-        {"view.zoom", 2.0},
-        {"view.mode", "view"},
-        {"job.running", true},
-        {"job.paused", false},
-        {"user.admin", false},
-        {"dbg.active", true},
-    };
-    return values;
-}
+/// Every symbol below. What E2 and E3 name is such that all of it is asked for.
+std::pair<char const*, floor::Value> const s_symbols[] = {
+    {"a", 1.0},
+    {"b", 2.0},
+    {"c", 3.0},
+    {"d", 4.0},
+    {"mode", "edit"},
+    {"readonly", true},
+    {"count", 2.0},
+    {"ed.focus", true},
+    {"ed.readonly", false},
+    {"ws.open", false},
+    {"sel.count", 2.0},
+    {"sel.kind", "node"},
+    {"sel.locked", true},
+    {"view.zoom", 2.0},
+    {"view.mode", "view"},
+    {"job.running", true},
+    {"job.paused", false},
+    {"user.admin", false},
+    {"dbg.active", true},
+};
 
-/// Finds a value by name without making a text.
-class ByName {
+/// Values by name, found without making a text: the same table for both peers.
+template <class Value>
+class Table {
 public:
-    ByName() : values(symbols().begin(), symbols().end()) {}
-
-    double number(std::string_view name) const { return std::get<double>(find(name)); }
-    bool logical(std::string_view name) const { return std::get<bool>(find(name)); }
-    std::string const& text(std::string_view name) const { return std::get<std::string>(find(name)); }
+    void add(std::string const& name, Value value) { values.emplace(name, std::move(value)); }
+    Value const& find(std::string_view name) const { return values.find(name)->second; }
 
 private:
-    struct Hash : std::hash<std::string_view> {
+    /// Lets exceptions out, so that the standard library keeps the hash of each name beside it.
+    struct Hash {
         using is_transparent = void;
+        std::size_t operator()(std::string_view name) const { return std::hash<std::string_view>()(name); }
     };
 
-    floor::Value const& find(std::string_view name) const { return values.find(name)->second; }
+    std::unordered_map<std::string, Value, Hash, std::equal_to<>> values;
+};
 
-    std::unordered_map<std::string, floor::Value, Hash, std::equal_to<>> values;
+class ByName {
+public:
+    ByName()
+    {
+        for (auto const& [name, value] : s_symbols)
+            table.add(name, value);
+    }
+
+    double number(std::string_view name) const { return std::get<double>(table.find(name)); }
+    bool logical(std::string_view name) const { return std::get<bool>(table.find(name)); }
+    std::string const& text(std::string_view name) const { return std::get<std::string>(table.find(name)); }
+
+private:
+    Table<floor::Value> table;
 };
 
 class Source final : public gel::DataSource {
 public:
     Source()
     {
-        for (auto const& [name, value] : symbols()) {
+        for (auto const& [name, value] : s_symbols) {
             if (auto const* const number = std::get_if<double>(&value))
-                values.emplace(name, *number);
+                table.add(name, *number);
             else if (auto const* const logical = std::get_if<bool>(&value))
-                values.emplace(name, *logical);
+                table.add(name, *logical);
             else
-                values.emplace(name, std::get<std::string>(value));
+                table.add(name, std::get<std::string>(value));
         }
     }
 
-    gel::Value lookup(std::string const& symbol) const override { return values.find(symbol)->second; }
+    gel::Value lookup(std::string const& symbol) const override { return table.find(symbol); }
 
 private:
-    std::unordered_map<std::string, gel::Value> values;
+    Table<gel::Value> table;
 };
 
 /// Has the compiler believe that a value is used, and that memory may have changed.
@@ -112,24 +121,25 @@ bool e3(ByName const& by)
            by.logical("dbg.active");
 }
 
-/// An expression, in C++ and in the language. In the text, four digits stand for `%04d`.
+/// An expression and its value. In the pattern, four digits stand for `%04d`.
 template <class Result>
 struct Expression {
     char const* id;
-    Result (*byHand)(ByName const& by);
     char const* text;
     char const* pattern;
     Result value;
 };
 
-template <class Result>
+/// `byHand` is the same expression in C++.
+template <auto byHand, class Result>
 Task evaluateByHand(Expression<Result> const& expression)
 {
     auto const last = std::make_shared<Result>();
     return {[=, by = ByName()](std::uint64_t times) {
                 for (; times != 0; --times) {
-                    *last = expression.byHand(by);
-                    keep(*last);
+                    Result const result = byHand(by);
+                    keep(result);
+                    *last = result;
                 }
             },
             [=] { return *last == expression.value; }};
@@ -170,13 +180,13 @@ Task compile(Expression<Result> const& expression)
             }};
 }
 
-template <class Result>
+template <auto byHand, class Result>
 void add(std::vector<Workload>& list, Expression<Result> const& expression)
 {
     using enum Workload::Kind;
     std::string const id = "W10-" + std::string(expression.id);
-    list.push_back(
-        {id + "-name", steady, 1, [=] { return evaluateByHand(expression); }, [=] { return evaluate(expression); }});
+    list.push_back({id + "-name", steady, 1, [=] { return evaluateByHand<byHand>(expression); },
+                    [=] { return evaluate(expression); }});
     list.push_back({id + "-compile", steady, 1, {}, [=] { return compile(expression); }});
 }
 
@@ -184,17 +194,18 @@ void add(std::vector<Workload>& list, Expression<Result> const& expression)
 
 void addLanguage(std::vector<Workload>& list)
 {
-    add<double>(list, {"E1", e1, "(a + b) * c - d / 2", "(a + b) * c - d / 2.%04d", 7});
-    add<bool>(list, {"E2", e2, "(mode == 'edit' && !readonly) || count > 3",
-                     "(mode == 'edit' && !readonly) || count > 3%04d", false});
-    add<bool>(list, {"E3", e3,
-                     "(ed.focus && !ed.readonly && ws.open) || (sel.count > 0 && sel.kind == 'node' && !sel.locked) || "
-                     "(view.zoom > 1.5 && view.mode == 'edit') || (job.running && !job.paused && user.admin) || "
-                     "dbg.active",
-                     "(ed.focus && !ed.readonly && ws.open) || (sel.count > 0 && sel.kind == 'node' && !sel.locked) || "
-                     "(view.zoom > 1.5%04d && view.mode == 'edit') || (job.running && !job.paused && user.admin) || "
-                     "dbg.active",
-                     true});
+    add<e1, double>(list, {"E1", "(a + b) * c - d / 2", "(a + b) * c - d / 2.%04d", 7});
+    add<e2, bool>(list, {"E2", "(mode == 'edit' && !readonly) || count > 3",
+                         "(mode == 'edit' && !readonly) || count > 3%04d", false});
+    add<e3, bool>(list,
+                  {"E3",
+                   "(ed.focus && !ed.readonly && ws.open) || (sel.count > 0 && sel.kind == 'node' && !sel.locked) || "
+                   "(view.zoom > 1.5 && view.mode == 'edit') || (job.running && !job.paused && user.admin) || "
+                   "dbg.active",
+                   "(ed.focus && !ed.readonly && ws.open) || (sel.count > 0 && sel.kind == 'node' && !sel.locked) || "
+                   "(view.zoom > 1.5%04d && view.mode == 'edit') || (job.running && !job.paused && user.admin) || "
+                   "dbg.active",
+                   true});
 }
 
 }   // namespace benchmarks
