@@ -13,6 +13,7 @@ LISTS = {
     "studio/data": (["studio/data"], (".h", ".cpp")),
     "tests": (["tests/framework", "tests/studio", "tests/flows"], (".cpp",)),
     "workbench": (["workbench"], (".h", ".cpp")),
+    "benchmarks": (["benchmarks"], (".h", ".cpp")),
 }
 
 

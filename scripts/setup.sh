@@ -1,7 +1,7 @@
 # Sourced by the other scripts: finds what this machine lacks and installs that, nothing else.
 #
-#   set_up [PURPOSE...]     what a build needs, and what else is needed for: tests, docs, clang, tidy, clang19, valgrind,
-#                           cppcheck, packages, bare; ends the script if it cannot be had
+#   set_up [PURPOSE...]     what a build needs, and what else is needed for: tests, bench, docs, clang, tidy, clang19,
+#                           valgrind, cppcheck, packages, bare; ends the script if it cannot be had
 #
 # What is needed is found by compiling a header or asking a tool for its version, never by the name of a package, so a
 # machine that has everything needs no network and no rights. apt-get never gets to remove a package: where Debian's
@@ -64,6 +64,10 @@ missing_packages() {
         docs)
             at_least 1.9.4 doxygen --version || echo doxygen
             command -v dot >/dev/null || echo graphviz
+            at_least 3.9 python3 --version || echo python3
+            ;;
+        bench)
+            compiles '#include <benchmark/benchmark.h>' || echo libbenchmark-dev
             at_least 3.9 python3 --version || echo python3
             ;;
         clang) at_least 14 clang++ --version || echo clang ;;

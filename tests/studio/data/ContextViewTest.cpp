@@ -2,15 +2,12 @@
 
 #include "studio/data/HandleRecord.h"
 #include "studio/data/ProviderRegistry.h"
-#include "support/Allocations.h"
 #include "support/Contexts.h"
 #include "support/Mirrors.h"
 #include "support/Printers.h"
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -151,56 +148,6 @@ TEST_F(View, RenamingTheOnlyPropertyIsNotFollowed)
     EXPECT_EQ(read(root, "n"), PropertyValue(2)) << "found by its UUID";
     root->setActiveContexts({"x"});
     EXPECT_EQ(read(root, "m"), PropertyValue(2));
-}
-
-TEST_F(View, ChangedNumberAllocatesNothing)
-{
-    Provider const child = context();
-    Provider const root = context(child);
-    Handle const handle = acquire(root);
-    auto const write = [&](int value) {
-        std::size_t const before = support::allocationCount();
-        child->setPropertyValue("n", value);
-        return support::allocationCount() - before;
-    };
-    for (int value = 10; value != 20; ++value)
-        write(value);
-    EXPECT_EQ(write(20), 0u);
-    EXPECT_EQ(read(child, "n"), PropertyValue(20));
-}
-
-/// The cost of a reference that goes does not depend on what the rest of the mirror is like.
-TEST_F(View, LooksOnlyAtWhatHungOnAReference)
-{
-    std::vector<Provider> children;
-    Provider const root = context();
-    inTransaction([&] {
-        for (int i = 0; i != 5000; ++i) {
-            children.push_back(context(root));   // each leads back to the root, and so to everything
-            root->addProperty("c" + std::to_string(i), children.back());
-        }
-    });
-    Handle const handle = acquire(root);
-    auto const timed = [](std::function<void()> const& work) {
-        auto const start = std::chrono::steady_clock::now();
-        work();
-        return std::chrono::steady_clock::now() - start;
-    };
-    ContextView::IdSet pending;
-    auto const walk = timed([&] {
-        for (Provider const& child : children)
-            pending.insert(child->getId());
-        view->removeDescendents(view->getData(root->getId()), pending);
-    });
-    EXPECT_TRUE(pending.empty());
-    auto const swaps = timed([&] {
-        for (int i = 0; i != 200; ++i) {
-            root->setPropertyValue("c7", 0);
-            root->setPropertyValue("c7", children[7]);
-        }
-    });
-    EXPECT_LT(swaps, 200 * walk);
-    EXPECT_TRUE(mirrors(children[7]));
 }
 
 // ---- what goes wrong

@@ -1,0 +1,83 @@
+#pragma once
+
+#include "benchmarks/FloorEngine.h"
+#include "benchmarks/FloorMirror.h"
+#include "benchmarks/FloorStore.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace benchmarks {
+
+/// The floor, behind the words in which workloads are written. `LibraryPeer` has the same ones.
+class FloorPeer {
+public:
+    using Context = std::uint32_t;
+
+    Context makeContext() { return store.addContext(); }
+    void add(Context context, std::string const& name, double value) { store.addSlot(context, name, value); }
+    void add(Context context, std::string const& name) { store.addSlot(context, name, std::monostate{}); }
+    void set(Context context, std::string const& name, double value) { store.set(context, name, value); }
+    void refer(Context context, std::string const& name, Context target)
+    {
+        store.set(context, name, store.contexts[target].identity);
+    }
+    void clear(Context context, std::string const& name) { store.set(context, name, std::monostate{}); }
+    template <class Change>
+    void inTransaction(Change const& change)
+    {
+        store.begin();
+        change();
+        store.commit();
+    }
+    std::optional<double> value(Context context, std::string const& name) const
+    {
+        return number(&store.slots[slot(context, name)].value);
+    }
+
+    /// A new engine on that context.
+    void listen(Context root)
+    {
+        engine.reset();
+        engine = std::make_unique<floor::Engine>(store, root);
+    }
+    /// Acquires an expression; its callback says what it was told in `heard`.
+    void hear(std::string const& text)
+    {
+        handles.push_back(engine->acquire(
+            text, [this](std::string const&, floor::Value const& value) { heard = *std::get_if<double>(&value); }));
+    }
+
+    void mirror(Context root) { view = std::make_unique<floor::Mirror>(store, root); }
+    std::optional<double> mirrored(Context context, std::string const& name) const
+    {
+        return number(view->find(slot(context, name)));
+    }
+
+    double written = 0;
+    double heard = 0;
+
+private:
+    std::uint32_t slot(Context context, std::string const& name) const
+    {
+        return store.find(context, store.names.find(name));
+    }
+    static std::optional<double> number(floor::Value const* value)
+    {
+        auto const* const found = value ? std::get_if<double>(value) : nullptr;
+        return found ? std::optional{*found} : std::nullopt;
+    }
+
+    floor::Store store;
+    std::unique_ptr<floor::Engine> engine;
+    std::unique_ptr<floor::Mirror> view;
+
+public:
+    std::vector<std::unique_ptr<floor::Engine::Handle>> handles;
+};
+
+}   // namespace benchmarks

@@ -1,0 +1,253 @@
+#include "studio/data/ContextView.h"
+#include "support/Allocations.h"
+#include "support/Contexts.h"
+#include "support/Instructions.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
+
+// What an operation costs, counted: allocations and instructions, which no other load changes. Times are a matter of
+// scripts/bench.
+
+namespace studio::data {
+namespace {
+
+using support::context;
+using support::Handle;
+using support::inTransaction;
+using support::Provider;
+
+std::string name(std::size_t number)
+{
+    return "property" + std::to_string(number);
+}
+
+/// A context with properties, an engine on it, and expressions that are heard.
+struct World {
+    explicit World(std::size_t properties)
+    {
+        inTransaction([&] {
+            for (std::size_t i = 0; i < properties; ++i)
+                root->addProperty(name(i), 0);
+        });
+    }
+    ~World() { handles.clear(); }
+
+    void hear(std::string const& text)
+    {
+        handles.push_back(engine.acquireExpression(text, [this](auto const&, auto const&) { ++calls; }));
+    }
+    /// Each property has an expression of its own.
+    void hearAll(std::size_t properties)
+    {
+        for (std::size_t i = 0; i < properties; ++i)
+            hear(name(i) + " + 1");
+    }
+    void write(std::string const& property) { root->setPropertyValue(property, ++value); }
+
+    Provider root = context();
+    ExpressionEngine engine{root};
+    std::vector<Handle> handles;
+    int value = 0;
+    std::size_t calls = 0;
+};
+
+/// A view of a root that refers to many contexts, each of which leads back to it, and so to everything.
+struct Mirrored {
+    explicit Mirrored(std::size_t count)
+    {
+        inTransaction([&] {
+            for (std::size_t i = 0; i < count; ++i) {
+                contexts.push_back(context({{"number", 0}, {"root", root}}));
+                root->addProperty(name(i), contexts.back());
+            }
+        });
+        hold = view->acquire(root->getId(), {});
+    }
+
+    Provider root = context();
+    std::vector<Provider> contexts;
+    std::unique_ptr<ContextView> view = ContextView::create({});
+    std::unique_ptr<ContextHandleImpl> hold;
+    int value = 0;
+};
+
+// ---- a steady stream
+
+/// One operation, to be done again and again. Making it sets everything up.
+using Operation = std::function<void()>;
+
+struct Steady {
+    char const* name;
+    std::function<Operation()> make;
+};
+void PrintTo(Steady const& row, std::ostream* out)
+{
+    *out << row.name;
+}
+class SteadyStream : public testing::TestWithParam<Steady> {};
+
+TEST_P(SteadyStream, AllocatesNothing)
+{
+    Operation const operation = GetParam().make();
+    for (int i = 0; i < 20; ++i)
+        operation();
+    std::size_t const before = support::allocationCount();
+    for (int i = 0; i < 100; ++i)
+        operation();
+    EXPECT_EQ(support::allocationCount() - before, 0u);
+}
+
+Operation writeHeard(std::size_t expressions)
+{
+    auto const world = std::make_shared<World>(20);
+    for (std::size_t i = 0; i < expressions; ++i)
+        world->hear(name(7) + " + " + std::to_string(i));
+    return [=] { world->write(name(7)); };
+}
+
+/// In one transaction, with one expression that reads them all.
+Operation writeAll(std::size_t properties)
+{
+    auto const world = std::make_shared<World>(properties);
+    std::string sum = "0";
+    std::vector<std::string> names;
+    for (std::size_t i = 0; i < properties; ++i) {
+        names.push_back(name(i));
+        sum += " + " + name(i);
+    }
+    world->hear(sum);
+    return [=] {
+        inTransaction([&] {
+            for (std::string const& property : names)
+                world->write(property);
+        });
+    };
+}
+
+Operation changeMirrored(std::size_t contexts)
+{
+    auto const world = std::make_shared<Mirrored>(contexts);
+    return [=] { world->contexts[contexts / 2]->setPropertyValue("number", ++world->value); };
+}
+
+Operation writeUnheard()
+{
+    Provider const written = context({{"number", 0}});
+    return [written, value = std::make_shared<int>(0)] { written->setPropertyValue("number", ++*value); };
+}
+
+INSTANTIATE_TEST_SUITE_P(Cost, SteadyStream,
+                         testing::Values(Steady{"OfWritesThatNobodyHears", writeUnheard},
+                                         Steady{"OfWritesWithOneExpression", [] { return writeHeard(1); }},
+                                         Steady{"OfWritesWithManyExpressions", [] { return writeHeard(1000); }},
+                                         Steady{"OfTransactionsOfManyWrites", [] { return writeAll(16); }},
+                                         Steady{"OfChangesInAMirror", [] { return changeMirrored(100); }}),
+                         [](auto const& info) { return info.param.name; });
+
+// ---- growth
+
+/// An operation in a world of some size, which should not matter.
+struct Growth {
+    char const* name;
+    std::function<Operation(std::size_t size)> make;
+};
+void PrintTo(Growth const& row, std::ostream* out)
+{
+    *out << row.name;
+}
+class CostOfOne : public testing::TestWithParam<Growth> {};
+
+TEST_P(CostOfOne, DoesNotDependOnWhatThereIs)
+{
+    auto const cost = [](std::size_t size) {
+        Operation const operation = GetParam().make(size);
+        for (int i = 0; i < 20; ++i)
+            operation();
+        return support::instructionsOf(operation);
+    };
+    std::size_t const small = cost(50);
+    std::size_t const large = cost(5'000);
+    EXPECT_GT(small, 100u);   // it was counted at all
+    EXPECT_LT(static_cast<double>(large), 1.3 * static_cast<double>(small)) << small << " and " << large;
+}
+
+Operation writeElsewhere(std::size_t size)
+{
+    auto const world = std::make_shared<World>(size);
+    world->hearAll(size);
+    return [world, write = writeUnheard()] { write(); };
+}
+
+Operation writeOneOfMany(std::size_t size)
+{
+    auto const world = std::make_shared<World>(size);
+    world->hearAll(size);
+    return [=] { world->write("property27"); };
+}
+
+Operation acquireAndRelease(std::size_t size)
+{
+    auto const world = std::make_shared<World>(size);
+    world->hearAll(size);
+    return [=] {
+        world->hear("property27 + 2");
+        world->handles.pop_back();
+    };
+}
+
+/// Further handles of a text that has many.
+Operation acquireAndReleaseHandle(std::size_t size)
+{
+    auto const world = std::make_shared<World>(50);
+    for (std::size_t i = 0; i < size; ++i)
+        world->hear("property27 + 1");
+    return [=] {
+        world->hear("property27 + 1");
+        world->handles.erase(world->handles.end() - 2);
+    };
+}
+
+/// The path of one symbol goes on elsewhere, in contexts where many others end.
+Operation repoint(std::size_t size)
+{
+    auto const world = std::make_shared<World>(0);
+    std::vector<Provider> const targets{context(), context()};
+    world->root->addProperty("child", targets[0]);
+    for (std::size_t which : {0U, 1U}) {
+        world->root->addProperty(name(which), targets[which]);
+        targets[which]->addProperty("number", which);
+        for (std::size_t i = 0; i < size; ++i) {
+            targets[which]->addProperty(name(i), 0);
+            world->hear(name(which) + "." + name(i));
+        }
+    }
+    world->hear("child.number");
+    return [=] { world->root->setPropertyValue("child", targets[static_cast<std::size_t>(++world->value % 2)]); };
+}
+
+/// A context leaves the mirror and comes back.
+Operation removeAndAddMirrored(std::size_t size)
+{
+    auto const world = std::make_shared<Mirrored>(size);
+    return [=] {
+        world->root->setPropertyValue("property27", PropertyValue());
+        world->root->setPropertyValue("property27", world->contexts[27]);
+    };
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cost, CostOfOne,
+    testing::Values(Growth{"WriteWithExpressionsElsewhere", writeElsewhere},
+                    Growth{"WriteAmongExpressions", writeOneOfMany}, Growth{"ExpressionAmongOthers", acquireAndRelease},
+                    Growth{"HandleAmongOthers", acquireAndReleaseHandle}, Growth{"ReferenceAmongOtherSymbols", repoint},
+                    Growth{"ChangeInAMirror", changeMirrored}, Growth{"ReferenceInAMirror", removeAndAddMirrored}),
+    [](auto const& info) { return info.param.name; });
+
+}   // namespace
+}   // namespace studio::data
