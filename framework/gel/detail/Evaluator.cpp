@@ -58,11 +58,6 @@ Operand negate(Operand const& operand) noexcept
     return operand.isNumeric() ? Operand::computed(-operand.numeric(), false) : Operand::undefined();
 }
 
-/// The source of a constant, never asked.
-class NoSource final : public DataSource {
-    Value lookup(std::string const&) const override { return {}; }
-};
-
 Value run(Routine const& routine, std::size_t begin, DataSource const& source)
 {
     Frame frame(routine);
@@ -145,9 +140,9 @@ Value evaluate(Instructions const& program, DataSource const& source)
     return run(program.routine(), 0, source);
 }
 
-Value evaluateConstant(Routine const& routine, std::size_t begin)
+Value evaluate(Routine const& routine, std::size_t begin, DataSource const& source)
 {
-    return run(routine, begin, NoSource());
+    return run(routine, begin, source);
 }
 
 }   // namespace gel::detail
