@@ -15,9 +15,11 @@ Program::Program(Program const& other) noexcept : Program(other.m_instructions)
 
 Program& Program::operator=(Program const& other) noexcept
 {
-    other.m_instructions->hold();
-    m_instructions->release();
-    m_instructions = other.m_instructions;
+    if (this != &other) {
+        m_instructions->release();
+        m_instructions = other.m_instructions;
+        m_instructions->hold();
+    }
     return *this;
 }
 

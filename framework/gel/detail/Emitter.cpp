@@ -9,6 +9,11 @@ namespace gel::detail {
 
 namespace {
 
+/// The source of a constant, never asked.
+class NoSource final : public DataSource {
+    Value lookup(std::string const&) const override { return {}; }
+};
+
 /// Whether what an operation leaves on the stack, where it jumps if it is a jump, is always a logical.
 constexpr bool yieldsLogical(Operation operation) noexcept
 {
@@ -119,7 +124,7 @@ void Emitter::fold(Start const& start)
     if (m_reads != start.reads || m_code.size() <= start.code + 1)
         return;
     Routine const written{m_code, m_constants.data(), m_patterns.data(), {}, m_deepest, false};
-    Value value = evaluateConstant(written, start.code);
+    Value value = evaluate(written, start.code, NoSource());
     m_code.resize(start.code);
     m_constants.resize(start.constants);
     for (; m_textCount > start.texts; --m_textCount)

@@ -58,7 +58,7 @@ Operand negate(Operand const& operand) noexcept
     return operand.isNumeric() ? Operand::computed(-operand.numeric(), false) : Operand::undefined();
 }
 
-Value run(Routine const& routine, std::size_t begin, DataSource const* source)
+Value run(Routine const& routine, std::size_t begin, DataSource const& source)
 {
     Frame frame(routine);
     Operand* top = frame.bottom();
@@ -76,7 +76,7 @@ Value run(Routine const& routine, std::size_t begin, DataSource const* source)
         case Operation::Constant: *++top = routine.constants[now.index]; break;
         case Operation::Read: {
             std::string const& symbol = routine.symbols[now.index];
-            *++top = now.small == 0 ? frame.fetch(now.index, symbol, *source) : frame.read(now.index, symbol, *source);
+            *++top = now.small == 0 ? frame.fetch(now.index, symbol, source) : frame.read(now.index, symbol, source);
             break;
         }
         case Operation::Not: *top = Operand(!top->truth()); break;
@@ -137,12 +137,12 @@ Value run(Routine const& routine, std::size_t begin, DataSource const* source)
 
 Value evaluate(Instructions const& program, DataSource const& source)
 {
-    return run(program.routine(), 0, &source);
+    return run(program.routine(), 0, source);
 }
 
-Value evaluateConstant(Routine const& routine, std::size_t begin)
+Value evaluate(Routine const& routine, std::size_t begin, DataSource const& source)
 {
-    return run(routine, begin, nullptr);
+    return run(routine, begin, source);
 }
 
 }   // namespace gel::detail

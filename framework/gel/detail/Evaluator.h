@@ -14,7 +14,7 @@ namespace gel::detail {
 /// there are more than 16 symbols or 24 operands on the stack.
 Value evaluate(Instructions const& program, DataSource const& source);
 
-/// The value of the instructions from `begin` on, none of which reads a symbol.
-Value evaluateConstant(Routine const& routine, std::size_t begin);
+/// The value of the instructions from `begin` on.
+Value evaluate(Routine const& routine, std::size_t begin, DataSource const& source);
 
 }   // namespace gel::detail

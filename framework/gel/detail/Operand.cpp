@@ -9,7 +9,7 @@ Operand::Operand(std::string&& text, Temporaries& temporaries) : Operand(TEMPORA
 
 Value Operand::releaseText() const
 {
-    return temporary() ? Value(std::move(*m_temporary)) : Value(std::string(text()));
+    return m_sizeAndKind == TEMPORARY ? Value(std::move(*m_temporary)) : Value(std::string(text()));
 }
 
 Spelling::Spelling(Operand const& operand) noexcept

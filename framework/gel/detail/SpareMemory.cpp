@@ -8,7 +8,7 @@ namespace gel::detail {
 
 namespace {
 
-constexpr std::size_t MOST_BYTES = 256 * 1024;   // what is larger, or one too many, is not kept
+constexpr std::size_t MOST_BYTES = 262'144;   // what is larger, or one too many, is not kept
 constexpr std::size_t MOST_SPARES = 4;
 
 }   // namespace
