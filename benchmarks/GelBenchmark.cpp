@@ -121,7 +121,7 @@ bool e3(ByName const& by)
            by.logical("dbg.active");
 }
 
-/// An expression and its value. In the pattern, four digits stand for `%04d`.
+/// An expression and its value. In the pattern, five digits stand for `%05d`.
 template <class Result>
 struct Expression {
     char const* id;
@@ -161,7 +161,7 @@ template <class Result>
 Task compile(Expression<Result> const& expression)
 {
     std::vector<std::string> texts;
-    for (int number = 0; number < 5'000; ++number) {
+    for (int number = 0; number < 20'000; ++number) {
         char text[256];
         std::snprintf(text, sizeof text, expression.pattern, number);
         texts.emplace_back(text);
@@ -194,16 +194,16 @@ void add(std::vector<Workload>& list, Expression<Result> const& expression)
 
 void addLanguage(std::vector<Workload>& list)
 {
-    add<e1, double>(list, {"E1", "(a + b) * c - d / 2", "(a + b) * c - d / 2.%04d", 7});
+    add<e1, double>(list, {"E1", "(a + b) * c - d / 2", "(a + b) * c - d / 2.%05d", 7});
     add<e2, bool>(list, {"E2", "(mode == 'edit' && !readonly) || count > 3",
-                         "(mode == 'edit' && !readonly) || count > 3%04d", false});
+                         "(mode == 'edit' && !readonly) || count > 3%05d", false});
     add<e3, bool>(list,
                   {"E3",
                    "(ed.focus && !ed.readonly && ws.open) || (sel.count > 0 && sel.kind == 'node' && !sel.locked) || "
                    "(view.zoom > 1.5 && view.mode == 'edit') || (job.running && !job.paused && user.admin) || "
                    "dbg.active",
                    "(ed.focus && !ed.readonly && ws.open) || (sel.count > 0 && sel.kind == 'node' && !sel.locked) || "
-                   "(view.zoom > 1.5%04d && view.mode == 'edit') || (job.running && !job.paused && user.admin) || "
+                   "(view.zoom > 1.5%05d && view.mode == 'edit') || (job.running && !job.paused && user.admin) || "
                    "dbg.active",
                    true});
 }

@@ -231,13 +231,13 @@ Operation repoint(std::size_t size)
     return [=] { world->root->setPropertyValue("child", targets[static_cast<std::size_t>(++world->value % 2)]); };
 }
 
-/// A context leaves the mirror and comes back.
-Operation removeAndAddMirrored(std::size_t size)
+/// A context leaves the mirror, and comes back the next time.
+Operation removeMirrored(std::size_t size)
 {
     auto const world = std::make_shared<Mirrored>(size);
     return [=] {
-        world->root->setPropertyValue("property27", PropertyValue());
-        world->root->setPropertyValue("property27", world->contexts[27]);
+        bool const leaves = ++world->value % 2 == 1;
+        world->root->setPropertyValue("property27", leaves ? PropertyValue() : PropertyValue(world->contexts[27]));
     };
 }
 
@@ -246,7 +246,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(Growth{"WriteWithExpressionsElsewhere", writeElsewhere},
                     Growth{"WriteAmongExpressions", writeOneOfMany}, Growth{"ExpressionAmongOthers", acquireAndRelease},
                     Growth{"HandleAmongOthers", acquireAndReleaseHandle}, Growth{"ReferenceAmongOtherSymbols", repoint},
-                    Growth{"ChangeInAMirror", changeMirrored}, Growth{"ReferenceInAMirror", removeAndAddMirrored}),
+                    Growth{"ChangeInAMirror", changeMirrored}, Growth{"ReferenceThatLeavesAMirror", removeMirrored}),
     [](auto const& info) { return info.param.name; });
 
 }   // namespace
