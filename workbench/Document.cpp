@@ -53,7 +53,8 @@ public:
 private:
     Operation operation(Node const& node)
     {
-        Word const& word = wordOf(node.item(0));
+        Node const name = node.item(0);   // named, for gcc 14 takes the word for a part of it
+        Word const& word = wordOf(name);
         if (node.size() != word.length)
             node.fail("\"" + std::string(word.spelling) + "\" takes " + std::to_string(word.length - 1) +
                       " arguments, not " + std::to_string(node.size() - 1));
