@@ -13,6 +13,15 @@ else()
     target_compile_definitions(studio_data_build INTERFACE STUDIO_DATA_STATIC)
 endif()
 
+# The shared library is optimised as a whole when it is linked: a write passes a dozen small functions of as many sources,
+# and costs a fifth less. The objects keep their own code too, for who links them.
+if(BUILD_SHARED_LIBS AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_BUILD_TYPE STREQUAL "Release"
+        AND NOT STUDIO_DATA_SANITIZE AND NOT STUDIO_DATA_COVERAGE)
+    set(STUDIO_DATA_WHOLE_PROGRAM -flto=auto -ffat-lto-objects)
+else()
+    set(STUDIO_DATA_WHOLE_PROGRAM)
+endif()
+
 # studio_data_layer(<name> [LINK <private libraries>] [PUBLIC_HEADERS ...] [PRIVATE_HEADERS ...] [SOURCES ...])
 #   Files are named from the current folder. Public headers are installed, private ones only checked.
 function(studio_data_layer name)
@@ -35,6 +44,7 @@ function(studio_data_layer name)
         add_library(studio_data_${name} OBJECT ${layer_SOURCES})
         set_target_properties(studio_data_${name} PROPERTIES
             POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+        target_compile_options(studio_data_${name} PRIVATE ${STUDIO_DATA_WHOLE_PROGRAM})
         target_link_libraries(studio_data_${name} PRIVATE studio_data_build ${layer_LINK})
         set_property(GLOBAL APPEND PROPERTY studio_data_LAYERS studio_data_${name})
     endif()
@@ -70,7 +80,8 @@ macro(studio_data_library)
         VERIFY_INTERFACE_HEADER_SETS ${PROJECT_IS_TOP_LEVEL})
     if(BUILD_SHARED_LIBS)
         set(_exports "${PROJECT_SOURCE_DIR}/cmake/studio_data.map")
-        target_link_options(studio_data PRIVATE "LINKER:--version-script=${_exports}" LINKER:-Bsymbolic-functions)
+        target_link_options(studio_data PRIVATE "LINKER:--version-script=${_exports}" LINKER:-Bsymbolic-functions
+            ${STUDIO_DATA_WHOLE_PROGRAM})
         # A sanitized library takes its runtime from the program that loads it.
         if(NOT STUDIO_DATA_SANITIZE)
             target_link_options(studio_data PRIVATE "LINKER:--no-undefined")

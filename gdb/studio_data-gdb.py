@@ -150,10 +150,12 @@ def contents(element):
     names = [text_of(name) for name in children_of(member(element, "activeContexts", "m_values"))]
     if names:
         yield "active contexts", ", ".join(name or "<unreadable>" for name in names)
-    for child in children_of(member(element, "properties", "m_elements")):
+    properties = []   # the map sorts them only when somebody walks
+    for child in children_of(member(element, "properties", "m_elements", "m_list")):
         impl = member(child, "m_impl")
         if impl is not None:
-            yield from named_value(most_derived(impl))
+            properties.extend(named_value(most_derived(impl)))
+    yield from sorted(properties)
 
 
 def named_value(property_):
@@ -204,12 +206,12 @@ def provider(value):
 
 
 def expression_handle(value):
-    words = ["ExpressionHandle", text_of(member(value, "text"))]
+    words = ["ExpressionHandle"]
     expression = member(value, "expression")
     if expression is not None and int(expression) == 0:
         words.append("detached")
     elif member(expression, "value") is not None:
-        words += ["=", value_text(expression["value"])]
+        words += [text_of(member(expression, "text")), "=", value_text(expression["value"])]
     return Line(" ".join(word for word in words if word))
 
 

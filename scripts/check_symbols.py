@@ -5,8 +5,8 @@ Usage: check_symbols.py [--renew] LIBRARY [ROOT]. Prints a line for each name th
 one. With --renew it writes the list instead.
 
 A name is demangled, without address and version. Not listed is what a compiler makes wherever it is used, for
-compilers differ in what they leave over: instances of templates, and what describes a class (its vtable, its type)
-without a function of its own in the library. All of it must still belong to one of the library's own namespaces, and
+compilers and linkers differ in what they leave over: instances of templates, and what describes a class (its vtable, its
+type), which a program makes anew where it lacks it. All of it must still belong to one of the library's own namespaces, and
 nothing that is exported may stand in a namespace called detail or in an unnamed one.
 """
 import os
@@ -37,9 +37,7 @@ def bare(name):
 
 def listed(exported):
     """The names among them that every compiler makes alike."""
-    own = {name for kind, name in exported if kind in "TBDR" and "<" not in bare(name) and not OF.match(name)}
-    homes = {bare(name).rpartition("::")[0] for name in own}
-    return own | {name for _, name in exported if OF.match(name) and bare(name) in homes}
+    return {name for kind, name in exported if kind in "TBDR" and "<" not in bare(name) and not OF.match(name)}
 
 
 def check(exported, kept):

@@ -157,10 +157,8 @@ void ContextProvider::addProperty(std::string const& name, PropertyValue const& 
     if (!element || findProperty(name))
         return;
     inTransaction([&] {
-        Property const property = Property::create(sharedModel(), boost::uuids::uuid{});
-        property->setName(name);
-        property->setValue(value);
-        element->getPropertiesMutable().add(property);
+        element->getPropertiesMutable().add(
+            Property::Impl::createWith(sharedModel(), boost::uuids::uuid{}, name, value));
     });
 }
 

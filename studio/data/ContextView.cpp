@@ -6,6 +6,7 @@
 #include "studio/data/detail/ViewChange.h"
 #include "studio/data/detail/ViewGraph.h"
 #include "studio/data/detail/ViewLife.h"
+#include "studio/data/detail/ViewMirrors.h"
 
 #include <iterator>
 #include <vector>
@@ -59,6 +60,7 @@ void walk(ContextData const& clone, Enter const& enter)
 ContextView::ContextView(tarn::zero::Model const& given)
     : model{given ? given : tarn::zero::Model::create(tarn::zero::ModelSpec{})},
       graph{std::make_unique<detail::ViewGraph>()},
+      mirrors{std::make_unique<detail::ViewMirrors>()},
       recordOrder{std::make_unique<RecordList>()},
       life{std::make_shared<ContextHandleImpl::Life>(ContextHandleImpl::Life{this})}
 {
@@ -238,6 +240,7 @@ void ContextView::discardOrphans()
     for (Id const& id : orphans)
         clones.push_back(getData(id));
     Change change{*this};
+    ++cloneChanges;
     for (ContextData const& clone : clones)
         if (clone)
             clone->destroy();
@@ -259,6 +262,7 @@ ContextData* ContextView::liveData(Id const& id)
     if (found->second)
         return &found->second;
     data.erase(found);
+    ++cloneChanges;
     graph->leave(id);
     return nullptr;
 }
@@ -266,6 +270,7 @@ ContextData* ContextView::liveData(Id const& id)
 void ContextView::enter(Id const& id, ContextData const& clone)
 {
     data.emplace(id, clone);
+    ++cloneChanges;
     enterGraph(id, clone);
 }
 
@@ -283,6 +288,7 @@ void ContextView::refresh()
     if (!stale)
         return;
     graph->clear();
+    ++cloneChanges;
     for (auto entry = data.begin(); entry != data.end();)
         entry = entry->second ? std::next(entry) : data.erase(entry);
     for (auto const& [id, clone] : data)

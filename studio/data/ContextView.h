@@ -12,6 +12,7 @@
 #include <boost/core/noncopyable.hpp>
 #include <boost/uuid/uuid.hpp>
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <unordered_map>
@@ -24,7 +25,8 @@ class Invariants;   // of the tests: may look at everything
 class RecordList;
 namespace detail {
 class ViewGraph;
-}
+class ViewMirrors;
+}   // namespace detail
 
 /// Mirrors contexts into a model of its own, for holders that only read.
 ///
@@ -114,6 +116,8 @@ public:
     // Reports of the shared model. *Cost*: a look-up for each change; a transaction of the view's model only if one of
     // them concerns a clone. A changed number or logical allocates nothing.
 
+    /// False for what is in no context that the view mirrors.
+    bool concerns(tarn::zero::ElementImpl const& element, std::uint64_t changed) const noexcept override;
     /// Brings changed values up to date, and follows references that came or went.
     void transactionCommitted(tarn::zero::ShallowChangeReport<Property> const& report);
     void transactionCommitted(tarn::zero::ShallowChangeReport<ContextData> const& report);
@@ -138,6 +142,7 @@ private:
     STUDIO_DATA_LOCAL void undoEmptyRecord(Id const& id) noexcept;
 
     STUDIO_DATA_LOCAL ContextData const* cloneOf(ContextData::Impl const& source);
+    STUDIO_DATA_LOCAL Property::Impl* copyFor(Property::Impl& source);
     STUDIO_DATA_LOCAL void followValue(PropertyValue const& value, Property::Impl& copy, Update& update);
     STUDIO_DATA_LOCAL void followActiveContexts(ContextData::Impl const& source, ContextData::Impl& clone,
                                                 Update& update);
@@ -153,6 +158,8 @@ private:
     std::unordered_map<Id, ContextData, IdHasher> data;
 
     std::unique_ptr<detail::ViewGraph> graph;   // over the keys of data
+    std::unique_ptr<detail::ViewMirrors> mirrors;
+    std::uint64_t cloneChanges = 0;   // of data, and of what clones consist of
     std::unique_ptr<RecordList> recordOrder;
     bool stale = false;   // the graph: a transaction was rolled back
     std::shared_ptr<ContextHandleImpl::Life> life;

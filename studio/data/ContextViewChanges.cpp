@@ -2,6 +2,7 @@
 #include "studio/data/ContextView.h"
 #include "studio/data/detail/ViewChange.h"
 #include "studio/data/detail/ViewGraph.h"
+#include "studio/data/detail/ViewMirrors.h"
 
 #include <algorithm>
 #include <optional>
@@ -72,18 +73,21 @@ Property::Impl* copyOf(Property::Impl const& source, ContextData::Impl const& cl
 
 }   // namespace
 
+bool ContextView::concerns(tarn::zero::ElementImpl const& changedElement, std::uint64_t) const noexcept
+{
+    auto const& element = static_cast<tarn::zero::ModelElement::Impl const&>(changedElement);
+    tarn::zero::ModelElement::Impl const* const owner =
+        tarn::zero::isInstance<Property>(element) ? element.containerImpl() : &element;
+    return owner && data.count(owner->identifier()) != 0;
+}
+
 void ContextView::transactionCommitted(tarn::zero::ShallowChangeReport<Property> const& report)
 {
     refresh();
     Update update{*this};
     for (tarn::zero::ReportEntry const entry : report.modified()) {
-        auto const& source = static_cast<Property::Impl const&>(*entry.element().get());
-        // A later transaction may have destroyed or taken out what this one modified.
-        ContextData::Impl const* const owner = source.isAlive() ? source.ownerImpl() : nullptr;
-        ContextData const* const clone = owner ? cloneOf(*owner) : nullptr;
-        if (!clone)
-            continue;
-        Property::Impl* const copy = copyOf(source, *clone->operator->());
+        auto& source = static_cast<Property::Impl&>(*entry.element().get());
+        Property::Impl* const copy = copyFor(source);
         if (copy && !(copy->getValue() == source.getValue()))
             followValue(source.getValue(), *copy, update);
     }
@@ -112,6 +116,25 @@ ContextData const* ContextView::cloneOf(ContextData::Impl const& source)
     if (!clone || !(ContextProvider::sharedModel()->findElement(source.identifier(), 1).get() == &source))
         return nullptr;
     return clone;
+}
+
+/// The property that mirrors `source`; null if there is none.
+Property::Impl* ContextView::copyFor(Property::Impl& source)
+{
+    // A later transaction may have destroyed or taken out what this one modified.
+    ContextData::Impl const* const owner = source.isAlive() ? source.ownerImpl() : nullptr;
+    if (!owner)
+        return nullptr;
+    tarn::zero::Model::Impl const& shared = *ContextProvider::sharedModel().get();
+    bool const isIdle = !shared.isInTransaction();   // else its structure says nothing
+    detail::ViewMirrors::Age const now{shared.structure(), cloneChanges};
+    if (Property::Impl* const copy = isIdle ? mirrors->find(source, now) : nullptr)
+        return copy;
+    ContextData const* const clone = cloneOf(*owner);
+    Property::Impl* const copy = clone ? copyOf(source, *clone->operator->()) : nullptr;
+    if (copy && isIdle)
+        mirrors->note(source, *copy, {shared.structure(), cloneChanges});
+    return copy;
 }
 
 void ContextView::followValue(PropertyValue const& value, Property::Impl& copy, Update& update)
@@ -167,6 +190,7 @@ void ContextView::followProperties(ContextData::Impl const& source, ContextData 
 void ContextView::add(Property const& source, ContextData const& clone, Update& update)
 {
     update.begin();
+    ++cloneChanges;
     Property const copy = source->cloneTo(model, true);
     clone->getPropertiesMutable().add(copy);
     if (copy->getValue().isUUID())
@@ -176,6 +200,7 @@ void ContextView::add(Property const& source, ContextData const& clone, Update& 
 void ContextView::remove(Property const& copy, Update& update)
 {
     update.begin();
+    ++cloneChanges;
     std::optional<Id> const old = uuidIn(copy->getValue());
     Id const owner = copy->ownerImpl()->identifier();
     copy->destroy();

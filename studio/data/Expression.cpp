@@ -30,7 +30,7 @@ private:
 };
 
 Expression::Expression(std::string const& expressionText, ExpressionEngine* owner)
-    : engine{owner}, text{expressionText}, number{owner->nextNumber()}, program{text}
+    : engine{owner}, program{expressionText}, number{owner->nextNumber()}, text{expressionText}
 {
     if (engine->rootProvider) {
         symbols.resize(program.symbolCount());
@@ -86,7 +86,7 @@ void Expression::detachHandles() noexcept
     for (ExpressionHandle*& handle : handles)
         if (ExpressionHandle* const present = std::exchange(handle, nullptr))
             present->expression = nullptr;
-    gaps = handles.size();
+    gaps = static_cast<std::uint32_t>(handles.size());
 }
 
 void Expression::retire() noexcept

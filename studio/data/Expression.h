@@ -49,10 +49,6 @@ public:
     void abandon() noexcept { retired = true; }
     bool isRetired() const noexcept { return retired; }
 
-    ExpressionEngine* const engine;
-    std::string const text;
-    PropertyValue value{false};
-
 private:
     friend class ExpressionEngine;
     friend class Invariants;
@@ -68,16 +64,30 @@ private:
     void notifyHandles();
     void closeGaps() noexcept;
 
-    std::uint64_t number;      // by acquisition
+    // In three cache lines, the last of which is touched only to tell the handles.
+    std::uint32_t pins = 0;
+    std::uint32_t passes = 0;   // walks over the handles that are under way
+
+public:
+    ExpressionEngine* const engine;
+
+private:
     std::uint64_t stamp = 0;   // the last report that touched it
     gel::Program program;
     // By their numbers in the program; none if there is no root.
-    boost::container::small_vector<detail::ExpressionSymbol*, 2> symbols;
-    boost::container::small_vector<ExpressionHandle*, 1> handles;   // by acquisition; null where one was released
-    std::size_t gaps = 0;
-    std::uint32_t pins = 0;
-    std::uint32_t passes = 0;   // walks over the handles that are under way
+    boost::container::small_vector<detail::ExpressionSymbol*, 1> symbols;
+
+public:
+    PropertyValue value{false};
+
+private:
+    std::uint64_t number;   // by acquisition
+    std::uint32_t gaps = 0;
     bool retired = false;
+    boost::container::small_vector<ExpressionHandle*, 1> handles;   // by acquisition; null where one was released
+
+public:
+    std::string const text;
 };
 
 }   // namespace studio::data

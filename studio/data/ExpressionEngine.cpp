@@ -98,7 +98,7 @@ std::vector<ExpressionEngine::Leaf> ExpressionEngine::findLeaves(boost::uuids::u
     std::vector<Leaf> found;
     if (detail::ExpressionPlace const* const place = tables->leaves.find(id, name))
         for (detail::ExpressionPlace::Leaf const& leaf : place->leaves)
-            found.push_back({leaf.symbol->text, leaf.symbol->leaves[leaf.at].offset});
+            found.push_back({leaf.symbol->text, leaf.offset});
     return found;
 }
 

@@ -99,6 +99,10 @@ public:
     /// Unbinds whatever a symbol holds from `offset` on, wherever its references lead by now. *Throws* as above.
     void releaseLeaf(std::string_view symbol, unsigned long offset);
 
+    // Changes. The model calls these.
+
+    /// False for a value that no symbol goes through.
+    bool concerns(tarn::zero::ElementImpl const& element, std::uint64_t changed) const noexcept override;
     /// Finds the paths that a committed transaction touched, evaluates each of their expressions once, and calls
     /// handles.
     void transactionCommitted(tarn::zero::DeepChangeReport<Property> const& report);

@@ -10,6 +10,15 @@
 
 namespace studio::data {
 
+bool ExpressionEngine::concerns(tarn::zero::ElementImpl const& changedElement, std::uint64_t changed) const noexcept
+{
+    auto const& element = static_cast<tarn::zero::ModelElement::Impl const&>(changedElement);
+    if (changed != std::uint64_t{1} << Property::Impl::VALUE || !tarn::zero::isInstance<Property>(element))
+        return true;
+    detail::ExpressionLeaves::Way const way = tables->leaves.from(static_cast<Property::Impl const&>(element));
+    return way.place || !way.isCertain || tables->leaves.isInDoubt();
+}
+
 void ExpressionEngine::transactionCommitted(tarn::zero::DeepChangeReport<Property> const& report)
 {
     process(report.report());
@@ -86,7 +95,7 @@ void ExpressionEngine::touchProperty(Property::Impl& property, tarn::zero::Repor
     }
     if (place)
         for (detail::ExpressionPlace::Leaf const& leaf : place->leaves)
-            touch(*leaf.symbol, leaf.symbol->leaves[leaf.at].offset, true, batch);
+            touch(*leaf.symbol, leaf.offset, true, batch);
 }
 
 void ExpressionEngine::touchContext(boost::uuids::uuid const& id, Batch& batch)
@@ -98,7 +107,7 @@ void ExpressionEngine::touchContext(boost::uuids::uuid const& id, Batch& batch)
     bool const exists = static_cast<bool>(ContextProvider::sharedModel()->findElement(id, 1));
     for (detail::ExpressionPlace const& place : context->places)
         for (detail::ExpressionPlace::Leaf const& leaf : place.leaves)
-            touch(*leaf.symbol, leaf.symbol->leaves[leaf.at].offset, exists, batch);
+            touch(*leaf.symbol, leaf.offset, exists, batch);
 }
 
 void ExpressionEngine::touch(Symbol& symbol, unsigned long offset, bool keepsLeaf, Batch& batch)

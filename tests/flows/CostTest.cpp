@@ -146,7 +146,7 @@ INSTANTIATE_TEST_SUITE_P(Cost, SteadyStream,
                          testing::Values(Steady{"OfWritesThatNobodyHears", writeUnheard},
                                          Steady{"OfWritesWithOneExpression", [] { return writeHeard(1); }},
                                          Steady{"OfWritesWithManyExpressions", [] { return writeHeard(1000); }},
-                                         Steady{"OfTransactionsOfManyWrites", [] { return writeAll(16); }},
+                                         Steady{"OfTransactionsOfManyWrites", [] { return writeAll(1000); }},
                                          Steady{"OfChangesInAMirror", [] { return changeMirrored(100); }}),
                          [](auto const& info) { return info.param.name; });
 

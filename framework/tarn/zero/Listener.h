@@ -1,6 +1,9 @@
 #pragma once
 
 #include "foundation/Export.h"
+#include "tarn/zero/Fwd.h"
+
+#include <cstdint>
 
 namespace tarn::zero {
 
@@ -19,6 +22,11 @@ public:
     Listener(Listener const&) = delete;
     Listener& operator=(Listener const&) = delete;
     virtual ~Listener();
+
+    /// Asked before the report of a commit is made that did no more than modify one element, and not what leads where:
+    /// false if that report would say nothing to this listener. It is not made if it says nothing to any of them.
+    /// `element` is a `ModelElement::Impl`, `changed` has a bit for each property that was touched, by meta index.
+    virtual bool concerns(ElementImpl const& element, std::uint64_t changed) const noexcept;
 
     /// It receives no more reports.
     virtual void listenerRemoved() {}

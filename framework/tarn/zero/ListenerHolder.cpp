@@ -6,6 +6,11 @@ namespace tarn::zero {
 
 Listener::~Listener() = default;
 
+bool Listener::concerns(ElementImpl const&, std::uint64_t) const noexcept
+{
+    return true;
+}
+
 ListenerHolderBase::ListenerHolderBase(Listener* listener, bool, bool, bool, bool deep, bool, bool, bool) noexcept
     : m_listener{listener}, m_deep{deep}
 {}

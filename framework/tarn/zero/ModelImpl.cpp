@@ -111,14 +111,15 @@ std::shared_ptr<ReportData> Model::Impl::seal(std::uint64_t serial)
         journal.mergeIntoOuter();
         return nullptr;
     }
-    if (m_listeners->empty()) {
+    ModelElement::Impl::Storage const* const only = m_delivery->isIdle() ? journal.onlyChange() : nullptr;
+    if (m_listeners->empty() || (only && !m_listeners->isConcerned(*only->element().get(), only->changedBits()))) {
         journal.seal();
         return nullptr;
     }
     std::shared_ptr<ReportData> report = takeReport();
-    journal.makeRoom(report->m_storages, report->m_oneOfEach);
+    journal.makeRoom(report->m_storages, report->m_classes);
     journal.revertUnchanged();
-    journal.seal(report->m_storages, report->m_oneOfEach);
+    journal.seal(report->m_storages, report->m_classes);
     report->m_structure = journal.structure();
     return report;
 }
@@ -156,7 +157,7 @@ void Model::Impl::giveReport(std::shared_ptr<ReportData> report) noexcept
     if (report.use_count() != 1)
         return m_journal->lose(report->m_storages);   // somebody keeps it
     report->m_byElement.clear();
-    report->m_oneOfEach.clear();
+    report->m_classes.clear();
     m_journal->recycle(report->m_storages);
     if (m_spareReports.size() < m_spareReports.capacity())
         m_spareReports.push_back(std::move(report));

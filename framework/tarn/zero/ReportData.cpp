@@ -25,13 +25,6 @@ bool ReportData::containsElementChanges(meta::Class const& type) const noexcept
     return containsElementChanges(type.get());
 }
 
-bool ReportData::containsElementChanges(ModelElement::Impl const* type) const noexcept
-{
-    return std::any_of(m_oneOfEach.begin(), m_oneOfEach.end(), [&](Storage const* storage) {
-        return Impl::conforms(storage->element()->classPointer(), type);
-    });
-}
-
 Value ReportData::getOldValue(ModelElement const& element, meta::Property const& property) const
 {
     Storage const* const storage = element.get() ? storageOf(*element.get()) : nullptr;

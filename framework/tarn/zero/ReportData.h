@@ -29,7 +29,13 @@ public:
 
     /// True if an element of that class (or one derived from it) is in one of the lists.
     bool containsElementChanges(meta::Class const& type) const noexcept;
-    bool containsElementChanges(ModelElement::Impl const* type) const noexcept;
+    bool containsElementChanges(ModelElement::Impl const* type) const noexcept
+    {
+        for (Impl const* const present : m_classes)
+            if (Impl::conforms(present, type))
+                return true;
+        return false;
+    }
 
     /// The value of `property` before the transaction; an empty value of its type if the property did not change or the
     /// element is not in the report. Throws nothing but `std::bad_alloc`.
@@ -52,8 +58,8 @@ public:
 private:
     friend class Model::Impl;
 
-    std::vector<Storage*> m_storages;          // owned, in order of first touch
-    std::vector<Storage const*> m_oneOfEach;   // of these, the first of each class
+    std::vector<Storage*> m_storages;     // owned, in order of first touch
+    std::vector<Impl const*> m_classes;   // of the elements, each once
     std::uint64_t m_structure = 0;
     mutable std::unordered_map<Impl const*, Storage const*> m_byElement;   // made when a long report is first asked
 };

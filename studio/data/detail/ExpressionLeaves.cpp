@@ -144,7 +144,8 @@ void ExpressionLeaves::add(ExpressionSymbol& symbol, unsigned long offset, Place
     try {
         own.push_back({&place, offset, place.leaves.size()});
         try {
-            place.leaves.push_back({&symbol, own.size() - 1});
+            place.leaves.push_back(
+                {&symbol, static_cast<std::uint32_t>(own.size() - 1), static_cast<std::uint32_t>(offset)});
         } catch (...) {
             own.pop_back();
             throw;
@@ -203,7 +204,7 @@ void ExpressionLeaves::remove(ExpressionSymbol::Leaf const& leaf) noexcept
         return dropIfEmpty(place);
     // The name may be a view into the symbol that leaves: make it one into a symbol that stays.
     Place::Leaf const& other = place.leaves.front();
-    place.name = other.symbol->componentAt(other.symbol->leaves[other.at].offset);
+    place.name = other.symbol->componentAt(other.offset);
 }
 
 void ExpressionLeaves::dropIfEmpty(Place& place) noexcept

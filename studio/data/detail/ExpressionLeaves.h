@@ -40,7 +40,8 @@ struct ExpressionContext {
 struct ExpressionPlace : PropertyWatch, PlaceHook<OfContext>, PlaceHook<Unpinned> {
     struct Leaf {
         ExpressionSymbol* symbol;
-        std::size_t at;   // among the leaves of the symbol
+        std::uint32_t at;       // among the leaves of the symbol
+        std::uint32_t offset;   // as there
     };
 
     using PropertyWatch::PropertyWatch;
@@ -91,7 +92,7 @@ public:
                 remove(leaf);
                 continue;
             }
-            leaf.place->leaves[leaf.at].at = kept;
+            leaf.place->leaves[leaf.at].at = static_cast<std::uint32_t>(kept);
             symbol.leaves[kept++] = leaf;
         }
         symbol.leaves.resize(kept);
@@ -108,6 +109,8 @@ public:
     Way from(Property::Impl const& property) const noexcept;
     /// A report of this property was looked up: `place`, which may be null, is what it should lead to from now on.
     void repin(Property::Impl& property, Place* place, bool isSettled) noexcept;
+    /// True if `settle` has something to do.
+    bool isInDoubt() const noexcept { return !unpinned.empty(); }
     /// Pins what can be pinned now.
     void settle() noexcept
     {

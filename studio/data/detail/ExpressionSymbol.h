@@ -18,7 +18,8 @@ namespace detail {
 
 struct ExpressionPlace;
 
-/// One symbol of an engine: who reads it, which properties its path goes through, and where it ends.
+/// One symbol of an engine: who reads it, which properties its path goes through, and where it ends. What a report and
+/// an evaluation touch comes first, in two cache lines: in a large system it is nearly always far away.
 struct ExpressionSymbol {
     explicit ExpressionSymbol(std::string_view name) : text{name} {}
 
@@ -47,6 +48,7 @@ struct ExpressionSymbol {
     boost::container::small_vector<Expression*, 1> readers;   // that are whole and not retired
     std::uint64_t stamp = 0;                                  // the last report that touched it
     Cut cut{};                                                // where that report cuts the path
+    bool provisional = false;   // bound inside a transaction: the leaves may be of paths that never were
 
     // What an evaluation reads: good for as long as the model's structure is the one that it was found in.
     Property::Impl const* end = nullptr;
@@ -54,8 +56,7 @@ struct ExpressionSymbol {
 
     std::string const text;
     boost::container::small_vector<Leaf, 1> leaves;   // in the order of the path, unless provisional
-    bool provisional = false;   // bound inside a transaction: the leaves may be of paths that never were
-    std::unordered_set<std::string> expressions;   // the texts that name it
+    std::unordered_set<std::string> expressions;      // the texts that name it
 };
 
 }   // namespace detail

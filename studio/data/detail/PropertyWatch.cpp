@@ -5,8 +5,10 @@ namespace studio::data {
 // Here, because the element knows its notes only by name.
 Property::Impl::~Impl()
 {
-    while (watches)
-        watches->unpin();
+    while (PropertyWatch* const watch = watches) {
+        watch->unpin();
+        watch->propertyGone();
+    }
 }
 
 }   // namespace studio::data

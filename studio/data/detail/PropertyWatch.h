@@ -13,7 +13,7 @@ public:
     explicit PropertyWatch(void const* owner) noexcept : watcher{owner} {}
     PropertyWatch(PropertyWatch const&) = delete;
     PropertyWatch& operator=(PropertyWatch const&) = delete;
-    ~PropertyWatch() { unpin(); }
+    virtual ~PropertyWatch() { unpin(); }
 
     /// What it is pinned to; null if to nothing.
     Property::Impl* property() const noexcept { return pinnedTo; }
@@ -34,6 +34,9 @@ public:
         *link = next;
         pinnedTo = nullptr;
     }
+
+    /// The property went for good, and the note was taken off it.
+    virtual void propertyGone() noexcept {}
 
     /// What a search for a note found.
     struct Found {

@@ -2,10 +2,10 @@
 
 #include "tarn/zero/services/Hashers.h"
 
+#include <boost/unordered/unordered_flat_map.hpp>
 #include <boost/uuid/uuid.hpp>
 
 #include <memory>
-#include <unordered_map>
 
 namespace studio::data {
 
@@ -34,8 +34,8 @@ public:
 private:
     friend class studio::data::Invariants;
 
-    std::unordered_map<boost::uuids::uuid, ContextProvider*,
-                       tarn::zero::services::hashers::TARN0Hasher<boost::uuids::uuid>>
+    boost::unordered_flat_map<boost::uuids::uuid, ContextProvider*,
+                              tarn::zero::services::hashers::TARN0Hasher<boost::uuids::uuid>>
         providers;
 };
 

@@ -85,16 +85,9 @@ ContextData ContextData::Impl::cloneTo(tarn::zero::Model const& model, bool clon
     tarn::zero::Transaction transaction = model->beginTransaction(false);
     ContextData const clone = ContextData::create(model, cloneUUID ? identifier() : boost::uuids::uuid{});
     Properties& copies = clone->properties;
-    for (Property const& source : getProperties()) {
-        Property const copy = source->cloneTo(model, cloneUUID);
-        if (!copy)
-            continue;
-        copies.checkCompatibleModel(copy.get());
-        tarn::zero::AbstractOwnedCollection::Operation operation{copies};
-        copies.inverseAdd(copy);   // refuses a second element under one name
-        clone->_setContainedByThis(copy.get(), PROPERTIES);
-        operation.commit();
-    }
+    copies.reserve(getProperties().size());
+    for (Property const& source : getProperties())
+        copies.add(source->cloneTo(model, cloneUUID));   // refuses a second element under one name
     for (Property const& source : properties.proxies()) {
         Property const copy = Property::create(model, source.Uuid());
         copy->convertToProxy(propertyAt(PROPERTIES), source->getProxyId(), clone);

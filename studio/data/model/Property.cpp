@@ -48,6 +48,16 @@ tarn::zero::meta::Property Property::Impl::propertyAt(unsigned long index)
     return MetaPackageStudio_data::propertyProperty(index);
 }
 
+Property Property::Impl::createWith(tarn::zero::Model const& model, boost::uuids::uuid const& uuid,
+                                    std::string const& name, PropertyValue const& value)
+{
+    Property const property{new Impl{model, uuid}};
+    property->name = name;
+    property->value = value;
+    enter(property);
+    return property;
+}
+
 ContextData Property::Impl::getOwner() const noexcept
 {
     return ContextData{ownerImpl()};
@@ -117,10 +127,7 @@ void Property::Impl::basicSetOwner(ContextData const& newOwner) noexcept
 
 Property Property::Impl::cloneTo(tarn::zero::Model const& model, bool cloneUUID) const
 {
-    Property const clone = Property::create(model, cloneUUID ? identifier() : boost::uuids::uuid{});
-    clone->setName(name);
-    clone->setValue(value);
-    return clone;
+    return createWith(model, cloneUUID ? identifier() : boost::uuids::uuid{}, name, value);
 }
 
 Property::Builder::Builder() : BuilderBase{Impl::OWNER} {}

@@ -32,6 +32,11 @@ public:
 
     using ElementImplOf::ElementImplOf;
 
+    /// A property of `model` with a name and a value from the start; a nil UUID asks for a fresh one. All of it or,
+    /// throwing, nothing.
+    static Property createWith(tarn::zero::Model const& model, boost::uuids::uuid const& uuid, std::string const& name,
+                               PropertyValue const& value);
+
     static constexpr auto features()
     {
         using namespace tarn::zero;

@@ -79,6 +79,8 @@ public:
             m_memories.newest->inserting(typed);
         this->m_elements.insert(typed);
     }
+    /// Room for that many elements in all.
+    void reserve(std::size_t count) { this->m_elements.reserve(count); }
     /// Adds without notification what resolving a placeholder brought.
     void resolveAdd(E const& element) { basicAdd(element); }
 
@@ -97,8 +99,10 @@ public:
     }
     void basicClear() override
     {
-        for (E const& element : std::vector<E>(this->begin(), this->end()))
-            basicRemove(element);
+        if (m_memories.newest)
+            m_memories.newest->clearing(this->m_elements);
+        else
+            this->m_elements.clear();
         this->clearProxies();
     }
     void basicCopyValues(ReferenceCollection const& source) override

@@ -55,7 +55,13 @@ public:
         return place == Index::NOWHERE ? nullptr : &m_list[place];
     }
 
-    /// Room for one more than now, growing geometrically. *Throws* `std::bad_alloc` and changes nothing.
+    /// Room for that many in all. *Throws* `std::bad_alloc` and changes nothing.
+    void reserve(std::size_t count)
+    {
+        m_list.reserve(count);
+        m_index.reserve(count);
+    }
+    /// The same for one more than now, growing geometrically.
     void reserveOne()
     {
         if (m_list.size() == m_list.capacity())

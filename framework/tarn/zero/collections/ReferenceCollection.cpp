@@ -30,13 +30,21 @@ void ReferenceCollection::addElement(ModelElement const& element)
     if (m_composite)
         element->checkCircularContainment(owner());
 
-    Operation operation{*this};
-    if (m_composite)
+    // One step needs no savepoint inside an open transaction: it fails before it has changed anything.
+    bool const isOneStep = !m_composite || element->isTopLevel();
+    boost::optional<Operation> whole;
+    if (!isOneStep || !ownerImpl()->isInTransaction())
+        whole.emplace(*this);
+    if (!isOneStep)
         element->makeUncontained();
-    inverseAdd(element);
+    modifying(OCDChangeDescriptor{OCDChangeDescriptor::Kind::Add});
     if (m_composite)
-        ownerImpl()->_setContainedByThis(element.get(), featureIndex());
-    operation.commit();
+        element->recordContainer();
+    basicAdd(element);
+    if (m_composite)
+        element->basicSetContainer(ownerImpl(), featureIndex());
+    if (whole)
+        whole->commit();
 }
 
 bool ReferenceCollection::removeElement(ModelElement const& element)

@@ -14,6 +14,9 @@ public:
     /// the first exception that a listener threw at it.
     void deliver(std::shared_ptr<ReportData> const& report, ListenerList::Snapshot const& holders);
 
+    /// True if no report is under way.
+    bool isIdle() const noexcept { return m_oldest == nullptr; }
+
 private:
     friend class tarn::zero::Invariants;
 

@@ -33,6 +33,8 @@ ModelElement::Impl* ElementTable::insert(Impl& element)
     std::uint32_t const place = placeOf(element.identifier());
     if (place == Index::NOWHERE) {
         m_index.reserve(m_indexed.size() + 1);
+        if (m_indexed.size() == m_indexed.capacity())
+            m_indexed.reserve(m_indexed.size() + m_indexed.size() / 4 + 16);
         m_indexed.push_back(&element);
         m_index.insert(hashOf(element.identifier()), static_cast<std::uint32_t>(m_indexed.size() - 1));
         element.m_indexed = true;

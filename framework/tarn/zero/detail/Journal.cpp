@@ -111,12 +111,20 @@ void Journal::revertUnchanged()
             storage->revertUnchanged(storage->m_element);
 }
 
-void Journal::makeRoom(Storages& changes, std::vector<Storage const*>& oneOfEach) const
+ModelElement::Impl::Storage const* Journal::onlyChange() const noexcept
+{
+    if (m_touched.size() != 1 || m_restructurings != 0)
+        return nullptr;
+    Storage const* const only = m_touched.front();
+    return only->m_created || only->m_destroyed || only->m_madeProxy ? nullptr : only;
+}
+
+void Journal::makeRoom(Storages& changes, std::vector<Impl const*>& classes) const
 {
     if (changes.capacity() < m_touched.size())
         changes.reserve(m_touched.size());
-    if (oneOfEach.capacity() < m_pools.size())
-        oneOfEach.reserve(m_pools.size());
+    if (classes.capacity() < m_pools.size())
+        classes.reserve(m_pools.size());
 }
 
 /// Ends the outermost level; `keep` says whether it takes a storage that still counts.
@@ -138,13 +146,13 @@ void Journal::sealEach(Keep const& keep) noexcept
     m_structure += std::exchange(m_restructurings, 0);
 }
 
-void Journal::seal(Storages& changes, std::vector<Storage const*>& oneOfEach) noexcept
+void Journal::seal(Storages& changes, std::vector<Impl const*>& classes) noexcept
 {
     std::uint64_t const report = m_levels.back().serial;
     sealEach([&](Storage& storage) {
         changes.push_back(&storage);
         if (std::exchange(storage.m_pool->lastReport, report) != report)
-            oneOfEach.push_back(&storage);
+            classes.push_back(storage.m_element->classPointer());
         return true;
     });
 }

@@ -46,11 +46,14 @@ public:
     void mergeIntoOuter() noexcept;
     /// Clears what ended up as it was. For the outermost level; may throw.
     void revertUnchanged();
+    /// What the outermost level did, if that was no more than to modify one element, and not what leads where; else
+    /// null.
+    Storage const* onlyChange() const noexcept;
     /// Room for all that `seal` may move.
-    void makeRoom(Storages& changes, std::vector<Storage const*>& oneOfEach) const;
+    void makeRoom(Storages& changes, std::vector<Impl const*>& classes) const;
     /// Makes the outermost level's changes final and moves the storages that still count into `changes`, which is empty
-    /// like `oneOfEach` and has room; the latter gets the first of each class.
-    void seal(Storages& changes, std::vector<Storage const*>& oneOfEach) noexcept;
+    /// like `classes` and has room; the latter gets the class of each of them, once.
+    void seal(Storages& changes, std::vector<Impl const*>& classes) noexcept;
     /// The same when there is nobody to tell.
     void seal() noexcept;
     /// Restores the state at the beginning of the innermost level, and ends it.

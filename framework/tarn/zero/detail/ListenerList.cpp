@@ -2,6 +2,16 @@
 
 namespace tarn::zero::detail {
 
+bool ListenerList::isConcerned(ModelElement::Impl const& element, std::uint64_t changed) const noexcept
+{
+    for (std::size_t at = 0; at != m_present.size(); ++at) {
+        Listener const* const listener = m_present[at].listener();
+        if (listener && listener->concerns(element, changed))
+            return true;
+    }
+    return false;
+}
+
 void ListenerList::add(std::shared_ptr<ListenerHolderBase> holder)
 {
     auto changed = std::make_unique<Holders>();

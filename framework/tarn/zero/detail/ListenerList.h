@@ -53,6 +53,8 @@ public:
     bool empty() const noexcept { return m_present.size() == 0; }
     Snapshot const& snapshot() const noexcept { return m_present; }
     bool contains(Listener const* listener) const noexcept { return find(listener) != m_present.size(); }
+    /// True if one of them concerns itself with a change; see `Listener::concerns`.
+    bool isConcerned(ModelElement::Impl const& element, std::uint64_t changed) const noexcept;
     void add(std::shared_ptr<ListenerHolderBase> holder);
     /// Removes and invalidates the listener's holder, if it has one. Finishes whatever happens.
     void remove(Listener const* listener) noexcept;

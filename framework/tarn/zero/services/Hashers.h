@@ -54,7 +54,7 @@ struct TARN0Hasher<std::string_view> {
                                  std::uint64_t{word<std::uint8_t>(bytes + size / 2)} << 8 |
                                  word<std::uint8_t>(bytes + size - 1));
         }
-        return static_cast<std::size_t>(hash ^ (hash >> 29));
+        return static_cast<std::size_t>(hash);
     }
 
 private:
@@ -65,10 +65,12 @@ private:
         std::memcpy(&read, bytes, sizeof read);
         return read;
     }
+    /// Both halves of the product: each bit of the input reaches each bit of the result.
     static std::uint64_t mix(std::uint64_t hash, std::uint64_t read) noexcept
     {
-        hash = (hash ^ read) * 0xd6e8feb86659fd93u;
-        return hash ^ (hash >> 32);
+        __extension__ using Product = unsigned __int128;
+        Product const product = static_cast<Product>(hash ^ read) * 0xd6e8feb86659fd93u;
+        return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
     }
 };
 

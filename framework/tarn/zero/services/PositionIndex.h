@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -7,12 +8,14 @@
 
 namespace tarn::zero::services {
 
-/// Finds the places of a list by the hashes of what stands there: a table of 8 bytes an entry, probed in line, that
-/// looks into the list only where a hash agrees. Erasing leaves no gaps and gives no room back, so what was taken out
-/// can always be put in again.
+/// Finds the places of a list by the hashes of what stands there: a table of 10 to 12 bytes an entry, probed in line,
+/// that looks into the list only where a hash agrees. Erasing leaves no gaps and gives no room back, so what was taken
+/// out can always be put in again.
 class PositionIndex {
 public:
+    /// The part of a hash that an entry keeps.
     using Hash = std::uint32_t;
+    /// No place.
     static constexpr std::uint32_t NOWHERE = ~std::uint32_t{0};
 
     /// The upper half of a 64-bit hash knows all of its input.
@@ -24,7 +27,7 @@ public:
     {
         if (m_count == 0)
             return NOWHERE;
-        for (std::uint32_t at = hash & m_mask; m_slots[at].place != 0; at = (at + 1) & m_mask)
+        for (std::uint32_t at = home(hash); m_slots[at].place != 0; at = after(at))
             if (m_slots[at].hash == hash && isWanted(m_slots[at].place - 1))
                 return m_slots[at].place - 1;
         return NOWHERE;
@@ -33,13 +36,11 @@ public:
     /// Room for `count` entries in all. *Throws* `std::bad_alloc`, and has the room it had then.
     void reserve(std::size_t count)
     {
-        std::size_t slots = m_slots ? m_mask + std::size_t{1} : 4;
-        while (slots / 4 * 3 < count)
-            slots *= 2;
-        if (m_slots && slots == m_mask + std::size_t{1})
+        if (count + count / 4 < m_size)
             return;
-        PositionIndex larger{slots};
-        for (std::size_t at = 0; m_count != 0 && at <= m_mask; ++at)
+        std::size_t const step = m_size < 64 ? m_size / 2 : m_size / 4;
+        PositionIndex larger{std::max({count + count / 4 + 1, m_size + step, std::size_t{5}})};
+        for (std::size_t at = 0; m_count != 0 && at != m_size; ++at)
             if (m_slots[at].place != 0)
                 larger.insert(m_slots[at].hash, m_slots[at].place - 1);
         *this = std::move(larger);
@@ -48,9 +49,9 @@ public:
     /// Enters a place; there is room.
     void insert(Hash hash, std::uint32_t place) noexcept
     {
-        std::uint32_t at = hash & m_mask;
+        std::uint32_t at = home(hash);
         while (m_slots[at].place != 0)
-            at = (at + 1) & m_mask;
+            at = after(at);
         m_slots[at] = {hash, place + 1};
         ++m_count;
     }
@@ -59,8 +60,8 @@ public:
     {
         std::uint32_t gap = slotOf(hash, place);
         // What was probed over the gap moves into it.
-        for (std::uint32_t at = (gap + 1) & m_mask; m_slots[at].place != 0; at = (at + 1) & m_mask)
-            if (((at - m_slots[at].hash) & m_mask) >= ((at - gap) & m_mask)) {
+        for (std::uint32_t at = after(gap); m_slots[at].place != 0; at = after(at))
+            if (distance(home(m_slots[at].hash), at) >= distance(gap, at)) {
                 m_slots[gap] = m_slots[at];
                 gap = at;
             }
@@ -72,21 +73,24 @@ public:
     /// Forgets all places and keeps the room.
     void clear() noexcept
     {
-        for (std::size_t at = 0; m_count != 0 && at <= m_mask; ++at)
+        for (std::size_t at = 0; m_count != 0 && at != m_size; ++at)
             m_slots[at] = {};
         m_count = 0;
     }
 
+    /// Empty, with no room.
     PositionIndex() noexcept = default;
+    /// Takes everything over; `other` is empty then.
     PositionIndex(PositionIndex&& other) noexcept
         : m_slots{std::move(other.m_slots)},
-          m_mask{std::exchange(other.m_mask, 0)},
+          m_size{std::exchange(other.m_size, 0)},
           m_count{std::exchange(other.m_count, 0)}
     {}
+    /// The same.
     PositionIndex& operator=(PositionIndex&& other) noexcept
     {
         m_slots = std::move(other.m_slots);
-        m_mask = std::exchange(other.m_mask, 0);
+        m_size = std::exchange(other.m_size, 0);
         m_count = std::exchange(other.m_count, 0);
         return *this;
     }
@@ -98,20 +102,31 @@ private:
         std::uint32_t place = 0;   // plus one; 0 is free
     };
 
-    explicit PositionIndex(std::size_t slots)
-        : m_slots{std::make_unique<Slot[]>(slots)}, m_mask{static_cast<std::uint32_t>(slots - 1)}
+    explicit PositionIndex(std::size_t size)
+        : m_slots{std::make_unique<Slot[]>(size)}, m_size{static_cast<std::uint32_t>(size)}
     {}
+
+    /// Where the entries of a hash begin: a share of the table, so that it may have any size.
+    std::uint32_t home(Hash hash) const noexcept
+    {
+        return static_cast<std::uint32_t>(std::uint64_t{hash} * m_size >> 32);
+    }
+    std::uint32_t after(std::uint32_t at) const noexcept { return ++at == m_size ? 0 : at; }
+    std::uint32_t distance(std::uint32_t from, std::uint32_t to) const noexcept
+    {
+        return to >= from ? to - from : to + m_size - from;
+    }
 
     std::uint32_t slotOf(Hash hash, std::uint32_t place) const noexcept
     {
-        std::uint32_t at = hash & m_mask;
+        std::uint32_t at = home(hash);
         while (m_slots[at].place != place + 1)
-            at = (at + 1) & m_mask;
+            at = after(at);
         return at;
     }
 
-    std::unique_ptr<Slot[]> m_slots;   // a power of two of them, at most three quarters in use
-    std::uint32_t m_mask = 0;
+    std::unique_ptr<Slot[]> m_slots;   // at most four fifths in use
+    std::uint32_t m_size = 0;
     std::uint32_t m_count = 0;
 };
 
