@@ -125,27 +125,34 @@ std::string Invariants::of(ExpressionEngine const& engine)
         if (isIdle && symbol->endStructure == model.structure())
             found.require(symbol->end == engine.rootProvider->findPropertyAt(symbol->text), "a path ends elsewhere");
     }
-    for (auto const& [id, context] : leaves.contexts)
-        found.require(context->id == id && !context->places.empty(), "a context without leaves is kept");
-    for (auto const* const place : leaves.places) {
-        found.require(leaves.find(place->context->id, place->name) == place, "a place stands under another key");
-        found.require(!place->leaves.empty(), "a name without leaves is kept");
-        bool const isView = std::any_of(place->leaves.begin(), place->leaves.end(), [&](auto const& leaf) {
+    std::size_t indexed = 0;
+    auto const checkPlace = [&](detail::ExpressionPlace const& place) {
+        found.require(leaves.find(place.context->id, place.name) == &place, "a place stands under another key");
+        found.require(!place.leaves.empty(), "a name without leaves is kept");
+        bool const isView = std::any_of(place.leaves.begin(), place.leaves.end(), [&](auto const& leaf) {
             std::string_view const whole = leaf.symbol->text;
-            return place->name.data() >= whole.data() && place->name.data() <= whole.data() + whole.size();
+            return place.name.data() >= whole.data() && place.name.data() <= whole.data() + whole.size();
         });
         found.require(isView, "a name is a view of nothing");
-        owned -= place->leaves.size();
-        bool const isDoubtful = static_cast<detail::PlaceHook<detail::Unpinned> const&>(*place).is_linked();
+        owned -= place.leaves.size();
+        bool const isDoubtful = static_cast<detail::PlaceHook<detail::Unpinned> const&>(place).is_linked();
         if (!isIdle || isDoubtful)
-            continue;
-        tarn::zero::ModelElement const element = model.findElement(place->context->id, 1);
+            return;
+        tarn::zero::ModelElement const element = model.findElement(place.context->id, 1);
         auto* const context = tarn::zero::elementCast<ContextData>(element);
-        Property::Impl const* const property = context ? context->getProperties().findImpl(place->name) : nullptr;
-        found.require(!property || place->property() == property, "a property does not lead to its leaves");
-        Property::Impl const* const pinned = place->property();
+        Property::Impl const* const property = context ? context->getProperties().findImpl(place.name) : nullptr;
+        found.require(!property || place.property() == property, "a property does not lead to its leaves");
+        Property::Impl const* const pinned = place.property();
         found.require(!pinned || pinned == property || !pinned->isAlive(), "another property leads to the leaves");
+    };
+    for (auto const& [id, context] : leaves.contexts) {
+        found.require(context->id == id && !context->places.empty(), "a context without leaves is kept");
+        found.require(context->count == context->places.size(), "places are miscounted");
+        indexed += context->isIndexed ? context->count : 0;
+        for (detail::ExpressionPlace const& place : context->places)
+            checkPlace(place);
     }
+    found.require(indexed == leaves.indexed.size(), "the table of places has others");
     found.require(owned == 0, "the table has a leaf that no symbol owns");
     for (auto const& expression : expressions) {
         found.require(expressions.find(expression->text) == expression.get(), "an expression is not found by its text");

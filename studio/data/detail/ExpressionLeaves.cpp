@@ -12,6 +12,7 @@ namespace studio::data::detail {
 namespace {
 
 constexpr std::size_t MOST_SPARE = 16;
+constexpr std::size_t FEW = 4;   // places that are found as fast without a table
 
 template <class T>
 std::unique_ptr<T> takeSpare(std::vector<std::unique_ptr<T>>& spare)
@@ -34,19 +35,16 @@ void keepSpare(std::vector<std::unique_ptr<T>>& spare, std::unique_ptr<T> object
 
 ExpressionLeaves::~ExpressionLeaves()
 {
-    for (Place* const place : places)
-        delete place;
-    for (auto const& entry : contexts)
+    for (auto const& entry : contexts) {
+        entry.second->places.clear_and_dispose([](Place* place) { delete place; });
         delete entry.second;
+    }
 }
 
 ExpressionLeaves::Place* ExpressionLeaves::find(Id const& context, std::string_view name) const noexcept
 {
     Context const* const known = findContext(context);
-    if (!known)
-        return nullptr;
-    auto const place = places.find(Key{known, name});
-    return place == places.end() ? nullptr : *place;
+    return known ? findIn(*known, name) : nullptr;
 }
 
 ExpressionLeaves::Context* ExpressionLeaves::findContext(Id const& id) const noexcept
@@ -106,8 +104,9 @@ void ExpressionLeaves::repin(Property::Impl& property, Place* place, bool isSett
 
 void ExpressionLeaves::distrust() noexcept
 {
-    for (Place* const place : places)
-        place->doubt(unpinned);
+    for (auto const& entry : contexts)
+        for (Place& place : entry.second->places)
+            place.doubt(unpinned);
 }
 
 void ExpressionLeaves::settleAll() noexcept
@@ -157,39 +156,71 @@ void ExpressionLeaves::add(ExpressionSymbol& symbol, unsigned long offset, Place
     symbol.provisional |= !isInOrder;
 }
 
+ExpressionLeaves::Place* ExpressionLeaves::findIn(Context const& context, std::string_view name) const noexcept
+{
+    if (context.isIndexed) {
+        auto const found = indexed.find(Key{&context, name});
+        return found == indexed.end() ? nullptr : *found;
+    }
+    for (Place const& place : context.places)
+        if (place.name == name)
+            return const_cast<Place*>(&place);
+    return nullptr;
+}
+
 ExpressionLeaves::Place& ExpressionLeaves::enter(Id const& context, std::string_view name)
 {
     spareContexts.reserve(MOST_SPARE);
     sparePlaces.reserve(MOST_SPARE);
-    auto const [entry, isNew] = contexts.try_emplace(context, nullptr);
-    Place* place = nullptr;
+    if (Context* const known = findContext(context)) {
+        Place* const place = findIn(*known, name);
+        return place ? *place : enterIn(*known, name);
+    }
+    std::unique_ptr<Context> made = takeSpare(spareContexts);
+    if (!made)
+        made = std::make_unique<Context>();
+    made->id = context;
+    auto const entry = contexts.emplace(context, made.get()).first;
     try {
-        if (isNew) {
-            std::unique_ptr<Context> made = takeSpare(spareContexts);
-            if (!made)
-                made = std::make_unique<Context>();
-            made->id = context;
-            entry->second = made.release();
-        }
-        Context& known = *entry->second;
-        if (auto const found = places.find(Key{&known, name}); found != places.end())
-            return **found;
-        std::unique_ptr<Place> made = takeSpare(sparePlaces);
-        if (!made)
-            made = std::make_unique<Place>(watcher);
-        made->context = &known;
-        made->name = name;
-        places.insert(made.get());
-        place = made.release();
-        known.places.push_back(*place);
+        Place& place = enterIn(*made, name);
+        made.release();
+        return place;
     } catch (...) {
-        if (isNew) {
-            delete entry->second;
-            contexts.erase(entry);
-        }
+        contexts.erase(entry);
         throw;
     }
-    return *place;
+}
+
+ExpressionLeaves::Place& ExpressionLeaves::enterIn(Context& context, std::string_view name)
+{
+    std::unique_ptr<Place> place = takeSpare(sparePlaces);
+    if (!place)
+        place = std::make_unique<Place>(watcher);
+    place->context = &context;
+    place->name = name;
+    if (context.isIndexed || context.count == FEW)
+        index(context, *place);
+    context.places.push_back(*place);
+    ++context.count;
+    return *place.release();
+}
+
+/// Enters a place into the table, and with the first one that of all that are there.
+void ExpressionLeaves::index(Context& context, Place& entering)
+{
+    indexed.insert(&entering);
+    if (context.isIndexed)
+        return;
+    try {
+        for (Place& place : context.places)
+            indexed.insert(&place);
+    } catch (...) {
+        for (Place& place : context.places)
+            indexed.erase(&place);
+        indexed.erase(&entering);
+        throw;
+    }
+    context.isIndexed = true;
 }
 
 void ExpressionLeaves::remove(ExpressionSymbol::Leaf const& leaf) noexcept
@@ -212,7 +243,9 @@ void ExpressionLeaves::dropIfEmpty(Place& place) noexcept
     if (!place.leaves.empty())
         return;
     Context& context = *place.context;
-    places.erase(&place);
+    if (context.isIndexed)
+        indexed.erase(&place);
+    --context.count;
     place.unpin();
     static_cast<PlaceHook<OfContext>&>(place).unlink();
     static_cast<PlaceHook<Unpinned>&>(place).unlink();
@@ -220,6 +253,7 @@ void ExpressionLeaves::dropIfEmpty(Place& place) noexcept
     if (!context.places.empty())
         return;
     contexts.erase(context.id);
+    context.isIndexed = false;
     keepSpare(spareContexts, std::unique_ptr<Context>{&context});
 }
 

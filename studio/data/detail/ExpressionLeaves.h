@@ -33,6 +33,8 @@ using PlaceList = boost::intrusive::list<Place, boost::intrusive::base_hook<Plac
 struct ExpressionContext {
     boost::uuids::uuid id{};
     PlaceList<ExpressionPlace, OfContext> places{};
+    std::size_t count = 0;    // of these
+    bool isIndexed = false;   // they stand in a table, too: a few are found as fast without
 };
 
 /// A property that paths go through, there or not: the leaves of one name of one context. While its property is there
@@ -154,7 +156,10 @@ private:
         bool operator()(Place const* place, Key const& key) const noexcept { return (*this)(key, place); }
     };
 
+    Place* findIn(Context const& context, std::string_view name) const noexcept;
     Place& enter(Id const& context, std::string_view name);
+    Place& enterIn(Context& context, std::string_view name);
+    void index(Context& context, Place& entering);
     void add(ExpressionSymbol& symbol, unsigned long offset, Place& place);
     void remove(ExpressionSymbol::Leaf const& leaf) noexcept;
     void dropIfEmpty(Place& place) noexcept;
@@ -163,8 +168,8 @@ private:
     void pin(Property::Impl& property, Place& place) noexcept;
 
     void const* watcher;
-    boost::unordered_flat_map<Id, Context*, ContextHash> contexts;     // owned
-    boost::unordered_flat_set<Place*, PlaceHash, PlaceEqual> places;   // owned
+    boost::unordered_flat_map<Id, Context*, ContextHash> contexts;      // owned, with their places
+    boost::unordered_flat_set<Place*, PlaceHash, PlaceEqual> indexed;   // the places of indexed contexts
     PlaceList<Place, Unpinned> unpinned;
     std::vector<std::unique_ptr<Context>> spareContexts;   // a few, so that a path that swings to and fro
     std::vector<std::unique_ptr<Place>> sparePlaces;       // asks for no memory
