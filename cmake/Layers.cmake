@@ -18,6 +18,7 @@ endif()
 if(BUILD_SHARED_LIBS AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_BUILD_TYPE STREQUAL "Release"
         AND NOT STUDIO_DATA_SANITIZE AND NOT STUDIO_DATA_COVERAGE)
     set(STUDIO_DATA_WHOLE_PROGRAM -flto=auto -ffat-lto-objects)
+    target_link_options(studio_data_build INTERFACE -fno-lto)
 else()
     set(STUDIO_DATA_WHOLE_PROGRAM)
 endif()

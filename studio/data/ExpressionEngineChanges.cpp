@@ -7,6 +7,7 @@
 #include "tarn/zero/ModelImpl.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace studio::data {
 
@@ -35,23 +36,23 @@ void ExpressionEngine::process(tarn::zero::ReportData const& report)
 {
     if (tables->symbols.empty())
         return;
-    Frame frame{*this};
-    Batch& batch = *frame.batch;
-    ++lastStamp;
+    std::optional<Frame> frame;
     try {
-        touchAll(report, batch);
-        for (Symbol* const symbol : batch.symbols)
+        frame.emplace(*this);
+        ++lastStamp;
+        touchAll(report, *frame->batch);
+        for (Symbol* const symbol : frame->batch->symbols)
             rebind(*symbol);
-        collect(batch);
+        collect(*frame->batch);
     } catch (...) {
         tables->leaves.distrust();
         throw;
     }
-    for (Expression::Pin const& expression : batch.expressions) {
+    for (Expression::Pin const& expression : frame->batch->expressions) {
         if (expression->isRetired())
             continue;
         expression->evaluate();
-        if (frame.engineGone)
+        if (frame->engineGone)
             return;
     }
 }

@@ -47,7 +47,7 @@ PLAIN = {
     "context": "ContextData at 0x",
     "type": "meta::Class at 0x",
     "window": "ContextProvider at 0x",
-    "subscription": 'ExpressionHandle "open"',
+    "subscription": "ExpressionHandle",
 }
 
 # What has no value yet is shown somehow, without a complaint of the printers.

@@ -100,8 +100,11 @@ public:
     {
         m_index.clear();
         m_sorted = 0;
-        List const gone = std::move(m_list);   // elements that are let go of may look here
-        m_list.clear();
+        List gone;
+        gone.swap(m_list);   // elements that are let go of may look here
+        gone.clear();
+        if (m_list.empty())
+            m_list.swap(gone);   // its room
     }
 
 private:
