@@ -76,8 +76,10 @@ Property::Impl* copyOf(Property::Impl const& source, ContextData::Impl const& cl
 bool ContextView::concerns(tarn::zero::ElementImpl const& changedElement, std::uint64_t) const noexcept
 {
     auto const& element = static_cast<tarn::zero::ModelElement::Impl const&>(changedElement);
-    tarn::zero::ModelElement::Impl const* const owner =
-        tarn::zero::isInstance<Property>(element) ? element.containerImpl() : &element;
+    bool const isProperty = tarn::zero::isInstance<Property>(element);
+    if (isProperty && mirrors->knows(static_cast<Property::Impl const&>(element)))
+        return true;
+    tarn::zero::ModelElement::Impl const* const owner = isProperty ? element.containerImpl() : &element;
     return owner && data.count(owner->identifier()) != 0;
 }
 

@@ -30,6 +30,8 @@ public:
 
     /// The copy of a property; null if it must be looked up.
     Property::Impl* find(Property::Impl const& source, Age const& now) const noexcept;
+    /// True if a copy of the property was looked up before: false says nothing.
+    bool knows(Property::Impl const& source) const noexcept { return noteOf(source) != nullptr; }
     /// The copy was looked up. Without memory the next time looks it up again.
     void note(Property::Impl& source, Property::Impl& copy, Age const& now) noexcept;
 
