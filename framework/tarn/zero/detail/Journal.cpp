@@ -273,7 +273,8 @@ StoragePool& Journal::poolOf(Impl const& element)
     for (auto const& pool : m_pools)
         if (pool->type == type)   // the same class, seen from another library
             return *pool;
-    return *m_pools.emplace_back(new StoragePool{type, {}});
+    m_pools.push_back(std::unique_ptr<StoragePool>{new StoragePool{type, {}}});   // owned before there is room for it
+    return *m_pools.back();
 }
 
 void Journal::finishDeath(Impl& element) noexcept
