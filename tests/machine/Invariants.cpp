@@ -134,6 +134,8 @@ std::string Invariants::of(ExpressionEngine const& engine)
             return place.name.data() >= whole.data() && place.name.data() <= whole.data() + whole.size();
         });
         found.require(isView, "a name is a view of nothing");
+        for (ExpressionEngine::Leaf const& leaf : engine.findLeaves(place.context->id, place.name))
+            found.require(symbols.find(leaf.symbol)->componentAt(leaf.offset) == place.name, "a leaf is told wrongly");
         owned -= place.leaves.size();
         bool const isDoubtful = static_cast<detail::PlaceHook<detail::Unpinned> const&>(place).is_linked();
         if (!isIdle || isDoubtful)
