@@ -156,10 +156,7 @@ void ContextProvider::addProperty(std::string const& name, PropertyValue const& 
 {
     if (!element || findProperty(name))
         return;
-    inTransaction([&] {
-        element->getPropertiesMutable().add(
-            Property::Impl::createWith(sharedModel(), boost::uuids::uuid{}, name, value));
-    });
+    element->addProperty(name, value);
 }
 
 void ContextProvider::setPropertyValue(std::string const& name, PropertyValue const& value)
@@ -193,7 +190,7 @@ void ContextProvider::setPropertyValue(std::string const& name, PropertyValue co
 void ContextProvider::removeProperty(std::string const& name)
 {
     if (Property::Impl* const property = findProperty(name))
-        inTransaction([&] { property->destroy(); });
+        property->destroy();
 }
 
 void ContextProvider::setActiveContexts(std::vector<std::string> const& contexts)

@@ -155,6 +155,11 @@ void ModelElement::Impl::enter(ModelElement const& element)
     transaction.commit(boost::none);
 }
 
+void ModelElement::Impl::uncreate() noexcept
+{
+    m_model->journal().uncreate(*this);
+}
+
 void ModelElement::Impl::recordContainer()
 {
     unsigned long const index = containerIndex();
@@ -253,6 +258,11 @@ void ModelElement::Impl::destroy()
     if (!m_alive)
         return;
     ModelElement const keep{this};
+    if (endsInOneStep() && isInTransaction()) {
+        OwnTransaction const joined{*m_model};
+        m_model->journal().prepare(*this);   // what comes after the first change finds all it needs
+        return destroyRecursively(true, true, true);
+    }
     Transaction transaction = begin();
     destroyRecursively(true, true, true);
     transaction.commit(boost::none);

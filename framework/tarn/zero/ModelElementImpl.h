@@ -156,6 +156,8 @@ public:
     /// Enters a freshly made element into its model, in the open transaction or one of its own, and calls `didCreate`.
     /// If that throws, the element is gone with its last handle.
     static void enter(ModelElement const& element);
+    /// Takes back what made this element, on the level of the transaction that did. Nothing may refer to it.
+    void uncreate() noexcept;
 
     /// True if the class `type` is `wanted` or derives from it; either may be null, which answers false.
     static bool conforms(Impl const* type, Impl const* wanted) noexcept
@@ -217,6 +219,9 @@ public:
     virtual void dropReferences() noexcept = 0;
     /// True for elements that describe others.
     virtual bool isReflective() const { return false; }
+    /// True for a class whose elements contain nothing and have no hook at their end: inside an open transaction it
+    /// needs no savepoint.
+    virtual bool endsInOneStep() const noexcept { return false; }
     /// A hook at the beginning of the element's end; what it throws refuses the end.
     virtual void aboutToDestroy() {}
     /// A hook when the element has entered its model; what it throws takes the element back.

@@ -78,6 +78,19 @@ Property ContextData::Impl::createIntoProperties(Property::BuilderWrapper builde
     return property;
 }
 
+void ContextData::Impl::addProperty(std::string const& name, PropertyValue const& value)
+{
+    OwnTransaction transaction{*getModelImpl()};
+    Property const property = Property::Impl::createWith(getModel(), boost::uuids::uuid{}, name, value);
+    try {
+        properties.add(property);
+    } catch (...) {
+        property->uncreate();   // an open transaction may go on
+        throw;
+    }
+    transaction.commit();
+}
+
 ContextData ContextData::Impl::cloneTo(tarn::zero::Model const& model, bool cloneUUID) const
 {
     if (!model)

@@ -55,6 +55,8 @@ public:
     Properties& getPropertiesMutable() noexcept { return properties; }
     bool hasProperties() const noexcept { return !properties.empty(); }
 
+    /// Makes a property with a name that is free and a value, contained at once. All of it or, throwing, nothing.
+    void addProperty(std::string const& name, PropertyValue const& value);
     /// Makes a property from its builder, contained at once. Throws `UniquenessConstraint` if its name is taken and
     /// `InvalidValue` for an empty wrapper; nothing is made then.
     Property createIntoProperties(Property::BuilderWrapper builder, boost::uuids::uuid const& uuid);

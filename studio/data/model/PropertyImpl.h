@@ -76,6 +76,7 @@ private:
     friend class PropertyWatch;
 
     ~Impl() override;
+    bool endsInOneStep() const noexcept override { return true; }
 
     PropertyWatch* watches = nullptr;   // of the engines and views that follow it
     std::string name;

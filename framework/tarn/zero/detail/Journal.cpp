@@ -76,6 +76,15 @@ void Journal::becomingProxy(Impl& element)
     noteRestructuring();
 }
 
+void Journal::uncreate(Impl& element) noexcept
+{
+    Storage* const storage = std::exchange(element.m_storage, nullptr);
+    m_touched.erase(std::find(m_touched.begin(), m_touched.end(), storage));
+    undoCreation(*storage, element);
+    element.dropReferences();
+    give(storage);
+}
+
 void Journal::mergeIntoOuter() noexcept
 {
     auto const level = static_cast<std::uint32_t>(m_levels.size());
@@ -184,12 +193,8 @@ void Journal::rollBack() noexcept
     eachBackwards([](Storage& storage, Impl& element) { storage.reinstate(element); });
     eachBackwards([&](Storage& storage, Impl& element) {
         element.m_storage = storage.m_previous;
-        if (!storage.m_created)
-            return;
-        if (element.m_alive)
-            element.invalidate();
-        element.m_model = nullptr;
-        m_table.remove(element, storage.m_displaced);
+        if (storage.m_created)
+            undoCreation(storage, element);
     });
     // Created elements may hold each other: only now can they let go.
     eachBackwards([&](Storage& storage, Impl& element) {
@@ -275,6 +280,14 @@ StoragePool& Journal::poolOf(Impl const& element)
             return *pool;
     m_pools.push_back(std::unique_ptr<StoragePool>{new StoragePool{type, {}}});   // owned before there is room for it
     return *m_pools.back();
+}
+
+void Journal::undoCreation(Storage& storage, Impl& element) noexcept
+{
+    if (element.m_alive)
+        element.invalidate();
+    element.m_model = nullptr;
+    m_table.remove(element, storage.m_displaced);
 }
 
 void Journal::finishDeath(Impl& element) noexcept

@@ -42,6 +42,11 @@ public:
     void noteRestructuring() noexcept { ++(isOpen() ? m_restructurings : m_structure); }
     std::uint64_t structure() const noexcept { return m_structure; }
 
+    /// Has what it takes to destroy an element, so that `destroyed` does not throw.
+    void prepare(Impl& element) { enter(element); }
+    /// Takes back a creation on the innermost level: of an element that nothing refers to.
+    void uncreate(Impl& element) noexcept;
+
     /// Ends the innermost level into the one around it.
     void mergeIntoOuter() noexcept;
     /// Clears what ended up as it was. For the outermost level; may throw.
@@ -77,6 +82,7 @@ private:
     Storage* take(Impl& element);
     void give(Storage* storage) noexcept;
     StoragePool& poolOf(Impl const& element);
+    void undoCreation(Storage& storage, Impl& element) noexcept;
     void finishDeath(Impl& element) noexcept;
     template <class Keep>
     void sealEach(Keep const& keep) noexcept;
