@@ -71,7 +71,7 @@ ContextProvider::ContextProvider()
 ContextProvider::~ContextProvider()
 {
     detail::ProviderTable::instance().remove(getId());
-    sharedModel()->noteRestructuring();
+    sharedModel()->noteUntoldRestructuring();
     destroyElement();
     rook::factory::full::retract(this);
 }

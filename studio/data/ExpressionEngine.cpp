@@ -160,13 +160,17 @@ ExpressionEngine::Symbol& ExpressionEngine::bindSymbol(std::string_view name, st
         dropIfUnused(symbol);
         throw;
     }
+    if (!std::exchange(symbol.isCovered, false))
+        symbol.endStructure = 0;   // nobody has watched it
     symbol.provisional |= ContextProvider::sharedModel()->isInTransaction();
     bindPath(symbol, 0, rootProvider);
+    symbol.isCovered = !symbol.provisional;
     return symbol;
 }
 
 void ExpressionEngine::releaseSymbol(Symbol& symbol, std::string const& text) noexcept
 {
+    symbol.isCovered = false;
     unbindFrom(symbol, 0);
     symbol.expressions.erase(text);
     dropIfUnused(symbol);
@@ -181,15 +185,19 @@ void ExpressionEngine::dropIfUnused(Symbol& symbol) noexcept
 void ExpressionEngine::acquireLeaf(std::string_view symbol, unsigned long offset,
                                    std::shared_ptr<ContextProvider> provider)
 {
-    if (Symbol* const known = tables->symbols.find(symbol))
+    if (Symbol* const known = tables->symbols.find(symbol)) {
+        known->isCovered = false;
         bindPath(*known, offset, provider);
+    }
 }
 
 void ExpressionEngine::releaseLeaf(std::string_view symbol, unsigned long offset)
 {
     static_cast<void>(symbol.substr(offset));   // refuses an offset past the end
-    if (Symbol* const known = tables->symbols.find(symbol))
+    if (Symbol* const known = tables->symbols.find(symbol)) {
+        known->isCovered = false;
         unbindFrom(*known, offset);
+    }
 }
 
 void ExpressionEngine::bindPath(Symbol& symbol, unsigned long offset, std::shared_ptr<ContextProvider> const& provider)
@@ -221,9 +229,11 @@ Property::Impl const* ExpressionEngine::endOf(Symbol& symbol) const
     tarn::zero::Model::Impl const& model = *ContextProvider::sharedModel().get();
     if (model.isInTransaction())
         return rootProvider->findPropertyAt(symbol.text);
-    if (symbol.endStructure != model.structure()) {
-        symbol.end = rootProvider->findPropertyAt(symbol.text);
-        symbol.endStructure = model.structure();
+    std::uint64_t const now = model.structure();
+    if (symbol.endStructure != now) {
+        if (!symbol.isCovered || !tables->trail.leads(symbol.endStructure, now))
+            symbol.end = rootProvider->findPropertyAt(symbol.text);
+        symbol.endStructure = now;
     }
     return symbol.end;
 }

@@ -132,6 +132,7 @@ private:
     STUDIO_DATA_LOCAL Property::Impl const* endOf(Symbol& symbol) const;
 
     STUDIO_DATA_LOCAL void process(tarn::zero::ReportData const& report);
+    STUDIO_DATA_LOCAL void distrust() noexcept;
     STUDIO_DATA_LOCAL void touchAll(tarn::zero::ReportData const& report, Batch& batch);
     STUDIO_DATA_LOCAL void touchProperty(Property::Impl& property, tarn::zero::ReportData::Storage const& change,
                                          bool isSettled, Batch& batch);

@@ -35,7 +35,7 @@ void ExpressionEngine::transactionCommitted(tarn::zero::ShallowChangeReport<Cont
 void ExpressionEngine::process(tarn::zero::ReportData const& report)
 {
     if (tables->symbols.empty())
-        return;
+        return tables->trail.breakOff();
     std::optional<Frame> frame;
     try {
         frame.emplace(*this);
@@ -45,7 +45,7 @@ void ExpressionEngine::process(tarn::zero::ReportData const& report)
             rebind(*symbol);
         collect(*frame->batch);
     } catch (...) {
-        tables->leaves.distrust();
+        distrust();
         throw;
     }
     for (Expression::Pin const& expression : frame->batch->expressions) {
@@ -55,6 +55,15 @@ void ExpressionEngine::process(tarn::zero::ReportData const& report)
         if (frame->engineGone)
             return;
     }
+}
+
+/// A report was not worked off to its end: nothing that was found is to be relied on any more.
+void ExpressionEngine::distrust() noexcept
+{
+    tables->leaves.distrust();
+    tables->trail.breakOff();
+    for (auto const& symbol : tables->symbols)
+        symbol->isCovered = false;
 }
 
 void ExpressionEngine::touchAll(tarn::zero::ReportData const& report, Batch& batch)
@@ -76,6 +85,10 @@ void ExpressionEngine::touchAll(tarn::zero::ReportData const& report, Batch& bat
         else if (kind != ReportData::Kind::Modified && tarn::zero::isInstance<ContextData>(element))
             touchContext(element.Uuid(), batch);
     }
+    if (model.isInTransaction())
+        tables->trail.breakOff();   // what it found may be rolled back
+    else
+        tables->trail.follow(report);
 }
 
 void ExpressionEngine::touchProperty(Property::Impl& property, tarn::zero::ReportData::Storage const& change,
@@ -83,10 +96,13 @@ void ExpressionEngine::touchProperty(Property::Impl& property, tarn::zero::Repor
 {
     using tarn::zero::ReportData;
     detail::ExpressionPlace* place = nullptr;
-    bool const isInPlace = isSettled && ReportData::kindOf(change) == ReportData::Kind::Modified &&
-                           !change.isChanged(Property::Impl::NAME) && !change.isChanged(Property::Impl::OWNER);
+    bool const hasMoved = change.isChanged(Property::Impl::NAME) || change.isChanged(Property::Impl::OWNER);
+    bool const isInPlace = ReportData::kindOf(change) == ReportData::Kind::Modified && !hasMoved;
+    // Nothing is bound where it was, and a name with dots hides what a path leads to without being on it.
+    if (hasMoved || (!isInPlace && property.getName().find('.') != std::string::npos))
+        tables->trail.breakOff();
     detail::ExpressionLeaves::Way const way =
-        isInPlace ? tables->leaves.from(property) : detail::ExpressionLeaves::Way{nullptr, false};
+        isInPlace && isSettled ? tables->leaves.from(property) : detail::ExpressionLeaves::Way{nullptr, false};
     if (way.isCertain) {
         place = way.place;
     } else {
@@ -95,8 +111,11 @@ void ExpressionEngine::touchProperty(Property::Impl& property, tarn::zero::Repor
         tables->leaves.repin(property, place, isSettled);
     }
     if (place)
-        for (detail::ExpressionPlace::Leaf const& leaf : place->leaves)
+        for (detail::ExpressionPlace::Leaf const& leaf : place->leaves) {
+            if (!isInPlace)
+                leaf.symbol->endStructure = 0;
             touch(*leaf.symbol, leaf.offset, true, batch);
+        }
 }
 
 void ExpressionEngine::touchContext(boost::uuids::uuid const& id, Batch& batch)
@@ -128,24 +147,32 @@ void ExpressionEngine::touch(Symbol& symbol, unsigned long offset, bool keepsLea
 void ExpressionEngine::rebind(Symbol& symbol)
 {
     Symbol::Cut const cut = symbol.cut;
+    bool const isAtEnd = cut.offset + symbol.componentAt(cut.offset).size() == symbol.text.size();
+    if (isAtEnd && cut.keepsLeaf && !symbol.provisional)
+        return;   // leads nowhere else
+    bool const isIdle = !ContextProvider::sharedModel()->isInTransaction();
+    bool const isCovered = isIdle && (symbol.isCovered || cut.offset == 0);
+    symbol.isCovered = false;
+    symbol.endStructure = 0;
     if (symbol.provisional) {
         // The root's leaf stays: without memory to bind it again nothing would ever touch the symbol.
         boost::uuids::uuid const root = rootProvider->getId();
         tables->leaves.unbindIf(
             symbol, [&](Symbol::Leaf const& leaf) { return leaf.offset != 0 || leaf.place->context->id != root; });
         symbol.provisional = false;
-        return bindPath(symbol, 0, rootProvider);
+        bindPath(symbol, 0, rootProvider);
+        symbol.isCovered = isIdle && !symbol.provisional;
+        return;
     }
     if (!cut.keepsLeaf)
         return unbindFrom(symbol, cut.offset);
-    if (cut.offset + symbol.componentAt(cut.offset).size() == symbol.text.size())
-        return;   // the end of the path leads nowhere else
     auto const here =
         std::lower_bound(symbol.leaves.begin(), symbol.leaves.end(), cut.offset,
                          [](Symbol::Leaf const& leaf, unsigned long offset) { return leaf.offset < offset; });
     boost::uuids::uuid const provider = here->place->context->id;
     unbindFrom(symbol, cut.offset + 1);
     bindPath(symbol, cut.offset, cut.offset == 0 ? rootProvider : model::getContextProvider(provider));
+    symbol.isCovered = isCovered;
 }
 
 void ExpressionEngine::collect(Batch& batch) const

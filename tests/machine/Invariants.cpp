@@ -102,7 +102,7 @@ std::string Invariants::ofRegistry(std::set<Id> const& living)
 std::string Invariants::of(ExpressionEngine const& engine)
 {
     Findings found;
-    auto const& [leaves, symbols, expressions] = *engine.tables;
+    auto const& [leaves, trail, symbols, expressions] = *engine.tables;
     tarn::zero::Model::Impl const& model = *ContextProvider::sharedModel().get();
     bool const isIdle = !model.isInTransaction();
     std::size_t owned = 0;
@@ -122,7 +122,8 @@ std::string Invariants::of(ExpressionEngine const& engine)
             bool const names = std::count(reader->symbols.begin(), reader->symbols.end(), symbol.get()) == 1;
             found.require(!reader->retired && names, "a symbol is read by an expression that does not name it");
         }
-        if (isIdle && symbol->endStructure == model.structure())
+        bool const isTrailed = symbol->isCovered && trail.leads(symbol->endStructure, model.structure());
+        if (isIdle && (isTrailed || symbol->endStructure == model.structure()))
             found.require(symbol->end == engine.rootProvider->findPropertyAt(symbol->text), "a path ends elsewhere");
     }
     std::size_t indexed = 0;

@@ -65,6 +65,11 @@ void Model::Impl::noteRestructuring() noexcept
     m_journal->noteRestructuring();
 }
 
+void Model::Impl::noteUntoldRestructuring() noexcept
+{
+    m_journal->noteUntoldRestructuring();
+}
+
 ModelElement Model::Impl::findElement(boost::uuids::uuid const& uuid, FindElementBehavior) const
 {
     return ModelElement{m_elements->find(uuid)};
@@ -119,6 +124,7 @@ std::shared_ptr<ReportData> Model::Impl::seal(std::uint64_t serial)
     std::shared_ptr<ReportData> report = takeReport();
     journal.makeRoom(report->m_storages, report->m_classes);
     journal.revertUnchanged();
+    report->m_structureBefore = journal.structure();
     journal.seal(report->m_storages, report->m_classes);
     report->m_structure = journal.structure();
     return report;

@@ -51,6 +51,8 @@ public:
     std::uint64_t structure() const noexcept;
     /// Element classes call this before a change of theirs that counts as one.
     void noteRestructuring() noexcept;
+    /// Whoever changes what leads where outside of the model calls this: no report tells of it, no roll back undoes it.
+    void noteUntoldRestructuring() noexcept;
 
     /// The name that the model was made with.
     std::u16string const& name() const noexcept { return m_name; }

@@ -50,7 +50,10 @@ public:
     /// Everything that the report tells, in order of first touch; borrowed.
     std::vector<Storage*> const& storages() const noexcept { return m_storages; }
     bool empty() const noexcept { return m_storages.empty(); }
-    /// `Model::Impl::structure` as this transaction left it.
+    /// `Model::Impl::structure` as this transaction found it. Another number than the report before left says that
+    /// something led elsewhere in between of which no report tells.
+    std::uint64_t structureBefore() const noexcept { return m_structureBefore; }
+    /// And as this transaction left it.
     std::uint64_t structure() const noexcept { return m_structure; }
     /// The list that it stands in.
     static Kind kindOf(Storage const& storage) noexcept;
@@ -60,6 +63,7 @@ private:
 
     std::vector<Storage*> m_storages;     // owned, in order of first touch
     std::vector<Impl const*> m_classes;   // of the elements, each once
+    std::uint64_t m_structureBefore = 0;
     std::uint64_t m_structure = 0;
     mutable std::unordered_map<Impl const*, Storage const*> m_byElement;   // made when a long report is first asked
 };

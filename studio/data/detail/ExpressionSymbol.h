@@ -50,7 +50,10 @@ struct ExpressionSymbol {
     Cut cut{};                                                // where that report cuts the path
     bool provisional = false;   // bound inside a transaction: the leaves may be of paths that never were
 
-    // What an evaluation reads: good for as long as the model's structure is the one that it was found in.
+    bool isCovered = false;   // the leaves are on every step of the path: where it leads changes with a touch only
+
+    // What an evaluation reads: good for as long as the model's structure is the one that it was found in, or the
+    // engine's trail leads on from there.
     Property::Impl const* end = nullptr;
     std::uint64_t endStructure = 0;
 

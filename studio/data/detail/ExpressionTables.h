@@ -4,6 +4,7 @@
 #include "studio/data/ExpressionEngine.h"
 #include "studio/data/detail/ExpressionLeaves.h"
 #include "studio/data/detail/ExpressionTexts.h"
+#include "studio/data/detail/ExpressionTrail.h"
 
 #include <memory>
 
@@ -14,6 +15,7 @@ struct ExpressionEngine::Tables {
     explicit Tables(ExpressionEngine const& engine) noexcept : leaves{&engine} {}
 
     detail::ExpressionLeaves leaves;
+    detail::ExpressionTrail trail;
     detail::ExpressionTexts<std::unique_ptr<Symbol>> symbols;
     detail::ExpressionTexts<Expression::Pin> expressions;
 };

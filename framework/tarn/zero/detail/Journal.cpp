@@ -73,7 +73,7 @@ void Journal::becomingProxy(Impl& element)
     if (!isOpen())
         throw std::logic_error{"a change needs an open transaction: " + element.describe()};
     enter(element).m_madeProxy = true;
-    noteRestructuring();
+    noteUntoldRestructuring();
 }
 
 void Journal::uncreate(Impl& element) noexcept

@@ -40,6 +40,12 @@ public:
 
     /// What paths through the model lead to may differ from now on, or once the open transaction ends.
     void noteRestructuring() noexcept { ++(isOpen() ? m_restructurings : m_structure); }
+    /// The same of what a roll back does not undo, and no report tells.
+    void noteUntoldRestructuring() noexcept
+    {
+        noteRestructuring();
+        ++m_structure;   // at once: the next report does not follow the one before
+    }
     std::uint64_t structure() const noexcept { return m_structure; }
 
     /// Has what it takes to destroy an element, so that `destroyed` does not throw.
