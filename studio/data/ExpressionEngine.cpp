@@ -226,7 +226,7 @@ void ExpressionEngine::unbindFrom(Symbol& symbol, unsigned long offset) noexcept
 /// The property that an evaluation reads for a symbol, borrowed; null if there is none.
 Property::Impl const* ExpressionEngine::endOf(Symbol& symbol) const
 {
-    tarn::zero::Model::Impl const& model = *ContextProvider::sharedModel().get();
+    tarn::zero::Model::Impl const& model = tables->model;
     if (model.isInTransaction())
         return rootProvider->findPropertyAt(symbol.text);
     std::uint64_t const now = model.structure();

@@ -48,10 +48,10 @@ void ExpressionEngine::process(tarn::zero::ReportData const& report)
         distrust();
         throw;
     }
-    for (Expression::Pin const& expression : frame->batch->expressions) {
-        if (expression->isRetired())
+    for (Batch::Reader const& reader : frame->batch->readers) {
+        if (reader.expression->isRetired())
             continue;
-        expression->evaluate();
+        reader.expression->evaluate();
         if (frame->engineGone)
             return;
     }
@@ -177,15 +177,17 @@ void ExpressionEngine::rebind(Symbol& symbol)
 
 void ExpressionEngine::collect(Batch& batch) const
 {
-    auto const earlier = [](auto const& left, auto const& right) { return left->number < right->number; };
+    auto const earlier = [](Batch::Reader const& left, Batch::Reader const& right) {
+        return left.number < right.number;
+    };
     for (Symbol const* const symbol : batch.symbols)
         for (Expression* const expression : symbol->readers)
             if (expression->stamp != lastStamp) {
                 expression->stamp = lastStamp;
-                batch.expressions.emplace_back(expression);
+                batch.add(*expression);
             }
-    if (!std::is_sorted(batch.expressions.begin(), batch.expressions.end(), earlier))
-        std::sort(batch.expressions.begin(), batch.expressions.end(), earlier);
+    if (!std::is_sorted(batch.readers.begin(), batch.readers.end(), earlier))
+        std::sort(batch.readers.begin(), batch.readers.end(), earlier);
 }
 
 }   // namespace studio::data

@@ -102,7 +102,7 @@ std::string Invariants::ofRegistry(std::set<Id> const& living)
 std::string Invariants::of(ExpressionEngine const& engine)
 {
     Findings found;
-    auto const& [leaves, trail, symbols, expressions] = *engine.tables;
+    auto const& [sharedModel, leaves, trail, symbols, expressions] = *engine.tables;
     tarn::zero::Model::Impl const& model = *ContextProvider::sharedModel().get();
     bool const isIdle = !model.isInTransaction();
     std::size_t owned = 0;

@@ -3,6 +3,7 @@
 #include "studio/data/Expression.h"
 #include "studio/data/ExpressionEngine.h"
 
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -10,8 +11,26 @@ namespace studio::data {
 
 /// What one report has an engine do. Reused, so that a steady stream of reports allocates nothing.
 struct ExpressionEngine::Batch {
-    std::vector<Symbol*> symbols;               // touched; valid until the first callback
-    std::vector<Expression::Pin> expressions;   // to evaluate, in order of acquisition
+    struct Reader {
+        std::uint64_t number;   // of the expression: they are sorted without a look at them
+        Expression* expression;
+    };
+
+    void add(Expression& reader)
+    {
+        readers.push_back({reader.number, &reader});
+        intrusive_ptr_add_ref(&reader);
+    }
+    void clear() noexcept
+    {
+        symbols.clear();
+        for (Reader const& reader : readers)
+            intrusive_ptr_release(reader.expression);
+        readers.clear();
+    }
+
+    std::vector<Symbol*> symbols;   // touched; valid until the first callback
+    std::vector<Reader> readers;    // to evaluate, in order of acquisition; pinned
 };
 
 /// One report that an engine is working on: takes a batch and gives it back, and learns if the engine goes meanwhile.
@@ -27,8 +46,7 @@ struct ExpressionEngine::Frame {
         if (engineGone)
             return;
         engine.running = outer;
-        batch->symbols.clear();
-        batch->expressions.clear();
+        batch->clear();
         engine.spareBatches.push_back(std::move(batch));   // there is room: it was made when the batch was
     }
 

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "studio/data/ContextProvider.h"
 #include "studio/data/Expression.h"
 #include "studio/data/ExpressionEngine.h"
 #include "studio/data/detail/ExpressionLeaves.h"
 #include "studio/data/detail/ExpressionTexts.h"
 #include "studio/data/detail/ExpressionTrail.h"
+#include "tarn/zero/ModelImpl.h"
 
 #include <memory>
 
@@ -14,6 +16,7 @@ namespace studio::data {
 struct ExpressionEngine::Tables {
     explicit Tables(ExpressionEngine const& engine) noexcept : leaves{&engine} {}
 
+    tarn::zero::Model::Impl const& model = *ContextProvider::sharedModel().get();
     detail::ExpressionLeaves leaves;
     detail::ExpressionTrail trail;
     detail::ExpressionTexts<std::unique_ptr<Symbol>> symbols;
