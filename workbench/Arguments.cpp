@@ -37,7 +37,7 @@ own: a day at a small editor.
   --check            compare with the answers recorded in the session, values and silence
                      both; where none are recorded, as in the sample, --verify instead
   --verify           compare with the answers of a host that evaluates every expression
-                     anew after every step, and say what that costs
+                     anew after every step, and say what that costs beside a run alone
   --mirror           keep a view of the contexts beside, and compare it with them at the
                      end; with --check after every step
   --quiet            no summary: print differences, and with --trace the steps

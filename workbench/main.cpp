@@ -12,6 +12,7 @@
 #include "workbench/Writer.h"
 #include "workbench/sample/Sample.h"
 
+#include <chrono>
 #include <exception>
 #include <iostream>
 #include <optional>
@@ -57,6 +58,20 @@ void saveSample(std::string const& folder)
     saveRecording(folder + "/session.json", recording);
 }
 
+/// How long each step takes with nothing in between. A host that asks the library does not evaluate everything, too,
+/// which would leave it with empty caches.
+std::vector<std::chrono::nanoseconds> timesAlone(Material const& material, bool mirrors)
+{
+    Session session(material.expressions, material.recording);
+    std::optional<Mirror> mirror;
+    if (mirrors)
+        mirror.emplace(session.root());
+    std::vector<std::chrono::nanoseconds> times;
+    for (Step const& step : material.recording.steps)
+        times.push_back(session.run(step).time);
+    return times;
+}
+
 ExitCode replay(Arguments const& arguments, Material const& material)
 {
     auto const& [title, expressions, recording] = material;
@@ -67,6 +82,8 @@ ExitCode replay(Arguments const& arguments, Material const& material)
     Check recorded(expressions);
     Check evaluated(expressions);
 
+    std::vector<std::chrono::nanoseconds> const alone =
+        verifies ? timesAlone(material, arguments.mirror) : std::vector<std::chrono::nanoseconds>{};
     Session session(expressions, recording);
     std::optional<Reference> reference;
     if (checks)
@@ -85,7 +102,9 @@ ExitCode replay(Arguments const& arguments, Material const& material)
         Progress progress(recording.steps.size(), !arguments.quiet && !arguments.trace);
         std::size_t number = 0;
         for (Step const& step : recording.steps) {
-            StepResult const result = session.run(step);
+            StepResult result = session.run(step);
+            if (verifies)
+                result.time = alone[number];
             statistics.add(step, result);
             ++number;
             if (checks)
