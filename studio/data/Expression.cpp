@@ -30,7 +30,7 @@ private:
 };
 
 Expression::Expression(std::string const& expressionText, ExpressionEngine* owner)
-    : engine{owner}, program{expressionText}, number{owner->nextNumber()}, text{expressionText}
+    : engine{owner}, program{expressionText}, number{owner->nextNumber()}, text{program.text()}
 {
     if (engine->rootProvider) {
         symbols.resize(program.symbolCount());

@@ -87,7 +87,7 @@ private:
     boost::container::small_vector<ExpressionHandle*, 1> handles;   // by acquisition; null where one was released
 
 public:
-    std::string const text;
+    std::string const& text;   // the program's
 };
 
 }   // namespace studio::data
