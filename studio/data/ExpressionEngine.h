@@ -24,6 +24,7 @@ class Expression;
 class Invariants;   // of the tests: may look at everything
 namespace detail {
 class ExpressionLeaves;
+struct ExpressionLeaf;
 struct ExpressionSymbol;
 }   // namespace detail
 
@@ -137,9 +138,9 @@ private:
     STUDIO_DATA_LOCAL void touchProperty(Property::Impl& property, tarn::zero::ReportData::Storage const& change,
                                          bool isSettled, Batch& batch);
     STUDIO_DATA_LOCAL void touchContext(boost::uuids::uuid const& id, Batch& batch);
-    STUDIO_DATA_LOCAL void touch(Symbol& symbol, unsigned long offset, bool keepsLeaf, Batch& batch);
+    STUDIO_DATA_LOCAL void touch(detail::ExpressionLeaf const& leaf, bool keepsLeaf, Batch& batch);
     STUDIO_DATA_LOCAL void rebind(Symbol& symbol);
-    STUDIO_DATA_LOCAL void collect(Batch& batch) const;
+    STUDIO_DATA_LOCAL void collect(Symbol const& symbol, Batch& batch) const;
 
     std::shared_ptr<ContextProvider> rootProvider;
     std::unique_ptr<Tables> tables;   // the expressions by text, the symbols by name, the leaves by context and name

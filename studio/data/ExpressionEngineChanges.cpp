@@ -41,9 +41,11 @@ void ExpressionEngine::process(tarn::zero::ReportData const& report)
         frame.emplace(*this);
         ++lastStamp;
         touchAll(report, *frame->batch);
-        for (Symbol* const symbol : frame->batch->symbols)
+        for (Symbol* const symbol : frame->batch->symbols) {
             rebind(*symbol);
-        collect(*frame->batch);
+            collect(*symbol, *frame->batch);
+        }
+        frame->batch->sort();
     } catch (...) {
         distrust();
         throw;
@@ -114,7 +116,7 @@ void ExpressionEngine::touchProperty(Property::Impl& property, tarn::zero::Repor
         for (detail::ExpressionPlace::Leaf const& leaf : place->leaves) {
             if (!isInPlace)
                 leaf.symbol->endStructure = 0;
-            touch(*leaf.symbol, leaf.offset, true, batch);
+            touch(leaf, true, batch);
         }
 }
 
@@ -127,12 +129,15 @@ void ExpressionEngine::touchContext(boost::uuids::uuid const& id, Batch& batch)
     bool const exists = static_cast<bool>(ContextProvider::sharedModel()->findElement(id, 1));
     for (detail::ExpressionPlace const& place : context->places)
         for (detail::ExpressionPlace::Leaf const& leaf : place.leaves)
-            touch(*leaf.symbol, leaf.offset, exists, batch);
+            touch(leaf, exists, batch);
 }
 
-void ExpressionEngine::touch(Symbol& symbol, unsigned long offset, bool keepsLeaf, Batch& batch)
+void ExpressionEngine::touch(detail::ExpressionLeaf const& leaf, bool keepsLeaf, Batch& batch)
 {
-    Symbol::Cut const cut{offset, keepsLeaf};
+    Symbol& symbol = *leaf.symbol;
+    if (leaf.isLast && keepsLeaf && !symbol.provisional)
+        return collect(symbol, batch);   // leads nowhere else: in a large system one look at far memory, not three
+    Symbol::Cut const cut{leaf.offset, keepsLeaf};
     if (symbol.stamp == lastStamp) {
         symbol.cut = std::min(symbol.cut, cut);
         return;
@@ -147,9 +152,6 @@ void ExpressionEngine::touch(Symbol& symbol, unsigned long offset, bool keepsLea
 void ExpressionEngine::rebind(Symbol& symbol)
 {
     Symbol::Cut const cut = symbol.cut;
-    bool const isAtEnd = cut.offset + symbol.componentAt(cut.offset).size() == symbol.text.size();
-    if (isAtEnd && cut.keepsLeaf && !symbol.provisional)
-        return;   // leads nowhere else
     bool const isIdle = !ContextProvider::sharedModel()->isInTransaction();
     bool const isCovered = isIdle && (symbol.isCovered || cut.offset == 0);
     symbol.isCovered = false;
@@ -175,19 +177,14 @@ void ExpressionEngine::rebind(Symbol& symbol)
     symbol.isCovered = isCovered;
 }
 
-void ExpressionEngine::collect(Batch& batch) const
+/// Notes who reads a symbol, each once.
+void ExpressionEngine::collect(Symbol const& symbol, Batch& batch) const
 {
-    auto const earlier = [](Batch::Reader const& left, Batch::Reader const& right) {
-        return left.number < right.number;
-    };
-    for (Symbol const* const symbol : batch.symbols)
-        for (Expression* const expression : symbol->readers)
-            if (expression->stamp != lastStamp) {
-                expression->stamp = lastStamp;
-                batch.add(*expression);
-            }
-    if (!std::is_sorted(batch.readers.begin(), batch.readers.end(), earlier))
-        std::sort(batch.readers.begin(), batch.readers.end(), earlier);
+    for (Expression* const expression : symbol.readers)
+        if (expression->stamp != lastStamp) {
+            expression->stamp = lastStamp;
+            batch.add(*expression);
+        }
 }
 
 }   // namespace studio::data

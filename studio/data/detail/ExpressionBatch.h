@@ -3,6 +3,7 @@
 #include "studio/data/Expression.h"
 #include "studio/data/ExpressionEngine.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -21,6 +22,12 @@ struct ExpressionEngine::Batch {
         readers.push_back({reader.number, &reader});
         intrusive_ptr_add_ref(&reader);
     }
+    void sort()
+    {
+        auto const earlier = [](Reader const& left, Reader const& right) { return left.number < right.number; };
+        if (!std::is_sorted(readers.begin(), readers.end(), earlier))
+            std::sort(readers.begin(), readers.end(), earlier);
+    }
     void clear() noexcept
     {
         symbols.clear();
@@ -29,7 +36,7 @@ struct ExpressionEngine::Batch {
         readers.clear();
     }
 
-    std::vector<Symbol*> symbols;   // touched; valid until the first callback
+    std::vector<Symbol*> symbols;   // to bind anew; valid until the first callback
     std::vector<Reader> readers;    // to evaluate, in order of acquisition; pinned
 };
 

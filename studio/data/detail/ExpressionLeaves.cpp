@@ -143,8 +143,9 @@ void ExpressionLeaves::add(ExpressionSymbol& symbol, unsigned long offset, Place
     try {
         own.push_back({&place, offset, place.leaves.size()});
         try {
-            place.leaves.push_back(
-                {&symbol, static_cast<std::uint32_t>(own.size() - 1), static_cast<std::uint32_t>(offset)});
+            place.leaves.push_back({&symbol, static_cast<std::uint32_t>(own.size() - 1),
+                                    static_cast<std::uint32_t>(offset) & ~(1u << 31u),
+                                    offset + place.name.size() == symbol.text.size()});
         } catch (...) {
             own.pop_back();
             throw;

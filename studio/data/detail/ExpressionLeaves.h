@@ -37,16 +37,25 @@ struct ExpressionContext {
     bool isIndexed = false;   // they stand in a table, too: a few are found as fast without
 };
 
+/// A symbol whose path goes through a place.
+struct ExpressionLeaf {
+    ExpressionSymbol* symbol;
+    std::uint32_t at;            // among the leaves of the symbol
+    std::uint32_t offset : 31;   // as there
+    std::uint32_t isLast : 1;    // the path ends here
+};
+
+/// What a report of a property touches of its place, in front of the rest.
+struct ExpressionPlaceLeaves : PropertyWatch {
+    using PropertyWatch::PropertyWatch;
+    boost::container::small_vector<ExpressionLeaf, 1> leaves;
+};
+
 /// A property that paths go through, there or not: the leaves of one name of one context. While its property is there
 /// and nothing is in doubt it is pinned to it.
-struct ExpressionPlace : PropertyWatch, PlaceHook<OfContext>, PlaceHook<Unpinned> {
-    struct Leaf {
-        ExpressionSymbol* symbol;
-        std::uint32_t at;       // among the leaves of the symbol
-        std::uint32_t offset;   // as there
-    };
-
-    using PropertyWatch::PropertyWatch;
+struct ExpressionPlace : ExpressionPlaceLeaves, PlaceHook<OfContext>, PlaceHook<Unpinned> {
+    using Leaf = ExpressionLeaf;
+    using ExpressionPlaceLeaves::ExpressionPlaceLeaves;
 
     void doubt(PlaceList<ExpressionPlace, Unpinned>& unpinned) noexcept
     {
@@ -54,7 +63,6 @@ struct ExpressionPlace : PropertyWatch, PlaceHook<OfContext>, PlaceHook<Unpinned
             unpinned.push_back(*this);
     }
 
-    boost::container::small_vector<Leaf, 1> leaves;
     ExpressionContext* context = nullptr;
     std::string_view name;   // a view of a symbol that has a leaf here
 };

@@ -19,7 +19,7 @@ namespace detail {
 struct ExpressionPlace;
 
 /// One symbol of an engine: who reads it, which properties its path goes through, and where it ends. What a report and
-/// an evaluation touch comes first, in two cache lines: in a large system it is nearly always far away.
+/// an evaluation touch comes first, in one cache line: in a large system it is nearly always far away.
 struct ExpressionSymbol {
     explicit ExpressionSymbol(std::string_view name) : text{name} {}
 
@@ -46,17 +46,15 @@ struct ExpressionSymbol {
     }
 
     boost::container::small_vector<Expression*, 1> readers;   // that are whole and not retired
-    std::uint64_t stamp = 0;                                  // the last report that touched it
-    Cut cut{};                                                // where that report cuts the path
-    bool provisional = false;   // bound inside a transaction: the leaves may be of paths that never were
-
-    bool isCovered = false;   // the leaves are on every step of the path: where it leads changes with a touch only
-
     // What an evaluation reads: good for as long as the model's structure is the one that it was found in, or the
     // engine's trail leads on from there.
     Property::Impl const* end = nullptr;
     std::uint64_t endStructure = 0;
+    bool provisional = false;   // bound inside a transaction: the leaves may be of paths that never were
+    bool isCovered = false;     // the leaves are on every step of the path: where it leads changes with a touch only
 
+    std::uint64_t stamp = 0;   // the last report after which it has to be bound anew
+    Cut cut{};                 // where that report cuts the path
     std::string const text;
     boost::container::small_vector<Leaf, 1> leaves;   // in the order of the path, unless provisional
     std::unordered_set<std::string> expressions;      // the texts that name it
