@@ -4,17 +4,22 @@
 
 namespace studio::data::detail {
 
-struct ViewMirrors::Note final : Link {
-    struct End final : PropertyWatch {
-        End(void const* watcher, Note& note) noexcept : PropertyWatch{watcher}, whole{note} {}
-        void propertyGone() noexcept override { delete &whole; }
-        Note& whole;
-    };
+namespace {
 
-    explicit Note(ViewMirrors const& owner) noexcept : source{&owner, *this}, copy{this, *this} {}
+/// The two ends of a note.
+struct OnSource : PropertyWatch {
+    using PropertyWatch::PropertyWatch;
+};
+struct OnCopy : PropertyWatch {
+    using PropertyWatch::PropertyWatch;
+};
 
-    End source;
-    End copy;
+}   // namespace
+
+struct ViewMirrors::Note final : OnSource, OnCopy, Link {
+    explicit Note(ViewMirrors const& owner) noexcept : OnSource{&owner}, OnCopy{this} {}
+    void propertyGone() noexcept override { delete this; }
+
     ContextData::Impl const* clone = nullptr;   // of the copy; only compared
     Age age{};
 };
@@ -30,7 +35,7 @@ Property::Impl* ViewMirrors::find(Property::Impl const& source, Age const& now) 
     Note const* const note = noteOf(source);
     if (!note || !(note->age == now))
         return nullptr;
-    Property::Impl* const copy = note->copy.property();
+    Property::Impl* const copy = note->OnCopy::property();
     return copy->isAlive() && copy->ownerImpl() == note->clone ? copy : nullptr;
 }
 
@@ -44,9 +49,9 @@ void ViewMirrors::note(Property::Impl& source, Property::Impl& copy, Age const& 
         if (!note)
             return;
         notes.push_back(*note);
-        note->source.pin(source);
+        note->OnSource::pin(source);
     }
-    note->copy.pin(copy);
+    note->OnCopy::pin(copy);
     note->clone = copy.ownerImpl();
     note->age = now;
 }
@@ -54,7 +59,7 @@ void ViewMirrors::note(Property::Impl& source, Property::Impl& copy, Age const& 
 ViewMirrors::Note* ViewMirrors::noteOf(Property::Impl const& source) const noexcept
 {
     PropertyWatch* const end = PropertyWatch::find(source, this, PropertyWatch::FEW).watch;
-    return end ? &static_cast<Note::End*>(end)->whole : nullptr;
+    return end ? static_cast<Note*>(static_cast<OnSource*>(end)) : nullptr;
 }
 
 }   // namespace studio::data::detail

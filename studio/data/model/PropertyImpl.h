@@ -78,9 +78,10 @@ private:
     ~Impl() override;
     bool endsInOneStep() const noexcept override { return true; }
 
+    // What a report, an evaluation and a mirror touch comes first.
     PropertyWatch* watches = nullptr;   // of the engines and views that follow it
-    std::string name;
     PropertyValue value;
+    std::string name;
 };
 
 class Property::Impl::Storage final : public tarn::zero::StorageOf<Property::Impl> {
