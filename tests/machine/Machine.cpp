@@ -187,8 +187,6 @@ void Machine::compare()
     std::string const heard = m_real.takeLog();
     compareTexts("calls", heard, m_plain.takeLog());
     m_log += heard;
-    if (getenv("MDBG"))
-        fprintf(stderr, "%s", heard.c_str());
     compareTexts("contents", m_real.contents(), m_plain.contents());
     compareTexts("values", joined(m_real.values()), joined(m_plain.values()));
     Dice dice{m_taken};

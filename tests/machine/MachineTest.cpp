@@ -38,6 +38,10 @@ Faults runSeeds(std::size_t count, std::size_t steps, Machine::Fault fault = Mac
         }
         if (difference.empty())
             continue;
+        if (std::getenv("STUDIO_DATA_NO_SHRINKING")) {   // for who only wants to know whether
+            ADD_FAILURE() << "STUDIO_DATA_SEED=" << seed << '\n' << difference;
+            break;
+        }
         Bytes const fewest = shrink(bytes, fault);
         ADD_FAILURE() << "STUDIO_DATA_SEED=" << seed << '\n'
                       << difference << "the fewest steps that show it:\n"
