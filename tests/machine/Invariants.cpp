@@ -163,7 +163,6 @@ std::string Invariants::of(ExpressionEngine const& engine)
         found.require(expression->passes == 0, "a pass is left over");
         for (auto const* const symbol : expression->symbols) {
             bool const isKnown = std::count(symbol->readers.begin(), symbol->readers.end(), expression.get()) == 1 &&
-                                 symbol->expressions.count(expression->text) == 1 &&
                                  symbols.find(symbol->text) == symbol;
             found.require(isKnown, "a symbol does not know who reads it");
         }
@@ -256,7 +255,8 @@ std::string Invariants::leaves(ExpressionEngine const& engine, std::function<std
     }
     std::string text;
     for (auto const& [symbol, places] : sorted) {
-        text += '`' + symbol + '`';
+        auto const* const texts = engine.findExpressions(symbol);
+        text += '`' + symbol + "`*" + std::to_string(texts ? texts->size() : 0);
         for (auto const& [offset, context] : places)
             text += ' ' + std::to_string(offset) + context;
         text += '\n';

@@ -40,7 +40,7 @@ public:
     /// Records, clones and the graph over them tell the same.
     static std::string of(ContextView const& view);
 
-    /// Every leaf of every symbol in order: "`a.b` 0#context 2#context".
+    /// Every symbol, by how many texts it is named, and its leaves in order: "`a.b`*1 0#context 2#context".
     static std::string leaves(ExpressionEngine const& engine, std::function<std::string(Id const&)> const& name);
     static std::map<Id, ContextData> clones(ContextView const& view);
 };

@@ -38,6 +38,7 @@ std::set<std::string> eachLeaf(std::string const& text)
         std::istringstream words{line};
         std::string symbol;
         words >> symbol;
+        symbol.resize(std::min(symbol.size(), symbol.rfind('*')));
         for (std::string leaf; words >> leaf;)
             leaves.insert(std::to_string(engine) + symbol + leaf);
     }

@@ -83,7 +83,9 @@ public:
         for (std::optional<int> const& property : m_lifted)
             if (property) {
                 PlainStore::Property const& lifted = m_system.store.now().properties[PlainStore::index(*property)];
-                out << (lifted.alive ? "holds " + lifted.name + '@' + nameOf(lifted.owner) + '\n' : "holds the dead\n");
+                out << (lifted.alive ? "holds " + lifted.name + '@' + nameOf(lifted.owner) + '=' + shown(lifted.value)
+                                     : "holds the dead")
+                    << '\n';
             }
         for (int const id : m_known)
             out << nameOf(id) << (m_system.providers.living.count(id) != 0 ? " lives" : " gone")
@@ -289,6 +291,8 @@ private:
         default: break;
         }
         std::optional<int>& held = m_lifted[PlainStore::index(op.other) % MOST_LIFTED];
+        if (op.kind == Kind::WriteHeld)
+            return held ? inTransaction([&] { store.write(*held, value); }) : void();
         std::optional<int> const property = op.kind == Kind::Land ? held : store.find(id, op.name);
         if (!property || (op.kind == Kind::Move && !target.provider))
             return;
@@ -332,6 +336,20 @@ private:
     {
         std::shared_ptr<PlainView> const view = m_views[PlainStore::index(number)];
         return view && view->acquire(m_slots[PlainStore::index(slot)].last, handle);
+    }
+    void bind(int number, Binding const& binding) override
+    {
+        PlainEngine* const engine = m_engines[PlainStore::index(number)].get();
+        if (!engine)
+            return;
+        switch (binding.what) {
+        case Binding::AcquireSymbol: return engine->acquireSymbol(binding.symbol, binding.text);
+        case Binding::ReleaseSymbol: return engine->releaseSymbol(binding.symbol, binding.text);
+        case Binding::AcquireLeaf:
+            return engine->acquireLeaf(binding.symbol, binding.offset,
+                                       m_slots[PlainStore::index(binding.slot)].provider);
+        case Binding::ReleaseLeaf: return engine->releaseLeaf(binding.symbol, binding.offset);
+        }
     }
     void release(int handle) override
     {

@@ -125,6 +125,8 @@ void RealWorld::change(Op const& op)
         default: break;
         }
         Property& held = m_lifted[PlainStore::index(op.other) % MOST_LIFTED];
+        if (op.kind == Kind::WriteHeld)
+            return held.get() ? held->setValue(value) : void();
         Property const property = op.kind == Kind::Land ? held : provider.getProperty(op.name);
         if (!property.get() || (op.kind == Kind::Move && !target))
             return;
@@ -201,6 +203,23 @@ bool RealWorld::watch(int number, int slot, int handle)
     if (isThere)
         m_contextHandles[handle] = std::move(made);
     return isThere;
+}
+
+void RealWorld::bind(int number, Binding const& binding)
+{
+    auto const& engine = m_engines[PlainStore::index(number)];
+    if (!engine)
+        return;
+    auto const& [what, symbol, text, offset, slot] = binding;
+    Provider const provider = m_slots[PlainStore::index(slot)].provider;
+    inSystem([&, what = what, offset = offset] {
+        switch (what) {
+        case Binding::AcquireSymbol: return engine->acquireSymbol(symbol, text);
+        case Binding::ReleaseSymbol: return engine->releaseSymbol(symbol, text);
+        case Binding::AcquireLeaf: return engine->acquireLeaf(symbol, offset, provider);
+        case Binding::ReleaseLeaf: return engine->releaseLeaf(symbol, offset);
+        }
+    });
 }
 
 void RealWorld::release(int handle)
@@ -418,8 +437,10 @@ std::string RealWorld::contents() const
     }
     for (Property const& property : m_lifted)
         if (property.get())
-            out << (property ? "holds " + property->getName() + '@' + nameOf(property.owner()) + '\n'
-                             : "holds the dead\n");
+            out << (property ? "holds " + property->getName() + '@' + nameOf(property.owner()) + '=' +
+                                   shown(property->getValue())
+                             : "holds the dead")
+                << '\n';
     std::map<int, boost::uuids::uuid> known;
     for (auto const& [id, number] : m_numbers)
         known[number] = id;

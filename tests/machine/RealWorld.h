@@ -57,6 +57,7 @@ private:
     std::size_t depth() const override { return m_open.size(); }
     bool acquire(int engine, Tree const& tree, int handle) override;
     bool watch(int view, int slot, int handle) override;
+    void bind(int engine, Binding const& binding) override;
     void release(int handle) override;
     void setEngine(int engine, bool present) override;
     void setView(int view, bool present) override;

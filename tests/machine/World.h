@@ -4,7 +4,9 @@
 #include "machine/Trees.h"
 
 #include <cstdint>
+#include <iterator>
 #include <map>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -97,6 +99,15 @@ protected:
         std::uint64_t seed;
         int calls = 0;
     };
+    /// What `Bind` does: to a symbol for a text, or to its leaves from `offset` on, which begin at the context of
+    /// `slot`.
+    struct Binding {
+        enum What { AcquireSymbol, ReleaseSymbol, AcquireLeaf, ReleaseLeaf } what;
+        std::string symbol;
+        std::string text;
+        std::size_t offset;
+        int slot;
+    };
 
     virtual void create(int slot) = 0;
     virtual void drop(int slot) = 0;
@@ -107,6 +118,7 @@ protected:
     virtual std::size_t depth() const = 0;
     virtual bool acquire(int engine, Tree const& tree, int handle) = 0;   // false: there is nothing to acquire from
     virtual bool watch(int view, int slot, int handle) = 0;
+    virtual void bind(int engine, Binding const& binding) = 0;
     virtual void release(int handle) = 0;
     virtual void setEngine(int engine, bool present) = 0;
     virtual void setView(int view, bool present) = 0;
@@ -191,6 +203,7 @@ private:
         case Kind::EndEngine: return setEngine(op.other % ENGINES, op.kind == Kind::MakeEngine);
         case Kind::MakeView:
         case Kind::EndView: return setView(op.other % VIEWS, op.kind == Kind::MakeView);
+        case Kind::Bind: return bindByHand(op);
         case Kind::AddListener:
         case Kind::RemoveListener: return setListener(op.other % LISTENERS, op.kind == Kind::AddListener);
         case Kind::Throw: m_lagging = true; throw Planned{};
@@ -239,6 +252,23 @@ private:
             m_held[handle] = isContext;
         else
             log("[nothing]");
+    }
+    void bindByHand(Op const& op)
+    {
+        m_lagging = true;
+        Tree const tree = Tree::fromSeed(op.text);
+        std::set<std::string> symbols;
+        tree.symbols(symbols);
+        if (tree.isBroken || symbols.empty())
+            return;
+        Dice dice{op.seed};
+        std::string const symbol = *std::next(symbols.begin(), dice.below(static_cast<int>(symbols.size())));
+        std::size_t offset = 0;
+        for (int parts = dice.below(3); parts != 0; --parts)
+            if (std::size_t const dot = symbol.find('.', offset); dot != std::string::npos)
+                offset = dot + 1;
+        bind(op.other % ENGINES,
+             {static_cast<Binding::What>(dice.below(4)), symbol, tree.text(), offset, dice.below(SLOTS)});
     }
     void releaseOne(Op const& op)
     {
