@@ -33,9 +33,9 @@ constexpr std::array<Share, KINDS + 1> SHARES{{{"set", 60, 60},
                                                {"move", 3, 3},
                                                {"lift", 3, 2},
                                                {"land", 4, 2},
-                                               {"begin", 3, 0},
-                                               {"commit", 9, 0},
-                                               {"roll back", 3, 0},
+                                               {"begin", 3, 1},
+                                               {"commit", 9, 2},
+                                               {"roll back", 3, 1},
                                                {"acquire", 24, 8},
                                                {"release", 4, 5},
                                                {"release self", 0, 5},
@@ -103,7 +103,8 @@ Op Script::step(std::size_t at) const
 Op Script::inner(Dice& dice, bool inCallback) const
 {
     Kind const kind = choose(m_inner, dice.next());
-    bool const onlyInCallbacks = kind == Kind::ReleaseSelf || kind == Kind::Throw;
+    bool const onlyInCallbacks =
+        kind == Kind::ReleaseSelf || kind == Kind::Throw || (kind >= Kind::Begin && kind <= Kind::RollBack);
     return fill(onlyInCallbacks && !inCallback ? Kind::Set : kind, dice);
 }
 

@@ -189,9 +189,9 @@ private:
         case Kind::Nothing: return;
         case Kind::Create: return create(op.slot);
         case Kind::Drop: return drop(op.slot);
-        case Kind::Begin: return depth() < DEEPEST ? begin() : void();
-        case Kind::Commit: return depth() != 0 ? commit() : void();
-        case Kind::RollBack: return depth() != 0 ? backOut() : void();
+        case Kind::Begin: return m_batches == 0 && depth() < DEEPEST ? begin() : void();
+        case Kind::Commit: return m_batches == 0 && depth() != 0 ? commit() : void();
+        case Kind::RollBack: return m_batches == 0 && depth() != 0 ? backOut() : void();
         case Kind::Batch:
         case Kind::BatchBack: return batch(op, self);
         case Kind::Acquire:
@@ -219,6 +219,7 @@ private:
             return;
         Dice dice{op.seed};
         begin();
+        ++m_batches;
         try {
             for (int count = 1 + dice.below(12); count != 0; --count) {
                 Op const inner = m_script.inner(dice, false);
@@ -226,9 +227,11 @@ private:
                     apply(inner, self);
             }
         } catch (...) {
+            --m_batches;
             backOut();
             throw;
         }
+        --m_batches;
         if (op.kind == Kind::Batch)
             commit();
         else
@@ -292,6 +295,7 @@ private:
     Numbers m_numbers;
     int m_calls = 0;
     int m_depth = 0;
+    int m_batches = 0;   // that are under way: their transactions are theirs to end
     int m_throwAt = 0;
     int m_actionsLeft = 0;
 };
