@@ -18,6 +18,7 @@
 #include <boost/uuid/uuid_io.hpp>
 
 #include <algorithm>
+#include <unordered_set>
 
 namespace {
 
@@ -134,8 +135,12 @@ std::string Invariants::of(ExpressionEngine const& engine)
             return place.name.data() >= whole.data() && place.name.data() <= whole.data() + whole.size();
         });
         found.require(isView, "a name is a view of nothing");
-        for (ExpressionEngine::Leaf const& leaf : engine.findLeaves(place.context->id, place.name))
+        std::unordered_set<ExpressionEngine::Leaf, ExpressionEngine::LeafHash> told;
+        for (ExpressionEngine::Leaf const& leaf : engine.findLeaves(place.context->id, place.name)) {
             found.require(symbols.find(leaf.symbol)->componentAt(leaf.offset) == place.name, "a leaf is told wrongly");
+            found.require(told.insert(leaf).second, "a leaf is told twice");
+        }
+        found.require(told.size() == place.leaves.size(), "a leaf is not told");
         owned -= place.leaves.size();
         bool const isDoubtful = static_cast<detail::PlaceHook<detail::Unpinned> const&>(place).is_linked();
         if (!isIdle || isDoubtful)

@@ -165,6 +165,12 @@ public:
         cut(known->second, offset);
         known->second.provisional &= !known->second.leaves.empty();
     }
+    void update(std::string const& text)
+    {
+        auto const found = expressions.find(text);
+        if (std::shared_ptr<Expression> const expression = found == expressions.end() ? nullptr : found->second)
+            update(*expression);
+    }
     bool has(int handle) const { return of(handle) != nullptr; }
     Value valueOf(int handle) const { return of(handle)->value; }
 

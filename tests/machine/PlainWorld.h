@@ -339,7 +339,7 @@ private:
     }
     void bind(int number, Binding const& binding) override
     {
-        PlainEngine* const engine = m_engines[PlainStore::index(number)].get();
+        std::shared_ptr<PlainEngine> const engine = m_engines[PlainStore::index(number)];
         if (!engine)
             return;
         switch (binding.what) {
@@ -349,6 +349,7 @@ private:
             return engine->acquireLeaf(binding.symbol, binding.offset,
                                        m_slots[PlainStore::index(binding.slot)].provider);
         case Binding::ReleaseLeaf: return engine->releaseLeaf(binding.symbol, binding.offset);
+        case Binding::Update: return engine->update(binding.text);
         }
     }
     void release(int handle) override

@@ -11,6 +11,7 @@ namespace machine {
 namespace {
 
 constexpr std::array NAMES{"r", "s", "a", "b"};
+constexpr std::array ABSENT{"c", "d"};   // named, and hardly ever there
 constexpr std::array LITERAL_PATHS{"r.a", "s.r.a", "r.s", ""};
 constexpr int PLAIN_VALUES = 12;
 constexpr std::uint8_t SPELT_OUT = 255;   // the first byte of a step whose kind, slot, other and name follow
@@ -113,7 +114,7 @@ std::string Script::path(Dice& dice)
     std::string path;
     for (int parts = dice.below(3); parts != 0; --parts)
         path += dice.oneIn(30) ? "." : dice.oneIn(2) ? "r." : "s.";
-    return path + (dice.oneIn(30) ? "" : dice.pick(NAMES));
+    return path + (dice.oneIn(30) ? "" : dice.oneIn(8) ? dice.pick(ABSENT) : dice.pick(NAMES));
 }
 
 Op Script::fill(Kind kind, Dice& dice) const

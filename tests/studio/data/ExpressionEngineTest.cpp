@@ -1,13 +1,18 @@
 #include "studio/data/ExpressionEngine.h"
 
+#include "gel/Eval.h"
 #include "gel/ParseError.h"
+#include "studio/data/ContextView.h"
+#include "studio/data/DataSource.h"
 #include "studio/data/Expression.h"
 #include "studio/data/ProviderRegistry.h"
+#include "support/ContextWatch.h"
 #include "support/Contexts.h"
 #include "support/Printers.h"
 
 #include <gtest/gtest.h>
 
+#include <deque>
 #include <functional>
 #include <limits>
 #include <memory>
@@ -34,29 +39,6 @@ protected:
 
 void ignore(std::string const&, PropertyValue const&) {}
 
-/// Makes the next construction of a provider fail at its commit.
-struct Refusing : tarn::zero::Listener {
-    using Reports = tarn::zero::ReportList<tarn::zero::ShallowChangeReport<ContextData>>;
-    Refusing() { ContextProvider::sharedModel()->addDeepListener(this); }
-    ~Refusing() override { ContextProvider::sharedModel()->removeListener(this); }
-    void transactionCommitted(tarn::zero::ShallowChangeReport<ContextData> const& report)
-    {
-        for (tarn::zero::ReportEntry const entry : report.created()) {
-            id = entry.element().Uuid();
-            throw std::runtime_error{"no"};
-        }
-    }
-    boost::uuids::uuid id{};
-};
-
-/// The id of a provider whose construction failed: looking it up throws `std::bad_weak_ptr`.
-PropertyValue deadEntry()
-{
-    Refusing listener;
-    EXPECT_THROW(ContextProvider::create(), std::runtime_error);
-    return listener.id;
-}
-
 // ---- values
 
 TEST_F(Expressions, AreWhatTheirTextsYieldOverTheRoot)
@@ -72,6 +54,7 @@ TEST_F(Expressions, AreWhatTheirTextsYieldOverTheRoot)
         Handle const handle = calls.hear(text);
         EXPECT_EQ(calls.take(), text + ('=' + expected));
         EXPECT_EQ(shown(handle->getValue()), expected);
+        EXPECT_EQ(DataSource::toPropertyValue(gel::eval(text, DataSource{root})), handle->getValue());
         EXPECT_FALSE(handle->getValue().isUUID());
     }
 }
@@ -153,6 +136,51 @@ TEST_F(Expressions, HandlesMayBeToldAgainAndOutliveTheEngine)
     EXPECT_EQ(heard.take(), "");
 }
 
+TEST_F(Expressions, HandlesOfOthersAndThoseMadeByHandDisturbNobody)
+{
+    ExpressionEngine second{root};
+    CallRecorder others{second};
+    Handle own = calls.watch("x");
+    Handle const theirs = others.watch("x");
+    ExpressionHandle none{nullptr, [](auto const&, auto const&) {}};
+    engine.releaseExpression(theirs.get());
+    engine.releaseExpression(&none);
+    ExpressionHandle{engine.findExpression("x"), [](auto const&, auto const&) {}};   // comes and goes
+    root->setPropertyValue("x", 2);
+    EXPECT_EQ(calls.take() + others.take(), "x=2x=2");
+    ExpressionHandle byHand{engine.findExpression("x"), [&](auto const&, auto const& value) {
+                                calls.note("by hand " + shown(value));
+                                own.reset();   // the last one
+                                engine.releaseExpression(&byHand);
+                            }};
+    byHand.notify();
+    EXPECT_EQ(calls.take(), "by hand 2");
+    EXPECT_EQ(engine.findExpression("x"), nullptr);
+}
+
+/// So many notes on one property that none of them is looked for there.
+TEST_F(Expressions, ManyEnginesAndViewsFollowOneProperty)
+{
+    std::deque<ExpressionEngine> engines;
+    std::deque<ContextView> views;
+    std::vector<Handle> handles;
+    std::vector<std::unique_ptr<ContextHandleImpl>> mirrors;
+    int heard = 0;
+    for (int i = 0; i != 12; ++i) {
+        handles.push_back(engines.emplace_back(root).acquireExpression("x", [&](auto&&...) { ++heard; }));
+        mirrors.push_back(views.emplace_back(tarn::zero::Model{}).acquire(root->getId(), nullptr));
+    }
+    for (int value = 2; value != 6; ++value) {
+        heard = 0;
+        if (value == 4)
+            root->removeProperty("x"), root->addProperty("x", 0);
+        root->setPropertyValue("x", value);
+        EXPECT_EQ(heard, value == 4 ? 36 : 12);
+        for (auto const& mirror : mirrors)
+            EXPECT_EQ(mirror->getData()->getProperties().findImpl("x")->getValue(), PropertyValue(value));
+    }
+}
+
 // ---- failures
 
 TEST_F(Expressions, TextThatDoesNotParseLeavesNothingBoundAndMayBeTriedAgain)
@@ -171,6 +199,7 @@ TEST_F(Expressions, LookUpThatThrowsLeavesTheSymbolsAndTheNextTryWorks)
     Handle const other = calls.watch("x");
     EXPECT_THROW(calls.hear("x + broken.y"), std::bad_weak_ptr);
     EXPECT_EQ(engine.findExpression("x + broken.y"), nullptr);
+    EXPECT_EQ(*engine.findExpressions("x"), Texts{"x"}) << "symbols are bound in order of their names";
     root->setPropertyValue("x", 2);   // wakes the other one, and not what was never made
     EXPECT_EQ(calls.take(), "x=2");
     root->setPropertyValue("broken", context({{"y", 10}}));
@@ -230,8 +259,11 @@ TEST_F(WhenAnExpressionDoesNotUpdate, LiteralNameHidesThePathAndWakesNobody)
     root->addProperty("a.b", 5);
     root->getProperty("a.b")->setValue(6);
     EXPECT_EQ(calls.take(), "");
-    child->setPropertyValue("b", 2);   // the path changed: now the literal name is seen
+    engine.updateExpression("a.b");
     EXPECT_EQ(calls.take(), "a.b=6");
+    root->getProperty("a.b")->setValue(7);
+    child->setPropertyValue("b", 2);   // the path changed: now the literal name is seen
+    EXPECT_EQ(calls.take(), "a.b=7");
     root->removeProperty("a.b");
     EXPECT_EQ(calls.take(), "");
     child->setPropertyValue("b", 3);
