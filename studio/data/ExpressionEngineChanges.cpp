@@ -73,7 +73,7 @@ void ExpressionEngine::touchAll(tarn::zero::ReportData const& report, Batch& bat
             continue;
         if (auto* const property = tarn::zero::elementCast<Property>(element))
             touchProperty(*property, *storage, isSettled, batch);
-        else if (kind != ReportData::Kind::Modified && tarn::zero::isInstance<ContextData>(element))
+        else if (kind != ReportData::Kind::Modified)
             touchContext(element.Uuid(), batch);
     }
 }

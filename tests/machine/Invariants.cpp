@@ -195,8 +195,8 @@ void checkGraph(Nodes const& nodes, std::size_t clones, Findings& found)
     for (auto const& [id, node] : nodes) {
         mirrored += node.mirrored ? 1 : 0;
         found.require(node.id == id && !node.pending, "a node stands under another id, or in a search");
-        found.require(node.mirrored || node.hasRecord || node.doubtful || node.in || !node.out.empty(),
-                      "a node is kept for nothing");
+        found.require(node.mirrored || node.hasRecord || node.doubtful || node.in, "a node is kept for nothing");
+        found.require(node.mirrored || node.out.empty(), "what is not mirrored refers to something");
         std::size_t open = 0;
         for (auto const& [target, edge] : node.out) {
             open += target->mirrored ? 0 : 1;
