@@ -299,7 +299,11 @@ private:
         if (op.kind == Kind::Lift)
             held = property;
         int const owner = op.kind == Kind::Land ? id : op.kind == Kind::Lift ? NOWHERE : target.last;
-        inTransaction([&] { store.move(*property, owner); });
+        inTransaction([&] {
+            if (op.kind == Kind::Bounce)
+                store.move(*property, NOWHERE);
+            store.move(*property, op.kind == Kind::Bounce ? id : owner);
+        });
     }
     /// The whole way is found first and held; then its end is written, then outward.
     void write(int id, std::string const& path, Value const& value)

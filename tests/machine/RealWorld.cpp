@@ -134,6 +134,8 @@ void RealWorld::change(Op const& op)
             return property->setName(op.newName);
         if (op.kind == Kind::Lift)
             return lift(property, held);
+        if (op.kind == Kind::Bounce)
+            return bounce(property);
         boost::uuids::uuid const owner = op.kind == Kind::Move ? target->getId() : provider.getId();
         if (auto const place = ContextData::from(ContextProvider::sharedModel()->findElement(owner, 1)))
             property->setOwner(place);
@@ -150,6 +152,15 @@ void RealWorld::lift(Property const& property, Property& held)
             held = before;   // it is where it was
         throw;
     }
+}
+
+void RealWorld::bounce(Property const& property)
+{
+    tarn::zero::Transaction transaction = ContextProvider::sharedModel()->beginTransaction(true);
+    ContextData const owner = property.owner();
+    property->setOwner(ContextData{});
+    property->setOwner(owner);
+    transaction.commit(boost::none);
 }
 
 void RealWorld::begin()

@@ -51,6 +51,7 @@ private:
     void drop(int slot) override;
     void change(Op const& op) override;
     static void lift(studio::data::Property const& property, studio::data::Property& held);
+    static void bounce(studio::data::Property const& property);
     void begin() override;
     void commit() override;
     void rollBack() override;

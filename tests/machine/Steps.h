@@ -56,8 +56,9 @@ enum class Kind : std::uint8_t {
     WriteHeld,   ///< a property that is held, wherever it is
     Rename,
     Move,
-    Lift,   ///< a property out of its context, to be held
-    Land,   ///< a property that is held, into a context
+    Lift,     ///< a property out of its context, to be held
+    Land,     ///< a property that is held, into a context
+    Bounce,   ///< a property out of its context and back, in one transaction
     Begin,
     Commit,
     RollBack,

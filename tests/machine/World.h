@@ -208,7 +208,7 @@ private:
         case Kind::RemoveListener: return setListener(op.other % LISTENERS, op.kind == Kind::AddListener);
         case Kind::Throw: m_lagging = true; throw Planned{};
         default:
-            m_lagging |= (op.kind >= Kind::Rename && op.kind <= Kind::Land) || op.name.find('.') != std::string::npos;
+            m_lagging |= (op.kind >= Kind::Rename && op.kind <= Kind::Bounce) || op.name.find('.') != std::string::npos;
             return change(op);
         }
     }

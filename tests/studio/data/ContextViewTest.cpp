@@ -2,6 +2,7 @@
 
 #include "studio/data/HandleRecord.h"
 #include "studio/data/ProviderRegistry.h"
+#include "support/Allocations.h"
 #include "support/ContextWatch.h"
 #include "support/Contexts.h"
 #include "support/Mirrors.h"
@@ -10,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -208,10 +210,19 @@ TEST_F(View, RollBackOfAnothersTransactionOnItsModelIsSurvived)
     Handle handle;
     {
         tarn::zero::Transaction const foreign = model->beginTransaction(true);
-        handle = acquire(root);
+        bool failed = true;
+        for (std::size_t skipped = 0; failed; ++skipped) {   // an inner transaction fails, wherever it may
+            support::FailingAllocation const failing{skipped};
+            try {
+                handle = acquire(root);
+            } catch (std::bad_alloc const&) {}
+            failed = failing.happened();
+        }
         EXPECT_TRUE(handle->getData());
+        root->setPropertyValue("n", 7);
     }
     EXPECT_FALSE(handle->getData());
+    root->setPropertyValue("n", 1);
     root->setPropertyValue("child", 0);
     root->setPropertyValue("child", leaf);
     Handle const again = acquire(root);
@@ -233,6 +244,19 @@ TEST_F(View, RollBackOfAnothersTransactionOnItsModelIsSurvived)
     root->setPropertyValue("n", 4);
     EXPECT_EQ(read(root, "n"), PropertyValue(4));
     EXPECT_EQ(read(other, "n"), PropertyValue(1));
+}
+
+TEST_F(View, CopyThatAHolderTakesOutIsMirroredAnewWithItsContext)
+{
+    Provider const root = context();
+    Handle const handle = acquire(root);
+    root->setPropertyValue("n", 2);
+    Property const copy = handle->getData()->getProperties().find("n");
+    copy->setOwner(ContextData{});
+    root->setPropertyValue("n", 3);
+    EXPECT_EQ(copy->getValue(), PropertyValue(2));
+    root->setActiveContexts({"x"});
+    EXPECT_EQ(read(root, "n"), PropertyValue(3));
 }
 
 TEST(ViewOnTheSharedModel, EndsItsWorkAndDoesNoHarm)

@@ -225,9 +225,16 @@ TEST_F(Expressions, FirstCallThatThrowsSubscribesNobody)
     EXPECT_EQ(calls.take(), "x=2");
 }
 
-TEST_F(Expressions, WalksRefuseAnOffsetBeyondTheSymbol)
+TEST_F(Expressions, LeavesAreToldByContextAndNameAndWalksRefuseAnOffsetBeyondTheSymbol)
 {
-    Handle const handle = calls.hear("x");
+    Handle const handle = calls.hear("x + a.b");
+    using Leaves = std::vector<ExpressionEngine::Leaf>;
+    EXPECT_EQ(engine.findLeaves(root->getId(), "x"), (Leaves{{"x", 0}}));
+    EXPECT_EQ(engine.findLeaves(root->getId(), "a"), (Leaves{{"a.b", 0}}));
+    EXPECT_EQ(engine.findLeaves(child->getId(), "b"), (Leaves{{"a.b", 2}}));
+    EXPECT_NE((Leaves{{"a.b", 0}}), (Leaves{{"x", 0}}));
+    EXPECT_NE((Leaves{{"a.b", 0}}), (Leaves{{"a.b", 2}}));
+    EXPECT_TRUE(engine.findLeaves(child->getId(), "x").empty());
     EXPECT_THROW(engine.acquireLeaf("x", 2, root), std::out_of_range);
     EXPECT_THROW(engine.releaseLeaf("x", 2), std::out_of_range);
     engine.acquireLeaf("x", 0, nullptr);   // a null provider stops the walk
