@@ -313,14 +313,7 @@ void RealWorld::touchAll()
 
 std::string RealWorld::present() const
 {
-    std::string text;
-    for (auto const& engine : m_engines)
-        text += engine ? 'e' : '-';
-    for (auto const& view : m_views)
-        text += view ? 'v' : '-';
-    for (auto const& listener : m_foreign)
-        text += listener ? 'l' : '-';
-    return text;
+    return marks(m_engines, 'e') + marks(m_views, 'v') + marks(m_foreign, 'l');
 }
 
 void RealWorld::bury()

@@ -164,6 +164,16 @@ protected:
     /// The handles that have not been released: true are those of contexts.
     std::map<int, bool> const& held() const { return m_held; }
 
+    /// A letter for each that is there, a dash for each that is not.
+    template <class Places>
+    static std::string marks(Places const& places, char letter)
+    {
+        std::string text;
+        for (auto const& place : places)
+            text += place ? letter : '-';
+        return text;
+    }
+
     bool m_tellsOfTheGone = true;
     bool m_lagging = false;   // something happened that leaves values or mirrors behind, by design
 
