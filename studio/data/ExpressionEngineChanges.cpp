@@ -48,13 +48,9 @@ void ExpressionEngine::process(tarn::zero::ReportData const& report)
         tables->leaves.distrust();
         throw;
     }
-    for (Expression::Pin const& expression : frame->batch->expressions) {
-        if (expression->isRetired())
-            continue;
-        expression->evaluate();
-        if (frame->engineGone)
-            return;
-    }
+    for (Expression::Pin const& expression : frame->batch->expressions)
+        if (!expression->isRetired())   // by a callback, or with the engine, which may be gone by now
+            expression->evaluate();
 }
 
 void ExpressionEngine::touchAll(tarn::zero::ReportData const& report, Batch& batch)
