@@ -191,10 +191,7 @@ public:
             if (view)
                 view->discard();
     }
-    std::string present() const
-    {
-        return marks(m_engines, 'e') + marks(m_views, 'v') + marks(m_foreign, 'l');
-    }
+    std::string present() const { return marks(m_engines, 'e') + marks(m_views, 'v') + marks(m_foreign, 'l'); }
 
 private:
     struct Slot {

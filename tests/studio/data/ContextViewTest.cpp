@@ -59,26 +59,6 @@ TEST_F(View, HandleStillAnswersAfterItsRelease)
     EXPECT_TRUE(!view->getRecord(root->getId()) && elements() == 0 && !released->getData());
 }
 
-TEST_F(View, ClonesKeepTheUuidsAlsoOfWhatWasReplacedRenamedOrMoved)
-{
-    Provider const root = context();
-    Provider const other = context();
-    root->addProperty("old", 1);
-    Handle const handles[] = {acquire(root), acquire(other)};
-    inTransaction([&] {
-        other->removeProperty("n");
-        root->getProperty("n")->setOwner(ContextData{support::source(other->getId())});
-        root->getProperty("old")->setName("new");
-        root->addProperty("n", 5);
-    });
-    for (Provider const& provider : {root, other})
-        for (std::string const& name : provider->getPropertyNames()) {
-            tarn::zero::ModelElement const found = model->findElement(provider->getProperty(name).Uuid(), 1);
-            EXPECT_EQ(found, view->getData(provider->getId())->getProperties().find(name)) << name;
-        }
-    EXPECT_EQ(elements(), 5u);
-}
-
 TEST_F(View, AsksForALivingProvider)
 {
     Provider doomed;
