@@ -215,9 +215,10 @@ void checkGraph(Nodes const& nodes, std::size_t clones, Findings& found)
 
 }   // namespace
 
-std::string Invariants::of(ContextView const& view)
+std::string Invariants::of(ContextView const& view, bool touched)
 {
     Findings found;
+    found.require(!touched || !view.stale, "the graph was not made anew");
     found.require(!view.life->ending && view.life->view == &view, "a view that lives is ending");
     for (auto const& [id, record] : view.records) {
         found.require(record->provider && record->provider->getId() == id, "a record is of another context");

@@ -175,6 +175,7 @@ void Machine::acceptMark(Op const& op)
         m_real.touchAll();
         m_plain.touchAll();
     }
+    m_difference += m_real.checkInvariants(true);
     m_real.tellNoMoreOfTheGone();
     m_plain.tellNoMoreOfTheGone();
     m_plain.countLike(m_real);

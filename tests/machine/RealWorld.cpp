@@ -507,7 +507,7 @@ std::string RealWorld::mirrors() const
     return out.str();
 }
 
-std::string RealWorld::checkInvariants() const
+std::string RealWorld::checkInvariants(bool touched) const
 {
     std::string found = tarn::zero::Invariants::of(ContextProvider::sharedModel(), m_open.size());
     std::set<boost::uuids::uuid> living;
@@ -520,7 +520,7 @@ std::string RealWorld::checkInvariants() const
             found += Invariants::of(*engine);
     for (auto const& view : m_views)
         if (view)
-            found += Invariants::of(*view);
+            found += Invariants::of(*view, touched);
     return found;
 }
 

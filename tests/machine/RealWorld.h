@@ -38,7 +38,7 @@ public:
     std::string leaves() const;
     std::string mirrors() const;
     /// What does not hold inside, if anything.
-    std::string checkInvariants() const;
+    std::string checkInvariants(bool touched = false) const;
 
 private:
     class Foreign;

@@ -115,7 +115,7 @@ std::string Script::path(Dice& dice)
     std::string path;
     for (int parts = dice.below(3); parts != 0; --parts)
         path += dice.oneIn(30) ? "." : dice.oneIn(2) ? "r." : "s.";
-    return path + (dice.oneIn(30) ? "" : dice.oneIn(8) ? dice.pick(ABSENT) : dice.pick(NAMES));
+    return path + (dice.oneIn(30) ? "" : dice.oneIn(4) ? dice.pick(ABSENT) : dice.pick(NAMES));
 }
 
 Op Script::fill(Kind kind, Dice& dice) const

@@ -5,6 +5,7 @@
 #include "studio/data/DataSource.h"
 #include "studio/data/Expression.h"
 #include "studio/data/ProviderRegistry.h"
+#include "support/Allocations.h"
 #include "support/ContextWatch.h"
 #include "support/Contexts.h"
 #include "support/Printers.h"
@@ -152,6 +153,14 @@ TEST_F(Expressions, LookUpThatThrowsLeavesTheSymbolsAndTheNextTryWorks)
     EXPECT_EQ(calls.take(), "x=2");
     root->setPropertyValue("broken", context({{"y", 10}}));
     EXPECT_THROW(root->setPropertyValue("broken", deadEntry()), std::bad_weak_ptr);
+    auto const fail = [&] {   // in an engine that goes, and what was bound with it
+        ExpressionEngine brief{root};
+        EXPECT_THROW(brief.acquireExpression("broken.y + x", nullptr), std::bad_weak_ptr);
+    };
+    fail();
+    std::size_t const before = liveAllocations();
+    fail();
+    EXPECT_EQ(liveAllocations(), before);
     Provider const whole = context({{"y", 10}});
     root->setPropertyValue("broken", whole);
     Handle const again = calls.hear("x + broken.y");
