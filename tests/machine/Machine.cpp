@@ -123,7 +123,7 @@ void Machine::takeWithFaults(Op const& original, Fault fault)
             return acceptMark(m_real.contents() == contents ? op : Op::of(Kind::RollBack));
         if (m_real.contents() + m_real.handles() + m_real.present() != done)
             return acceptMark(op);
-        if (!isKept(leaves, m_real.leaves()))
+        if (op.kind != Kind::Bind && !isKept(leaves, m_real.leaves()))
             m_difference += "a step that failed has unbound a symbol: " + leaves + " to " + m_real.leaves();
         if (visible() != before)
             return acceptMark(Op::of(Kind::Nothing));

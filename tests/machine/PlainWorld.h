@@ -339,6 +339,7 @@ private:
         switch (binding.what) {
         case Binding::AcquireSymbol: return engine->acquireSymbol(binding.symbol, binding.text);
         case Binding::ReleaseSymbol: return engine->releaseSymbol(binding.symbol, binding.text);
+        case Binding::MoveLeaf: engine->releaseLeaf(binding.symbol, binding.offset); [[fallthrough]];
         case Binding::AcquireLeaf:
             return engine->acquireLeaf(binding.symbol, binding.offset,
                                        m_slots[PlainStore::index(binding.slot)].provider);

@@ -229,6 +229,9 @@ void RealWorld::bind(int number, Binding const& binding)
         case Binding::ReleaseSymbol: return engine->releaseSymbol(symbol, text);
         case Binding::AcquireLeaf: return engine->acquireLeaf(symbol, offset, provider);
         case Binding::ReleaseLeaf: return engine->releaseLeaf(symbol, offset);
+        case Binding::MoveLeaf:
+            engine->releaseLeaf(symbol, offset);
+            return engine->acquireLeaf(symbol, offset, provider);
         case Binding::Update: return engine->updateExpression(text);
         }
     });

@@ -102,7 +102,7 @@ protected:
     /// What `Bind` does: to a symbol for a text, to its leaves from `offset` on, which begin at the context of
     /// `slot`, or to the text.
     struct Binding {
-        enum What { AcquireSymbol, ReleaseSymbol, AcquireLeaf, ReleaseLeaf, Update } what;
+        enum What { AcquireSymbol, ReleaseSymbol, AcquireLeaf, ReleaseLeaf, MoveLeaf, Update } what;
         std::string symbol;
         std::string text;
         std::size_t offset;
@@ -281,7 +281,7 @@ private:
             if (std::size_t const dot = symbol.find('.', offset); dot != std::string::npos)
                 offset = dot + 1;
         bind(op.other % ENGINES,
-             {static_cast<Binding::What>(dice.below(5)), symbol, tree.text(), offset, dice.below(SLOTS)});
+             {static_cast<Binding::What>(dice.below(6)), symbol, tree.text(), offset, dice.below(SLOTS)});
     }
     void releaseOne(Op const& op)
     {

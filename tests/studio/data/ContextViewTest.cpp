@@ -255,7 +255,11 @@ TEST(ViewOnTheSharedModel, EndsItsWorkAndDoesNoHarm)
         Handle const other = plain.acquire(root->getId(), nullptr);
         leaf->setActiveContexts({"x"});
         leaf->setPropertyValue("n", 2);
-        leaf->addProperty("m", 3);
+        {
+            ContextView brief{shared};
+            Handle const passing = brief.acquire(leaf->getId(), nullptr);
+            leaf->addProperty("m", 3);
+        }
         leaf->setPropertyValue("m", 0);
         for (ContextView* const view : {&odd, &plain}) {
             EXPECT_EQ(support::whole(view->getData(leaf->getId())),
