@@ -125,8 +125,8 @@ void Machine::takeWithFaults(Op const& original, Fault fault)
             return acceptMark(op);
         if (op.kind != Kind::Bind && !isKept(leaves, m_real.leaves()))
             m_difference += "a step that failed has unbound a symbol: " + leaves + " to " + m_real.leaves();
-        if (visible() != before)
-            return acceptMark(Op::of(Kind::Nothing));
+        if (visible() != before)   // an update on demand is done when its value is there, called or not
+            return acceptMark(op.kind == Kind::Bind ? op : Op::of(Kind::Nothing));
         if (op.kind == Kind::Create)
             m_real.buryNameless();
         m_real.countLike(m_plain);   // as if it had not been tried
