@@ -103,7 +103,9 @@ std::string Invariants::ofRegistry(std::set<Id> const& living)
 std::string Invariants::of(ExpressionEngine const& engine)
 {
     Findings found;
-    auto const& [leaves, symbols, expressions] = *engine.tables;
+    auto const& leaves = engine.tables->leaves;
+    auto const& symbols = engine.tables->symbols;
+    auto const& expressions = engine.tables->expressions;
     tarn::zero::Model::Impl const& model = *ContextProvider::sharedModel().get();
     bool const isIdle = !model.isInTransaction();
     std::size_t owned = 0;

@@ -221,18 +221,15 @@ void RealWorld::bind(int number, Binding const& binding)
     auto const& engine = m_engines[PlainStore::index(number)];
     if (!engine)
         return;
-    auto const& [what, symbol, text, offset, slot] = binding;
-    Provider const provider = m_slots[PlainStore::index(slot)].provider;
-    inSystem([&, what = what, offset = offset] {
-        switch (what) {
-        case Binding::AcquireSymbol: return engine->acquireSymbol(symbol, text);
-        case Binding::ReleaseSymbol: return engine->releaseSymbol(symbol, text);
-        case Binding::AcquireLeaf: return engine->acquireLeaf(symbol, offset, provider);
-        case Binding::ReleaseLeaf: return engine->releaseLeaf(symbol, offset);
-        case Binding::MoveLeaf:
-            engine->releaseLeaf(symbol, offset);
-            return engine->acquireLeaf(symbol, offset, provider);
-        case Binding::Update: return engine->updateExpression(text);
+    Provider const provider = m_slots[PlainStore::index(binding.slot)].provider;
+    inSystem([&] {
+        switch (binding.what) {
+        case Binding::AcquireSymbol: return engine->acquireSymbol(binding.symbol, binding.text);
+        case Binding::ReleaseSymbol: return engine->releaseSymbol(binding.symbol, binding.text);
+        case Binding::MoveLeaf: engine->releaseLeaf(binding.symbol, binding.offset); [[fallthrough]];
+        case Binding::AcquireLeaf: return engine->acquireLeaf(binding.symbol, binding.offset, provider);
+        case Binding::ReleaseLeaf: return engine->releaseLeaf(binding.symbol, binding.offset);
+        case Binding::Update: return engine->updateExpression(binding.text);
         }
     });
 }
