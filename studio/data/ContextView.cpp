@@ -9,6 +9,7 @@
 #include "studio/data/detail/ViewMirrors.h"
 
 #include <iterator>
+#include <utility>
 #include <vector>
 
 namespace studio::data {
@@ -96,9 +97,12 @@ std::unique_ptr<ContextHandleImpl> ContextView::acquire(Id const& id, ContextHan
     Id const context = id;   // a listener may take the caller's along
     // First, so that nobody's code runs between finding the record and entering the handle. To copy a callback may run
     // anything, and listeners on the view's model may end the record that was just made, or the view.
-    auto handle = std::make_unique<ContextHandleImpl>(context, callback, this);
+    ContextHandleImpl::Callback function = callback;
+    if (watched->ending)
+        return nullptr;
+    auto handle = std::make_unique<ContextHandleImpl>(context, std::move(function), this);
     handle->takeNativeOwnership();
-    HandleRecord* const record = watched->ending ? nullptr : createRecord(context);
+    HandleRecord* const record = createRecord(context);
     if (!record)
         return nullptr;
     try {

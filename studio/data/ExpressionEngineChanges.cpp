@@ -50,13 +50,9 @@ void ExpressionEngine::process(tarn::zero::ReportData const& report)
         distrust();
         throw;
     }
-    for (Batch::Reader const& reader : frame->batch->readers) {
-        if (reader.expression->isRetired())
-            continue;
-        reader.expression->evaluate();
-        if (frame->engineGone)
-            return;
-    }
+    for (Batch::Reader const& reader : frame->batch->readers)
+        if (!reader.expression->isRetired())   // by a callback, or with the engine, which may be gone by now
+            reader.expression->evaluate();
 }
 
 /// A report was not worked off to its end: nothing that was found is to be relied on any more.
@@ -84,7 +80,7 @@ void ExpressionEngine::touchAll(tarn::zero::ReportData const& report, Batch& bat
             continue;
         if (auto* const property = tarn::zero::elementCast<Property>(element))
             touchProperty(*property, *storage, isSettled, batch);
-        else if (kind != ReportData::Kind::Modified && tarn::zero::isInstance<ContextData>(element))
+        else if (kind != ReportData::Kind::Modified)
             touchContext(element.Uuid(), batch);
     }
     if (model.isInTransaction())

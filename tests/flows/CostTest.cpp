@@ -136,6 +136,24 @@ Operation changeMirrored(std::size_t contexts)
     return [=] { world->contexts[contexts / 2]->setPropertyValue("number", ++world->value); };
 }
 
+/// The path of one symbol goes on elsewhere, in contexts where many others end.
+Operation repoint(std::size_t size)
+{
+    auto const world = std::make_shared<World>(0);
+    std::vector<Provider> const targets{context(), context()};
+    world->root->addProperty("child", targets[0]);
+    for (std::size_t which : {0U, 1U}) {
+        world->root->addProperty(name(which), targets[which]);
+        targets[which]->addProperty("number", which);
+        for (std::size_t i = 0; i < size; ++i) {
+            targets[which]->addProperty(name(i), 0);
+            world->hear(name(which) + "." + name(i));
+        }
+    }
+    world->hear("child.number");
+    return [=] { world->root->setPropertyValue("child", targets[static_cast<std::size_t>(++world->value % 2)]); };
+}
+
 Operation writeUnheard()
 {
     Provider const written = context({{"number", 0}});
@@ -147,6 +165,7 @@ INSTANTIATE_TEST_SUITE_P(Cost, SteadyStream,
                                          Steady{"OfWritesWithOneExpression", [] { return writeHeard(1); }},
                                          Steady{"OfWritesWithManyExpressions", [] { return writeHeard(1000); }},
                                          Steady{"OfTransactionsOfManyWrites", [] { return writeAll(1000); }},
+                                         Steady{"OfReferencesThatSwingToAndFro", [] { return repoint(0); }},
                                          Steady{"OfChangesInAMirror", [] { return changeMirrored(100); }}),
                          [](auto const& info) { return info.param.name; });
 
@@ -211,24 +230,6 @@ Operation acquireAndReleaseHandle(std::size_t size)
         world->hear("property27 + 1");
         world->handles.erase(world->handles.end() - 2);
     };
-}
-
-/// The path of one symbol goes on elsewhere, in contexts where many others end.
-Operation repoint(std::size_t size)
-{
-    auto const world = std::make_shared<World>(0);
-    std::vector<Provider> const targets{context(), context()};
-    world->root->addProperty("child", targets[0]);
-    for (std::size_t which : {0U, 1U}) {
-        world->root->addProperty(name(which), targets[which]);
-        targets[which]->addProperty("number", which);
-        for (std::size_t i = 0; i < size; ++i) {
-            targets[which]->addProperty(name(i), 0);
-            world->hear(name(which) + "." + name(i));
-        }
-    }
-    world->hear("child.number");
-    return [=] { world->root->setPropertyValue("child", targets[static_cast<std::size_t>(++world->value % 2)]); };
 }
 
 /// A context leaves the mirror, and comes back the next time.

@@ -94,7 +94,7 @@ struct World {
     void makeEngine()
     {
         sides.push_back({std::make_unique<ExpressionEngine>(root), {}});
-        for (char const* const text : {"x", "x + y", "ref.v", "(added ?? 0) + (ref.w ?? 0)"})
+        for (char const* const text : {"x", "x + y", "ref.v", "(added ?? 0) + (ref.w ?? 0) + (ref.next.v ?? 0)"})
             hold(sides.size() - 1, text), hold(sides.size() - 1, text);
     }
     void makeView()
@@ -243,6 +243,19 @@ Trigger const TRIGGERS[] = {
      [](World& w) {
          w.born = context({{"v", 8}});
      }},
+    {"ForeignReportOfNewNames", Actor::Foreign, true,
+     [](World& w) {
+         support::inTransaction([&] { w.root->getProperty("y")->setName("added"), w.root->addProperty("y", 4); });
+     }},
+    {"ForeignReportOfNewPlaces", Actor::Foreign, true,
+     [](World& w) {
+         support::inTransaction([&] {
+             Property const moved = w.other->getProperty("v");
+             w.child->removeProperty("v");
+             moved->setOwner(ContextData{support::source(w.child->getId())});
+             w.other->addProperty("v", 9);
+         });
+     }},
     {"ViewAcquires", Actor::Intruder, true, [](World& w) { w.hold(w.child); }},
     {"ViewFollows", Actor::Intruder, true, [](World& w) { w.write("ref", w.other); }},
     {"ViewReleases", Actor::Intruder, false, [](World& w) { w.panels[0].handle.reset(), w.panels[1].handle.reset(); }},
@@ -340,7 +353,7 @@ protected:
             if (!throws && (!unbinds || plan.size() == 1))   // else what was not reached waits to be touched
                 world.expectAllRight();
             for (std::size_t side = 0; unbinds && side != world.sides.size(); ++side)
-                world.hold(side, "0 in [x, y, added, ref.v, ref.w]");   // a new text binds for all
+                world.hold(side, "0 in [x, y, added, ref.v, ref.w, ref.next.v]");   // a new text binds for all
             world.touchEverything();
             world.expectAllRight();
         }

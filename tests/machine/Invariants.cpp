@@ -18,6 +18,7 @@
 #include <boost/uuid/uuid_io.hpp>
 
 #include <algorithm>
+#include <unordered_set>
 
 namespace {
 
@@ -102,7 +103,10 @@ std::string Invariants::ofRegistry(std::set<Id> const& living)
 std::string Invariants::of(ExpressionEngine const& engine)
 {
     Findings found;
-    auto const& [sharedModel, leaves, trail, symbols, expressions] = *engine.tables;
+    auto const& leaves = engine.tables->leaves;
+    auto const& trail = engine.tables->trail;
+    auto const& symbols = engine.tables->symbols;
+    auto const& expressions = engine.tables->expressions;
     tarn::zero::Model::Impl const& model = *ContextProvider::sharedModel().get();
     bool const isIdle = !model.isInTransaction();
     std::size_t owned = 0;
@@ -135,8 +139,12 @@ std::string Invariants::of(ExpressionEngine const& engine)
             return place.name.data() >= whole.data() && place.name.data() <= whole.data() + whole.size();
         });
         found.require(isView, "a name is a view of nothing");
-        for (ExpressionEngine::Leaf const& leaf : engine.findLeaves(place.context->id, place.name))
+        std::unordered_set<ExpressionEngine::Leaf, ExpressionEngine::LeafHash> told;
+        for (ExpressionEngine::Leaf const& leaf : engine.findLeaves(place.context->id, place.name)) {
             found.require(symbols.find(leaf.symbol)->componentAt(leaf.offset) == place.name, "a leaf is told wrongly");
+            found.require(told.insert(leaf).second, "a leaf is told twice");
+        }
+        found.require(told.size() == place.leaves.size(), "a leaf is not told");
         owned -= place.leaves.size();
         bool const isDoubtful = static_cast<detail::PlaceHook<detail::Unpinned> const&>(place).is_linked();
         if (!isIdle || isDoubtful)
@@ -164,7 +172,6 @@ std::string Invariants::of(ExpressionEngine const& engine)
         found.require(expression->passes == 0, "a pass is left over");
         for (auto const* const symbol : expression->symbols) {
             bool const isKnown = std::count(symbol->readers.begin(), symbol->readers.end(), expression.get()) == 1 &&
-                                 symbol->expressions.count(expression->text) == 1 &&
                                  symbols.find(symbol->text) == symbol;
             found.require(isKnown, "a symbol does not know who reads it");
         }
@@ -192,8 +199,8 @@ void checkGraph(Nodes const& nodes, std::size_t clones, Findings& found)
     for (auto const& [id, node] : nodes) {
         mirrored += node.mirrored ? 1 : 0;
         found.require(node.id == id && !node.pending, "a node stands under another id, or in a search");
-        found.require(node.mirrored || node.hasRecord || node.doubtful || node.in || !node.out.empty(),
-                      "a node is kept for nothing");
+        found.require(node.mirrored || node.hasRecord || node.doubtful || node.in, "a node is kept for nothing");
+        found.require(node.mirrored || node.out.empty(), "what is not mirrored refers to something");
         std::size_t open = 0;
         for (auto const& [target, edge] : node.out) {
             open += target->mirrored ? 0 : 1;
@@ -212,9 +219,10 @@ void checkGraph(Nodes const& nodes, std::size_t clones, Findings& found)
 
 }   // namespace
 
-std::string Invariants::of(ContextView const& view)
+std::string Invariants::of(ContextView const& view, bool touched)
 {
     Findings found;
+    found.require(!touched || !view.stale, "the graph was not made anew");
     found.require(!view.life->ending && view.life->view == &view, "a view that lives is ending");
     for (auto const& [id, record] : view.records) {
         found.require(record->provider && record->provider->getId() == id, "a record is of another context");
@@ -257,7 +265,8 @@ std::string Invariants::leaves(ExpressionEngine const& engine, std::function<std
     }
     std::string text;
     for (auto const& [symbol, places] : sorted) {
-        text += '`' + symbol + '`';
+        auto const* const texts = engine.findExpressions(symbol);
+        text += '`' + symbol + "`*" + std::to_string(texts ? texts->size() : 0);
         for (auto const& [offset, context] : places)
             text += ' ' + std::to_string(offset) + context;
         text += '\n';

@@ -37,10 +37,11 @@ public:
     static std::string ofRegistry(std::set<Id> const& living);
     /// The tables of symbols, leaves, expressions and handles tell the same.
     static std::string of(ExpressionEngine const& engine);
-    /// Records, clones and the graph over them tell the same.
-    static std::string of(ContextView const& view);
+    /// Records, clones and the graph over them tell the same. A roll back leaves the graph to be made anew by what the
+    /// view does next; it must have been, when everything is `touched`.
+    static std::string of(ContextView const& view, bool touched);
 
-    /// Every leaf of every symbol in order: "`a.b` 0#context 2#context".
+    /// Every symbol, by how many texts it is named, and its leaves in order: "`a.b`*1 0#context 2#context".
     static std::string leaves(ExpressionEngine const& engine, std::function<std::string(Id const&)> const& name);
     static std::map<Id, ContextData> clones(ContextView const& view);
 };

@@ -38,6 +38,10 @@ Faults runSeeds(std::size_t count, std::size_t steps, Machine::Fault fault = Mac
         }
         if (difference.empty())
             continue;
+        if (std::getenv("STUDIO_DATA_NO_SHRINKING")) {   // for who only wants to know whether
+            ADD_FAILURE() << "STUDIO_DATA_SEED=" << seed << '\n' << difference;
+            break;
+        }
         Bytes const fewest = shrink(bytes, fault);
         ADD_FAILURE() << "STUDIO_DATA_SEED=" << seed << '\n'
                       << difference << "the fewest steps that show it:\n"
@@ -49,12 +53,12 @@ Faults runSeeds(std::size_t count, std::size_t steps, Machine::Fault fault = Mac
 
 TEST(Machine, AgreesWithTheModel)
 {
-    runSeeds(300, 250);
+    runSeeds(500, 250);
 }
 
 TEST(Machine, AgreesWhenCallOutsThrow)
 {
-    runSeeds(100, 250, Machine::Fault::CallOut);
+    runSeeds(200, 250, Machine::Fault::CallOut);
 }
 
 struct Sweep {
@@ -66,7 +70,7 @@ class MachineSweep : public testing::TestWithParam<Sweep> {};
 
 TEST_P(MachineSweep, LeavesTheStateOfBeforeOrOfAfter)
 {
-    Faults const faults = runSeeds(40, 150, GetParam().fault);
+    Faults const faults = runSeeds(100, 150, GetParam().fault);
     bool const isWhole = !std::getenv("STUDIO_DATA_SEED") && !std::getenv("STUDIO_DATA_SEEDS");
     for (Kind const kind : GetParam().kinds)
         EXPECT_TRUE(faults.count(kind) != 0 || !isWhole) << Op::of(kind).line();

@@ -106,12 +106,8 @@ public:
             }
             entry = std::make_shared<Expression>(Expression{text, tree, ++lastNumber, {}, false, {}, false});
             tree.symbols(entry->symbols);
-            for (std::string const& symbol : entry->symbols) {
-                Symbol& bound = symbols[symbol];
-                bound.texts.insert(text);
-                bound.provisional |= system.store.isOpen();
-                bind(symbol, bound, 0, root);
-            }
+            for (std::string const& symbol : entry->symbols)
+                acquireSymbol(symbol, text);
             entry->value = evaluate(*entry);
         }
         std::shared_ptr<Expression> const expression = entry;
@@ -133,14 +129,47 @@ public:
         if (!std::all_of(expression->handles.begin(), expression->handles.end(), none))
             return;
         expression->retired = true;
-        for (std::string const& symbol : expression->symbols) {
-            symbols[symbol].leaves.clear();   // also for the others that read it
-            symbols[symbol].provisional = false;
-            symbols[symbol].texts.erase(expression->text);
-            if (symbols[symbol].texts.empty())
-                symbols.erase(symbol);
-        }
         expressions.erase(std::string{expression->text});
+        for (std::string const& symbol : expression->symbols)
+            releaseSymbol(symbol, expression->text);
+    }
+    void acquireSymbol(std::string const& name, std::string const& text)
+    {
+        Symbol& bound = symbols[name];
+        bound.texts.insert(text);
+        bound.provisional |= system.store.isOpen();
+        bind(name, bound, 0, root);
+    }
+    void releaseSymbol(std::string const& name, std::string const& text)
+    {
+        releaseLeaf(name, 0);   // also for the others that read it
+        auto const known = symbols.find(name);
+        bool const isRead = std::any_of(expressions.begin(), expressions.end(),
+                                        [&](auto const& entry) { return entry.second->symbols.count(name) != 0; });
+        if (known == symbols.end())
+            return;
+        known->second.texts.erase(text);
+        if (known->second.texts.empty() && !isRead)
+            symbols.erase(known);
+    }
+    void acquireLeaf(std::string const& name, std::size_t offset, PlainProviders::Owner const& provider)
+    {
+        if (auto const known = symbols.find(name); known != symbols.end())
+            bind(name, known->second, offset, provider);
+    }
+    void releaseLeaf(std::string const& name, std::size_t offset)
+    {
+        auto const known = symbols.find(name);
+        if (known == symbols.end())
+            return;
+        cut(known->second, offset);
+        known->second.provisional &= !known->second.leaves.empty();
+    }
+    void update(std::string const& text)
+    {
+        auto const found = expressions.find(text);
+        if (std::shared_ptr<Expression> const expression = found == expressions.end() ? nullptr : found->second)
+            update(*expression);
     }
     bool has(int handle) const { return of(handle) != nullptr; }
     Value valueOf(int handle) const { return of(handle)->value; }
@@ -165,7 +194,7 @@ public:
                 update(*expression);
     }
 
-    /// Every leaf, as text.
+    /// Every symbol with the number of its texts and its leaves, as text.
     std::string leaves() const
     {
         std::string text;
@@ -173,7 +202,7 @@ public:
             std::set<std::pair<std::size_t, std::string>> sorted;
             for (Leaf const& leaf : symbol.leaves)
                 sorted.emplace(leaf.offset, '#' + std::to_string(leaf.context));
-            text += '`' + name + '`';
+            text += '`' + name + "`*" + std::to_string(symbol.texts.size());
             for (auto const& [offset, context] : sorted)
                 text += ' ' + std::to_string(offset) + context;
             text += '\n';
@@ -258,24 +287,27 @@ private:
             offset = dot + 1;
         }
     }
+    static void cut(Symbol& symbol, std::size_t offset)
+    {
+        auto& leaves = symbol.leaves;
+        leaves.erase(
+            std::remove_if(leaves.begin(), leaves.end(), [&](Leaf const& leaf) { return leaf.offset >= offset; }),
+            leaves.end());
+    }
     void rebind(std::string const& name, Symbol& symbol, Cut const& cut)
     {
-        auto const cutFrom = [&](std::size_t offset) {
-            auto& leaves = symbol.leaves;
-            leaves.erase(
-                std::remove_if(leaves.begin(), leaves.end(), [&](Leaf const& leaf) { return leaf.offset >= offset; }),
-                leaves.end());
-        };
         if (symbol.provisional) {
             symbol = Symbol{symbol.texts, {}, false};
             return bind(name, symbol, 0, root);
         }
         if (!cut.second)
-            return cutFrom(cut.first);
+            return PlainEngine::cut(symbol, cut.first);
+        if (name.find('.', cut.first) == std::string::npos)
+            return;   // the path ends here, whoever bound it
         int const context = std::find_if(symbol.leaves.begin(), symbol.leaves.end(), [&](Leaf const& leaf) {
                                 return leaf.offset == cut.first;
                             })->context;
-        cutFrom(cut.first + 1);
+        PlainEngine::cut(symbol, cut.first + 1);
         bind(name, symbol, cut.first, cut.first == 0 ? root : system.providers.find(Ref{context}));
     }
     std::optional<Cut> cutBy(PlainStore::Entry const& entry, Leaf const& leaf, std::string const& symbol) const

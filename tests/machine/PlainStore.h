@@ -115,12 +115,19 @@ public:
     }
     void set(int id, std::string const& name, Value const& value)
     {
-        std::optional<int> const found = find(id, name);
-        if (!found || m_now.properties[index(*found)].value == value)
+        if (std::optional<int> const found = find(id, name))
+            write(*found, value);
+    }
+    void write(int property, Value const& value)
+    {
+        Property const& written = m_now.properties[index(property)];
+        if (!written.alive)
+            throw Refused{};
+        if (written.value == value)
             return;
-        touch({true, *found});
-        m_now.properties[index(*found)].value = value;
-        ++m_now.properties[index(*found)].valueWrites;
+        touch({true, property});
+        m_now.properties[index(property)].value = value;
+        ++m_now.properties[index(property)].valueWrites;
     }
     void remove(int id, std::string const& name)
     {

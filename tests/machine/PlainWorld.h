@@ -83,7 +83,9 @@ public:
         for (std::optional<int> const& property : m_lifted)
             if (property) {
                 PlainStore::Property const& lifted = m_system.store.now().properties[PlainStore::index(*property)];
-                out << (lifted.alive ? "holds " + lifted.name + '@' + nameOf(lifted.owner) + '\n' : "holds the dead\n");
+                out << (lifted.alive ? "holds " + lifted.name + '@' + nameOf(lifted.owner) + '=' + shown(lifted.value)
+                                     : "holds the dead")
+                    << '\n';
             }
         for (int const id : m_known)
             out << nameOf(id) << (m_system.providers.living.count(id) != 0 ? " lives" : " gone")
@@ -189,17 +191,7 @@ public:
             if (view)
                 view->discard();
     }
-    std::string present() const
-    {
-        std::string text;
-        for (auto const& engine : m_engines)
-            text += engine ? 'e' : '-';
-        for (auto const& view : m_views)
-            text += view ? 'v' : '-';
-        for (auto const& listener : m_foreign)
-            text += listener ? 'l' : '-';
-        return text;
-    }
+    std::string present() const { return marks(m_engines, 'e') + marks(m_views, 'v') + marks(m_foreign, 'l'); }
 
 private:
     struct Slot {
@@ -289,13 +281,19 @@ private:
         default: break;
         }
         std::optional<int>& held = m_lifted[PlainStore::index(op.other) % MOST_LIFTED];
+        if (op.kind == Kind::WriteHeld)
+            return held ? inTransaction([&] { store.write(*held, value); }) : void();
         std::optional<int> const property = op.kind == Kind::Land ? held : store.find(id, op.name);
         if (!property || (op.kind == Kind::Move && !target.provider))
             return;
         if (op.kind == Kind::Lift)
             held = property;
         int const owner = op.kind == Kind::Land ? id : op.kind == Kind::Lift ? NOWHERE : target.last;
-        inTransaction([&] { store.move(*property, owner); });
+        inTransaction([&] {
+            if (op.kind == Kind::Bounce)
+                store.move(*property, NOWHERE);
+            store.move(*property, op.kind == Kind::Bounce ? id : owner);
+        });
     }
     /// The whole way is found first and held; then its end is written, then outward.
     void write(int id, std::string const& path, Value const& value)
@@ -332,6 +330,22 @@ private:
     {
         std::shared_ptr<PlainView> const view = m_views[PlainStore::index(number)];
         return view && view->acquire(m_slots[PlainStore::index(slot)].last, handle);
+    }
+    void bind(int number, Binding const& binding) override
+    {
+        std::shared_ptr<PlainEngine> const engine = m_engines[PlainStore::index(number)];
+        if (!engine)
+            return;
+        switch (binding.what) {
+        case Binding::AcquireSymbol: return engine->acquireSymbol(binding.symbol, binding.text);
+        case Binding::ReleaseSymbol: return engine->releaseSymbol(binding.symbol, binding.text);
+        case Binding::MoveLeaf: engine->releaseLeaf(binding.symbol, binding.offset); [[fallthrough]];
+        case Binding::AcquireLeaf:
+            return engine->acquireLeaf(binding.symbol, binding.offset,
+                                       m_slots[PlainStore::index(binding.slot)].provider);
+        case Binding::ReleaseLeaf: return engine->releaseLeaf(binding.symbol, binding.offset);
+        case Binding::Update: return engine->update(binding.text);
+        }
     }
     void release(int handle) override
     {

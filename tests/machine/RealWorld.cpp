@@ -125,6 +125,8 @@ void RealWorld::change(Op const& op)
         default: break;
         }
         Property& held = m_lifted[PlainStore::index(op.other) % MOST_LIFTED];
+        if (op.kind == Kind::WriteHeld)
+            return held.get() ? held->setValue(value) : void();
         Property const property = op.kind == Kind::Land ? held : provider.getProperty(op.name);
         if (!property.get() || (op.kind == Kind::Move && !target))
             return;
@@ -132,6 +134,8 @@ void RealWorld::change(Op const& op)
             return property->setName(op.newName);
         if (op.kind == Kind::Lift)
             return lift(property, held);
+        if (op.kind == Kind::Bounce)
+            return bounce(property);
         boost::uuids::uuid const owner = op.kind == Kind::Move ? target->getId() : provider.getId();
         if (auto const place = ContextData::from(ContextProvider::sharedModel()->findElement(owner, 1)))
             property->setOwner(place);
@@ -148,6 +152,15 @@ void RealWorld::lift(Property const& property, Property& held)
             held = before;   // it is where it was
         throw;
     }
+}
+
+void RealWorld::bounce(Property const& property)
+{
+    tarn::zero::Transaction transaction = ContextProvider::sharedModel()->beginTransaction(true);
+    ContextData const owner = property.owner();
+    property->setOwner(ContextData{});
+    property->setOwner(owner);
+    transaction.commit(boost::none);
 }
 
 void RealWorld::begin()
@@ -201,6 +214,24 @@ bool RealWorld::watch(int number, int slot, int handle)
     if (isThere)
         m_contextHandles[handle] = std::move(made);
     return isThere;
+}
+
+void RealWorld::bind(int number, Binding const& binding)
+{
+    auto const& engine = m_engines[PlainStore::index(number)];
+    if (!engine)
+        return;
+    Provider const provider = m_slots[PlainStore::index(binding.slot)].provider;
+    inSystem([&] {
+        switch (binding.what) {
+        case Binding::AcquireSymbol: return engine->acquireSymbol(binding.symbol, binding.text);
+        case Binding::ReleaseSymbol: return engine->releaseSymbol(binding.symbol, binding.text);
+        case Binding::MoveLeaf: engine->releaseLeaf(binding.symbol, binding.offset); [[fallthrough]];
+        case Binding::AcquireLeaf: return engine->acquireLeaf(binding.symbol, binding.offset, provider);
+        case Binding::ReleaseLeaf: return engine->releaseLeaf(binding.symbol, binding.offset);
+        case Binding::Update: return engine->updateExpression(binding.text);
+        }
+    });
 }
 
 void RealWorld::release(int handle)
@@ -282,14 +313,7 @@ void RealWorld::touchAll()
 
 std::string RealWorld::present() const
 {
-    std::string text;
-    for (auto const& engine : m_engines)
-        text += engine ? 'e' : '-';
-    for (auto const& view : m_views)
-        text += view ? 'v' : '-';
-    for (auto const& listener : m_foreign)
-        text += listener ? 'l' : '-';
-    return text;
+    return marks(m_engines, 'e') + marks(m_views, 'v') + marks(m_foreign, 'l');
 }
 
 void RealWorld::bury()
@@ -418,8 +442,10 @@ std::string RealWorld::contents() const
     }
     for (Property const& property : m_lifted)
         if (property.get())
-            out << (property ? "holds " + property->getName() + '@' + nameOf(property.owner()) + '\n'
-                             : "holds the dead\n");
+            out << (property ? "holds " + property->getName() + '@' + nameOf(property.owner()) + '=' +
+                                   shown(property->getValue())
+                             : "holds the dead")
+                << '\n';
     std::map<int, boost::uuids::uuid> known;
     for (auto const& [id, number] : m_numbers)
         known[number] = id;
@@ -481,7 +507,7 @@ std::string RealWorld::mirrors() const
     return out.str();
 }
 
-std::string RealWorld::checkInvariants() const
+std::string RealWorld::checkInvariants(bool touched) const
 {
     std::string found = tarn::zero::Invariants::of(ContextProvider::sharedModel(), m_open.size());
     std::set<boost::uuids::uuid> living;
@@ -494,7 +520,7 @@ std::string RealWorld::checkInvariants() const
             found += Invariants::of(*engine);
     for (auto const& view : m_views)
         if (view)
-            found += Invariants::of(*view);
+            found += Invariants::of(*view, touched);
     return found;
 }
 

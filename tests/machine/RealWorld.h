@@ -38,7 +38,7 @@ public:
     std::string leaves() const;
     std::string mirrors() const;
     /// What does not hold inside, if anything.
-    std::string checkInvariants() const;
+    std::string checkInvariants(bool touched = false) const;
 
 private:
     class Foreign;
@@ -51,12 +51,14 @@ private:
     void drop(int slot) override;
     void change(Op const& op) override;
     static void lift(studio::data::Property const& property, studio::data::Property& held);
+    static void bounce(studio::data::Property const& property);
     void begin() override;
     void commit() override;
     void rollBack() override;
     std::size_t depth() const override { return m_open.size(); }
     bool acquire(int engine, Tree const& tree, int handle) override;
     bool watch(int view, int slot, int handle) override;
+    void bind(int engine, Binding const& binding) override;
     void release(int handle) override;
     void setEngine(int engine, bool present) override;
     void setView(int view, bool present) override;

@@ -11,6 +11,7 @@ namespace machine {
 namespace {
 
 constexpr std::array NAMES{"r", "s", "a", "b"};
+constexpr std::array ABSENT{"c", "d"};   // named, and hardly ever there
 constexpr std::array LITERAL_PATHS{"r.a", "s.r.a", "r.s", ""};
 constexpr int PLAIN_VALUES = 12;
 constexpr std::uint8_t SPELT_OUT = 255;   // the first byte of a step whose kind, slot, other and name follow
@@ -28,13 +29,15 @@ constexpr std::array<Share, KINDS + 1> SHARES{{{"set", 60, 60},
                                                {"create", 8, 3},
                                                {"drop", 3, 4},
                                                {"activate", 3, 2},
+                                               {"write held", 3, 3},
                                                {"rename", 4, 4},
                                                {"move", 3, 3},
                                                {"lift", 3, 2},
                                                {"land", 4, 2},
-                                               {"begin", 3, 0},
-                                               {"commit", 9, 0},
-                                               {"roll back", 3, 0},
+                                               {"bounce", 2, 1},
+                                               {"begin", 3, 1},
+                                               {"commit", 9, 2},
+                                               {"roll back", 3, 1},
                                                {"acquire", 24, 8},
                                                {"release", 4, 5},
                                                {"release self", 0, 5},
@@ -44,6 +47,7 @@ constexpr std::array<Share, KINDS + 1> SHARES{{{"set", 60, 60},
                                                {"end view", 1, 1},
                                                {"watch", 12, 3},
                                                {"unwatch", 4, 3},
+                                               {"bind", 5, 2},
                                                {"add listener", 3, 2},
                                                {"remove listener", 1, 2},
                                                {"throw", 0, 4},
@@ -101,7 +105,8 @@ Op Script::step(std::size_t at) const
 Op Script::inner(Dice& dice, bool inCallback) const
 {
     Kind const kind = choose(m_inner, dice.next());
-    bool const onlyInCallbacks = kind == Kind::ReleaseSelf || kind == Kind::Throw;
+    bool const onlyInCallbacks =
+        kind == Kind::ReleaseSelf || kind == Kind::Throw || (kind >= Kind::Begin && kind <= Kind::RollBack);
     return fill(onlyInCallbacks && !inCallback ? Kind::Set : kind, dice);
 }
 
@@ -110,7 +115,7 @@ std::string Script::path(Dice& dice)
     std::string path;
     for (int parts = dice.below(3); parts != 0; --parts)
         path += dice.oneIn(30) ? "." : dice.oneIn(2) ? "r." : "s.";
-    return path + (dice.oneIn(30) ? "" : dice.pick(NAMES));
+    return path + (dice.oneIn(30) ? "" : dice.oneIn(4) ? dice.pick(ABSENT) : dice.pick(NAMES));
 }
 
 Op Script::fill(Kind kind, Dice& dice) const

@@ -53,10 +53,12 @@ enum class Kind : std::uint8_t {
     Create,
     Drop,
     Activate,
+    WriteHeld,   ///< a property that is held, wherever it is
     Rename,
     Move,
-    Lift,   ///< a property out of its context, to be held
-    Land,   ///< a property that is held, into a context
+    Lift,     ///< a property out of its context, to be held
+    Land,     ///< a property that is held, into a context
+    Bounce,   ///< a property out of its context and back, in one transaction
     Begin,
     Commit,
     RollBack,
@@ -69,6 +71,7 @@ enum class Kind : std::uint8_t {
     EndView,
     Watch,   ///< a context, through a view
     Unwatch,
+    Bind,   ///< a symbol by hand, as expressions do it: acquires or releases it, or its leaves from a component on
     AddListener,
     RemoveListener,
     Throw,

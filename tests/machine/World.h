@@ -4,7 +4,9 @@
 #include "machine/Trees.h"
 
 #include <cstdint>
+#include <iterator>
 #include <map>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -97,6 +99,15 @@ protected:
         std::uint64_t seed;
         int calls = 0;
     };
+    /// What `Bind` does: to a symbol for a text, to its leaves from `offset` on, which begin at the context of
+    /// `slot`, or to the text.
+    struct Binding {
+        enum What { AcquireSymbol, ReleaseSymbol, AcquireLeaf, ReleaseLeaf, MoveLeaf, Update } what;
+        std::string symbol;
+        std::string text;
+        std::size_t offset;
+        int slot;
+    };
 
     virtual void create(int slot) = 0;
     virtual void drop(int slot) = 0;
@@ -107,6 +118,7 @@ protected:
     virtual std::size_t depth() const = 0;
     virtual bool acquire(int engine, Tree const& tree, int handle) = 0;   // false: there is nothing to acquire from
     virtual bool watch(int view, int slot, int handle) = 0;
+    virtual void bind(int engine, Binding const& binding) = 0;
     virtual void release(int handle) = 0;
     virtual void setEngine(int engine, bool present) = 0;
     virtual void setView(int view, bool present) = 0;
@@ -152,6 +164,16 @@ protected:
     /// The handles that have not been released: true are those of contexts.
     std::map<int, bool> const& held() const { return m_held; }
 
+    /// A letter for each that is there, a dash for each that is not.
+    template <class Places>
+    static std::string marks(Places const& places, char letter)
+    {
+        std::string text;
+        for (auto const& place : places)
+            text += place ? letter : '-';
+        return text;
+    }
+
     bool m_tellsOfTheGone = true;
     bool m_lagging = false;   // something happened that leaves values or mirrors behind, by design
 
@@ -177,9 +199,9 @@ private:
         case Kind::Nothing: return;
         case Kind::Create: return create(op.slot);
         case Kind::Drop: return drop(op.slot);
-        case Kind::Begin: return depth() < DEEPEST ? begin() : void();
-        case Kind::Commit: return depth() != 0 ? commit() : void();
-        case Kind::RollBack: return depth() != 0 ? backOut() : void();
+        case Kind::Begin: return m_batches == 0 && depth() < DEEPEST ? begin() : void();
+        case Kind::Commit: return m_batches == 0 && depth() != 0 ? commit() : void();
+        case Kind::RollBack: return m_batches == 0 && depth() != 0 ? backOut() : void();
         case Kind::Batch:
         case Kind::BatchBack: return batch(op, self);
         case Kind::Acquire:
@@ -191,11 +213,12 @@ private:
         case Kind::EndEngine: return setEngine(op.other % ENGINES, op.kind == Kind::MakeEngine);
         case Kind::MakeView:
         case Kind::EndView: return setView(op.other % VIEWS, op.kind == Kind::MakeView);
+        case Kind::Bind: return bindByHand(op);
         case Kind::AddListener:
         case Kind::RemoveListener: return setListener(op.other % LISTENERS, op.kind == Kind::AddListener);
         case Kind::Throw: m_lagging = true; throw Planned{};
         default:
-            m_lagging |= (op.kind >= Kind::Rename && op.kind <= Kind::Land) || op.name.find('.') != std::string::npos;
+            m_lagging |= (op.kind >= Kind::Rename && op.kind <= Kind::Bounce) || op.name.find('.') != std::string::npos;
             return change(op);
         }
     }
@@ -206,6 +229,7 @@ private:
             return;
         Dice dice{op.seed};
         begin();
+        ++m_batches;
         try {
             for (int count = 1 + dice.below(12); count != 0; --count) {
                 Op const inner = m_script.inner(dice, false);
@@ -213,9 +237,11 @@ private:
                     apply(inner, self);
             }
         } catch (...) {
+            --m_batches;
             backOut();
             throw;
         }
+        --m_batches;
         if (op.kind == Kind::Batch)
             commit();
         else
@@ -240,6 +266,23 @@ private:
         else
             log("[nothing]");
     }
+    void bindByHand(Op const& op)
+    {
+        m_lagging = true;
+        Tree const tree = Tree::fromSeed(op.text);
+        std::set<std::string> symbols;
+        tree.symbols(symbols);
+        if (tree.isBroken || symbols.empty())
+            return;
+        Dice dice{op.seed};
+        std::string const symbol = *std::next(symbols.begin(), dice.below(static_cast<int>(symbols.size())));
+        std::size_t offset = 0;
+        for (int parts = dice.below(3); parts != 0; --parts)
+            if (std::size_t const dot = symbol.find('.', offset); dot != std::string::npos)
+                offset = dot + 1;
+        bind(op.other % ENGINES,
+             {static_cast<Binding::What>(dice.below(6)), symbol, tree.text(), offset, dice.below(SLOTS)});
+    }
     void releaseOne(Op const& op)
     {
         if (m_held.empty())
@@ -262,6 +305,7 @@ private:
     Numbers m_numbers;
     int m_calls = 0;
     int m_depth = 0;
+    int m_batches = 0;   // that are under way: their transactions are theirs to end
     int m_throwAt = 0;
     int m_actionsLeft = 0;
 };

@@ -37,4 +37,16 @@ private:
     std::string m_heard;
 };
 
+/// The id of a provider whose construction failed: to look it up throws `std::bad_weak_ptr`.
+inline boost::uuids::uuid deadEntry()
+{
+    struct Refusal {};
+    ContextWatch watch;
+    watch.onContexts = [] { throw Refusal{}; };
+    try {
+        studio::data::ContextProvider::create();
+    } catch (Refusal const&) {}
+    return watch.last.Uuid();
+}
+
 }   // namespace support

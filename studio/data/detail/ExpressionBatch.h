@@ -17,6 +17,11 @@ struct ExpressionEngine::Batch {
         Expression* expression;
     };
 
+    Batch() = default;
+    Batch(Batch const&) = delete;
+    Batch& operator=(Batch const&) = delete;
+    ~Batch() { clear(); }
+
     void add(Expression& reader)
     {
         readers.push_back({reader.number, &reader});

@@ -161,7 +161,6 @@ private:
         {
             return key.context == place->context && key.name == place->name;
         }
-        bool operator()(Place const* place, Key const& key) const noexcept { return (*this)(key, place); }
     };
 
     Place* findIn(Context const& context, std::string_view name) const noexcept;

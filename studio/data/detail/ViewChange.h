@@ -34,7 +34,6 @@ public:
             throw;
         }
     }
-    bool isViewAlive() const noexcept { return life->view != nullptr; }
 
 private:
     std::shared_ptr<ContextHandleImpl::Life> life;

@@ -19,8 +19,6 @@ void makeRoom(std::vector<T>& list, std::size_t count)
 void ViewGraph::enter(Id const& id)
 {
     Node& entered = node(id);
-    if (entered.mirrored)
-        return;
     setMirrored(entered, true);
     // Nothing hangs on it yet, so whatever refers to it may hold it without closing a circle of holds.
     entered.hold = entered.in;
@@ -120,8 +118,6 @@ ViewGraph::Node& ViewGraph::node(Id const& id)
 
 void ViewGraph::setMirrored(Node& node, bool mirrored) noexcept
 {
-    if (node.mirrored == mirrored)
-        return;
     node.mirrored = mirrored;
     for (Edge const* edge = node.in; edge; edge = edge->next)
         mirrored ? --edge->from->open : ++edge->from->open;
@@ -151,7 +147,7 @@ void ViewGraph::doubt(Node& node) noexcept
 
 void ViewGraph::dropIfUnused(Node& node) noexcept
 {
-    if (!node.mirrored && !node.hasRecord && !node.doubtful && !node.in && node.out.empty())
+    if (!node.mirrored && !node.hasRecord && !node.doubtful && !node.in)
         nodes.erase(node.id);
 }
 

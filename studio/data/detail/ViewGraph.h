@@ -29,7 +29,7 @@ public:
 
     // What happens to the view. The first three throw only `std::bad_alloc`, and leave a graph that can be cleared.
 
-    /// The context is mirrored from now on; it has no references yet.
+    /// The context, which was not mirrored, is from now on; it has no references yet.
     void enter(Id const& id);
     /// A property of the mirrored context `from` now names `to`, mirrored or not. References of one context to another
     /// are counted.
@@ -38,7 +38,7 @@ public:
     /// One such property less; a reference that is not there is ignored.
     void removeReference(Id const& from, Id const& to) noexcept;
     void removeRecord(Id const& id) noexcept;
-    /// The context is mirrored no more: its own references go.
+    /// The context is mirrored no more: its own references go. Ignores one that never came in.
     void leave(Id const& id) noexcept;
     void clear() noexcept;
 

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -67,14 +68,6 @@ TEST(ContextProvider, EachWriteIsOneReportAndAnUnchangedOneIsNone)
     EXPECT_FALSE(provider->hasProperty("x"));
 }
 
-TEST(ContextProvider, NamesAreSortedByBytesAndListsKeepTheirOrder)
-{
-    Provider const provider = context({{"b", 1}, {"", 1}, {"a.b", 1}, {"B", 1}, {"\xC3\xA9", 1}, {"a", 1}});
-    EXPECT_EQ(provider->getPropertyNames(), (Names{"", "B", "a", "a.b", "b", "\xC3\xA9"}));
-    provider->setActiveContexts({"b", "a", "b", ""});
-    EXPECT_EQ(provider->getActiveContexts(), (Names{"b", "a", "b", ""}));
-}
-
 TEST(ContextProvider, ListsOfContextsCompareByContent)
 {
     Names const lists[] = {{}, {""}, {"a"}, {"a", "b"}, {"b", "a"}, {"a", "b", "b"}, {std::string("a\0", 2)}};
@@ -88,24 +81,6 @@ TEST(ContextProvider, ListsOfContextsCompareByContent)
 }
 
 // ---- dotted names
-
-TEST(DottedName, IsWrittenFromItsEndOutward)
-{
-    Provider const q = context({{"c", 0}});
-    Provider const p = context({{"b", q}, {"b.c", 0}});
-    Provider const r = context({{"a", p}, {"a.b.c", 0}});
-    ContextWatch watch;
-    r->setPropertyValue("a.b.c", 7);
-    EXPECT_EQ(watch.takeHeard(), "c b.c a.b.c");
-    // By design: a property whose own name has the dots hides what the dots lead to.
-    r->setPropertyValue("a.b.c", "own");
-    q->setPropertyValue("c", "far");
-    EXPECT_EQ(r->getPropertyValue("a.b.c"), PropertyValue("own"));
-    r->removeProperty("a.b.c");
-    EXPECT_EQ(r->getPropertyValue("a.b.c"), PropertyValue("own"));   // that of p
-    p->removeProperty("b.c");
-    EXPECT_EQ(r->getPropertyValue("a.b.c"), PropertyValue("far"));
-}
 
 TEST(DottedName, CallbackOfOneWriteMayDropEveryoneWhoComesAfter)
 {
@@ -159,6 +134,34 @@ TEST(DottedName, SteadyWritesAllocateNothing)
 }
 
 // ---- the registry, and values that name providers
+
+/// Looks itself up while it is destroyed, when its last owner has gone and its entry is still there.
+struct SelfSeeking : ContextProvider {
+    std::function<void()> onDestruction;
+    ~SelfSeeking() override { onDestruction(); }
+};
+
+TEST(ProviderLifetime, ProviderWithoutOwnersCannotBeReached)
+{
+    auto provider = std::make_shared<SelfSeeking>();
+    Provider const other = context({{"dying", Provider(provider)}, {"dying.x", 1}});
+    PropertyValue const value = Provider(provider);
+    bool entryWasThere = false;
+    provider->onDestruction = [&] {
+        entryWasThere = true;
+        EXPECT_THROW(value.isContextProvider(), std::bad_weak_ptr);
+        EXPECT_THROW(value.getContextProvider(), std::bad_weak_ptr);
+        EXPECT_THROW(other->getPropertyValue("dying.x"), std::bad_weak_ptr);
+        EXPECT_THROW(other->setPropertyValue("dying.x", 2), std::bad_weak_ptr);
+    };
+    bool entryIsGone = false;
+    ContextWatch watch;
+    watch.onContexts = [&] { entryIsGone = !value.isContextProvider(); };
+    provider.reset();
+    EXPECT_TRUE(entryWasThere);
+    EXPECT_TRUE(entryIsGone);
+    EXPECT_EQ(other->getPropertyValue("dying.x"), PropertyValue(1));
+}
 
 TEST(ProviderRegistry, FindsWhoLivesAndKeepsNobodyAlive)
 {

@@ -106,6 +106,8 @@ TEST(Builder, RoutesMetaPropertiesAndHandsOnTheRest)
         {[&] { return context.setOrAdd(contextProperty(2), wrong); }, "InvalidValue", 0},
         {[&] { return context.setOrAdd(contextProperty(2), none); }, "InvalidValue", 0},
         {[&] { return context.setOrAdd(contextProperty(1), good); }, "InvalidValue", 0},
+        {[&] { return context.setOrAdd(meta::Property{}, good); }, "InvalidValue", 0},
+        {[&] { return property.setOrAdd(meta::Property{}, boxed(1)); }, "InvalidValue", 0},
         {[&] { return context.setOrAdd(contextProperty(2), good); }, "", 4},
         {[&] { return property.setOrAdd(propertyProperty(1), boxed(std::string{"n"})); }, "", 2},
         {[&] { return property.setOrAdd(propertyProperty(2), boxed(PropertyValue{8})); }, "", 4},

@@ -121,8 +121,11 @@ TEST(MetaPackage, HasItsProperties)
         EXPECT_EQ(nameOf(found->getQualifiedBy()), row.qualifiedBy);
         EXPECT_TRUE(found->isQualificationUnique() && !found->getDefaultValue());
     }
-    for (unsigned long const none : {0ul, 4ul, 1000ul, zero::ModelElement::Impl::NO_INDEX})
+    for (unsigned long const none : {0ul, 4ul, 1000ul, zero::ModelElement::Impl::NO_INDEX}) {
         EXPECT_FALSE(context->getPropertyByIndex(none) || property->getPropertyByIndex(none));
+        EXPECT_FALSE(MetaPackageStudio_data::contextDataProperty(none) ||
+                     MetaPackageStudio_data::propertyProperty(none));
+    }
     EXPECT_FALSE(context->getPropertyByIndex(3));
 }
 
