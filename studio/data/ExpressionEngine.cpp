@@ -34,8 +34,8 @@ ExpressionEngine::ExpressionEngine(boost::uuids::uuid id) : ExpressionEngine{mod
 ExpressionEngine::~ExpressionEngine()
 {
     ContextProvider::sharedModel()->removeListener(this);
-    for (Frame* frame = running; frame; frame = frame->outer)
-        frame->engineGone = true;
+    for (Presence* present = running; present; present = present->outer)
+        present->engineGone = true;
     for (Expression::Pin const& expression : tables->expressions)
         expression->detachHandles();
     for (Expression::Pin const& expression : tables->expressions) {
@@ -46,7 +46,10 @@ ExpressionEngine::~ExpressionEngine()
 
 std::unique_ptr<ExpressionHandle> ExpressionEngine::acquireExpression(std::string const& text, Callback const& callback)
 {
-    auto handle = std::make_unique<ExpressionHandle>(nullptr, callback);
+    Presence const here{*this};
+    auto handle = std::make_unique<ExpressionHandle>(nullptr, callback);   // to copy a callback may run anything
+    if (here.engineGone)
+        return nullptr;
     Expression::Pin expression{tables->expressions.find(text)};
     PropertyValue value;   // copied before anybody is subscribed: to unsubscribe would unbind symbols
     if (expression) {

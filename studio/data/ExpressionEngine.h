@@ -69,8 +69,9 @@ public:
     /// Detaches every handle that is left.
     ~ExpressionEngine() override;
 
-    /// Subscribes to a text. *Notifies*: `callback` gets the present value before this returns, and again after each
-    /// commit that changes it. Texts that differ in spacing are different expressions.
+    /// Subscribes to a text; null if copying `callback` ended the engine. *Notifies*: `callback` gets the present value
+    /// before this returns, and again after each commit that changes it. Texts that differ in spacing are different
+    /// expressions.
     /// *Throws* `gel::ParseError` for a text that does not parse, and what the first call throws: nobody is subscribed
     /// then. *Cost*: for a new text a parse, a walk along each symbol and an evaluation; else only the handle.
     std::unique_ptr<ExpressionHandle> acquireExpression(std::string const& text, Callback const& callback);
@@ -117,6 +118,7 @@ private:
     using Symbol = detail::ExpressionSymbol;
     struct Batch;
     struct Frame;
+    struct Presence;
     struct Tables;
 
     std::uint64_t nextNumber() noexcept { return ++lastNumber; }
@@ -146,7 +148,7 @@ private:
     std::unique_ptr<Tables> tables;   // the expressions by text, the symbols by name, the leaves by context and name
     std::uint64_t lastNumber = 0;
     std::uint64_t lastStamp = 0;
-    Frame* running = nullptr;                           // the innermost report under way
+    Presence* running = nullptr;                        // the innermost that was begun and has not ended
     std::vector<std::unique_ptr<Batch>> spareBatches;   // as many as reports were under way at once
     std::size_t batchCount = 0;
 };

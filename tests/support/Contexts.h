@@ -26,6 +26,17 @@ inline Provider context(std::initializer_list<std::pair<char const*, studio::dat
     return provider;
 }
 
+/// A callback whose copying ends what it is meant for.
+template <class T>
+struct EndsWhenCopied {
+    explicit EndsWhenCopied(std::unique_ptr<T>& doomed) : ended{doomed} {}
+    EndsWhenCopied(EndsWhenCopied const& other) : ended{other.ended} { ended.reset(); }
+    template <class... Told>
+    void operator()(Told const&...) const
+    {}
+    std::unique_ptr<T>& ended;
+};
+
 /// Does it all in one transaction of the shared model.
 template <class Change>
 void inTransaction(Change const& change)

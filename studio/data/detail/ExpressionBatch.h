@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace studio::data {
@@ -45,19 +46,29 @@ struct ExpressionEngine::Batch {
     std::vector<Reader> readers;    // to evaluate, in order of acquisition; pinned
 };
 
-/// One report that an engine is working on: takes a batch and gives it back, and learns if the engine goes meanwhile.
-struct ExpressionEngine::Frame {
-    explicit Frame(ExpressionEngine& owner) : engine{owner}, outer{owner.running}, batch{take(owner)}
+/// Learns if the engine goes while others run.
+struct ExpressionEngine::Presence {
+    explicit Presence(ExpressionEngine& owner) noexcept : engine{owner}, outer{std::exchange(owner.running, this)} {}
+    Presence(Presence const&) = delete;
+    Presence& operator=(Presence const&) = delete;
+    ~Presence()
     {
-        engine.running = this;
+        if (!engineGone)
+            engine.running = outer;
     }
-    Frame(Frame const&) = delete;
-    Frame& operator=(Frame const&) = delete;
+
+    ExpressionEngine& engine;
+    Presence* outer;
+    bool engineGone = false;
+};
+
+/// One report that an engine is working on: takes a batch and gives it back.
+struct ExpressionEngine::Frame : Presence {
+    explicit Frame(ExpressionEngine& owner) : Presence{owner}, batch{take(owner)} {}
     ~Frame()
     {
         if (engineGone)
             return;
-        engine.running = outer;
         batch->clear();
         engine.spareBatches.push_back(std::move(batch));   // there is room: it was made when the batch was
     }
@@ -76,9 +87,6 @@ struct ExpressionEngine::Frame {
         return batch;
     }
 
-    ExpressionEngine& engine;
-    Frame* outer;
-    bool engineGone = false;
     std::unique_ptr<Batch> batch;
 };
 

@@ -108,15 +108,9 @@ TEST_F(View, IgnoresWhatIsNullOrNotItsOwn)
 
 TEST_F(View, MayEndWhileACallbackIsCopied)
 {
-    struct Ending {
-        Ending(std::unique_ptr<ContextView>& ended) : view{ended} {}
-        Ending(Ending const& other) : view{other.view} { view.reset(); }
-        void operator()(ContextData const&) const {}
-        std::unique_ptr<ContextView>& view;
-    };
     Provider const root = context();
     std::unique_ptr<ContextView> ended;
-    ContextHandleImpl::Callback const callback{Ending{ended}};
+    ContextHandleImpl::Callback const callback{support::EndsWhenCopied{ended}};
     ended = ContextView::create({});
     EXPECT_EQ(ended->acquire(root->getId(), callback), nullptr);
     EXPECT_EQ(ended, nullptr);

@@ -95,6 +95,16 @@ TEST_F(Expressions, HandlesMayBeToldAgainAndOutliveTheEngine)
     EXPECT_EQ(heard.take(), "");
 }
 
+TEST_F(Expressions, EngineMayEndWhileACallbackIsCopied)
+{
+    std::unique_ptr<ExpressionEngine> ended;
+    ExpressionEngine::Callback const callback{EndsWhenCopied{ended}};
+    ended = std::make_unique<ExpressionEngine>(root);
+    EXPECT_EQ(ended->acquireExpression("x + 1", callback), nullptr);
+    EXPECT_EQ(ended, nullptr);
+    root->setPropertyValue("x", 2);
+}
+
 TEST_F(Expressions, HandlesOfOthersAndThoseMadeByHandDisturbNobody)
 {
     ExpressionEngine second{root};
