@@ -10,7 +10,6 @@ set(CPACK_PACKAGE_FILE_NAME "${PROJECT_NAME}-${PROJECT_VERSION}-${CMAKE_SYSTEM_N
 set(CPACK_GENERATOR TGZ)
 set(CPACK_SOURCE_GENERATOR TGZ)
 set(CPACK_SOURCE_IGNORE_FILES "/\\\\.git/" "/build/" "/\\\\.deps/" "/\\\\.cache/")
-set(CPACK_STRIP_FILES ON)
 set(CPACK_VERBATIM_VARIABLES ON)
 
 set(_library libstudio-data${PROJECT_VERSION_MAJOR})
@@ -67,7 +66,13 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_RECOMMENDS "nlohmann-json3-dev (>= 3.11), pkgconf | pkg-config")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${_library} ${_same}")
 
-if(STUDIO_DATA_DEBIAN)
+if(NOT STUDIO_DATA_DEBIAN)
+    set(CPACK_STRIP_FILES ON)
+else()
+    # What is stripped goes into packages of its own, which gdb finds by the build's number.
+    set(CPACK_DEBIAN_RUNTIME_DEBUGINFO_PACKAGE ON)
+    set(CPACK_DEBIAN_TOOLS_DEBUGINFO_PACKAGE ON)
+    set(CPACK_BUILD_SOURCE_DIRS "${PROJECT_SOURCE_DIR};${PROJECT_BINARY_DIR}")
     string(TIMESTAMP _date "%a, %d %b %Y %H:%M:%S +0000" UTC)
     configure_file(cmake/debian/changelog.in "${PROJECT_BINARY_DIR}/debian/changelog.Debian" @ONLY)
     configure_file(CHANGELOG.md "${PROJECT_BINARY_DIR}/debian/changelog" COPYONLY)
