@@ -43,7 +43,8 @@ void ModelElement::Impl::Changes::resetChanges(boost::uuids::uuid const& uuid) n
 {
     m_uuid = uuid;
     m_bits = 0;
-    m_oldContainer = ModelElement{};
+    if (m_oldContainer.get())
+        m_oldContainer = ModelElement{};
 }
 
 void ModelElement::Impl::Storage::revertUnchanged(ModelElement const& element)

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <utility>
 
 namespace tarn::zero {
 
@@ -25,6 +26,8 @@ public:
     ModelElement& operator=(ModelElement const& other) noexcept;
     ModelElement& operator=(ModelElement&& other) noexcept;
     ~ModelElement();
+    /// Exchanges what the two refer to.
+    void swap(ModelElement& other) noexcept { std::swap(m_impl, other.m_impl); }
 
     /// The meta class that every element class derives from.
     static meta::Class metaClass();

@@ -236,7 +236,7 @@ ModelElement::Impl::Storage& Journal::enter(Impl& element)
     grow(m_touched, 1);
     Storage* const storage = take(element);
     storage->m_uuid = element.m_uuid;
-    storage->m_element = ModelElement{&element};
+    ModelElement{&element}.swap(storage->m_element);
     storage->m_previous = element.m_storage;
     storage->m_level = level;
     element.m_storage = storage;
