@@ -165,7 +165,7 @@ ExpressionEngine::Symbol& ExpressionEngine::bindSymbol(std::string_view name, st
     }
     if (!std::exchange(symbol.isCovered, false))
         symbol.endStructure = 0;   // nobody has watched it
-    symbol.provisional |= ContextProvider::sharedModel()->isInTransaction();
+    symbol.provisional |= tables->model.isInTransaction();
     bindPath(symbol, 0, rootProvider);
     symbol.isCovered = !symbol.provisional;
     return symbol;

@@ -67,7 +67,7 @@ void ExpressionEngine::distrust() noexcept
 void ExpressionEngine::touchAll(tarn::zero::ReportData const& report, Batch& batch)
 {
     using tarn::zero::ReportData;
-    tarn::zero::Model::Impl const& model = *ContextProvider::sharedModel().get();
+    tarn::zero::Model::Impl const& model = tables->model;
     // Else a later commit, of which this engine hears next, has changed what leads where.
     bool const isSettled = report.structure() == model.structure() && !model.isInTransaction();
     if (isSettled)
@@ -122,7 +122,7 @@ void ExpressionEngine::touchContext(boost::uuids::uuid const& id, Batch& batch)
     if (!context)
         return;
     // What was destroyed may have been a copy under the same UUID.
-    bool const exists = static_cast<bool>(ContextProvider::sharedModel()->findElement(id, 1));
+    bool const exists = static_cast<bool>(tables->model.findElement(id, 1));
     for (detail::ExpressionPlace const& place : context->places)
         for (detail::ExpressionPlace::Leaf const& leaf : place.leaves)
             touch(leaf, exists, batch);
@@ -148,7 +148,7 @@ void ExpressionEngine::touch(detail::ExpressionLeaf const& leaf, bool keepsLeaf,
 void ExpressionEngine::rebind(Symbol& symbol)
 {
     Symbol::Cut const cut = symbol.cut;
-    bool const isIdle = !ContextProvider::sharedModel()->isInTransaction();
+    bool const isIdle = !tables->model.isInTransaction();
     bool const isCovered = isIdle && (symbol.isCovered || cut.offset == 0);
     symbol.isCovered = false;
     symbol.endStructure = 0;

@@ -259,8 +259,8 @@ void ModelElement::Impl::destroy()
         return;
     ModelElement const keep{this};
     if (endsInOneStep() && isInTransaction()) {
-        OwnTransaction const joined{*m_model};
-        m_model->journal().prepare(*this);   // what comes after the first change finds all it needs
+        OwnTransaction const joined{*m_model};   // refuses a frozen model
+        m_model->journal().prepare(*this);       // what comes after the first change finds all it needs
         return destroyRecursively(true, true, true);
     }
     Transaction transaction = begin();
