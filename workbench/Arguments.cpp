@@ -13,7 +13,7 @@ struct Flag {
 constexpr std::array s_flags{
     Flag{"--help", &Arguments::help},     Flag{"-h", &Arguments::help},           Flag{"--trace", &Arguments::trace},
     Flag{"--check", &Arguments::check},   Flag{"--verify", &Arguments::verify},   Flag{"--quiet", &Arguments::quiet},
-    Flag{"--mirror", &Arguments::mirror}, Flag{"--version", &Arguments::version},
+    Flag{"--mirror", &Arguments::mirror}, Flag{"--version", &Arguments::version}, Flag{"--force", &Arguments::force},
 };
 
 Flag const* flagOf(std::string const& word)
@@ -24,30 +24,56 @@ Flag const* flagOf(std::string const& word)
     return nullptr;
 }
 
+bool isOption(std::string const& word)
+{
+    return word.size() > 1 && word[0] == '-';
+}
+
+void expectEffect(Arguments const& arguments, bool files)
+{
+    bool const saves = !arguments.saveSample.empty();
+    if (arguments.force && !saves)
+        throw UsageError("--force goes with --save-sample only");
+    if (!saves)
+        return;
+    if (files)
+        throw UsageError("--save-sample takes no files");
+    for (Flag const& flag : s_flags)
+        if (arguments.*flag.field && flag.field != &Arguments::force)
+            throw UsageError(std::string("--save-sample does not go with ") + flag.spelling);
+}
+
 }   // namespace
 
 char const* const Arguments::HELP =
-    R"(Usage: studio-workbench [OPTIONS] [EXPRESSIONS.json SESSION.json]
+    R"(Usage: studio-workbench [OPTIONS] [EXPRESSIONS.json SESSION.json...]
 
-Subscribes to every expression, replays the session step by step, each step in one
-transaction, and says which results changed. Without files it replays a sample of its
-own: a day at a small editor.
+Subscribes to every expression, replays each session step by step, each step in one
+transaction, and reports which results changed. Without files it replays a sample of
+its own: a day at a small editor.
 
-  --trace            show every step: which results changed, from what to what
-  --check            compare with the answers recorded in the session, values and silence
-                     both; where none are recorded, as in the sample, --verify instead
+  --trace            show every step: which results changed, from what to what; on a
+                     terminal each line is cut to its width
+  --check            compare with the answers recorded in each session, values and
+                     silence both; a session without any is refused. The sample has
+                     none: with it, --check does what --verify does
   --verify           compare with the answers of a host that evaluates every expression
-                     anew after every step, and say what that costs beside a run alone
+                     anew after every step, and print what that costs
   --mirror           keep a view of the contexts beside, and compare it with them at the
                      end; with --check after every step
   --quiet            no summary: print differences, and with --trace the steps
-  --save-sample DIR  write the sample as two files that can be edited and replayed
+  --save-sample DIR  write the sample as two files that can be edited and replayed; on a
+                     terminal, prompts before files that exist are overwritten
+  --force            with --save-sample: overwrite without a prompt
   --version          print the version
   -h, --help         print this
 
+With --verify or --mirror, the times of the steps are those of a run of its own, without
+either.
+
 Exit codes:
-  0  done, and every comparison that was asked for agreed
-  1  a comparison found a difference
+  0  done, and every comparison that was requested agreed
+  1  a comparison found a difference, in one session at least
   2  the command line or a file cannot be used, or the output cannot be written
 )";
 
@@ -58,27 +84,32 @@ Arguments Arguments::read(std::vector<std::string> const& words)
     bool options = true;
     for (std::size_t i = 0; i < words.size(); ++i) {
         std::string const& word = words[i];
-        if (!options || word.size() < 2 || word[0] != '-') {
+        if (word.empty()) {
+            throw UsageError("the name of a file is empty");
+        } else if (!options || !isOption(word)) {
             files.push_back(word);
         } else if (word == "--") {
             options = false;
         } else if (Flag const* flag = flagOf(word)) {
             result.*flag->field = true;
         } else if (word == "--save-sample") {
-            if (++i == words.size() || words[i].empty())
+            if (!result.saveSample.empty())
+                throw UsageError("--save-sample is given twice");
+            if (++i == words.size() || words[i].empty() || isOption(words[i]))
                 throw UsageError("--save-sample needs a folder to write to");
             result.saveSample = words[i];
         } else {
             throw UsageError("unknown option " + word);
         }
     }
-    if (files.size() == 1 || files.size() > 2)
-        throw UsageError("expected two files, expressions and session, or none; found " + std::to_string(files.size()));
-    if (!files.empty() && !result.saveSample.empty())
-        throw UsageError("--save-sample takes no files");
+    if (result.help || result.version)
+        return result;
+    expectEffect(result, !files.empty());
+    if (files.size() == 1)
+        throw UsageError("expected a file of expressions and at least one session, or neither; found 1 file");
     if (!files.empty()) {
         result.expressions = files[0];
-        result.recording = files[1];
+        result.recordings.assign(files.begin() + 1, files.end());
     }
     return result;
 }

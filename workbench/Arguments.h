@@ -12,7 +12,7 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// What the command line asks for.
+/// What the command line requests.
 struct Arguments {
     bool help = false;
     bool version = false;
@@ -21,11 +21,13 @@ struct Arguments {
     bool verify = false;
     bool mirror = false;
     bool quiet = false;
-    std::string saveSample;    ///< a folder; empty when not asked for
-    std::string expressions;   ///< a file; empty for the sample
-    std::string recording;     ///< a file; given if and only if `expressions` is
+    bool force = false;
+    std::string saveSample;                ///< a folder; empty when not requested
+    std::string expressions;               ///< a file; empty for the sample
+    std::vector<std::string> recordings;   ///< files; empty if and only if `expressions` is
 
     /// Reads the arguments after the program's name. Options may stand anywhere; `--` ends them.
+    /// Throws `UsageError` for an unknown option, for an option that would have no effect, and for an empty file name.
     static Arguments read(std::vector<std::string> const& words);
 
     static char const* const HELP;

@@ -17,6 +17,7 @@ std::string shownChange(Change const& change)
 
 void Check::initial(std::vector<PropertyValue> const& expected, std::vector<PropertyValue> const& found)
 {
+    valueCount += expressions.size();
     for (std::size_t i = 0; i < expressions.size(); ++i)
         if (!(expected[i] == found[i]))
             differs("at the start", i, "expected " + shown(expected[i]) + ", found " + shown(found[i]));
@@ -24,6 +25,7 @@ void Check::initial(std::vector<PropertyValue> const& expected, std::vector<Prop
 
 void Check::step(std::size_t number, std::vector<Answer> const& expected, StepResult const& result)
 {
+    ++stepCount;
     std::string const when = "step " + std::to_string(number);
     auto answer = expected.begin();
     auto change = result.changes.begin();
@@ -42,7 +44,7 @@ void Check::step(std::size_t number, std::vector<Answer> const& expected, StepRe
         change += silent ? 0 : 1;
     }
     for (std::size_t const expression : result.toldAgain)
-        differs(when, expression, "told more than once");
+        differs(when, expression, "reported more than once");
 }
 
 void Check::differs(std::string const& when, std::size_t expression, std::string const& how)

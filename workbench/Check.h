@@ -22,6 +22,13 @@ public:
     void step(std::size_t number, std::vector<Answer> const& expected, StepResult const& result);
 
     std::size_t differences() const noexcept { return count; }
+
+    // How many were compared.
+
+    std::size_t initialValues() const noexcept { return valueCount; }
+    std::size_t steps() const noexcept { return stepCount; }
+
+    /// The first differences.
     std::vector<std::string> const& first() const noexcept { return lines; }
 
 private:
@@ -31,6 +38,8 @@ private:
 
     std::vector<Expression> const& expressions;
     std::size_t count = 0;
+    std::size_t valueCount = 0;
+    std::size_t stepCount = 0;
     std::vector<std::string> lines;
 };
 

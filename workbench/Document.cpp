@@ -3,7 +3,9 @@
 #include "gel/Eval.h"
 #include "gel/ParseError.h"
 #include "workbench/Json.h"
+#include "workbench/Text.h"
 
+#include <algorithm>
 #include <array>
 #include <string_view>
 #include <utility>
@@ -23,6 +25,36 @@ constexpr std::array s_words{
     Word{"new", Kind::create, 2}, Word{"set", Kind::set, 4},   Word{"del", Kind::remove, 3},
     Word{"link", Kind::link, 4},  Word{"drop", Kind::drop, 2}, Word{"active", Kind::activate, 3},
 };
+
+// Every key that an object of a file may have. What is only for people is not read, but must be of its kind.
+
+constexpr std::array s_expressionFile{
+    Member{"format", JsonKind::number, true},
+    Member{"expressions", JsonKind::list, true},
+    Member{"sources", JsonKind::list},
+    Member{"refused", JsonKind::list},
+};
+constexpr std::array s_expression{
+    Member{"id", JsonKind::number, true}, Member{"expression", JsonKind::text, true}, Member{"source", JsonKind::text},
+    Member{"clause", JsonKind::text},     Member{"binding", JsonKind::text},          Member{"symbols", JsonKind::list},
+    Member{"features", JsonKind::list},   Member{"results", JsonKind::list},          Member{"uses", JsonKind::number},
+};
+constexpr std::array s_sessionFile{
+    Member{"format", JsonKind::number, true}, Member{"contexts", JsonKind::number, true},
+    Member{"initial", JsonKind::list, true},  Member{"initialValues", JsonKind::list},
+    Member{"steps", JsonKind::list, true},    Member{"expressions", JsonKind::text},
+    Member{"seed", JsonKind::number},
+};
+constexpr std::array s_step{
+    Member{"ops", JsonKind::list, true},
+    Member{"changed", JsonKind::list},
+    Member{"during", JsonKind::text},
+};
+
+std::string thereAre(std::size_t count, std::string const& unit)
+{
+    return (count == 1 ? "there is " : "there are ") + counted(count, unit);
+}
 
 void expectFormat(Node const& document)
 {
@@ -47,7 +79,7 @@ public:
     void expectAllMade() const
     {
         if (declared.number() != alive.size())
-            declared.fail("there are " + std::to_string(alive.size()) + " contexts by the end, the root included");
+            declared.fail(thereAre(alive.size(), "context") + " by the end, the root included");
     }
 
 private:
@@ -56,8 +88,8 @@ private:
         Node const name = node.item(0);   // named, for gcc 14 takes the word for a part of it
         Word const& word = wordOf(name);
         if (node.size() != word.length)
-            node.fail("\"" + std::string(word.spelling) + "\" takes " + std::to_string(word.length - 1) +
-                      " arguments, not " + std::to_string(node.size() - 1));
+            node.fail(inQuotes(word.spelling) + " takes " + counted(word.length - 1, "argument") + ", not " +
+                      counted(node.size() - 1));
         Operation result;
         result.kind = word.kind;
         result.context = word.kind == Kind::create ? fresh(node.item(1)) : living(node.item(1));
@@ -83,7 +115,7 @@ private:
         for (Word const& word : s_words)
             if (node.text() == word.spelling)
                 return word;
-        node.fail("unknown operation \"" + node.text() + "\"");
+        node.fail("unknown operation " + inQuotes(node.text()));
     }
 
     std::size_t fresh(Node const& node)
@@ -135,10 +167,12 @@ std::vector<Answer> readAnswers(Node const& list, std::size_t expressions)
     std::vector<Answer> answers(list.size());
     for (std::size_t i = 0; i < answers.size(); ++i) {
         Node const pair = list.item(i);
+        if (pair.size() != 2)
+            pair.fail("an answer is the number of an expression and its value; found " + counted(pair.size(), "item"));
         Node const id = pair.item(0);
         answers[i] = {id.number(), pair.item(1).value()};
         if (answers[i].expression >= expressions)
-            id.fail("there are only " + std::to_string(expressions) + " expressions");
+            id.fail(thereAre(expressions, "expression") + ", counted from 0");
         if (i > 0 && answers[i].expression <= answers[i - 1].expression)
             id.fail("the expressions of a step stand in ascending order");
     }
@@ -148,8 +182,8 @@ std::vector<Answer> readAnswers(Node const& list, std::size_t expressions)
 std::vector<studio::data::PropertyValue> readInitialValues(Node const& list, std::size_t expressions)
 {
     if (list.size() != expressions)
-        list.fail("recorded over " + std::to_string(list.size()) + " expressions, but there are " +
-                  std::to_string(expressions));
+        list.fail("recorded over " + counted(list.size(), "expression") + ", but " +
+                  thereAre(expressions, "expression"));
     std::vector<studio::data::PropertyValue> values(expressions);
     for (std::size_t i = 0; i < expressions; ++i)
         values[i] = list.item(i).value();
@@ -158,15 +192,22 @@ std::vector<studio::data::PropertyValue> readInitialValues(Node const& list, std
 
 }   // namespace
 
+bool Recording::hasAnswers() const
+{
+    return initialValues || std::any_of(steps.begin(), steps.end(), [](Step const& step) { return !!step.changed; });
+}
+
 std::vector<Expression> loadExpressions(std::string const& file)
 {
     nlohmann::json const json = readJson(file);
     Node const document(file, json);
     expectFormat(document);
+    document.expectMembers(s_expressionFile);
     Node const list = document.member("expressions");
     std::vector<Expression> expressions(list.size());
     for (std::size_t i = 0; i < expressions.size(); ++i) {
         Node const node = list.item(i);
+        node.expectMembers(s_expression);
         if (Node const id = node.member("id"); id.number() != i)
             id.fail("expected " + std::to_string(i) + ": the expressions stand in the order of their numbers");
         Node const text = node.member("expression");
@@ -176,7 +217,9 @@ std::vector<Expression> loadExpressions(std::string const& file)
             text.fail("does not parse: " + std::to_string(error.line()) + ":" + std::to_string(error.column()) + ": " +
                       error.reason());
         }
-        expressions[i] = {text.text(), node.note("source")};
+        expressions[i].text = text.text();
+        if (node.has("source"))
+            expressions[i].source = node.member("source").text();
     }
     return expressions;
 }
@@ -186,21 +229,23 @@ Recording loadRecording(std::string const& file, std::size_t expressions)
     nlohmann::json const json = readJson(file);
     Node const document(file, json);
     expectFormat(document);
+    document.expectMembers(s_sessionFile);
     OperationReader reader(document.member("contexts"));
     Recording recording;
     recording.contexts = document.member("contexts").number();
     recording.initial = reader.read(document.member("initial"));
-    recording.hasAnswers = document.has("initialValues");
-    if (recording.hasAnswers)
+    if (document.has("initialValues"))
         recording.initialValues = readInitialValues(document.member("initialValues"), expressions);
     Node const steps = document.member("steps");
     recording.steps.resize(steps.size());
     for (std::size_t i = 0; i < recording.steps.size(); ++i) {
         Node const node = steps.item(i);
+        node.expectMembers(s_step);
         Step& step = recording.steps[i];
         step.operations = reader.read(node.member("ops"));
-        step.during = node.note("during");
-        if (recording.hasAnswers)
+        if (node.has("during"))
+            step.during = node.member("during").text();
+        if (node.has("changed"))
             step.changed = readAnswers(node.member("changed"), expressions);
     }
     reader.expectAllMade();

@@ -3,6 +3,7 @@
 #include "studio/data/PropertyValue.h"
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -36,22 +37,27 @@ struct Answer {
 struct Step {
     std::string during;   ///< what the user was doing; may be empty
     std::vector<Operation> operations;
-    std::vector<Answer> changed;   ///< in ascending order of expressions; all others stayed as they were
+    /// Absent when nothing is recorded. In ascending order of expressions; all others stayed as they were.
+    std::optional<std::vector<Answer>> changed;
 };
 
 struct Recording {
     std::size_t contexts = 1;   ///< how many there ever are, the root included
     std::vector<Operation> initial;
     std::vector<Step> steps;
-    bool hasAnswers = false;   ///< whether the two that follow, and `changed`, mean anything
-    std::vector<studio::data::PropertyValue> initialValues;
+    /// Absent when nothing is recorded; otherwise a value for each expression.
+    std::optional<std::vector<studio::data::PropertyValue>> initialValues;
+
+    /// Whether any answer is recorded, be it that a step changes nothing.
+    bool hasAnswers() const;
 };
 
-/// The expressions in a file. Throws `DocumentError`, also for a text that does not parse.
+/// The expressions in a file. Throws `DocumentError`, also for a text that does not parse and for a key that no
+/// expression has.
 std::vector<Expression> loadExpressions(std::string const& file);
 
 /// The recording in a file, made over so many expressions. Throws `DocumentError`, also for an operation that does not
-/// fit those before it, so that whatever is returned can be replayed.
+/// fit those before it, so that whatever is returned can be replayed, and for a key that no session has.
 Recording loadRecording(std::string const& file, std::size_t expressions);
 
 }   // namespace workbench

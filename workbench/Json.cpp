@@ -1,5 +1,7 @@
 #include "workbench/Json.h"
 
+#include "workbench/Text.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -7,6 +9,8 @@
 #include <cstring>
 #include <memory>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace workbench {
 
@@ -15,6 +19,10 @@ using studio::data::PropertyValue;
 
 namespace {
 
+constexpr std::size_t LARGEST_FILE = std::size_t{256} << 20U;
+constexpr std::size_t PATH_WIDTH = 200;
+constexpr std::size_t REASON_WIDTH = 300;
+
 std::string readFile(std::string const& name)
 {
     std::unique_ptr<std::FILE, int (*)(std::FILE*)> const file(std::fopen(name.c_str(), "rb"), &std::fclose);
@@ -22,8 +30,11 @@ std::string readFile(std::string const& name)
         throw DocumentError(name, "cannot be opened", std::strerror(errno));
     std::string text;
     std::array<char, 65536> piece;
-    while (std::size_t const read = std::fread(piece.data(), 1, piece.size(), file.get()))
+    while (std::size_t const read = std::fread(piece.data(), 1, piece.size(), file.get())) {
         text.append(piece.data(), read);
+        if (text.size() > LARGEST_FILE)   // a device may have no end
+            throw DocumentError(name, "cannot be read", "larger than 256 MiB");
+    }
     if (std::ferror(file.get()))
         throw DocumentError(name, "cannot be read", std::strerror(errno));
     return text;
@@ -36,88 +47,192 @@ std::string lineAndColumn(std::string_view before)
            std::to_string(before.size() - lineStart + 1);
 }
 
-/// The library's messages read `[json.exception.KIND] parse error at PLACE: REASON` or `[json.exception.KIND] REASON`.
-DocumentError malformed(std::string const& file, std::string const& text, json::exception const& error)
+std::string pathOf(std::string const& parent, std::string const& key)
 {
-    std::string reason = error.what();
-    reason.erase(0, reason.find("] ") + 2);
-    std::string_view const opening = "parse error at ";
-    if (reason.starts_with(opening)) {
-        std::size_t const colon = reason.find(": ");
-        return {file, reason.substr(opening.size(), colon - opening.size()), reason.substr(colon + 2)};
+    return parent.empty() ? key : parent + "." + key;
+}
+
+std::string pathOf(std::string const& parent, std::size_t index)
+{
+    return parent + "[" + std::to_string(index) + "]";
+}
+
+/// Builds a document from the events of the parser, without recursion. The library's own builder keeps the last of
+/// several equal keys; this one refuses them.
+class Builder : public nlohmann::json_sax<json> {
+public:
+    Builder(std::string const& file, std::string const& text) : file{file}, text{text} {}
+
+    json take() { return std::move(root); }
+
+    bool null() override { return put(nullptr); }
+    bool boolean(bool value) override { return put(value); }
+    bool number_integer(number_integer_t value) override { return put(value); }
+    bool number_unsigned(number_unsigned_t value) override { return put(value); }
+    bool number_float(number_float_t value, string_t const& /*digits*/) override { return put(value); }
+    bool string(string_t& value) override { return put(std::move(value)); }
+    bool binary(binary_t& /*value*/) override { return false; }   // JSON texts have none
+
+    bool start_object(std::size_t /*size*/) override { return open(json::object()); }
+    bool start_array(std::size_t /*size*/) override { return open(json::array()); }
+    bool end_object() override { return close(); }
+    bool end_array() override { return close(); }
+
+    bool key(string_t& name) override
+    {
+        if (levels.back().container->contains(name))
+            throw DocumentError(file, path(levels.size() - 1), "the key " + inQuotes(name) + " stands twice");
+        levels.back().key = std::move(name);
+        return true;
     }
-    // A number that no double holds comes without a place, but with its digits in quotes.
-    std::size_t const quote = reason.find('\'');
-    std::size_t const found = quote == std::string::npos
-                                  ? std::string::npos
-                                  : text.find(reason.substr(quote + 1, reason.rfind('\'') - quote - 1));
-    return {file, lineAndColumn(std::string_view(text).substr(0, found)), reason};
+
+    /// The library's messages read `[json.exception.KIND] parse error at PLACE: REASON` or, for a number that no double
+    /// holds, `[json.exception.KIND] REASON`.
+    bool parse_error(std::size_t position, std::string const& token, json::exception const& error) override
+    {
+        std::string reason = error.what();
+        reason.erase(0, reason.find("] ") + 2);
+        if (reason.starts_with("parse error at "))
+            reason.erase(0, reason.find(": ") + 2);
+        // The position is behind the number, or behind the byte that fits nowhere; the end of the file counts as one.
+        bool const overflow = dynamic_cast<json::out_of_range const*>(&error) != nullptr;
+        std::size_t const start = position - std::min(position, overflow ? token.size() : 1);
+        throw DocumentError(file, lineAndColumn(std::string_view(text).substr(0, start)),
+                            oneLine(reason, REASON_WIDTH));
+    }
+
+private:
+    struct Level {
+        json* container;
+        string_t key;   // of the member that is read, in an object
+    };
+
+    json* add(json value)
+    {
+        if (levels.empty())
+            return &(root = std::move(value));
+        Level& level = levels.back();
+        if (level.container->is_array())
+            return &level.container->emplace_back(std::move(value));
+        return &((*level.container)[level.key] = std::move(value));
+    }
+
+    bool put(json value)
+    {
+        add(std::move(value));
+        return true;
+    }
+
+    bool open(json container)
+    {
+        levels.push_back(
+            {add(std::move(container)), {}});   // stays in place: what is around it waits until it is closed
+        return true;
+    }
+
+    bool close()
+    {
+        levels.pop_back();
+        return true;
+    }
+
+    /// The path to the container at a depth; one that is too long to be shown ends early.
+    std::string path(std::size_t depth) const
+    {
+        std::string result;
+        for (std::size_t i = 0; i < depth && result.size() < PATH_WIDTH; ++i)
+            result = levels[i].container->is_array() ? pathOf(result, levels[i].container->size() - 1)
+                                                     : pathOf(result, levels[i].key);
+        return result;
+    }
+
+    std::string const& file;
+    std::string const& text;
+    json root;
+    std::vector<Level> levels;
+};
+
+std::string listed(std::span<Member const> members)
+{
+    std::string list;
+    for (Member const& member : members)
+        list += (list.empty() ? "" : ", ") + std::string(member.key);
+    return list;
 }
 
 }   // namespace
 
 DocumentError::DocumentError(std::string const& file, std::string const& place, std::string const& reason)
-    : std::runtime_error(file + ": " + place + ": " + reason)
+    : std::runtime_error(file + ": " + (place.empty() ? "top level" : oneLine(place, PATH_WIDTH)) + ": " + reason)
 {}
 
 json readJson(std::string const& file)
 {
     std::string const text = readFile(file);
-    try {
-        return json::parse(text);
-    } catch (json::exception const& error) {
-        throw malformed(file, text, error);
-    }
+    Builder builder(file, text);
+    json::sax_parse(text, &builder);
+    return builder.take();
 }
 
-Node::Node(Node const& parent, std::string const& step, json const& content)
-    : file{parent.file}, content{&content}, path{parent.path + "/" + step}
+Node::Node(std::string const& file, json const& content, std::string path)
+    : file{&file}, content{&content}, path{std::move(path)}
 {}
 
-bool Node::has(char const* name) const
+void Node::expectMembers(std::span<Member const> members) const
 {
-    if (!content->is_object())
-        failKind("an object");
-    return content->contains(name);
+    expect(JsonKind::object);
+    for (auto const& [key, value] : content->items()) {
+        Member const& member = memberOf(key, members);
+        Node(*file, value, pathOf(path, key)).expect(member.kind);
+    }
+    for (Member const& member : members)
+        if (member.required && !content->contains(member.key))
+            fail(inQuotes(member.key) + " is missing");
 }
 
-Node Node::member(char const* name) const
+Member const& Node::memberOf(std::string const& key, std::span<Member const> members) const
 {
-    if (!has(name))
-        fail("\"" + std::string(name) + "\" is missing");
-    return {*this, name, (*content)[name]};
+    for (Member const& member : members)
+        if (key == member.key)
+            return member;
+    fail("unknown key " + inQuotes(key) + "; the keys here are " + listed(members));
+}
+
+bool Node::has(char const* key) const
+{
+    expect(JsonKind::object);
+    return content->contains(key);
+}
+
+Node Node::member(char const* key) const
+{
+    if (!has(key))
+        fail(inQuotes(key) + " is missing");
+    return {*file, (*content)[key], pathOf(path, key)};
 }
 
 std::size_t Node::size() const
 {
-    if (!content->is_array())
-        failKind("a list");
+    expect(JsonKind::list);
     return content->size();
 }
 
 Node Node::item(std::size_t index) const
 {
     if (index >= size())
-        fail("expected at least " + std::to_string(index + 1) + " items, found " + std::to_string(size()));
-    return {*this, std::to_string(index), (*content)[index]};
+        fail("expected at least " + counted(index + 1, "item") + ", found " + counted(size()));
+    return {*file, (*content)[index], pathOf(path, index)};
 }
 
 std::string const& Node::text() const
 {
-    if (!content->is_string())
-        failKind("a text");
+    expect(JsonKind::text);
     return content->get_ref<std::string const&>();
-}
-
-std::string Node::note(char const* name) const
-{
-    return has(name) && (*content)[name].is_string() ? (*content)[name].get<std::string>() : std::string();
 }
 
 std::size_t Node::number() const
 {
-    if (!content->is_number_unsigned())
-        failKind("a whole number");
+    expect(JsonKind::number);
     return content->get<std::size_t>();
 }
 
@@ -136,7 +251,19 @@ PropertyValue Node::value() const
 
 void Node::fail(std::string const& reason) const
 {
-    throw DocumentError(*file, path.empty() ? "top level" : path, reason);
+    throw DocumentError(*file, path, reason);
+}
+
+void Node::expect(JsonKind kind) const
+{
+    if (kind == JsonKind::text && !content->is_string())
+        failKind("a text");
+    if (kind == JsonKind::number && !content->is_number_unsigned())
+        failKind("a whole number, at least 0");
+    if (kind == JsonKind::list && !content->is_array())
+        failKind("a list");
+    if (kind == JsonKind::object && !content->is_object())
+        failKind("an object");
 }
 
 void Node::failKind(char const* expected) const

@@ -5,36 +5,50 @@
 #include <nlohmann/json.hpp>
 
 #include <cstddef>
+#include <span>
 #include <stdexcept>
 #include <string>
 
 namespace workbench {
 
-/// A file that cannot be used; `what()` is one line: file, place, reason.
+/// A file that cannot be used; `what()` is file, place and reason.
 class DocumentError : public std::runtime_error {
 public:
     DocumentError(std::string const& file, std::string const& place, std::string const& reason);
 };
 
-/// The JSON document in a file. Throws `DocumentError` when it cannot be read or is malformed.
+/// The JSON document in a file. Throws `DocumentError` when the file cannot be read or is larger than 256 MiB, when the
+/// document is malformed, and when an object in it has a key twice.
 nlohmann::json readJson(std::string const& file);
 
-/// One place in a document: the value that stands there, and the path to it for whoever has to complain.
-/// Each question throws `DocumentError` when the value there is not of the kind asked for.
-/// Lifetime: looks into the document and the file's name, which must outlive it.
+/// What may stand at a place in a document.
+enum class JsonKind { any, text, number, list, object };
+
+/// A key that an object may have.
+struct Member {
+    char const* key;
+    JsonKind kind;
+    bool required = false;
+};
+
+/// One place in a document: the value there, and the path to it for messages, such as `steps[3].ops`.
+/// Each member throws `DocumentError` when the value is not of the kind that it reads.
+/// Lifetime: refers to the document and the file's name, which must outlive it.
 class Node {
 public:
     Node(std::string const& file, nlohmann::json const& document) : file{&file}, content{&document} {}
 
-    bool has(char const* name) const;
-    Node member(char const* name) const;
+    /// Refuses anything but an object whose keys are all in the table, of the kind given there, and none missing.
+    /// Every object is read through here first, so a misspelt key is never taken for an absent one.
+    void expectMembers(std::span<Member const> members) const;
+
+    bool has(char const* key) const;
+    Node member(char const* key) const;
 
     std::size_t size() const;
     Node item(std::size_t index) const;
 
     std::string const& text() const;
-    /// The text of a member that is only for people: empty if there is none.
-    std::string note(char const* name) const;
     /// A whole number, at least 0.
     std::size_t number() const;
     /// A logical, a number, a text, or null for undefined.
@@ -43,7 +57,9 @@ public:
     [[noreturn]] void fail(std::string const& reason) const;
 
 private:
-    Node(Node const& parent, std::string const& step, nlohmann::json const& content);
+    Node(std::string const& file, nlohmann::json const& content, std::string path);
+    Member const& memberOf(std::string const& key, std::span<Member const> members) const;
+    void expect(JsonKind kind) const;
     [[noreturn]] void failKind(char const* expected) const;
 
     std::string const* file;

@@ -1,5 +1,7 @@
 #include "workbench/Progress.h"
 
+#include "workbench/Terminal.h"
+
 #include <cstdio>
 #include <string>
 
@@ -28,7 +30,8 @@ void Progress::advance()
 
 void Progress::draw()
 {
-    constexpr std::size_t width = 40;
+    std::size_t const columns = terminalWidth().value_or(80);
+    std::size_t const width = columns < 70 ? 10 : 40;   // a line that wraps would not be overwritten
     std::size_t const full = done * width / total;
     std::string const bar = std::string(full, '#') + std::string(width - full, '.');
     std::fprintf(stderr, "\r[%s] step %zu of %zu", bar.c_str(), done, total);

@@ -4,7 +4,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
+#include <stdexcept>
 
 namespace workbench {
 
@@ -32,17 +35,17 @@ std::string line(std::string const& what, std::string const& text)
     return what + std::string(16 - std::min<std::size_t>(what.size(), 15), ' ') + text + '\n';
 }
 
-std::string described(Expression const& expression)
+std::string described(Expression const& expression, bool whole)
 {
-    std::string text = oneLine(expression.text, TEXT_WIDTH);
+    std::string text = oneLine(expression.text, whole ? std::string::npos : TEXT_WIDTH);
     if (!expression.source.empty())
-        text += "   [" + oneLine(expression.source, SOURCE_WIDTH) + "]";
+        text += "   [" + oneLine(expression.source, whole ? std::string::npos : SOURCE_WIDTH) + "]";
     return text;
 }
 
 }   // namespace
 
-void Report::opening(std::string const& title, Recording const& recording)
+void Report::opening(Recording const& recording)
 {
     out << title << ": " << counted(expressions.size(), "expression") << ", " << counted(recording.contexts, "context")
         << ", " << counted(recording.steps.size(), "step") << "\n\n";
@@ -50,22 +53,27 @@ void Report::opening(std::string const& title, Recording const& recording)
 
 void Report::step(std::size_t number, Step const& step, StepResult const& result)
 {
-    out << "step " << number;
+    std::size_t const lineWidth = width.value_or(std::string::npos);
+    std::size_t const textWidth = width ? TEXT_WIDTH : std::string::npos;   // elsewhere nothing is cut
+    std::string head = "step " + std::to_string(number);
     if (!step.during.empty())
-        out << "  " << oneLine(step.during, TEXT_WIDTH);
-    out << "  (" << counted(step.operations.size(), "operation") << ", " << lasting(result.time) << ')';
-    out << (result.changes.empty() ? ": silent\n" : "\n");
+        head += "  " + oneLine(step.during, textWidth);
+    head += "  (" + counted(step.operations.size(), "operation") + ", " + lasting(result.time) + ")";
+    out << oneLine(head + (result.changes.empty() ? ": silent" : ""), lineWidth) << '\n';
     for (Change const& change : result.changes)
-        out << "  " << aligned(std::to_string(change.expression), 5) << "  " << oneLine(shown(change.from), TEXT_WIDTH)
-            << " -> " << oneLine(shown(change.to), TEXT_WIDTH) << "   in " << described(expressions[change.expression])
+        out << oneLine("  " + aligned(std::to_string(change.expression), 5) + "  " +
+                           oneLine(shown(change.from), textWidth) + " -> " + oneLine(shown(change.to), textWidth) +
+                           "   in " + described(expressions[change.expression], !width),
+                       lineWidth)
             << '\n';
+    expectWritten(out);
 }
 
 void Report::summary(Statistics const& statistics)
 {
     std::size_t const everything = statistics.steps() * expressions.size();
-    out << line("steps", counted(statistics.steps()) + ", each one transaction; " + counted(statistics.silentSteps) +
-                             " of them silent");
+    out << line("steps",
+                counted(statistics.steps()) + ", each one transaction; " + counted(statistics.silentSteps) + " silent");
     out << line("operations", counted(statistics.operations));
     out << line("notifications",
                 counted(statistics.notifications) +
@@ -76,7 +84,7 @@ void Report::summary(Statistics const& statistics)
                                      lasting(statistics.within(0.9)) + ", longest " + lasting(statistics.within(1)) +
                                      "; all steps " + lasting(statistics.total()));
     out << line("evaluations", counted(everything) + " in a host that evaluates everything after each step; " +
-                                   percent(statistics.notifications, everything) + " of them would find a change");
+                                   percent(statistics.notifications, everything) + " would find a change");
     busiest(statistics);
 }
 
@@ -87,30 +95,33 @@ void Report::busiest(Statistics const& statistics)
         return;
     out << "\nbusiest expressions, by changes\n";
     for (std::size_t const expression : ranking)
-        out << aligned(counted(statistics.changesOf[expression]), 8) << "  " << described(expressions[expression])
-            << '\n';
+        out << aligned(counted(statistics.changesOf[expression]), 8) << "  "
+            << described(expressions[expression], false) << '\n';
 }
 
 void Report::comparison(Reference const& reference, Statistics const& statistics)
 {
     out << '\n'
-        << line("in comparison", "a host that evaluates everything: " + counted(reference.evaluations()) +
-                                     " evaluations in " + lasting(reference.time()) + "; all steps here took " +
+        << line("in comparison", "a host that evaluates everything: " + counted(reference.evaluations(), "evaluation") +
+                                     " in " + lasting(reference.time()) + "; all steps here took " +
                                      lasting(statistics.total()));
 }
 
 void Report::verdict(std::string const& against, Check const& check, Statistics const& statistics)
 {
-    out << '\n'
-        << against << ": " << counted(check.differences(), "difference") << " in "
-        << counted(expressions.size(), "initial value") << " and " << counted(statistics.steps(), "step") << '\n';
+    out << '\n' << title << ", " << against << ": " << counted(check.differences(), "difference") << " in ";
+    if (check.initialValues() == expressions.size())
+        out << counted(expressions.size(), "initial value") << " and ";
+    if (check.steps() < statistics.steps())   // the others have no recorded answers
+        out << counted(check.steps()) << " of ";
+    out << counted(statistics.steps(), "step") << '\n';
     differences(check.differences(), check.first());
 }
 
 void Report::verdict(Mirror const& mirror, bool everyStep)
 {
     out << '\n'
-        << "the mirror of the root, compared " << (everyStep ? "after every step" : "at the end") << ": "
+        << title << ", the mirror of the root, compared " << (everyStep ? "after every step" : "at the end") << ": "
         << counted(mirror.differences(), "difference") << "; now " << counted(mirror.contexts(), "context") << " with "
         << counted(mirror.properties(), "value") << '\n';
     differences(mirror.differences(), mirror.first());
@@ -122,6 +133,13 @@ void Report::differences(std::size_t count, std::vector<std::string> const& firs
         out << "  " << difference << '\n';
     if (count > first.size())
         out << "  and " << counted(count - first.size()) << " more\n";
+    expectWritten(out);
+}
+
+void expectWritten(std::ostream& out)
+{
+    if (!out.flush())
+        throw std::runtime_error(std::string("the output cannot be written: ") + std::strerror(errno));
 }
 
 }   // namespace workbench

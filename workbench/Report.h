@@ -6,21 +6,27 @@
 #include "workbench/Reference.h"
 #include "workbench/Statistics.h"
 #include "workbench/StepResult.h"
+#include "workbench/Text.h"
 
 #include <cstddef>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
 
 namespace workbench {
 
-/// Tells a person what happened.
+/// Writes for a person what happened in one session. Throws `std::runtime_error` when the output cannot be written.
 class Report {
 public:
-    Report(std::ostream& out, std::vector<Expression> const& expressions) : out{out}, expressions{expressions} {}
+    /// `title` names the session; `width` is that of the terminal, if there is one.
+    Report(std::ostream& out, std::string const& title, std::vector<Expression> const& expressions,
+           std::optional<std::size_t> width)
+        : out{out}, title{oneLine(title)}, expressions{expressions}, width{width}
+    {}
 
-    void opening(std::string const& title, Recording const& recording);
-    /// One step and what it changed; `number` counts from 1.
+    void opening(Recording const& recording);
+    /// One step and what it changed, each line cut to the terminal's width; `number` counts from 1.
     void step(std::size_t number, Step const& step, StepResult const& result);
     void summary(Statistics const& statistics);
     /// What the host that evaluates everything needed for the same.
@@ -33,7 +39,12 @@ private:
     void differences(std::size_t count, std::vector<std::string> const& first);
 
     std::ostream& out;
+    std::string title;
     std::vector<Expression> const& expressions;
+    std::optional<std::size_t> width;
 };
+
+/// Writes what is still buffered. Throws `std::runtime_error` when that, or anything written before, failed.
+void expectWritten(std::ostream& out);
 
 }   // namespace workbench

@@ -22,7 +22,11 @@ std::string counted(std::size_t count, std::string const& unit);
 /// In the unit that leaves a number below a thousand: 12 µs, 3.4 ms.
 std::string lasting(std::chrono::nanoseconds time);
 
-/// On one line, at most `width` characters long: control characters become spaces, "..." stands for what is cut off.
+/// A name in double quotes, on one line and at most 60 columns wide.
+std::string inQuotes(std::string_view name);
+
+/// On one line, at most `width` columns wide on a terminal: control characters become spaces, bytes that are no UTF-8
+/// become U+FFFD, and "..." stands for what is cut off. Never cuts within a character.
 std::string oneLine(std::string_view text, std::size_t width = std::string::npos);
 
 }   // namespace workbench

@@ -3,11 +3,17 @@
 #include "workbench/Json.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
-#include <fstream>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include <unistd.h>
 
 namespace workbench {
 
+namespace fs = std::filesystem;
 using json = nlohmann::ordered_json;
 using studio::data::PropertyValue;
 using Kind = Operation::Kind;
@@ -54,15 +60,15 @@ json toJson(std::vector<PropertyValue> const& values)
     return list;
 }
 
-json toJson(Step const& step, bool answers)
+json toJson(Step const& step)
 {
     json object = json::object();
     if (!step.during.empty())
         object["during"] = step.during;
     object["ops"] = toJson(step.operations);
-    if (answers) {
+    if (step.changed) {
         json& changed = object["changed"] = json::array();
-        for (Answer const& answer : step.changed)
+        for (Answer const& answer : *step.changed)
             changed.push_back({answer.expression, toJson(answer.value)});
     }
     return object;
@@ -80,34 +86,96 @@ std::string lines(Items const& items, ToJson const& toJson)
     return text + "\n]";
 }
 
-void write(std::string const& name, std::string const& text)
+[[noreturn]] void failWrite(std::string const& name, int error)
 {
-    std::ofstream file(name, std::ios::binary);
-    file << text << std::flush;
-    if (!file)
-        throw DocumentError(name, "cannot be written", std::strerror(errno));
+    throw DocumentError(name, "cannot be written", std::strerror(error));
 }
+
+/// A complete file under a name of its own, removed unless it is moved to its place.
+class Draft {
+public:
+    explicit Draft(File const& file) : place{file.name}, name{file.name + "." + std::to_string(getpid()) + ".new"}
+    {
+        std::error_code ignored;
+        if (fs::exists(place, ignored) && !fs::is_regular_file(place, ignored))
+            throw DocumentError(place, "cannot be written", "it is no regular file");
+        std::FILE* const stream = std::fopen(name.c_str(), "wbx");
+        if (stream == nullptr)
+            failWrite(place, errno);
+        made = true;
+        bool const complete = std::fwrite(file.text.data(), 1, file.text.size(), stream) == file.text.size();
+        int const error = errno;
+        if (std::fclose(stream) != 0 || !complete) {
+            int const reason = complete ? errno : error;
+            discard();
+            failWrite(place, reason);
+        }
+    }
+    Draft(Draft&& other) noexcept
+        : place{std::move(other.place)}, name{std::move(other.name)}, made{std::exchange(other.made, false)}
+    {}
+    Draft& operator=(Draft&&) = delete;
+    ~Draft() { discard(); }
+
+    void moveToPlace()
+    {
+        if (std::rename(name.c_str(), place.c_str()) != 0)
+            failWrite(place, errno);
+        made = false;
+    }
+
+private:
+    void discard() noexcept
+    {
+        if (std::exchange(made, false))
+            std::remove(name.c_str());
+    }
+
+    std::string place;
+    std::string name;
+    bool made = false;
+};
 
 }   // namespace
 
-void saveExpressions(std::string const& file, std::vector<Expression> const& expressions)
+std::string expressionsText(std::vector<Expression> const& expressions)
 {
     std::size_t id = 0;
-    write(file, R"({"format":1,"expressions":)" + lines(expressions, [&](Expression const& expression) {
-                    return json{{"id", id++}, {"expression", expression.text}, {"source", expression.source}};
-                }) + "}\n");
+    return R"({"format":1,"expressions":)" +
+           lines(expressions,
+                 [&](Expression const& expression) {
+                     return json{{"id", id++}, {"expression", expression.text}, {"source", expression.source}};
+                 }) +
+           "}\n";
 }
 
-void saveRecording(std::string const& file, Recording const& recording)
+std::string recordingText(Recording const& recording)
 {
     std::string text = R"({"format":1,"contexts":)" + std::to_string(recording.contexts) + ",\n\"initial\":" +
                        lines(recording.initial, [](Operation const& operation) { return toJson(operation); });
-    if (recording.hasAnswers)
-        text += ",\n\"initialValues\":" + toJson(recording.initialValues).dump();
-    text +=
-        ",\n\"steps\":" + lines(recording.steps, [&](Step const& step) { return toJson(step, recording.hasAnswers); }) +
-        "}\n";
-    write(file, text);
+    if (recording.initialValues)
+        text += ",\n\"initialValues\":" + toJson(*recording.initialValues).dump();
+    return text + ",\n\"steps\":" + lines(recording.steps, [](Step const& step) { return toJson(step); }) + "}\n";
+}
+
+std::string presentAmong(std::vector<std::string> const& names)
+{
+    for (std::string const& name : names) {
+        std::error_code ignored;
+        if (fs::symlink_status(name, ignored).type() > fs::file_type::not_found)
+            return name;
+    }
+    return {};
+}
+
+void writeFiles(std::vector<File> const& files)
+{
+    std::vector<Draft> drafts;
+    drafts.reserve(files.size());
+    for (File const& file : files)
+        drafts.emplace_back(file);
+    for (Draft& draft : drafts)
+        draft.moveToPlace();
 }
 
 }   // namespace workbench

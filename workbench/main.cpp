@@ -1,20 +1,17 @@
 #include "workbench/Arguments.h"
-#include "workbench/Check.h"
 #include "workbench/Document.h"
 #include "workbench/Json.h"
-#include "workbench/Mirror.h"
-#include "workbench/Progress.h"
 #include "workbench/Reference.h"
+#include "workbench/Replay.h"
 #include "workbench/Report.h"
-#include "workbench/Session.h"
-#include "workbench/Statistics.h"
+#include "workbench/Terminal.h"
 #include "workbench/Text.h"
 #include "workbench/Writer.h"
 #include "workbench/sample/Sample.h"
 
-#include <chrono>
 #include <exception>
 #include <iostream>
+#include <new>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -27,116 +24,72 @@ namespace {
 
 enum ExitCode { GOOD = 0, DIFFERENT = 1, UNUSABLE = 2 };
 
-/// What a run works on.
-struct Material {
-    std::string title;
-    std::vector<Expression> expressions;
-    Recording recording;
-};
-
-Material materialOf(Arguments const& arguments)
+/// Every session, read before any is replayed: a file that cannot be used is refused before there is output.
+std::vector<Material> loadMaterials(Arguments const& arguments, std::size_t expressions)
 {
-    if (arguments.expressions.empty())
-        return {"sample, a day at a small editor", sample::expressions(), sample::day()};
-    std::vector<Expression> expressions = loadExpressions(arguments.expressions);
-    Recording recording = loadRecording(arguments.recording, expressions.size());
-    return {arguments.recording, std::move(expressions), std::move(recording)};
+    std::vector<Material> materials;
+    for (std::string const& file : arguments.recordings) {
+        materials.push_back({file, loadRecording(file, expressions)});
+        if (arguments.check && (expressions == 0 || !materials.back().recording.hasAnswers()))
+            throw DocumentError(file, "no recorded answers", "--check has nothing to compare; --verify needs none");
+    }
+    return materials;
 }
 
 /// The sample's answers come from the host that evaluates everything, so that replaying the files checks the library.
-void saveSample(std::string const& folder)
+void saveSample(std::string const& folder, bool force)
 {
+    std::vector<std::string> const files{folder + "/expressions.json", folder + "/session.json"};
+    std::string const present = presentAmong(files);
+    if (!present.empty() && !force) {
+        if (!canConfirm())
+            throw std::runtime_error(present + ": already there; --force overwrites");
+        if (!confirm(oneLine(present) + ": already there; overwrite?"))
+            throw std::runtime_error("nothing was written");
+    }
     std::vector<Expression> const expressions = sample::expressions();
     Recording recording = sample::day();
     Reference reference(expressions, recording.initial,
                         [](std::size_t context) { return "context " + std::to_string(context); });
-    recording.hasAnswers = true;
     recording.initialValues = reference.values();
     for (Step& step : recording.steps)
         step.changed = reference.step(step.operations);
-    saveExpressions(folder + "/expressions.json", expressions);
-    saveRecording(folder + "/session.json", recording);
+    writeFiles({{files[0], expressionsText(expressions)}, {files[1], recordingText(recording)}});
 }
 
-/// How long each step takes with nothing in between. A host that asks the library does not evaluate everything, too,
-/// which would leave it with empty caches.
-std::vector<std::chrono::nanoseconds> timesAlone(Material const& material, bool mirrors)
+/// Says which of several sessions agreed.
+void summarize(std::vector<std::string> const& different, std::size_t sessions)
 {
-    Session session(material.expressions, material.recording);
-    std::optional<Mirror> mirror;
-    if (mirrors)
-        mirror.emplace(session.root());
-    std::vector<std::chrono::nanoseconds> times;
-    for (Step const& step : material.recording.steps)
-        times.push_back(session.run(step).time);
-    return times;
+    std::cout << '\n'
+              << counted(sessions, "session") << ": " << counted(sessions - different.size())
+              << " without differences, ";
+    std::cout << counted(different.size()) << " with";
+    char const* separator = ": ";
+    for (std::string const& title : different)
+        std::cout << std::exchange(separator, ", ") << oneLine(title);
+    std::cout << '\n';
 }
 
-ExitCode replay(Arguments const& arguments, Material const& material)
+ExitCode replayAll(Arguments const& arguments)
 {
-    auto const& [title, expressions, recording] = material;
-    bool const checks = arguments.check && recording.hasAnswers;
-    bool const verifies = arguments.verify || (arguments.check && !recording.hasAnswers);
-    Report report(std::cout, expressions);
-    Statistics statistics(expressions.size());
-    Check recorded(expressions);
-    Check evaluated(expressions);
-
-    std::vector<std::chrono::nanoseconds> const alone =
-        verifies ? timesAlone(material, arguments.mirror) : std::vector<std::chrono::nanoseconds>{};
-    Session session(expressions, recording);
-    std::optional<Reference> reference;
-    if (checks)
-        recorded.initial(recording.initialValues, session.values());
-    if (verifies) {
-        reference.emplace(expressions, recording.initial,
-                          [&](std::size_t context) { return session.reference(context); });
-        evaluated.initial(reference->values(), session.values());
-    }
-    std::optional<Mirror> mirror;
-    if (arguments.mirror)
-        mirror.emplace(session.root());
-    if (!arguments.quiet)
-        report.opening(title, recording);
-    {
-        Progress progress(recording.steps.size(), !arguments.quiet && !arguments.trace);
-        std::size_t number = 0;
-        for (Step const& step : recording.steps) {
-            StepResult result = session.run(step);
-            if (verifies)
-                result.time = alone[number];
-            statistics.add(step, result);
-            ++number;
-            if (checks)
-                recorded.step(number, step.changed, result);
-            if (reference)
-                evaluated.step(number, reference->step(step.operations), result);
-            if (mirror && arguments.check)
-                mirror->compare("step " + std::to_string(number));
-            if (arguments.trace)
-                report.step(number, step, result);
-            progress.advance();
-        }
-    }
-    if (!arguments.quiet) {
-        if (arguments.trace)
+    bool const isSample = arguments.expressions.empty();
+    std::vector<Expression> const expressions =
+        isSample ? sample::expressions() : loadExpressions(arguments.expressions);
+    std::vector<Material> const materials =
+        isSample ? std::vector<Material>{{"sample, a day at a small editor", sample::day()}}
+                 : loadMaterials(arguments, expressions.size());
+    std::optional<std::size_t> const width = terminalWidth();
+    std::vector<std::string> different;
+    for (Material const& material : materials) {
+        if (&material != &materials.front() && !arguments.quiet)
             std::cout << '\n';
-        report.summary(statistics);
-        if (reference)
-            report.comparison(*reference, statistics);
+        if (replay(arguments, expressions, material, width) > 0)
+            different.push_back(material.title);
     }
-    if (checks && (!arguments.quiet || recorded.differences() > 0))
-        report.verdict("against the recorded answers", recorded, statistics);
-    if (reference && (!arguments.quiet || evaluated.differences() > 0))
-        report.verdict("against evaluating everything", evaluated, statistics);
-    std::size_t differences = recorded.differences() + evaluated.differences();
-    if (mirror) {
-        mirror->compare("at the end");
-        if (!arguments.quiet || mirror->differences() > 0)
-            report.verdict(*mirror, arguments.check);
-        differences += mirror->differences();
-    }
-    return differences == 0 ? GOOD : DIFFERENT;
+    bool const compared = arguments.check || arguments.verify || arguments.mirror;
+    if (materials.size() > 1 && compared && (!arguments.quiet || !different.empty()))
+        summarize(different, materials.size());
+    return different.empty() ? GOOD : DIFFERENT;
 }
 
 ExitCode run(std::vector<std::string> const& words)
@@ -148,11 +101,10 @@ ExitCode run(std::vector<std::string> const& words)
     else if (arguments.version)
         std::cout << "studio-workbench " << STUDIO_DATA_VERSION << '\n';
     else if (!arguments.saveSample.empty())
-        saveSample(arguments.saveSample);
+        saveSample(arguments.saveSample, arguments.force);
     else
-        result = replay(arguments, materialOf(arguments));
-    if (!std::cout.flush())
-        throw std::runtime_error("the output cannot be written");
+        result = replayAll(arguments);
+    expectWritten(std::cout);
     return result;
 }
 
@@ -163,10 +115,13 @@ ExitCode run(std::vector<std::string> const& words)
 int main(int count, char** words)
 {
     using namespace workbench;
+    protectStandardStreams();
     try {
-        return run({words + 1, words + count});
+        return run({words + (count > 0 ? 1 : 0), words + count});
     } catch (UsageError const& error) {
-        std::cerr << "studio-workbench: " << oneLine(error.what()) << "; --help says what it takes\n";
+        std::cerr << "studio-workbench: " << oneLine(error.what()) << "; see --help\n";
+    } catch (std::bad_alloc const&) {
+        std::cerr << "studio-workbench: out of memory\n";
     } catch (std::exception const& error) {
         std::cerr << "studio-workbench: " << oneLine(error.what()) << '\n';
     }

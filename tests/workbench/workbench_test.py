@@ -1,13 +1,18 @@
-"""studio-workbench from outside: its sample, what it says of files it cannot use, and what it calls a difference.
+"""studio-workbench from outside: files and arguments that it refuses, what it calls a difference, its output on a terminal
+and where none can be written, and its sample.
 
 Usage: workbench_test.py PROGRAM MANUAL
 """
+import fcntl
 import json
 import os
+import pty
 import re
+import struct
 import subprocess
 import sys
 import tempfile
+import termios
 
 PROGRAM, MANUAL = map(os.path.abspath, sys.argv[1:3])
 FAILED = []
@@ -43,32 +48,55 @@ UNUSABLE = [
     ("session", '{"format":1', '{"format":', 's.json: line 1, column 11: syntax error'),
     ("session", '[0,null]', '[0,nul]', 's.json: line 4, column 80: syntax error'),
     ("session", '"a",1]', '"a",1e999]', 's.json: line 1, column 50: number overflow'),
-    ("session", '"a",1]', '"a",[]]', 's.json: /initial/0/3: expected a logical, a number, a text or null, found array'),
-    ("session", '"format":1', '"format":2', 's.json: /format: only format 1 is known'),
+    ("session", '"a",1]', '"a",[]]', 's.json: initial[0][3]: expected a logical, a number, a text or null, found array'),
+    ("session", '"format":1', '"format":2', 's.json: format: only format 1 is known'),
     ("session", '"format":1,', '', 's.json: top level: "format" is missing'),
-    ("session", '"contexts":2', '"contexts":3', 's.json: /contexts: there are 2 contexts by the end, the root included'),
-    ("session", '"contexts":2', '"contexts":-2', 's.json: /contexts: expected a whole number, found number -2'),
-    ("session", '[1,true]', '[1]', 's.json: /initialValues: recorded over 1 expressions, but there are 2'),
-    ("session", '["new",1]', '["new",2]', 's.json: /steps/0/ops/0/1: the next new context is number 1'),
-    ("session", '["new",1]', '["make",1]', 's.json: /steps/0/ops/0/0: unknown operation "make"'),
-    ("session", '["new",1]', '["new"]', 's.json: /steps/0/ops/0: "new" takes 1 arguments, not 0'),
-    ("session", '["new",1]', '[]', 's.json: /steps/0/ops/0: expected at least 1 items, found 0'),
-    ("session", '["new",1]', 'true', 's.json: /steps/0/ops/0: expected a list, found boolean'),
-    ("session", '["link",0,"b",1]', '["link",0,"b",7]', 's.json: /steps/0/ops/2/3: context 7 has not been made'),
+    ("session", '"contexts":2', '"contexts":3', 's.json: contexts: there are 2 contexts by the end, the root included'),
+    ("session", '"contexts":2', '"contexts":-2', 's.json: contexts: expected a whole number, at least 0, found number -2'),
+    ("session", '[1,true]', '[1]', 's.json: initialValues: recorded over 1 expression, but there are 2 expressions'),
+    ("session", '["new",1]', '["new",2]', 's.json: steps[0].ops[0][1]: the next new context is number 1'),
+    ("session", '["new",1]', '["make",1]', 's.json: steps[0].ops[0][0]: unknown operation "make"'),
+    ("session", '["new",1]', '["new"]', 's.json: steps[0].ops[0]: "new" takes 1 argument, not 0'),
+    ("session", '["new",1]', '[]', 's.json: steps[0].ops[0]: expected at least 1 item, found 0'),
+    ("session", '["new",1]', 'true', 's.json: steps[0].ops[0]: expected a list, found boolean'),
+    ("session", '["link",0,"b",1]', '["link",0,"b",7]', 's.json: steps[0].ops[2][3]: context 7 has not been made'),
     ("session", '["del",0,"b"],["drop",1]', '["drop",1],["link",0,"b",1]',
-     's.json: /steps/2/ops/2/3: context 1 has been dropped'),
-    ("session", '["drop",1]', '["drop",0]', 's.json: /steps/2/ops/2/1: the root stays'),
-    ("session", '"c",true', '"c.d",true', 's.json: /steps/0/ops/1/2: the name of a property has no dot'),
-    ("session", '["x"]', '[1]', 's.json: /steps/1/ops/0/2/0: expected a text, found number 1'),
-    ("session", ',"changed":[]', '', 's.json: /steps/1: "changed" is missing'),
-    ("session", '[[1,false]]', '[[2,false]]', 's.json: /steps/0/changed/0/0: there are only 2 expressions'),
-    ("session", '[0,null],[1,true]', '[1,true],[0,null]', 's.json: /steps/2/changed/1/0: the expressions of a step stand'),
+     's.json: steps[2].ops[2][3]: context 1 has been dropped'),
+    ("session", '["drop",1]', '["drop",0]', 's.json: steps[2].ops[2][1]: the root stays'),
+    ("session", '"c",true', '"c.d",true', 's.json: steps[0].ops[1][2]: the name of a property has no dot'),
+    ("session", '["x"]', '[1]', 's.json: steps[1].ops[0][2][0]: expected a text, found number 1'),
+    ("session", '"ops":[["new",1]', '"op":[["new",1]', 's.json: steps[0]: unknown key "op"; the keys here are ops, changed'),
+    ("session", '{"ops":[["active",0,["x"]],["set",0,"a",1]],', '{', 's.json: steps[1]: "ops" is missing'),
+    ("session", '"initialValues"', '"initialvalues"', 's.json: top level: unknown key "initialvalues"; the keys here are'),
+    ("session", '"changed":[]', '"changd":[]', 's.json: steps[1]: unknown key "changd"'),
+    ("session", '"changed":[]', '"changed":[],"changed":[]', 's.json: steps[1]: the key "changed" stands twice'),
+    ("session", '"contexts":2', '"contexts":2,"contexts":2', 's.json: top level: the key "contexts" stands twice'),
+    ("session", '"contexts":2', '"contexts":2,"\\u001b[2J\\n":2', 's.json: top level: unknown key " [2J "'),
+    ("session", '"contexts":2', '"contexts":2,"seed":"x"', 's.json: seed: expected a whole number'),
+    ("session", '"changed":[]', '"changed":[],"during":1', 's.json: steps[1].during: expected a text, found number 1'),
+    ("session", '"changed":[]', '"changed":null', 's.json: steps[1].changed: expected a list, found null'),
+    ("session", '[0,null]', '[0,null,1]', 's.json: steps[2].changed[0]: an answer is the number of an expression and its'),
+    ("session", '"contexts":2,"initial":[', '"contexts":1,"initial":[["new",1],', 's.json: steps[0].ops[0][1]: the next new'),
+    ("session", '["new",1],["set",1,"c",true],["link",0,"b",1]', '', 's.json: steps[2].ops[2][1]: context 1 has not been made'),
+    ("session", '["set",0,"a",1]', '["set",18446744073709551616,"a",1]',
+     's.json: initial[0][1]: expected a whole number, at least 0, found number 1.8446744073709552e+19'),
+    ("session", '[[1,false]]', '[[2,false]]', 's.json: steps[0].changed[0][0]: there are 2 expressions, counted from 0'),
+    ("session", '[0,null],[1,true]', '[1,true],[0,null]', 's.json: steps[2].changed[1][0]: the expressions of a step stand'),
     ("expressions", '!b.c', '!b.c == 1',
-     "e.json: /expressions/1/expression: does not parse: 1:6: '!' applies only to what follows it"),
-    ("expressions", '"id":1', '"id":2', 'e.json: /expressions/1/id: expected 1'),
+     "e.json: expressions[1].expression: does not parse: 1:6: '!' applies only to what follows it"),
+    ("expressions", '"id":1', '"id":2', 'e.json: expressions[1].id: expected 1'),
     ("expressions", '"id":1,', '"id":1,"source":"\\ud800",', 'e.json: line 1, column '),
     ("expressions", EXPRESSIONS, '', 'e.json: line 1, column 1: syntax error'),
     ("expressions", EXPRESSIONS, '[' * 100000, 'e.json: line 1, column 100001: syntax error'),
+    ("expressions", '"id":1,', '"id":1,"id":1,', 'e.json: expressions[1]: the key "id" stands twice'),
+    ("expressions", '"id":1,', '"id":1,"sauce":"x",', 'e.json: expressions[1]: unknown key "sauce"; the keys here are id,'),
+    ("expressions", '"id":1,', '"id":1,"source":2,', 'e.json: expressions[1].source: expected a text, found number 2'),
+    ("expressions", '"format":1,', '"format":1,"refused":[{"k":1,"k":2}],', 'e.json: refused[0]: the key "k" stands twice'),
+    ("expressions", '"format":1,', '"format":1,"sources":' + '[' * 100000 + ']' * 99999 + ',',
+     'e.json: line 1, column 200036: syntax error'),
+    ("expressions", ',{"id":1,"expression":"!b.c"}', '', 's.json: initialValues: recorded over 2 expressions, but there is 1 '),
+    ("expressions", EXPRESSIONS, EXPRESSIONS[:40], 'e.json: line 1, column 41: syntax error'),
+    ("expressions", EXPRESSIONS, EXPRESSIONS + 'x', 'e.json: line 1, column 84: syntax error'),
     ("expressions", EXPRESSIONS, '[]', 'e.json: top level: expected an object, found array'),
 ]
 
@@ -83,21 +111,35 @@ def unusable_files():
                and err.count("\n") == 1, f"{code} {out}{err}")
 
 
+FILES = "expected a file of expressions and at least one session, or neither; found 1 file"
 USAGE = [
     (["--nonsense"], "unknown option --nonsense"),
-    (["one.json"], "expected two files, expressions and session, or none; found 1"),
-    (["a", "b", "c"], "expected two files, expressions and session, or none; found 3"),
+    (["-x", "--check"], "unknown option -x"),
+    (["one.json"], FILES),
+    (["--", "--check"], FILES),
+    (["", ""], "the name of a file is empty"),
+    (["e.json", ""], "the name of a file is empty"),
+    (["--check", "e.json", "s.json", ""], "the name of a file is empty"),
     (["--save-sample"], "--save-sample needs a folder to write to"),
+    (["--save-sample", ""], "--save-sample needs a folder to write to"),
+    (["--save-sample", "--force"], "--save-sample needs a folder to write to"),
+    (["--save-sample", ".", "--save-sample", "x"], "--save-sample is given twice"),
     (["--save-sample", ".", "e.json", "s.json"], "--save-sample takes no files"),
-    (["--", "--check"], "expected two files, expressions and session, or none; found 1"),
+    (["--check", "--save-sample", "."], "--save-sample does not go with --check"),
+    (["--force", "--check"], "--force goes with --save-sample only"),
     (["missing.json", "s.json"], "missing.json: cannot be opened: No such file or directory"),
+    (["--check", "e.json", "s.json", "missing.json"], "missing.json: cannot be opened: No such file or directory"),
     ([".", "s.json"], ".: cannot be read: Is a directory"),
+    (["/dev/zero", "s.json"], "/dev/zero: cannot be read: larger than 256 MiB"),
     (["no\nsuch", "s.json"], "no such: cannot be opened: No such file or directory"),
+    ([b"\xff\x9b", "s.json"], "\ufffd\ufffd: cannot be opened: No such file or directory"),
     (["--save-sample", "missing"], "missing/expressions.json: cannot be written: No such file or directory"),
+    (["--save-sample", "e.json"], "e.json/expressions.json: cannot be written: Not a directory"),
 ]
 
 
 def usage():
+    replay(EXPRESSIONS, SESSION)
     for arguments, line in USAGE:
         code, out, err = run(*arguments)
         expect(str(arguments), code == 2 and out == "" and err.startswith("studio-workbench: " + line)
@@ -125,20 +167,178 @@ DIFFERENT = [
 ]
 
 
+# What takes the place of texts of SESSION, the exit code of --check, and the end of what it prints. An answer is compared
+# wherever one is recorded, and nothing else passes for a comparison.
+INITIAL, FIRST, SECOND, THIRD = ('"initialValues":[1,true],', ',"changed":[[1,false]]', ',"changed":[]',
+                                 ',"changed":[[0,null],[1,true]]')
+RECORDED = [
+    ([], 0, "s.json, against the recorded answers: 0 differences in 2 initial values and 3 steps\n"),
+    ([(INITIAL, "")], 0, "s.json, against the recorded answers: 0 differences in 3 steps\n"),
+    ([(INITIAL, ""), (FIRST, ',"changed":[]')], 1,
+     "1 difference in 3 steps\n  step 1, expression 1: expected no change, found true -> false   in !b.c\n"),
+    ([(SECOND, "")], 0, ": 0 differences in 2 initial values and 2 of 3 steps\n"),
+    ([(INITIAL, ""), (FIRST, ""), (SECOND, "")], 0, ": 0 differences in 1 of 3 steps\n"),
+    ([(FIRST, ""), (SECOND, ""), (THIRD, "")], 0, ": 0 differences in 2 initial values and 0 of 3 steps\n"),
+    ([(INITIAL, ""), (FIRST, ""), (SECOND, ""), (THIRD, "")], 2,
+     "s.json: no recorded answers: --check has nothing to compare; --verify needs none\n"),
+]
+
+
 def differences():
     code, out, err = replay(EXPRESSIONS, SESSION, "--check", "--verify")
     expect("nothing differs", code == 0 and out.count(": 0 differences in 2 initial values and 3 steps") == 2, out + err)
     for old, new, line in DIFFERENT:
         assert SESSION.count(old) == 1, old
         code, out, err = replay(EXPRESSIONS, SESSION.replace(old, new), "--check", "--quiet")
-        expect(f"{old} -> {new}", code == 1 and err == "" and out == "\nagainst the recorded answers: 1 difference in "
-               f"2 initial values and 3 steps\n  {line}\n", f"{code} {out}{err}")
+        expect(f"{old} -> {new}", code == 1 and err == "" and out == "\ns.json, against the recorded answers: 1 difference "
+               f"in 2 initial values and 3 steps\n  {line}\n", f"{code} {out}{err}")
+    for changes, wanted, end in RECORDED:
+        session = SESSION
+        for old, new in changes:
+            assert session.count(old) == 1, old
+            session = session.replace(old, new)
+        code, out, err = replay(EXPRESSIONS, session, "--check")
+        expect(f"recorded: {changes}", code == wanted and (out + err).endswith(end), f"{code} {out}{err}")
+    code, out, err = replay('{"format":1,"expressions":[]}', SESSION.replace("[0,null],[1,true]", "").replace("[1,true]", "[]")
+                            .replace("[1,false]", ""), "--check")
+    expect("nothing to compare without expressions", code == 2 and "no recorded answers" in err, f"{code} {out}{err}")
     code, out, err = replay(EXPRESSIONS, SESSION, "--trace")
     trace = [re.sub(r", [^)]*\)", ")", line) for line in out.split("\n\n")[1].splitlines()]
     expect("--trace", code == 0 and trace == [
         "step 1  (3 operations)", "      1  true -> false   in !b.c",
         "step 2  (2 operations): silent",
         "step 3  (3 operations)", "      0  1 -> undefined   in a", "      1  false -> true   in !b.c"], out)
+
+
+# Sessions after one file of expressions, the exit code of --check --quiet, and what it prints last.
+SEVERAL = [
+    (["s.json", "s.json", "s.json"], 0, ""),
+    (["bad.json", "s.json"], 1, "\n2 sessions: 1 without differences, 1 with: bad.json\n"),
+    (["s.json", "s.json", "bad.json"], 1, "\n3 sessions: 2 without differences, 1 with: bad.json\n"),
+    (["bad.json", "s.json", "bad.json"], 1, "\n3 sessions: 1 without differences, 2 with: bad.json, bad.json\n"),
+    (["bad.json", "silent.json"], 2, "silent.json: no recorded answers: --check has nothing to compare; --verify needs none\n"),
+    (["bad.json", "e.json"], 2, "e.json: expressions: expected a text, found array\n"),
+]
+
+
+def several():
+    silent = SESSION.replace(INITIAL, "").replace(FIRST, "").replace(SECOND, "").replace(THIRD, "")
+    for name, text in (("bad.json", SESSION.replace("[[1,false]]", "[]")), ("silent.json", silent)):
+        with open(name, "w", encoding="utf-8") as file:
+            file.write(text)
+    replay(EXPRESSIONS, SESSION)
+    for sessions, wanted, end in SEVERAL:
+        code, out, err = run("--quiet", "e.json", *sessions, "--check")
+        expect(f"several: {sessions}", code == wanted and (out + err).endswith(end) and (end or not out + err)
+               and (wanted != 1 or out.count("bad.json, against the recorded answers: 1 difference") ==
+                    sessions.count("bad.json")), f"{code} {out}{err}")
+    out = run("--check", "e.json", "s.json", "s.json")[1]
+    expect("several, in words", out.endswith("\n2 sessions: 2 without differences, 0 with\n"), out)
+
+
+def on_terminal(*arguments, columns=0, answer="", **variables):
+    """Exit code and output of the program on a terminal so many columns wide; `answer` is what is typed."""
+    terminal, own = pty.openpty()
+    fcntl.ioctl(own, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
+    os.write(terminal, answer.encode())
+    environment = {name: value for name, value in os.environ.items() if name != "COLUMNS"}
+    with subprocess.Popen([PROGRAM, *arguments], stdin=own, stdout=own, stderr=own, env={**environment, **variables}) as started:
+        os.close(own)
+        out = b""
+        try:
+            while piece := os.read(terminal, 65536):
+                out += piece
+        except OSError:   # the other side is closed
+            pass
+    os.close(terminal)
+    return started.returncode, out.decode().replace("\r\n", "\n")
+
+
+# Of the terminal: its columns and the variable COLUMNS; then the line that --trace shows of a change of an expression.
+# Its characters take two columns each.
+WIDE = "\u6f22" * 40
+WIDTHS = [
+    (60, {}, f'      0  undefined -> "{WIDE[:17]}...'),
+    (62, {}, f'      0  undefined -> "{WIDE[:18]}...'),
+    (60, {"COLUMNS": "30"}, f'      0  undefined -> "{WIDE[:2]}...'),
+    (60, {"COLUMNS": "0"}, f'      0  undefined -> "{WIDE[:17]}...'),
+    (60, {"COLUMNS": "a lot"}, f'      0  undefined -> "{WIDE[:17]}...'),
+    (2, {}, ".."),
+    (120, {}, f'      0  undefined -> "{WIDE[:34]}...   in a'),
+    (0, {}, f'      0  undefined -> "{WIDE}"   in a'),
+]
+
+
+def terminals():
+    session = ('{"format":1,"contexts":1,"initial":[],"steps":[{"during":"%s","ops":[["set",0,"a","%s"]]}]}' %
+               ("\u00e9" * 90, WIDE))
+    out = replay(EXPRESSIONS, session, "--trace")[1].splitlines()
+    expect("nothing is cut in a pipe", out[2].startswith("step 1  " + "\u00e9" * 90 + "  (1 operation, ") and
+           out[3] == f'      0  undefined -> "{WIDE}"   in a', out)
+    for columns, variables, line in WIDTHS:
+        code, out = on_terminal("--trace", "e.json", "s.json", columns=columns, **variables)
+        expect(f"cut to {columns} columns, {variables}", code == 0 and out.splitlines()[3] == line, out)
+
+
+def overwriting():
+    """--save-sample where files stand: refused, confirmed or forced, and whole or not at all."""
+    os.mkdir("saved")
+    names = ["saved/expressions.json", "saved/session.json"]
+    there = "saved/session.json: already there"
+
+    def content():
+        found = []
+        for name in filter(os.path.exists, names):
+            with open(name, encoding="utf-8") as file:
+                found.append(file.read())
+        return found
+
+    for case, call, wanted, told, written in [
+            ("no terminal", lambda: run("--save-sample", "saved"), 2, there + "; --force overwrites\n", False),
+            ("no", lambda: on_terminal("--save-sample", "saved", answer="n\n"), 2, "nothing was written\n", False),
+            ("only Return", lambda: on_terminal("--save-sample", "saved", answer="\n"), 2, "nothing was written\n", False),
+            ("end of input", lambda: on_terminal("--save-sample", "saved", answer="\x04"), 2, "nothing was written\n", False),
+            ("yes", lambda: on_terminal("--save-sample", "saved", answer="y\n"), 0, there + "; overwrite? [y/N] ", True),
+            ("--force", lambda: run("--save-sample", "saved", "--force"), 0, "", True),
+            ("--force first", lambda: run("--force", "--save-sample", "saved"), 0, "", True)]:
+        for name in names:
+            if os.path.exists(name):
+                os.remove(name)
+        with open(names[1], "w", encoding="utf-8") as file:
+            file.write("mine")
+        code, *out = call()
+        expect(f"overwriting, {case}", code == wanted and told in "".join(out) and
+               (len(content()) == 2 and "mine" not in content() if written else content() == ["mine"]), f"{code} {out}")
+    os.remove(names[1])
+    os.mkdir(names[1])
+    with open(names[0], "w", encoding="utf-8") as file:
+        file.write("mine")
+    code, out, err = run("--save-sample", "saved", "--force")
+    with open(names[0], encoding="utf-8") as file:
+        expect("a folder in the place of a file", code == 2 and "saved/session.json: cannot be written" in err and
+               file.read() == "mine" and len(os.listdir("saved")) == 2, f"{code} {out}{err}")
+
+
+# A shell's command line, and what it prints: the exit code, after the errors.
+BROKEN = "studio-workbench: the output cannot be written: "
+OUTPUTS = [
+    ('"$P" >/dev/full; echo $?', BROKEN + "No space left on device\n2\n"),
+    ('"$P" --help >/dev/full; echo $?', BROKEN + "No space left on device\n2\n"),
+    ('"$P" --trace >&-; echo $?', BROKEN + "Bad file descriptor\n2\n"),
+    ('"$P" --check e.json s.json <&- >&- 2>&-; echo $?', "2\n"),
+    ('"$P" --check --quiet e.json s.json <&- >&- 2>&-; echo $?', "0\n"),
+    ('("$P" --trace; echo $? >&2) | true', BROKEN + "Broken pipe\n2\n"),
+    ('mkdir full; ulimit -f 1; "$P" --save-sample full; echo $?; ls full',
+     "studio-workbench: full/expressions.json: cannot be written: File too large\n2\n"),
+]
+
+
+def outputs():
+    replay(EXPRESSIONS, SESSION)
+    for line, wanted in OUTPUTS:
+        done = subprocess.run(["sh", "-c", line], env={**os.environ, "P": PROGRAM}, stdout=subprocess.PIPE,
+                              stderr=subprocess.STDOUT, text=True, check=False, timeout=120)
+        expect(line, done.stdout == wanted, done.stdout)
 
 
 def sample():
@@ -165,6 +365,10 @@ with tempfile.TemporaryDirectory() as folder:
     unusable_files()
     usage()
     differences()
+    several()
+    terminals()
+    overwriting()
+    outputs()
     sample()
     os.chdir("/")
 sys.exit(1 if FAILED else 0)
