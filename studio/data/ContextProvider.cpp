@@ -39,11 +39,25 @@ std::shared_ptr<ContextProvider> childOf(Property::Impl const* property)
     return model::getContextProvider(property->getValue().getUUID());
 }
 
-/// Touches neither argument any more once listeners have been called: they may be gone then.
-void writeExisting(ContextData const& context, std::string_view name, PropertyValue const& value)
+/// The property of that name, which has dots.
+Property::Impl* hidingIn(ContextData const& context, std::string_view path)
 {
-    if (Property::Impl* const property = propertyOf(context, name))
+    if (!context || !context->getProperties().hasPaths())
+        return nullptr;
+    return context->getProperties().findImpl(path);
+}
+
+/// Does not touch its arguments after listeners were called: they may be gone then.
+void write(Property::Impl* property, PropertyValue const& value)
+{
+    if (property)
         property->setValue(value);
+}
+
+void writeAt(ContextData const& context, std::string_view name, PropertyValue const& value)
+{
+    bool const hasDots = name.find(SEPARATOR) != std::string_view::npos;
+    write(hasDots ? hidingIn(context, name) : propertyOf(context, name), value);
 }
 
 }   // namespace
@@ -98,6 +112,11 @@ Property::Impl* ContextProvider::findProperty(std::string_view name) const
     return propertyOf(element, name);
 }
 
+Property::Impl* ContextProvider::findHiding(std::string_view path) const
+{
+    return hidingIn(element, path);
+}
+
 std::shared_ptr<ContextProvider> ContextProvider::getChildContextProvider(std::string const& name) const
 {
     return childOf(findProperty(name));
@@ -113,23 +132,22 @@ Property::Impl* ContextProvider::findPropertyAt(std::string_view path) const
 {
     // The dots are followed to their end even when the value is known: a provider in mid-destruction on the way is an
     // error wherever it stands.
-    Property::Impl* found = nullptr;
+    Property::Impl* hiding = nullptr;
     std::shared_ptr<ContextProvider> child;
     ContextProvider const* provider = this;
     for (std::string_view rest = path;;) {
-        if (!found)
-            found = provider->findProperty(rest);
         std::size_t const dot = rest.find(SEPARATOR);
         if (dot == std::string_view::npos)
-            break;
+            return hiding ? hiding : provider->findProperty(rest);
+        if (!hiding)
+            hiding = provider->findHiding(rest);
         std::shared_ptr<ContextProvider> next = childOf(provider->findProperty(rest.substr(0, dot)));
         if (!next)
-            break;
+            return hiding;
         child = std::move(next);
         provider = child.get();
         rest.remove_prefix(dot + 1);
     }
-    return found;
 }
 
 std::vector<std::string> ContextProvider::getPropertyNames() const
@@ -164,7 +182,7 @@ void ContextProvider::setPropertyValue(std::string const& name, PropertyValue co
     std::string_view rest = name;
     std::size_t dot = rest.find(SEPARATOR);
     if (dot == std::string_view::npos)
-        return writeExisting(element, rest, value);
+        return write(propertyOf(element, name), value);
 
     // The whole way is looked up before the first write. The callbacks of that write may release what comes after it,
     // this provider too, so all of it is held.
@@ -183,8 +201,8 @@ void ContextProvider::setPropertyValue(std::string const& name, PropertyValue co
         children.push_back({std::move(child), rest});
     }
     for (; !children.empty(); children.pop_back())
-        writeExisting(children.back().provider->element, children.back().rest, value);
-    writeExisting(own, name, value);
+        writeAt(children.back().provider->element, children.back().rest, value);
+    writeAt(own, name, value);
 }
 
 void ContextProvider::removeProperty(std::string const& name)

@@ -65,7 +65,11 @@ public:
     bool hasProperty(std::string const& name) const;
     /// That property, borrowed and uncounted: null if there is none, good until the context changes.
     Property::Impl* findProperty(std::string_view name) const;
-    /// The property that `getPropertyValue` reads, borrowed as well.
+    /// The property of exactly that name, which has dots, borrowed; null if there is none. Such a property hides what
+    /// the dots lead to. *Cost*: in a context none of whose names has a dot, nothing.
+    Property::Impl* findHiding(std::string_view path) const;
+    /// The property that `getPropertyValue` reads, borrowed and uncounted: null if there is none, good until a context
+    /// on the path changes. *Cost*: a look-up for each dot.
     Property::Impl* findPropertyAt(std::string_view path) const;
     /// The provider that the property of exactly that name refers to; null if there is none.
     std::shared_ptr<ContextProvider> getChildContextProvider(std::string const& name) const;

@@ -250,5 +250,26 @@ INSTANTIATE_TEST_SUITE_P(
                     Growth{"ChangeInAMirror", changeMirrored}, Growth{"ReferenceThatLeavesAMirror", removeMirrored}),
     [](auto const& info) { return info.param.name; });
 
+TEST(Cost, OfADottedNameGrowsWithItsLength)
+{
+    Provider const root = support::context({{"end", 1}});
+    root->addProperty("a", root);
+    auto const cost = [&](std::size_t dots) {
+        std::string name;
+        for (std::size_t i = 0; i != dots; ++i)
+            name += "a.";
+        name += "end";
+        return support::instructionsOf([&] {
+            root->setPropertyValue(name, root->getPropertyValue(name));
+            support::Provider const target = root;
+            ExpressionEngine engine{target};
+            engine.acquireExpression(name, [](auto const&...) {});
+        });
+    };
+    std::size_t const small = cost(20);
+    std::size_t const large = cost(200);
+    EXPECT_LT(large, 12 * small) << small << " and " << large;
+}
+
 }   // namespace
 }   // namespace studio::data

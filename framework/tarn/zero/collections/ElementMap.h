@@ -5,6 +5,8 @@
 #include "tarn/zero/collections/TypedReferenceCollection.h"
 
 #include <memory>
+#include <string_view>
+#include <type_traits>
 #include <vector>
 
 namespace tarn::zero {
@@ -16,6 +18,15 @@ struct NameKey {
     decltype(auto) operator()(Impl const& element) const
     {
         return element.getName();
+    }
+    /// True for a key that reads as a path: it has a dot.
+    template <class View>
+    static bool isPath(View const& key) noexcept
+    {
+        if constexpr (std::is_same_v<View, std::string_view>)
+            return key.find('.') != View::npos;
+        else
+            return false;
     }
 };
 
@@ -55,6 +66,8 @@ public:
     }
     /// The same as a handle, which shares the element.
     E find(KeyView const& key) const noexcept { return E{findImpl(key)}; }
+    /// True if the key of some element reads as a path, by `KeyOf::isPath`. *Cost*: none; such keys are counted.
+    bool hasPaths() const noexcept { return this->m_elements.hasPaths(); }
     /// True if there is an element under that key.
     bool containsKey(KeyView const& key) const noexcept { return findImpl(key) != nullptr; }
 

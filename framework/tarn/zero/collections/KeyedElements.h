@@ -34,6 +34,8 @@ public:
 
     std::size_t size() const noexcept { return m_list.size(); }
     bool empty() const noexcept { return m_list.empty(); }
+    /// True if one of the keys is a path, by `KeyOf::isPath`.
+    bool hasPaths() const noexcept { return m_paths != 0; }
     /// In order of the keys. *Cost*: after changes they are sorted first. The next change ends the walk.
     const_iterator begin() const noexcept
     {
@@ -75,6 +77,7 @@ public:
         m_index.insert(hashOf(key), static_cast<std::uint32_t>(m_list.size()));
         if (m_sorted == m_list.size() && (m_list.empty() || keyOf(m_list.back()) < key))
             ++m_sorted;
+        m_paths += KeyOf::isPath(key);
         m_list.push_back(std::move(element));
     }
     /// Takes out just that element; false if it is not here.
@@ -86,6 +89,7 @@ public:
         if (place == Index::NOWHERE || !(m_list[place] == element))
             return false;
         m_index.erase(hash, place);
+        m_paths -= KeyOf::isPath(key);
         auto const last = static_cast<std::uint32_t>(m_list.size() - 1);
         E const gone = std::move(m_list[place]);   // it may be the argument, and be let go of last
         if (place != last) {
@@ -93,13 +97,14 @@ public:
             m_list[place] = std::move(m_list[last]);
         }
         m_list.pop_back();
-        m_sorted = std::min<std::size_t>(m_sorted, place == last ? last : place);
+        m_sorted = std::min(m_sorted, place == last ? last : place);
         return true;
     }
     void clear() noexcept
     {
         m_index.clear();
         m_sorted = 0;
+        m_paths = 0;
         List gone;
         gone.swap(m_list);   // elements that are let go of may look here
         gone.clear();
@@ -125,13 +130,14 @@ private:
         m_index.clear();
         for (std::size_t place = 0; place != m_list.size(); ++place)
             m_index.insert(hashOf(keyOf(m_list[place])), static_cast<std::uint32_t>(place));
-        m_sorted = m_list.size();
+        m_sorted = static_cast<std::uint32_t>(m_list.size());
     }
 
     // Mutable: their order is not part of what the table holds.
     mutable List m_list;
     mutable Index m_index;
-    mutable std::size_t m_sorted = 0;   // so many at the front are in order
+    mutable std::uint32_t m_sorted = 0;   // so many at the front are in order
+    std::uint32_t m_paths = 0;
 };
 
 }   // namespace tarn::zero::detail
