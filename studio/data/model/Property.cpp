@@ -92,9 +92,15 @@ void Property::Impl::setName(std::string const& newName)
 
 void Property::Impl::setValue(PropertyValue const& newValue)
 {
-    if ((value.isUUID() || newValue.isUUID()) && getModelImpl())
+    refuseProxy();
+    if (newValue == value)
+        return;
+    OwnTransaction transaction{*getModelImpl()};
+    if (value.isUUID() || newValue.isUUID())
         getModelImpl()->noteRestructuring();
-    assign(VALUE, value, newValue);
+    notifyModifying(VALUE);
+    value = newValue;
+    transaction.commit();
 }
 
 void Property::Impl::setOwner(ContextData const& newOwner)
