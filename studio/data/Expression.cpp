@@ -60,6 +60,20 @@ void Expression::evaluate()
     notifyHandles();
 }
 
+std::vector<std::string> Expression::symbolNames() const
+{
+    std::vector<std::string> names;
+    for (std::size_t index = 0; index != program.symbolCount(); ++index)
+        names.push_back(program.symbolAt(index));
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+bool Expression::names(detail::ExpressionSymbol const& symbol) const noexcept
+{
+    return std::find(symbols.begin(), symbols.end(), &symbol) != symbols.end();
+}
+
 void Expression::addHandle(ExpressionHandle& handle)
 {
     handles.push_back(&handle);

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace studio::data {
 
@@ -48,6 +49,10 @@ public:
     /// The engine could not take it in: its symbols stay bound, as after a construction that failed.
     void abandon() noexcept { retired = true; }
     bool isRetired() const noexcept { return retired; }
+    /// The distinct names that the text names, in ascending order, also without a root.
+    std::vector<std::string> symbolNames() const;
+    /// True if the text names that symbol of the engine.
+    bool names(detail::ExpressionSymbol const& symbol) const noexcept;
 
 private:
     friend class ExpressionEngine;

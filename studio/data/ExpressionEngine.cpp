@@ -111,17 +111,27 @@ void ExpressionEngine::updateExpression(std::string const& text) const
         pinned->evaluate();
 }
 
-/// Enters a new expression, from now on known and told of changes.
+/// Enters a new expression, which is evaluated from now on when a symbol of its changes.
 void ExpressionEngine::attach(Expression& expression)
 {
     try {
         for (Symbol* const symbol : expression.symbols)
             symbol->readers.push_back(&expression);
+        if (tables->hasNotedTexts)
+            for (auto const& symbol : tables->symbols)
+                if (symbol->expressions.count(expression.text) != 0)
+                    addReader(*symbol, expression);
         tables->expressions.insert(Expression::Pin{&expression});
     } catch (...) {
         forget(expression);
         throw;
     }
+}
+
+void ExpressionEngine::addReader(Symbol& symbol, Expression& expression)
+{
+    if (std::count(symbol.readers.begin(), symbol.readers.end(), &expression) == 0)
+        symbol.readers.push_back(&expression);
 }
 
 void ExpressionEngine::detach(Expression& expression) noexcept
@@ -130,27 +140,45 @@ void ExpressionEngine::detach(Expression& expression) noexcept
     expression.retire();
 }
 
+void ExpressionEngine::removeReader(Symbol& symbol, Expression const& expression) noexcept
+{
+    auto& readers = symbol.readers;
+    auto const reader = std::find(readers.begin(), readers.end(), &expression);
+    if (reader == readers.end())
+        return;
+    *reader = readers.back();   // readers are evaluated by their numbers, not by position
+    readers.pop_back();
+}
+
 void ExpressionEngine::forget(Expression& expression) noexcept
 {
-    for (Symbol* const symbol : expression.symbols) {
-        auto& readers = symbol->readers;
-        if (auto const reader = std::find(readers.begin(), readers.end(), &expression); reader != readers.end()) {
-            *reader = readers.back();   // order is by the expressions' numbers, not by place
-            readers.pop_back();
-        }
-    }
+    for (Symbol* const symbol : expression.symbols)
+        removeReader(*symbol, expression);
+    if (tables->hasNotedTexts)
+        for (auto const& symbol : tables->symbols)
+            removeReader(*symbol, expression);
 }
 
 void ExpressionEngine::acquireSymbol(std::string const& symbol, std::string const& text)
 {
-    if (rootProvider)
-        bindSymbol(symbol, text);
+    if (!rootProvider)
+        return;
+    Symbol& bound = bindSymbol(symbol, text);
+    tables->hasNotedTexts = true;
+    if (Expression* const expression = tables->expressions.find(text))
+        addReader(bound, *expression);
 }
 
 void ExpressionEngine::releaseSymbol(std::string const& symbol, std::string const& text) noexcept
 {
-    if (Symbol* const known = tables->symbols.find(symbol))
-        releaseSymbol(*known, text);
+    Symbol* const known = tables->symbols.find(symbol);
+    if (!known)
+        return;
+    Expression const* const expression = tables->expressions.find(text);
+    if (expression && !expression->names(*known))
+        removeReader(*known, *expression);
+    known->isPartial = true;
+    releaseSymbol(*known, text);
 }
 
 ExpressionEngine::Symbol& ExpressionEngine::bindSymbol(std::string_view name, std::string const& text)
@@ -163,17 +191,13 @@ ExpressionEngine::Symbol& ExpressionEngine::bindSymbol(std::string_view name, st
         dropIfUnused(symbol);
         throw;
     }
-    if (!std::exchange(symbol.isCovered, false))
-        symbol.endStructure = 0;   // nobody has watched it
     symbol.provisional |= tables->model.isInTransaction();
-    bindPath(symbol, 0, rootProvider);
-    symbol.isCovered = !symbol.provisional;
+    bindPath(symbol, 0, rootProvider, true);
     return symbol;
 }
 
 void ExpressionEngine::releaseSymbol(Symbol& symbol, std::string const& text) noexcept
 {
-    symbol.isCovered = false;
     unbindFrom(symbol, 0);
     symbol.expressions.erase(text);
     dropIfUnused(symbol);
@@ -188,57 +212,139 @@ void ExpressionEngine::dropIfUnused(Symbol& symbol) noexcept
 void ExpressionEngine::acquireLeaf(std::string_view symbol, unsigned long offset,
                                    std::shared_ptr<ContextProvider> provider)
 {
-    if (Symbol* const known = tables->symbols.find(symbol)) {
-        known->isCovered = false;
-        bindPath(*known, offset, provider);
-    }
+    if (Symbol* const known = symbolAt(symbol, offset))
+        bindPath(*known, offset, provider, false);
 }
 
 void ExpressionEngine::releaseLeaf(std::string_view symbol, unsigned long offset)
 {
-    static_cast<void>(symbol.substr(offset));   // refuses an offset past the end
-    if (Symbol* const known = tables->symbols.find(symbol)) {
-        known->isCovered = false;
+    if (Symbol* const known = symbolAt(symbol, offset))
         unbindFrom(*known, offset);
+}
+
+void ExpressionEngine::releaseLeaf(std::string_view symbol, unsigned long offset,
+                                   std::shared_ptr<ContextProvider> provider)
+{
+    Symbol* const known = symbolAt(symbol, offset);
+    if (known && provider)
+        walk(*known, offset, std::move(provider),
+             [&](ContextProvider const& here, unsigned long at, std::string_view name, Property::Impl*) {
+                 removeLeaf(name, Leaf{known->text, at}, here.getId());
+             });
+}
+
+void ExpressionEngine::releaseLeaf(std::string_view symbol, unsigned long offset, boost::uuids::uuid const& providerId)
+{
+    if (std::shared_ptr<ContextProvider> provider = model::getContextProvider(providerId))
+        return releaseLeaf(symbol, offset, std::move(provider));
+    if (Symbol* const known = symbolAt(symbol, offset))
+        removeLeaf(known->restAt(offset), Leaf{known->text, offset}, providerId);
+}
+
+void ExpressionEngine::removeLeaf(std::string_view name, Leaf const& leaf,
+                                  boost::uuids::uuid const& providerId) noexcept
+{
+    Symbol* const symbol = tables->symbols.find(leaf.symbol);
+    detail::ExpressionPlace const* const place = symbol ? tables->leaves.find(providerId, name) : nullptr;
+    if (!place)
+        return;
+    symbol->epoch = 0;
+    tables->leaves.unbindIf(
+        *symbol, [&](Symbol::Leaf const& bound) { return bound.place == place && bound.offset == leaf.offset; });
+    symbol->provisional &= !symbol->leaves.empty();
+}
+
+/// The symbol of that name; null if it is unknown.
+ExpressionEngine::Symbol* ExpressionEngine::symbolAt(std::string_view name, unsigned long offset) const
+{
+    if (offset > name.size())
+        throw std::out_of_range{"basic_string_view::substr: __pos (which is " + std::to_string(offset) +
+                                ") > __size (which is " + std::to_string(name.size()) + ')'};
+    return tables->symbols.find(name);
+}
+
+/// Walks a path from `offset` on along the references of now. Calls `step(provider, offset, name, property)` for each
+/// component that it reaches; `property` is null for one that is absent. Returns false if more than these properties
+/// decides what the path reads: a name with dots hides the rest of it, or a reference has no living provider.
+template <class Step>
+bool ExpressionEngine::walk(Symbol const& symbol, unsigned long offset, std::shared_ptr<ContextProvider> provider,
+                            Step const& step) const
+{
+    bool isHidden = false;
+    for (;;) {
+        std::string_view const rest = symbol.restAt(offset);
+        std::string_view const name = symbol.componentAt(offset);
+        bool const isLast = name.size() == rest.size();
+        isHidden = isHidden || (!isLast && provider->findHiding(rest));
+        Property::Impl* const property = provider->findProperty(name);
+        step(*provider, offset, name, property);
+        if (isLast || !property || !property->getValue().isUUID())
+            return !isHidden;
+        offset += name.size() + 1;
+        provider = model::getContextProvider(property->getValue().getUUID());
+        if (!provider)
+            return false;
     }
 }
 
-void ExpressionEngine::bindPath(Symbol& symbol, unsigned long offset, std::shared_ptr<ContextProvider> const& provider)
+/// Binds a path from `offset` on. `isPrefixWhole`: the leaves before `offset` are those of the path.
+void ExpressionEngine::bindPath(Symbol& symbol, unsigned long offset, std::shared_ptr<ContextProvider> const& provider,
+                                bool isPrefixWhole)
 {
-    std::shared_ptr<ContextProvider> child;
-    for (ContextProvider const* current = provider.get(); current; current = child.get()) {
-        if (offset > symbol.text.size())
-            throw std::out_of_range{"an offset past the end of a symbol"};
-        std::string_view const name = symbol.componentAt(offset);
-        Property::Impl* const property = current->findProperty(name);
-        tables->leaves.bind(symbol, offset, current->getId(), property);
-        offset += name.size() + 1;
-        if (offset > symbol.text.size() || !property || !property->getValue().isUUID())
-            return;
-        child = model::getContextProvider(property->getValue().getUUID());
-    }
+    symbol.epoch = 0;
+    if (!provider)
+        return;
+    std::size_t next = 0;
+    bool isInOrder = true;
+    bool const isCertain =
+        walk(symbol, offset, provider,
+             [&](ContextProvider const& here, unsigned long at, std::string_view name, Property::Impl* property) {
+                 std::size_t const position = tables->leaves.bind(symbol, at, here.getId(), property);
+                 isInOrder = isInOrder && (position == next || (at == offset && offset != 0));
+                 next = position + 1;
+                 symbol.reachesEnd = at + name.size() == symbol.text.size();
+             });
+    bool const isWhole = isPrefixWhole && isCertain && isInOrder && next == symbol.leaves.size();
+    if (isWhole && !tables->model.isInTransaction())
+        symbol.epoch = tables->epoch.number();
+}
+
+/// Walks the path of a symbol and compares it with the leaves. True if they are the whole path.
+bool ExpressionEngine::verify(Symbol& symbol)
+{
+    auto const& leaves = symbol.leaves;
+    std::size_t next = 0;
+    bool isOnPath = true;
+    bool const isCertain =
+        walk(symbol, 0, rootProvider,
+             [&](ContextProvider const& here, unsigned long at, std::string_view name, Property::Impl* property) {
+                 isOnPath = isOnPath && next != leaves.size() && leaves[next].offset == at &&
+                            leaves[next].place->context->id == here.getId();
+                 if (isOnPath)
+                     tables->leaves.settle(*leaves[next++].place, property);
+                 symbol.reachesEnd = at + name.size() == symbol.text.size();
+             });
+    if (!isCertain || !isOnPath || next != leaves.size())
+        return false;
+    symbol.epoch = tables->epoch.number();
+    return true;
 }
 
 void ExpressionEngine::unbindFrom(Symbol& symbol, unsigned long offset) noexcept
 {
+    symbol.epoch = 0;
     tables->leaves.unbindIf(symbol, [offset](Symbol::Leaf const& leaf) { return leaf.offset >= offset; });
     if (symbol.leaves.empty())
         symbol.provisional = false;
 }
 
-/// The property that an evaluation reads for a symbol, borrowed; null if there is none.
-Property::Impl const* ExpressionEngine::endOf(Symbol& symbol) const
+/// The property that an evaluation reads for a symbol, borrowed; null if there is none. See PathEpoch.
+Property::Impl const* ExpressionEngine::endOf(Symbol& symbol)
 {
-    tarn::zero::Model::Impl const& model = tables->model;
-    if (model.isInTransaction())
+    detail::PathEpoch const& epoch = tables->epoch;
+    if (!epoch.isUpToDate() || (symbol.epoch != epoch.number() && !verify(symbol)))
         return rootProvider->findPropertyAt(symbol.text);
-    std::uint64_t const now = model.structure();
-    if (symbol.endStructure != now) {
-        if (!symbol.isCovered || !tables->trail.leads(symbol.endStructure, now))
-            symbol.end = rootProvider->findPropertyAt(symbol.text);
-        symbol.endStructure = now;
-    }
-    return symbol.end;
+    return symbol.reachesEnd ? symbol.leaves.back().place->property() : nullptr;
 }
 
 }   // namespace studio::data

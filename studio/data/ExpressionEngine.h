@@ -14,6 +14,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -89,17 +90,32 @@ public:
 
     // Binding. Expressions and reports call these.
 
-    /// Notes that `text` names `symbol`, and binds its path anew.
+    /// Notes `symbol` for `text`, and binds its path anew: a change of it evaluates the expression of that text from
+    /// now on. Does nothing without a root. *Throws* `std::bad_alloc`, and what a look-up throws; the symbol may be
+    /// bound in part then.
     void acquireSymbol(std::string const& symbol, std::string const& text);
-    /// Takes back what `acquireSymbol` noted, and unbinds the path.
+    /// Takes back what `acquireSymbol` noted, and unbinds the path. A change of the symbol no longer evaluates the
+    /// expression of that text. Ignores an unknown symbol.
     // By design: unbinds the symbol for every expression that names it, not only for `text`; a later acquisition binds
     // it again. Hosts rely on a release costing no look at the others.
     void releaseSymbol(std::string const& symbol, std::string const& text) noexcept;
-    /// Binds the path of a known symbol from `offset` on, beginning at `provider`; a null one binds nothing. *Throws*
-    /// `std::out_of_range` for an offset past the symbol's end.
+    /// Binds the path of a known symbol from `offset` on, beginning at `provider`; a null one binds nothing, and an
+    /// unknown symbol is ignored. *Throws* `std::out_of_range` for an offset past the symbol's end, before anything is
+    /// bound.
     void acquireLeaf(std::string_view symbol, unsigned long offset, std::shared_ptr<ContextProvider> provider);
-    /// Unbinds whatever a symbol holds from `offset` on, wherever its references lead by now. *Throws* as above.
+    /// Unbinds whatever a symbol holds from `offset` on, whatever its references are by now. *Throws*
+    /// `std::out_of_range` for an offset past the symbol's end.
     void releaseLeaf(std::string_view symbol, unsigned long offset);
+    /// Unbinds what a walk from `offset` on finds now, beginning at `provider`: the leaf of each component that the
+    /// present references reach. Leaves along former references stay. A null provider unbinds nothing. *Throws*
+    /// `std::out_of_range` for an offset past the symbol's end, and what a look-up throws.
+    void releaseLeaf(std::string_view symbol, unsigned long offset, std::shared_ptr<ContextProvider> provider);
+    /// Unbinds along the walk that begins at the provider of that id. Without such a provider only the leaf at `offset`
+    /// goes, and that only if it is of the last component. *Throws* `std::out_of_range` for an offset past the symbol's
+    /// end, and what a look-up throws.
+    void releaseLeaf(std::string_view symbol, unsigned long offset, boost::uuids::uuid const& providerId);
+    /// Unbinds one leaf, which stands under `name` of the context of that id. Ignores one that is not bound there.
+    void removeLeaf(std::string_view name, Leaf const& leaf, boost::uuids::uuid const& providerId) noexcept;
 
     // Changes. The model calls these.
 
@@ -109,6 +125,12 @@ public:
     /// handles.
     void transactionCommitted(tarn::zero::DeepChangeReport<Property> const& report);
     void transactionCommitted(tarn::zero::ShallowChangeReport<ContextData> const& report);
+    /// Unbinds the leaves in the context of that id that lie beyond the changed components: those of the `affected`
+    /// symbols whose offset is greater than the symbol's in `cutOffsets`, each with the walk that begins there.
+    /// *Throws* `std::bad_alloc`, and what a look-up throws.
+    void processDestroyedImpl(boost::uuids::uuid const& providerId,
+                              std::unordered_map<std::string_view, unsigned long> const& cutOffsets,
+                              std::unordered_set<std::string_view> const& affected);
 
 private:
     friend class Expression;
@@ -125,17 +147,23 @@ private:
     STUDIO_DATA_LOCAL void attach(Expression& expression);
     STUDIO_DATA_LOCAL void detach(Expression& expression) noexcept;
     STUDIO_DATA_LOCAL void forget(Expression& expression) noexcept;
+    STUDIO_DATA_LOCAL static void addReader(Symbol& symbol, Expression& expression);
+    STUDIO_DATA_LOCAL static void removeReader(Symbol& symbol, Expression const& expression) noexcept;
 
     STUDIO_DATA_LOCAL Symbol& bindSymbol(std::string_view name, std::string const& text);
     STUDIO_DATA_LOCAL void releaseSymbol(Symbol& symbol, std::string const& text) noexcept;
     STUDIO_DATA_LOCAL void dropIfUnused(Symbol& symbol) noexcept;
+    template <class Step>
+    bool walk(Symbol const& symbol, unsigned long offset, std::shared_ptr<ContextProvider> provider,
+              Step const& step) const;
     STUDIO_DATA_LOCAL void bindPath(Symbol& symbol, unsigned long offset,
-                                    std::shared_ptr<ContextProvider> const& provider);
+                                    std::shared_ptr<ContextProvider> const& provider, bool isPrefixWhole);
+    STUDIO_DATA_LOCAL bool verify(Symbol& symbol);
     STUDIO_DATA_LOCAL void unbindFrom(Symbol& symbol, unsigned long offset) noexcept;
-    STUDIO_DATA_LOCAL Property::Impl const* endOf(Symbol& symbol) const;
+    STUDIO_DATA_LOCAL Symbol* symbolAt(std::string_view name, unsigned long offset) const;
+    STUDIO_DATA_LOCAL Property::Impl const* endOf(Symbol& symbol);
 
     STUDIO_DATA_LOCAL void process(tarn::zero::ReportData const& report);
-    STUDIO_DATA_LOCAL void distrust() noexcept;
     STUDIO_DATA_LOCAL void touchAll(tarn::zero::ReportData const& report, Batch& batch);
     STUDIO_DATA_LOCAL void touchProperty(Property::Impl& property, tarn::zero::ReportData::Storage const& change,
                                          bool isSettled, Batch& batch);

@@ -11,6 +11,15 @@
 
 namespace studio::data {
 
+namespace {
+
+bool isRelocated(tarn::zero::ReportData::Storage const& change) noexcept
+{
+    return change.isChanged(Property::Impl::NAME) || change.isChanged(Property::Impl::OWNER);
+}
+
+}   // namespace
+
 bool ExpressionEngine::concerns(tarn::zero::ElementImpl const& changedElement, std::uint64_t changed) const noexcept
 {
     auto const& element = static_cast<tarn::zero::ModelElement::Impl const&>(changedElement);
@@ -32,10 +41,29 @@ void ExpressionEngine::transactionCommitted(tarn::zero::ShallowChangeReport<Cont
         process(report.report());
 }
 
+void ExpressionEngine::processDestroyedImpl(boost::uuids::uuid const& providerId,
+                                            std::unordered_map<std::string_view, unsigned long> const& cutOffsets,
+                                            std::unordered_set<std::string_view> const& affected)
+{
+    detail::ExpressionContext const* const context = tables->leaves.findContext(providerId);
+    if (!context)
+        return;
+    std::vector<Leaf> cutOff;
+    for (detail::ExpressionPlace const& place : context->places)
+        for (detail::ExpressionPlace::Leaf const& leaf : place.leaves) {
+            std::string_view const symbol = leaf.symbol->text;
+            auto const cut = affected.count(symbol) != 0 ? cutOffsets.find(symbol) : cutOffsets.end();
+            if (cut != cutOffsets.end() && cut->second < leaf.offset)
+                cutOff.push_back({symbol, leaf.offset});
+        }
+    for (Leaf const& leaf : cutOff)
+        releaseLeaf(leaf.symbol, leaf.offset, providerId);
+}
+
 void ExpressionEngine::process(tarn::zero::ReportData const& report)
 {
     if (tables->symbols.empty())
-        return tables->trail.breakOff();
+        return tables->epoch.follow(report);
     std::optional<Frame> frame;
     try {
         frame.emplace(*this);
@@ -47,7 +75,8 @@ void ExpressionEngine::process(tarn::zero::ReportData const& report)
         }
         frame->batch->sort();
     } catch (...) {
-        distrust();
+        tables->leaves.distrust();
+        tables->epoch.restart();
         throw;
     }
     for (Batch::Reader const& reader : frame->batch->readers)
@@ -55,38 +84,28 @@ void ExpressionEngine::process(tarn::zero::ReportData const& report)
             reader.expression->evaluate();
 }
 
-/// A report was not worked off to its end: nothing that was found is to be relied on any more.
-void ExpressionEngine::distrust() noexcept
-{
-    tables->leaves.distrust();
-    tables->trail.breakOff();
-    for (auto const& symbol : tables->symbols)
-        symbol->isCovered = false;
-}
-
 void ExpressionEngine::touchAll(tarn::zero::ReportData const& report, Batch& batch)
 {
     using tarn::zero::ReportData;
     tarn::zero::Model::Impl const& model = tables->model;
-    // Else a later commit, of which this engine hears next, has changed what leads where.
+    // Else a later commit, whose report comes next, has changed the structure again.
     bool const isSettled = report.structure() == model.structure() && !model.isInTransaction();
     if (isSettled)
         tables->leaves.settle();
     for (ReportData::Storage const* const storage : report.storages()) {
         ReportData::Kind const kind = ReportData::kindOf(*storage);
         tarn::zero::ModelElement const& element = storage->element();
-        // What a later transaction has destroyed by now comes with that one's report.
+        auto* const property = tarn::zero::elementCast<Property>(element);
+        if (property && isRelocated(*storage))
+            tables->epoch.restart();   // also for one that a later transaction has destroyed by now
         if (!element && kind != ReportData::Kind::Destroyed)
-            continue;
-        if (auto* const property = tarn::zero::elementCast<Property>(element))
+            continue;   // its end comes with the report of that transaction
+        if (property)
             touchProperty(*property, *storage, isSettled, batch);
         else if (kind != ReportData::Kind::Modified)
             touchContext(element.Uuid(), batch);
     }
-    if (model.isInTransaction())
-        tables->trail.breakOff();   // what it found may be rolled back
-    else
-        tables->trail.follow(report);
+    tables->epoch.follow(report);
 }
 
 void ExpressionEngine::touchProperty(Property::Impl& property, tarn::zero::ReportData::Storage const& change,
@@ -94,11 +113,10 @@ void ExpressionEngine::touchProperty(Property::Impl& property, tarn::zero::Repor
 {
     using tarn::zero::ReportData;
     detail::ExpressionPlace* place = nullptr;
-    bool const hasMoved = change.isChanged(Property::Impl::NAME) || change.isChanged(Property::Impl::OWNER);
-    bool const isInPlace = ReportData::kindOf(change) == ReportData::Kind::Modified && !hasMoved;
-    // Nothing is bound where it was, and a name with dots hides what a path leads to without being on it.
-    if (hasMoved || (!isInPlace && property.getName().find('.') != std::string::npos))
-        tables->trail.breakOff();
+    bool const isModified = ReportData::kindOf(change) == ReportData::Kind::Modified;
+    bool const isInPlace = isModified && !isRelocated(change);
+    if (!isModified && property.getName().find('.') != std::string::npos)
+        tables->epoch.restart();
     detail::ExpressionLeaves::Way const way =
         isInPlace && isSettled ? tables->leaves.from(property) : detail::ExpressionLeaves::Way{nullptr, false};
     if (way.isCertain) {
@@ -109,11 +127,8 @@ void ExpressionEngine::touchProperty(Property::Impl& property, tarn::zero::Repor
         tables->leaves.repin(property, place, isSettled);
     }
     if (place)
-        for (detail::ExpressionPlace::Leaf const& leaf : place->leaves) {
-            if (!isInPlace)
-                leaf.symbol->endStructure = 0;
+        for (detail::ExpressionPlace::Leaf const& leaf : place->leaves)
             touch(leaf, true, batch);
-        }
 }
 
 void ExpressionEngine::touchContext(boost::uuids::uuid const& id, Batch& batch)
@@ -148,36 +163,32 @@ void ExpressionEngine::touch(detail::ExpressionLeaf const& leaf, bool keepsLeaf,
 void ExpressionEngine::rebind(Symbol& symbol)
 {
     Symbol::Cut const cut = symbol.cut;
-    bool const isIdle = !tables->model.isInTransaction();
-    bool const isCovered = isIdle && (symbol.isCovered || cut.offset == 0);
-    symbol.isCovered = false;
-    symbol.endStructure = 0;
     if (symbol.provisional) {
         // The root's leaf stays: without memory to bind it again nothing would ever touch the symbol.
         boost::uuids::uuid const root = rootProvider->getId();
         tables->leaves.unbindIf(
             symbol, [&](Symbol::Leaf const& leaf) { return leaf.offset != 0 || leaf.place->context->id != root; });
         symbol.provisional = false;
-        bindPath(symbol, 0, rootProvider);
-        symbol.isCovered = isIdle && !symbol.provisional;
-        return;
+        return bindPath(symbol, 0, rootProvider, true);
     }
     if (!cut.keepsLeaf)
         return unbindFrom(symbol, cut.offset);
+    bool const isPrefixWhole = cut.offset == 0 || symbol.epoch == tables->epoch.number();
     auto const here =
         std::lower_bound(symbol.leaves.begin(), symbol.leaves.end(), cut.offset,
                          [](Symbol::Leaf const& leaf, unsigned long offset) { return leaf.offset < offset; });
     boost::uuids::uuid const provider = here->place->context->id;
     unbindFrom(symbol, cut.offset + 1);
-    bindPath(symbol, cut.offset, cut.offset == 0 ? rootProvider : model::getContextProvider(provider));
-    symbol.isCovered = isCovered;
+    bindPath(symbol, cut.offset, cut.offset == 0 ? rootProvider : model::getContextProvider(provider), isPrefixWhole);
 }
 
-/// Notes who reads a symbol, each once.
+/// Adds the expressions that read a symbol, each once.
 void ExpressionEngine::collect(Symbol const& symbol, Batch& batch) const
 {
     for (Expression* const expression : symbol.readers)
         if (expression->stamp != lastStamp) {
+            if (symbol.isPartial && symbol.expressions.count(expression->text) == 0)
+                continue;
             expression->stamp = lastStamp;
             batch.add(*expression);
         }

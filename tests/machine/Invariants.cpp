@@ -104,7 +104,7 @@ std::string Invariants::of(ExpressionEngine const& engine)
 {
     Findings found;
     auto const& leaves = engine.tables->leaves;
-    auto const& trail = engine.tables->trail;
+    auto const& epoch = engine.tables->epoch;
     auto const& symbols = engine.tables->symbols;
     auto const& expressions = engine.tables->expressions;
     tarn::zero::Model::Impl const& model = *ContextProvider::sharedModel().get();
@@ -124,11 +124,13 @@ std::string Invariants::of(ExpressionEngine const& engine)
         }
         for (Expression const* const reader : symbol->readers) {
             bool const names = std::count(reader->symbols.begin(), reader->symbols.end(), symbol.get()) == 1;
-            found.require(!reader->retired && names, "a symbol is read by an expression that does not name it");
+            found.require(!reader->retired && (names || symbol->expressions.count(reader->text) != 0),
+                          "a symbol is read by an expression that does not name it");
         }
-        bool const isTrailed = symbol->isCovered && trail.leads(symbol->endStructure, model.structure());
-        if (isIdle && (isTrailed || symbol->endStructure == model.structure()))
-            found.require(symbol->end == engine.rootProvider->findPropertyAt(symbol->text), "a path ends elsewhere");
+        if (epoch.isUpToDate() && symbol->epoch == epoch.number()) {
+            auto const* const end = symbol->reachesEnd ? symbol->leaves.back().place->property() : nullptr;
+            found.require(end == engine.rootProvider->findPropertyAt(symbol->text), "a path ends elsewhere");
+        }
     }
     std::size_t indexed = 0;
     auto const checkPlace = [&](detail::ExpressionPlace const& place) {

@@ -53,7 +53,8 @@ ExpressionLeaves::Context* ExpressionLeaves::findContext(Id const& id) const noe
     return entry == contexts.end() ? nullptr : entry->second;
 }
 
-void ExpressionLeaves::bind(ExpressionSymbol& symbol, unsigned long offset, Id const& context, Property::Impl* property)
+std::size_t ExpressionLeaves::bind(ExpressionSymbol& symbol, unsigned long offset, Id const& context,
+                                   Property::Impl* property)
 {
     std::string_view const name = symbol.componentAt(offset);
     Place* place = property ? from(*property).place : nullptr;
@@ -64,18 +65,29 @@ void ExpressionLeaves::bind(ExpressionSymbol& symbol, unsigned long offset, Id c
     auto const isSame = [&](ExpressionSymbol::Leaf const& leaf) {
         return leaf.place == place && leaf.offset == offset;
     };
-    auto const next = std::lower_bound(own.begin(), own.end(), offset,
-                                       [](auto const& leaf, unsigned long sought) { return leaf.offset < sought; });
-    bool const isBound =
-        symbol.provisional ? std::any_of(own.begin(), own.end(), isSame) : next != own.end() && isSame(*next);
-    if (!isBound)
+    auto present = std::lower_bound(own.begin(), own.end(), offset,
+                                    [](auto const& leaf, unsigned long sought) { return leaf.offset < sought; });
+    if (symbol.provisional)
+        present = std::find_if(own.begin(), own.end(), isSame);
+    else if (present != own.end() && !isSame(*present))
+        present = own.end();
+    auto const position = static_cast<std::size_t>(present - own.begin());
+    if (present == own.end())
         add(symbol, offset, *place);
-    if (property && place->property() == property)
-        return;
     if (ContextProvider::sharedModel()->isInTransaction())
         place->doubt(unpinned);   // what is there now, or not, may never have been
-    else if (property)
-        pin(*property, *place);
+    else
+        settle(*place, property);
+    return position;
+}
+
+void ExpressionLeaves::settle(Place& place, Property::Impl* property) noexcept
+{
+    if (!property)
+        place.unpin();
+    else if (place.property() != property)
+        pin(*property, place);
+    static_cast<PlaceHook<Unpinned>&>(place).unlink();
 }
 
 ExpressionLeaves::Way ExpressionLeaves::from(Property::Impl const& property) const noexcept
@@ -87,19 +99,21 @@ ExpressionLeaves::Way ExpressionLeaves::from(Property::Impl const& property) con
 void ExpressionLeaves::repin(Property::Impl& property, Place* place, bool isSettled) noexcept
 {
     Place* const present = pinnedTo(property);
-    if (present && present != place) {
+    if (present && present == place && property.isAlive())
+        return;
+    if (present) {
         present->unpin();
         if (!isSettled)
             present->doubt(unpinned);
     }
-    if (!place || present == place)
+    if (!place)
         return;
     if (!isSettled)
         return place->doubt(unpinned);
     // A copy of a context may live in the model under the same UUID: only what providers find is followed.
     tarn::zero::ModelElement const context = ContextProvider::sharedModel()->findElement(place->context->id, 1);
     if (property.isAlive() && context.get() == property.ownerImpl())
-        pin(property, *place);
+        settle(*place, &property);
 }
 
 void ExpressionLeaves::distrust() noexcept
@@ -113,13 +127,9 @@ void ExpressionLeaves::settleAll() noexcept
 {
     while (!unpinned.empty()) {
         Place& place = unpinned.front();
-        unpinned.pop_front();
         tarn::zero::ModelElement const element = ContextProvider::sharedModel()->findElement(place.context->id, 1);
         auto* const context = tarn::zero::elementCast<ContextData>(element);
-        if (Property::Impl* const property = context ? context->getProperties().findImpl(place.name) : nullptr)
-            pin(*property, place);
-        else
-            place.unpin();
+        settle(place, context ? context->getProperties().findImpl(place.name) : nullptr);
     }
 }
 
@@ -133,7 +143,6 @@ void ExpressionLeaves::pin(Property::Impl& property, Place& place) noexcept
     if (Place* const present = pinnedTo(property); present && present != &place)
         present->unpin();
     place.pin(property);
-    static_cast<PlaceHook<Unpinned>&>(place).unlink();
 }
 
 void ExpressionLeaves::add(ExpressionSymbol& symbol, unsigned long offset, Place& place)

@@ -88,9 +88,11 @@ public:
     /// The places of a context; null if there are none.
     Context* findContext(Id const& id) const noexcept;
 
-    /// Binds a leaf, unless the symbol has it. `property`, what stands there now, may be null. *Throws*
-    /// `std::bad_alloc`; nothing is bound then.
-    void bind(ExpressionSymbol& symbol, unsigned long offset, Id const& context, Property::Impl* property);
+    /// Binds a leaf, unless the symbol has it; returns its position among those of the symbol. `property`, what stands
+    /// there now, may be null. *Throws* `std::bad_alloc`; nothing is bound then.
+    std::size_t bind(ExpressionSymbol& symbol, unsigned long offset, Id const& context, Property::Impl* property);
+    /// What stands at a place of an idle model was looked up: `property`, which may be null.
+    void settle(Place& place, Property::Impl* property) noexcept;
     /// Unbinds the leaves of a symbol that `isLeaving` chooses.
     template <class Test>
     void unbindIf(ExpressionSymbol& symbol, Test const& isLeaving) noexcept

@@ -18,8 +18,8 @@ namespace detail {
 
 struct ExpressionPlace;
 
-/// One symbol of an engine: who reads it, which properties its path goes through, and where it ends. What a report and
-/// an evaluation touch comes first, in one cache line: in a large system it is nearly always far away.
+/// One symbol of an engine: the expressions that read it, and the bindings of its path. What a report and an evaluation
+/// touch comes first, in one cache line: in a large system it is nearly always far away.
 struct ExpressionSymbol {
     explicit ExpressionSymbol(std::string_view name) : text{name} {}
 
@@ -39,25 +39,27 @@ struct ExpressionSymbol {
         }
     };
 
+    std::string_view restAt(unsigned long offset) const noexcept
+    {
+        return {text.data() + offset, text.size() - offset};
+    }
     std::string_view componentAt(unsigned long offset) const noexcept
     {
-        std::string_view const rest{text.data() + offset, text.size() - offset};
+        std::string_view const rest = restAt(offset);
         return rest.substr(0, rest.find('.'));
     }
 
-    boost::container::small_vector<Expression*, 1> readers;   // that are whole and not retired
-    // What an evaluation reads: good for as long as the model's structure is the one that it was found in, or the
-    // engine's trail leads on from there.
-    Property::Impl const* end = nullptr;
-    std::uint64_t endStructure = 0;
+    boost::container::small_vector<Expression*, 1> readers;   // the acquired ones of `expressions`
+    boost::container::small_vector<Leaf, 1> leaves;           // in the order of the path, unless provisional
+    std::uint64_t epoch = 0;    // in which the leaves were found to be the whole path; see PathEpoch
+    bool reachesEnd = false;    // they were: the last leaf is of the last component
     bool provisional = false;   // bound inside a transaction: the leaves may be of paths that never were
-    bool isCovered = false;     // the leaves are on every step of the path: where it leads changes with a touch only
+    bool isPartial = false;     // released by hand for an expression that reads it
 
     std::uint64_t stamp = 0;   // the last report after which it has to be bound anew
     Cut cut{};                 // where that report cuts the path
     std::string const text;
-    boost::container::small_vector<Leaf, 1> leaves;   // in the order of the path, unless provisional
-    std::unordered_set<std::string> expressions;      // the texts that name it
+    std::unordered_set<std::string> expressions;   // the texts that it was acquired for
 };
 
 }   // namespace detail

@@ -5,7 +5,7 @@
 #include "studio/data/ExpressionEngine.h"
 #include "studio/data/detail/ExpressionLeaves.h"
 #include "studio/data/detail/ExpressionTexts.h"
-#include "studio/data/detail/ExpressionTrail.h"
+#include "studio/data/detail/PathEpoch.h"
 #include "tarn/zero/ModelImpl.h"
 
 #include <memory>
@@ -18,9 +18,10 @@ struct ExpressionEngine::Tables {
 
     tarn::zero::Model::Impl const& model = *ContextProvider::sharedModel().get();
     detail::ExpressionLeaves leaves;
-    detail::ExpressionTrail trail;
+    detail::PathEpoch epoch{model};
     detail::ExpressionTexts<std::unique_ptr<Symbol>> symbols;
     detail::ExpressionTexts<Expression::Pin> expressions;
+    bool hasNotedTexts = false;   // a symbol may be noted for a text that does not name it
 };
 
 }   // namespace studio::data
