@@ -165,6 +165,44 @@ public:
         cut(known->second, offset);
         known->second.provisional &= !known->second.leaves.empty();
     }
+    /// Takes out what a walk along the references of now finds.
+    void releaseAlong(std::string const& name, std::size_t offset, PlainProviders::Owner provider)
+    {
+        while (provider) {
+            removeLeaf(name, offset, provider->id);
+            std::size_t const dot = name.find('.', offset);
+            Value const* const value = system.store.value(provider->id, component(name, offset));
+            if (dot == std::string::npos || !value)
+                return;
+            provider = system.providers.find(*value);
+            offset = dot + 1;
+        }
+    }
+    void releaseAlong(std::string const& name, std::size_t offset, int context)
+    {
+        if (PlainProviders::Owner const provider = system.providers.find(Ref{context}))
+            return releaseAlong(name, offset, provider);
+        if (name.find('.', offset) == std::string::npos)
+            removeLeaf(name, offset, context);
+    }
+    void removeLeaf(std::string const& name, std::size_t offset, int context)
+    {
+        auto const known = symbols.find(name);
+        if (known == symbols.end())
+            return;
+        auto& leaves = known->second.leaves;
+        leaves.erase(std::remove(leaves.begin(), leaves.end(), Leaf{context, offset}), leaves.end());
+        known->second.provisional &= !leaves.empty();
+    }
+    void cutOff(std::string const& name, std::size_t offset, int context)
+    {
+        auto const known = symbols.find(name);
+        if (known == symbols.end())
+            return;
+        for (Leaf const& leaf : std::vector<Leaf>{known->second.leaves})
+            if (leaf.context == context && leaf.offset > offset)
+                releaseAlong(name, leaf.offset, context);
+    }
     void update(std::string const& text)
     {
         auto const found = expressions.find(text);
@@ -185,10 +223,11 @@ public:
         for (auto const& [name, cut] : cuts)
             rebind(name, symbols[name], cut);
         std::map<int, std::shared_ptr<Expression>> reading;
-        for (auto const& entry : expressions)
-            for (std::string const& symbol : entry.second->symbols)
-                if (cuts.count(symbol) != 0)
-                    reading[entry.second->number] = entry.second;
+        for (auto const& entry : cuts)
+            if (auto const known = symbols.find(entry.first); known != symbols.end())
+                for (std::string const& text : known->second.texts)
+                    if (auto const reader = expressions.find(text); reader != expressions.end())
+                        reading[reader->second->number] = reader->second;
         for (auto const& [number, expression] : reading)
             if (!gone && !expression->retired)
                 update(*expression);

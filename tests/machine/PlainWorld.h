@@ -204,7 +204,7 @@ private:
         {
             for (bool const properties : {true, false})
                 if (!gone && report.has(properties))
-                    world.heardReport(listener, world.lines(report, properties));
+                    world.heardReport(listener, report, properties);
         }
         PlainWorld& world;
         int listener;
@@ -336,15 +336,18 @@ private:
         std::shared_ptr<PlainEngine> const engine = m_engines[PlainStore::index(number)];
         if (!engine)
             return;
+        Slot const& slot = m_slots[PlainStore::index(binding.slot)];
         switch (binding.what) {
         case Binding::AcquireSymbol: return engine->acquireSymbol(binding.symbol, binding.text);
         case Binding::ReleaseSymbol: return engine->releaseSymbol(binding.symbol, binding.text);
         case Binding::MoveLeaf: engine->releaseLeaf(binding.symbol, binding.offset); [[fallthrough]];
-        case Binding::AcquireLeaf:
-            return engine->acquireLeaf(binding.symbol, binding.offset,
-                                       m_slots[PlainStore::index(binding.slot)].provider);
+        case Binding::AcquireLeaf: return engine->acquireLeaf(binding.symbol, binding.offset, slot.provider);
         case Binding::ReleaseLeaf: return engine->releaseLeaf(binding.symbol, binding.offset);
-        case Binding::Update: return engine->update(binding.text);
+        case Binding::ReleaseAlong: return engine->releaseAlong(binding.symbol, binding.offset, slot.provider);
+        case Binding::ReleaseAlongId: return engine->releaseAlong(binding.symbol, binding.offset, slot.last);
+        case Binding::RemoveLeaf: return engine->removeLeaf(binding.symbol, binding.offset, slot.last);
+        case Binding::CutOff: return engine->cutOff(binding.symbol, binding.offset, slot.last);
+        default: return engine->update(binding.text);
         }
     }
     void release(int handle) override
@@ -401,6 +404,7 @@ private:
         listener->gone = true;
         m_listeners.erase(std::find(m_listeners.begin(), m_listeners.end(), listener));
     }
+    int slotOf(int context) const override { return slotAmong(m_slots, context); }
     std::string nameOfException() const override
     {
         try {
@@ -454,20 +458,26 @@ private:
                 frame.failure = std::current_exception();
         }
     }
-    void heardReport(int listener, std::string const& lines)
+    void heardReport(int listener, PlainStore::Report const& report, bool properties)
     {
-        calledOut("listener " + std::to_string(listener) + lines,
-                  static_cast<std::uint64_t>(calls()) * 977 + static_cast<std::uint64_t>(listener), 0, true);
-    }
-    std::string lines(PlainStore::Report const& report, bool properties) const
-    {
-        std::string text;
+        std::string text = "listener " + std::to_string(listener);
+        std::vector<Subject> subjects;
         for (auto const change :
              {PlainStore::Change::Created, PlainStore::Change::Modified, PlainStore::Change::Destroyed})
             for (PlainStore::Entry const& entry : report.entries)
-                if (entry.change == change && entry.element.isProperty == properties)
+                if (entry.change == change && entry.element.isProperty == properties) {
                     text += std::string{" "} + "+~-"[static_cast<int>(change)] + line(entry, report.before);
-        return text;
+                    subjects.push_back(subjectOf(entry.element));
+                }
+        calledOut(text, static_cast<std::uint64_t>(calls()) * 977 + static_cast<std::uint64_t>(listener), 0, true,
+                  subjects);
+    }
+    Subject subjectOf(PlainStore::Element const& element) const
+    {
+        if (!element.isProperty)
+            return {element.id, false, {}};
+        PlainStore::Property const& now = m_system.store.now().properties[PlainStore::index(element.id)];
+        return {now.owner, true, now.name};
     }
     std::string line(PlainStore::Entry const& entry, PlainStore::State const& before) const
     {

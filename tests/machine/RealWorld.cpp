@@ -51,16 +51,19 @@ public:
     void transactionCommitted(Report const& report)
     {
         support::Exempt const ours;
-        std::string text;
-        for (ReportEntry const entry : report.created())
-            text += " +" + world.line(entry, *report.data());
-        for (ReportEntry const entry : report.modified())
-            text += " ~" + world.line(entry, *report.data());
-        for (ReportEntry const entry : report.destroyed())
-            text += " -" + world.line(entry, *report.data());
-        world.calledOut("listener " + std::to_string(listener) + text,
-                        static_cast<std::uint64_t>(world.calls()) * 977 + static_cast<std::uint64_t>(listener), 0,
-                        true);
+        std::string text = "listener " + std::to_string(listener);
+        std::vector<Subject> subjects;
+        auto const note = [&](char const* sign, tarn::zero::ReportRange const& entries) {
+            for (ReportEntry const entry : entries) {
+                text += sign + world.line(entry, *report.data());
+                subjects.push_back(world.subjectOf(entry.element()));
+            }
+        };
+        note(" +", report.created());
+        note(" ~", report.modified());
+        note(" -", report.destroyed());
+        world.calledOut(text, static_cast<std::uint64_t>(world.calls()) * 977 + static_cast<std::uint64_t>(listener), 0,
+                        true, subjects);
     }
 
 private:
@@ -221,7 +224,11 @@ void RealWorld::bind(int number, Binding const& binding)
     auto const& engine = m_engines[PlainStore::index(number)];
     if (!engine)
         return;
-    Provider const provider = m_slots[PlainStore::index(binding.slot)].provider;
+    Slot const& slot = m_slots[PlainStore::index(binding.slot)];
+    Provider const provider = slot.provider;
+    boost::uuids::uuid const id = realValue(Ref{slot.last}).getUUID();
+    studio::data::ExpressionEngine::Leaf const leaf{binding.symbol, binding.offset};
+    std::string_view const rest = std::string_view{binding.symbol}.substr(binding.offset);
     inSystem([&] {
         switch (binding.what) {
         case Binding::AcquireSymbol: return engine->acquireSymbol(binding.symbol, binding.text);
@@ -229,7 +236,12 @@ void RealWorld::bind(int number, Binding const& binding)
         case Binding::MoveLeaf: engine->releaseLeaf(binding.symbol, binding.offset); [[fallthrough]];
         case Binding::AcquireLeaf: return engine->acquireLeaf(binding.symbol, binding.offset, provider);
         case Binding::ReleaseLeaf: return engine->releaseLeaf(binding.symbol, binding.offset);
-        case Binding::Update: return engine->updateExpression(binding.text);
+        case Binding::ReleaseAlong: return engine->releaseLeaf(binding.symbol, binding.offset, provider);
+        case Binding::ReleaseAlongId: return engine->releaseLeaf(binding.symbol, binding.offset, id);
+        case Binding::RemoveLeaf: return engine->removeLeaf(rest.substr(0, rest.find('.')), leaf, id);
+        case Binding::CutOff:
+            return engine->processDestroyedImpl(id, {{binding.symbol, binding.offset}}, {binding.symbol});
+        default: return engine->updateExpression(binding.text);
         }
     });
 }
@@ -350,6 +362,15 @@ std::string RealWorld::nameOfException() const
     } catch (std::bad_weak_ptr const&) {
         return "";
     }
+}
+
+RealWorld::Subject RealWorld::subjectOf(tarn::zero::ModelElement const& element) const
+{
+    auto const* const property = tarn::zero::elementCast<Property>(element);
+    tarn::zero::ModelElement const context = property ? property->getOwner() : element;
+    auto const found = context.get() ? m_numbers.find(context.Uuid()) : m_numbers.end();
+    return {found == m_numbers.end() ? -1 : found->second, property != nullptr,
+            property ? property->getName() : std::string{}};
 }
 
 // ---- telling

@@ -64,6 +64,8 @@ private:
     void setView(int view, bool present) override;
     void setListener(int listener, bool present) override;
     std::string nameOfException() const override;
+    int slotOf(int context) const override { return slotAmong(m_slots, context); }
+    Subject subjectOf(tarn::zero::ModelElement const& element) const;
 
     studio::data::PropertyValue realValue(Value const& value) const;
     std::string nameOf(boost::uuids::uuid const& id) const;

@@ -145,7 +145,8 @@ Kind Script::choose(Weights const& weights, std::uint64_t choice)
     return static_cast<Kind>(kind);
 }
 
-/// Contexts full of properties, an engine on each root and a view make a world worth acting in; then anything comes.
+/// Contexts full of properties, an engine on each root and a view make a world worth acting in, in half of the runs
+/// with a listener in front of them; then anything comes.
 Bytes Script::generate(std::uint64_t seed, std::size_t steps)
 {
     Dice dice{seed};
@@ -169,6 +170,8 @@ Bytes Script::generate(std::uint64_t seed, std::size_t steps)
         for (int slot = 0; slot != SLOTS; ++slot)
             if (!dice.oneIn(5))
                 spell(Kind::Add, slot, 0, name);
+    if (dice.oneIn(2))
+        spell(Kind::AddListener, 0, 0, 0);   // is called before engines and views
     for (int engine = 0; engine != ENGINES; ++engine)
         spell(Kind::MakeEngine, 0, engine, 0);
     spell(Kind::MakeView, 0, 0, 0);

@@ -3,6 +3,7 @@
 #include "machine/Steps.h"
 #include "machine/Trees.h"
 
+#include <array>
 #include <cstdint>
 #include <iterator>
 #include <map>
@@ -102,7 +103,19 @@ protected:
     /// What `Bind` does: to a symbol for a text, to its leaves from `offset` on, which begin at the context of
     /// `slot`, or to the text.
     struct Binding {
-        enum What { AcquireSymbol, ReleaseSymbol, AcquireLeaf, ReleaseLeaf, MoveLeaf, Update } what;
+        enum What {
+            AcquireSymbol,
+            ReleaseSymbol,
+            AcquireLeaf,
+            ReleaseLeaf,
+            MoveLeaf,
+            ReleaseAlong,
+            ReleaseAlongId,
+            RemoveLeaf,
+            CutOff,
+            Update,
+            COUNT
+        } what;
         std::string symbol;
         std::string text;
         std::size_t offset;
@@ -124,6 +137,14 @@ protected:
     virtual void setView(int view, bool present) = 0;
     virtual void setListener(int listener, bool present) = 0;
     virtual std::string nameOfException() const = 0;   // empty: a fault that was planted
+    virtual int slotOf(int context) const = 0;         // that holds the provider of that context; -1 for none
+
+    /// What an entry of a report is about: a property, by the context and the name that it has now, or a context.
+    struct Subject {
+        int context;
+        bool isProperty;
+        std::string name;
+    };
 
     /// The number of the next context.
     int nextContext() { return m_numbers.context++; }
@@ -131,7 +152,9 @@ protected:
     void log(std::string const& line) { m_log += line + '\n'; }
     /// Something was called out, and may now do what it likes: what, follows from the seed and the how-manieth call it
     /// is. `self` is the handle that is called.
-    void calledOut(std::string const& line, std::uint64_t seed, int self, bool mayThrow)
+    /// A listener is called with the subjects of its report: half of what it does is done to one of them.
+    void calledOut(std::string const& line, std::uint64_t seed, int self, bool mayThrow,
+                   std::vector<Subject> const& subjects = {})
     {
         log(line);
         if (++m_calls, m_throwAt != 0 && --m_throwAt == 0 && mayThrow) {
@@ -141,7 +164,9 @@ protected:
         Dice dice{seed};
         if (m_depth == 3 || m_actionsLeft == 0 || !dice.oneIn(3))
             return;
-        Op const op = m_script.inner(dice, true);
+        Op op = m_script.inner(dice, true);
+        if (!subjects.empty() && dice.oneIn(2))
+            meddle(op, dice.pick(subjects), dice);
         if (op.kind == Kind::Throw && !mayThrow)
             return;
         --m_actionsLeft;
@@ -164,6 +189,14 @@ protected:
     /// The handles that have not been released: true are those of contexts.
     std::map<int, bool> const& held() const { return m_held; }
 
+    template <class Slots>
+    static int slotAmong(Slots const& slots, int context)
+    {
+        for (std::size_t i = 0; i != slots.size(); ++i)
+            if (slots[i].provider && slots[i].last == context)
+                return static_cast<int>(i);
+        return -1;
+    }
     /// A letter for each that is there, a dash for each that is not.
     template <class Places>
     static std::string marks(Places const& places, char letter)
@@ -188,6 +221,18 @@ private:
         int& counted;
     };
 
+    void meddle(Op& op, Subject const& subject, Dice& dice) const
+    {
+        static constexpr std::array KINDS_OF_MEDDLING{Kind::Remove, Kind::Remove, Kind::Rename, Kind::Move,
+                                                      Kind::Lift,   Kind::Set,    Kind::Drop};
+        int const slot = slotOf(subject.context);
+        Kind const kind = subject.isProperty ? dice.pick(KINDS_OF_MEDDLING) : Kind::Drop;
+        if (slot < 0)
+            return;
+        op.kind = kind;
+        op.slot = slot;
+        op.name = subject.name;
+    }
     void dropAll()
     {
         for (int i = 0; i != SLOTS; ++i)
@@ -281,7 +326,7 @@ private:
             if (std::size_t const dot = symbol.find('.', offset); dot != std::string::npos)
                 offset = dot + 1;
         bind(op.other % ENGINES,
-             {static_cast<Binding::What>(dice.below(6)), symbol, tree.text(), offset, dice.below(SLOTS)});
+             {static_cast<Binding::What>(dice.below(Binding::COUNT)), symbol, tree.text(), offset, dice.below(SLOTS)});
     }
     void releaseOne(Op const& op)
     {
