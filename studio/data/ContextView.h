@@ -139,7 +139,8 @@ private:
     STUDIO_DATA_LOCAL void enterGraph(Id const& id, ContextData const& clone);
     STUDIO_DATA_LOCAL void refresh();
     STUDIO_DATA_LOCAL void forget(HandleRecord& record) noexcept;
-    STUDIO_DATA_LOCAL void undoEmptyRecord(Id const& id) noexcept;
+    STUDIO_DATA_LOCAL bool owns(HandleRecord const* record) const noexcept;
+    STUDIO_DATA_LOCAL void undoEmptyRecord(HandleRecord* record) noexcept;
 
     STUDIO_DATA_LOCAL ContextData const* cloneOf(ContextData::Impl const& source);
     STUDIO_DATA_LOCAL Property::Impl* copyFor(Property::Impl& source);

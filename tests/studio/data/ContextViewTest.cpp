@@ -12,6 +12,7 @@
 
 #include <memory>
 #include <new>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -57,6 +58,31 @@ TEST_F(View, HandleStillAnswersAfterItsRelease)
     EXPECT_EQ(released->getData(), other->getData()) << "what the view mirrors";
     other->release();
     EXPECT_TRUE(!view->getRecord(root->getId()) && elements() == 0 && !released->getData());
+}
+
+TEST_F(View, HandleDetachedByHandIsInNoRecord)
+{
+    Provider const root = context();
+    Id const id = root->getId();
+    int calls = 0;
+    auto const callback = [&](ContextData const& data) {
+        EXPECT_TRUE(++calls && !data);
+        throw std::runtime_error{"out"};
+    };
+    Handle const handle = view->acquire(id, callback);
+    EXPECT_THROW(handle->detach(), std::runtime_error);
+    EXPECT_TRUE(!view->getRecord(id) && elements() == 0);
+    Handle const other = acquire(root);
+    ContextHandleImpl made{id, callback, nullptr};   // by hand, and entered by hand
+    for (ContextHandleImpl* const entered : {handle.get(), &made, other.get()})
+        view->getRecord(id)->add(*entered);
+    EXPECT_EQ(view->getRecord(id)->handles.size(), 2u) << "one that was detached does not come back";
+    EXPECT_THROW(made.detach(), std::runtime_error);
+    EXPECT_EQ(view->getRecord(id)->handles.size(), 1u);
+    for (ContextHandleImpl* const detached : {handle.get(), &made})
+        detached->detach(), detached->release();
+    EXPECT_EQ(calls, 2);
+    EXPECT_TRUE(other->getData());
 }
 
 TEST_F(View, AsksForALivingProvider)
