@@ -248,6 +248,7 @@ void ContextView::discardOrphans()
             clone->destroy();
     for (Id const& id : orphans) {
         data.erase(id);
+        exact.erase(id);
         graph->leave(id);
     }
     graph->settle();
@@ -264,6 +265,7 @@ ContextData* ContextView::liveData(Id const& id)
     if (found->second)
         return &found->second;
     data.erase(found);
+    exact.erase(id);
     ++cloneChanges;
     graph->leave(id);
     return nullptr;
@@ -290,6 +292,7 @@ void ContextView::refresh()
     if (!stale)
         return;
     graph->clear();
+    exact.clear();
     ++cloneChanges;
     for (auto entry = data.begin(); entry != data.end();)
         entry = entry->second ? std::next(entry) : data.erase(entry);
