@@ -20,8 +20,9 @@ struct ContextView::Comparison {
     };
 
     /// Both stand under one name; either may be null. What stands under its name with another UUID was replaced.
-    void compare(Property::Impl* source, Property::Impl* copy);
-    void compareAll(ContextData::Impl::Properties const& sources, ContextData::Impl::Properties const& copies);
+    STUDIO_DATA_LOCAL void compare(Property::Impl* source, Property::Impl* copy);
+    STUDIO_DATA_LOCAL void compareAll(ContextData::Impl::Properties const& sources,
+                                      ContextData::Impl::Properties const& copies);
 
     std::vector<Pair> changed;
     std::vector<Property> gone;
@@ -69,7 +70,8 @@ struct ContextView::Update {
         if (!change)
             change.emplace(view);
     }
-    bool compareChanged(ContextData::Impl const& source, ContextData::Impl const& clone, Comparison& found);
+    STUDIO_DATA_LOCAL bool compareChanged(ContextData::Impl const& source, ContextData::Impl const& clone,
+                                          Comparison& found);
 
     ContextView& view;
     tarn::zero::ReportData const& report;
