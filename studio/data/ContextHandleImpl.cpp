@@ -1,6 +1,7 @@
 #include "studio/data/ContextHandleImpl.h"
 
 #include "studio/data/ContextView.h"
+#include "studio/data/HandleRecord.h"
 #include "studio/data/detail/ViewLife.h"
 
 #include <utility>
@@ -32,7 +33,8 @@ ContextHandleImpl::ContextHandleImpl(boost::uuids::uuid const& id, Callback func
 ContextHandleImpl::~ContextHandleImpl()
 {
     release();
-    unlink();   // of a record that is about to call it
+    leaveRecord();   // one that it entered without its view
+    unlink();        // it may wait for its call
     if (running)
         running->handle = nullptr;
     callback = nullptr;
@@ -57,14 +59,34 @@ void ContextHandleImpl::notify(ContextData const& data) const
 
 void ContextHandleImpl::detach()
 {
-    cutOff();
-    notify(getData());
+    if (!detached) {
+        ContextView* const living = livingView();
+        HandleRecord* const left = record;
+        leaveRecord();
+        cutOff();
+        ContextHandleImpl* waiting = nullptr;
+        link(waiting);
+        if (living)
+            living->undoEmptyRecord(left);
+        if (!waiting)
+            return;   // what ended with the record has detached it too, or destroyed it
+    }
+    if (!position)
+        return;
+    unlink();
+    notify(ContextData{});
 }
 
 void ContextHandleImpl::release() noexcept
 {
     if (ContextView* const living = livingView())
         living->release(this);
+}
+
+void ContextHandleImpl::leaveRecord() noexcept
+{
+    if (record)
+        record->remove(*this);
 }
 
 void ContextHandleImpl::cutOff() noexcept

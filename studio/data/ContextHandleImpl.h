@@ -42,7 +42,10 @@ public:
 
     /// Calls the callback, if there is one. *Throws* what it throws.
     void notify(ContextData const& data) const;
-    /// For the record: cuts the handle off for good and tells the holder, with an empty `ContextData`.
+    /// Ends the hold for good and calls the callback, with an empty `ContextData`. A record that ends does this to its
+    /// handles; called by hand it first gives the hold back, as `release` does. The call comes once: a handle that was
+    /// detached before makes none, and neither does one that is destroyed by what ends with its record. *Throws* what
+    /// the callback throws; the handle is detached then.
     void detach();
     /// Gives the hold back. The last one on a context takes its mirror away, and what only that reached. No call is
     /// made. Again, or when detached, it does nothing. Lets nothing out.
@@ -59,6 +62,7 @@ private:
     struct Call;
     struct Life;
 
+    STUDIO_DATA_LOCAL void leaveRecord() noexcept;
     STUDIO_DATA_LOCAL void cutOff() noexcept;
     STUDIO_DATA_LOCAL ContextView* livingView() const noexcept;
     STUDIO_DATA_LOCAL void link(ContextHandleImpl*& first) noexcept;
@@ -71,7 +75,8 @@ private:
 
     std::shared_ptr<Life const> life;   // of the view
     mutable Call* running = nullptr;
-    ContextHandleImpl* next = nullptr;        // in the list of its record
+    HandleRecord* record = nullptr;           // that it is in; null in none
+    ContextHandleImpl* next = nullptr;        // in the list of its record, or of handles that wait for their call
     ContextHandleImpl** position = nullptr;   // what points here in that list; null in none
 };
 

@@ -228,7 +228,7 @@ void ContextProvider::destroyElement() noexcept
     if (!element)
         return;
     try {
-        inTransaction([this] { element->destroy(); });
+        element->destroy();   // which no depth of commits refuses
     } catch (...) {
         // A listener's exception: the element is gone all the same. Without the memory for a transaction it stays,
         // and nothing refers to it.

@@ -108,7 +108,7 @@ std::unique_ptr<ContextHandleImpl> ContextView::acquire(Id const& id, ContextHan
     try {
         record->add(*handle);
     } catch (...) {
-        undoEmptyRecord(context);
+        undoEmptyRecord(getRecord(context));
         throw;
     }
     return handle;
@@ -116,10 +116,11 @@ std::unique_ptr<ContextHandleImpl> ContextView::acquire(Id const& id, ContextHan
 
 void ContextView::release(ContextHandleImpl* handle) noexcept
 {
-    HandleRecord* const record = handle ? getRecord(handle->uuid) : nullptr;
-    if (!record || !record->remove(*handle))
+    HandleRecord* const record = handle ? handle->record : nullptr;
+    if (!owns(record))
         return;
-    undoEmptyRecord(handle->uuid);
+    record->remove(*handle);
+    undoEmptyRecord(record);
 }
 
 ContextData ContextView::getData(Id const& id) const
@@ -165,7 +166,7 @@ HandleRecord* ContextView::createRecord(Id const& id)
         change.commit();
     } catch (...) {
         if (watched->view)
-            undoEmptyRecord(context);
+            undoEmptyRecord(getRecord(context));
         throw;
     }
     return watched->view ? getRecord(context) : nullptr;
@@ -173,12 +174,9 @@ HandleRecord* ContextView::createRecord(Id const& id)
 
 void ContextView::destroyRecord(HandleRecord* record)
 {
-    if (!record)
+    if (!owns(record))
         return;
     Id const id = record->provider->getId();
-    auto const entry = records.find(id);
-    if (entry == records.end() || entry->second != record)
-        return;
     auto const watched = life;
     forget(*record);
     graph->removeRecord(id);
@@ -226,7 +224,7 @@ void ContextView::removeDescendents(ContextData const& clone, IdSet& pending) co
 
 void ContextView::removeDescendents(HandleRecord* record, IdSet& pending) const
 {
-    if (!record)
+    if (!record || !record->provider)
         return;
     Id const id = record->provider->getId();
     if (pending.erase(id) != 0)
@@ -250,6 +248,7 @@ void ContextView::discardOrphans()
             clone->destroy();
     for (Id const& id : orphans) {
         data.erase(id);
+        exact.erase(id);
         graph->leave(id);
     }
     graph->settle();
@@ -266,6 +265,7 @@ ContextData* ContextView::liveData(Id const& id)
     if (found->second)
         return &found->second;
     data.erase(found);
+    exact.erase(id);
     ++cloneChanges;
     graph->leave(id);
     return nullptr;
@@ -292,6 +292,7 @@ void ContextView::refresh()
     if (!stale)
         return;
     graph->clear();
+    exact.clear();
     ++cloneChanges;
     for (auto entry = data.begin(); entry != data.end();)
         entry = entry->second ? std::next(entry) : data.erase(entry);
@@ -309,10 +310,15 @@ void ContextView::forget(HandleRecord& record) noexcept
     recordOrder->remove(record);
 }
 
-/// Ends the record if it has no handle. Orphans that cannot be discarded now go with the next ones.
-void ContextView::undoEmptyRecord(Id const& id) noexcept
+/// False for null. A record that is ending has no provider, or stands in no table any more.
+bool ContextView::owns(HandleRecord const* record) const noexcept
 {
-    HandleRecord* const record = getRecord(id);
+    return record && record->provider && getRecord(record->provider->getId()) == record;
+}
+
+/// Ends the record if it has no handle. Orphans that cannot be discarded now go with the next ones.
+void ContextView::undoEmptyRecord(HandleRecord* record) noexcept
+{
     if (!record || !record->handles.empty())
         return;
     try {

@@ -114,7 +114,9 @@ public:
     void discardOrphans();
 
     // Reports of the shared model. *Cost*: a look-up for each change; a transaction of the view's model only if one of
-    // them concerns a clone. A changed number or logical allocates nothing.
+    // them concerns a clone. A changed number or logical allocates nothing. A property that came, went, moved or was
+    // renamed costs the same in a context of any size, except that the first such change of a context, and the first
+    // one after changes of which no report tells it all, compares all of its properties.
 
     /// False for what is in no context that the view mirrors.
     bool concerns(tarn::zero::ElementImpl const& element, std::uint64_t changed) const noexcept override;
@@ -130,6 +132,7 @@ private:
     friend class Invariants;
 
     class Change;
+    struct Comparison;
     struct Update;
 
     STUDIO_DATA_LOCAL ContextData* liveData(Id const& id);
@@ -139,7 +142,8 @@ private:
     STUDIO_DATA_LOCAL void enterGraph(Id const& id, ContextData const& clone);
     STUDIO_DATA_LOCAL void refresh();
     STUDIO_DATA_LOCAL void forget(HandleRecord& record) noexcept;
-    STUDIO_DATA_LOCAL void undoEmptyRecord(Id const& id) noexcept;
+    STUDIO_DATA_LOCAL bool owns(HandleRecord const* record) const noexcept;
+    STUDIO_DATA_LOCAL void undoEmptyRecord(HandleRecord* record) noexcept;
 
     STUDIO_DATA_LOCAL ContextData const* cloneOf(ContextData::Impl const& source);
     STUDIO_DATA_LOCAL Property::Impl* copyFor(Property::Impl& source);
@@ -147,6 +151,8 @@ private:
     STUDIO_DATA_LOCAL void followActiveContexts(ContextData::Impl const& source, ContextData::Impl& clone,
                                                 Update& update);
     STUDIO_DATA_LOCAL void followProperties(ContextData::Impl const& source, ContextData const& clone, Update& update);
+    STUDIO_DATA_LOCAL bool isQuiet() const noexcept;
+    STUDIO_DATA_LOCAL void doubt(tarn::zero::ReportData const& report);
     STUDIO_DATA_LOCAL void add(Property const& source, ContextData const& clone, Update& update);
     STUDIO_DATA_LOCAL void remove(Property const& copy, Update& update);
     STUDIO_DATA_LOCAL void gained(PropertyValue const& value, ContextData const& clone, Update& update);
@@ -162,6 +168,8 @@ private:
     std::uint64_t cloneChanges = 0;   // of data, and of what clones consist of
     std::unique_ptr<RecordList> recordOrder;
     bool stale = false;   // the graph: a transaction was rolled back
+    IdSet exact;          // contexts whose clones differ from them by no more than what reports under way tell
+    std::uint64_t halfFollowed = 0;   // the report of which the changed contexts are still to be followed
     std::shared_ptr<ContextHandleImpl::Life> life;
 };
 

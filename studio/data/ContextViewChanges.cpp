@@ -6,9 +6,28 @@
 
 #include <algorithm>
 #include <optional>
+#include <string_view>
+#include <tuple>
 #include <vector>
 
 namespace studio::data {
+
+/// What has to become of the properties of a clone.
+struct ContextView::Comparison {
+    struct Pair {
+        Property::Impl* source;
+        Property::Impl* copy;
+    };
+
+    /// Both stand under one name; either may be null. What stands under its name with another UUID was replaced.
+    STUDIO_DATA_LOCAL void compare(Property::Impl* source, Property::Impl* copy);
+    STUDIO_DATA_LOCAL void compareAll(ContextData::Impl::Properties const& sources,
+                                      ContextData::Impl::Properties const& copies);
+
+    std::vector<Pair> changed;
+    std::vector<Property> gone;
+    std::vector<Property> missing;   // in the source
+};
 
 /// What one report has the view do. Its transaction opens with the first change.
 struct ContextView::Update {
@@ -22,18 +41,47 @@ struct ContextView::Update {
         Id to;
     };
 
-    explicit Update(ContextView& owner) : view{owner} {}
+    /// Where the report has put a property or taken it away.
+    struct Place {
+        ContextData::Impl const* owner;
+        std::string_view name;
+        friend bool operator<(Place const& left, Place const& right) noexcept
+        {
+            return std::tie(left.owner, left.name) < std::tie(right.owner, right.name);
+        }
+        friend bool operator==(Place const& left, Place const& right) noexcept
+        {
+            return left.owner == right.owner && left.name == right.name;
+        }
+    };
+
+    Update(ContextView& owner, tarn::zero::ReportData const& followed) : view{owner}, report{followed} {}
+    Update(Update const&) = delete;
+    Update& operator=(Update const&) = delete;
+    ~Update()
+    {
+        if (isDone || (change && !change->viewLives()))
+            return;
+        view.exact.clear();
+        view.halfFollowed = 0;
+    }
     void begin()
     {
         if (!change)
             change.emplace(view);
     }
+    STUDIO_DATA_LOCAL bool compareChanged(ContextData::Impl const& source, ContextData::Impl const& clone,
+                                          Comparison& found);
 
     ContextView& view;
+    tarn::zero::ReportData const& report;
     std::optional<Change> change;
     std::vector<Addition> additions;
     std::vector<Reference> gained;   // to contexts with a living provider
+    std::optional<std::vector<Place>> places;
     bool orphansPossible = false;
+    bool isLasting = false;   // nothing that the clones follow may still be taken back, and neither may they
+    bool isDone = false;
 };
 
 namespace {
@@ -71,6 +119,24 @@ Property::Impl* copyOf(Property::Impl const& source, ContextData::Impl const& cl
     return renamed != copies.end() ? renamed->operator->() : named;
 }
 
+/// Calls `visit(owner, name)` for where a transaction found a property and where it left it, if it was made, destroyed,
+/// moved or renamed. The owner may be null.
+template <class Visit>
+void eachPlace(tarn::zero::ReportData::Storage const& storage, Visit const& visit)
+{
+    bool const isRenamed = storage.isChanged(Property::Impl::NAME);
+    bool const isMoved = storage.isChanged(Property::Impl::OWNER);
+    if (!isRenamed && !isMoved && !storage.wasCreated() && !storage.wasDestroyed())
+        return;
+    auto const& property = static_cast<Property::Impl const&>(*storage.element().get());
+    auto const* const owner = static_cast<ContextData::Impl const*>(property.containerImpl());
+    std::string_view const name = property.getName();
+    visit(owner, name);
+    if (isRenamed || isMoved)
+        visit(isMoved ? static_cast<ContextData::Impl const*>(storage.oldContainer().get()) : owner,
+              isRenamed ? *static_cast<std::string const*>(storage.oldSlot(Property::Impl::NAME)) : name);
+}
+
 }   // namespace
 
 bool ContextView::concerns(tarn::zero::ElementImpl const& changedElement, std::uint64_t) const noexcept
@@ -86,7 +152,11 @@ bool ContextView::concerns(tarn::zero::ElementImpl const& changedElement, std::u
 void ContextView::transactionCommitted(tarn::zero::ShallowChangeReport<Property> const& report)
 {
     refresh();
-    Update update{*this};
+    Update update{*this, report.report()};
+    if (!exact.empty())
+        doubt(report.report());
+    bool const isHalf = !exact.empty() && report.report().containsElementChanges(ContextData::Impl::classImpl());
+    halfFollowed = isHalf ? report.report().lastTransaction() : 0;
     for (tarn::zero::ReportEntry const entry : report.modified()) {
         auto& source = static_cast<Property::Impl&>(*entry.element().get());
         Property::Impl* const copy = copyFor(source);
@@ -99,7 +169,11 @@ void ContextView::transactionCommitted(tarn::zero::ShallowChangeReport<Property>
 void ContextView::transactionCommitted(tarn::zero::ShallowChangeReport<ContextData> const& report)
 {
     refresh();
-    Update update{*this};
+    Update update{*this, report.report()};
+    if (!exact.empty())
+        doubt(report.report());
+    halfFollowed = 0;
+    update.isLasting = isQuiet();
     for (tarn::zero::ReportEntry const entry : report.modified()) {
         auto const& source = static_cast<ContextData::Impl const&>(*entry.element().get());
         ContextData const* const clone = source.isAlive() ? cloneOf(source) : nullptr;
@@ -161,32 +235,110 @@ void ContextView::followActiveContexts(ContextData::Impl const& source, ContextD
         sequence.push_back(context);
 }
 
-/// Compares both maps in order of names. What stands under its name with another UUID was replaced. Additions wait
-/// until every removal of the report is done, so that a property that moved or was renamed takes its UUID along.
+/// Additions wait until every removal of the report is done, so that a property that moved or was renamed takes its
+/// UUID along.
 void ContextView::followProperties(ContextData::Impl const& source, ContextData const& clone, Update& update)
 {
-    auto const& wanted = source.getProperties();
-    auto const& copies = clone->getProperties();
-    std::vector<Property> gone;
+    Comparison found;
+    if (!update.compareChanged(source, *clone.operator->(), found))
+        found.compareAll(source.getProperties(), clone->getProperties());
+    for (Comparison::Pair const& pair : found.changed)
+        followValue(pair.source->getValue(), *pair.copy, update);
+    for (Property const& property : found.missing)
+        update.additions.push_back({property, clone});
+    for (Property const& property : found.gone)
+        remove(property, update);
+    if (update.isLasting)
+        exact.insert(source.identifier());
+}
+
+void ContextView::Comparison::compare(Property::Impl* source, Property::Impl* copy)
+{
+    if (source && copy && source->identifier() == copy->identifier()) {
+        if (differ(copy->getValue(), source->getValue()))
+            changed.push_back({source, copy});
+        return;
+    }
+    if (copy)
+        gone.emplace_back(copy);
+    if (source)
+        missing.emplace_back(source);
+}
+
+/// In order of names.
+void ContextView::Comparison::compareAll(ContextData::Impl::Properties const& sources,
+                                         ContextData::Impl::Properties const& copies)
+{
     auto copy = copies.begin();
-    for (Property const& property : wanted) {
-        for (; copy != copies.end() && (*copy)->getName() < property->getName(); ++copy)
-            gone.push_back(*copy);
-        if (copy == copies.end() || property->getName() < (*copy)->getName()) {
-            update.additions.push_back({property, clone});
-            continue;
-        }
-        Property const& same = *copy++;
-        if (same->identifier() != property->identifier()) {
-            gone.push_back(same);
-            update.additions.push_back({property, clone});
-        } else if (differ(same->getValue(), property->getValue())) {
-            followValue(property->getValue(), *same.operator->(), update);
+    for (Property const& source : sources) {
+        for (; copy != copies.end() && (*copy)->getName() < source->getName(); ++copy)
+            compare(nullptr, copy->operator->());
+        bool const isThere = copy != copies.end() && (*copy)->getName() == source->getName();
+        compare(source.operator->(), isThere ? (*copy++).operator->() : nullptr);
+    }
+    for (; copy != copies.end(); ++copy)
+        compare(nullptr, copy->operator->());
+}
+
+/// Compares what stands under the names that the report tells of, in their order. False, with nothing found, if that is
+/// not all that may differ.
+bool ContextView::Update::compareChanged(ContextData::Impl const& source, ContextData::Impl const& clone,
+                                         Comparison& found)
+{
+    if (view.exact.count(source.identifier()) == 0 ||
+        report.lastTransaction() != ContextProvider::sharedModel()->lastTransaction())
+        return false;   // or the source is already ahead of the report
+    if (!places) {
+        places.emplace();
+        for (tarn::zero::ReportData::Storage const* const storage : report.storages())
+            if (tarn::zero::isInstance<Property>(*storage->element().get()))
+                eachPlace(*storage, [&](auto const* owner, std::string_view name) {
+                    places->push_back({owner, name});
+                });
+        std::sort(places->begin(), places->end());
+        places->erase(std::unique(places->begin(), places->end()), places->end());
+    }
+    auto const& sources = source.getProperties();
+    auto const& copies = clone.getProperties();
+    auto place = std::lower_bound(places->begin(), places->end(), Place{&source, {}});
+    for (; place != places->end() && place->owner == &source; ++place)
+        found.compare(sources.findImpl(place->name), copies.findImpl(place->name));
+    if (copies.size() + found.missing.size() == sources.size() + found.gone.size())
+        return true;
+    found = Comparison{};   // a holder has changed the clone
+    return false;
+}
+
+/// False where a transaction that is not the view's may still be rolled back.
+bool ContextView::isQuiet() const noexcept
+{
+    return !ContextProvider::sharedModel()->isInTransaction() && !model->isInTransaction();
+}
+
+/// Takes out of `exact` whatever the report changes without telling so by a change of the context: properties of a
+/// context that counts as unmodified, and contexts that came or went under a UUID.
+void ContextView::doubt(tarn::zero::ReportData const& report)
+{
+    if (!isQuiet() || (halfFollowed != 0 && halfFollowed != report.lastTransaction()))
+        return exact.clear();
+    if (report.structure() == report.structureBefore())
+        return;
+    for (tarn::zero::ReportData::Storage const* const storage : report.storages()) {
+        tarn::zero::ModelElement::Impl const& element = *storage->element().get();
+        if (tarn::zero::isInstance<ContextData>(element)) {
+            if (storage->wasCreated() || storage->wasDestroyed())
+                exact.erase(element.identifier());
+        } else if (tarn::zero::isInstance<Property>(element)) {
+            eachPlace(*storage, [&](auto const* owner, std::string_view) {
+                auto const known = owner ? exact.find(owner->identifier()) : exact.end();
+                if (known == exact.end())
+                    return;
+                tarn::zero::ReportData::Storage const* const context = report.storageOf(*owner);
+                if (!context || !context->isChanged(ContextData::Impl::PROPERTIES))
+                    exact.erase(known);
+            });
         }
     }
-    gone.insert(gone.end(), copy, copies.end());
-    for (Property const& property : gone)
-        remove(property, update);
 }
 
 void ContextView::add(Property const& source, ContextData const& clone, Update& update)
@@ -238,6 +390,7 @@ void ContextView::finish(Update& update)
         discardOrphans();
     if (update.change)
         update.change->commit();
+    update.isDone = true;   // the view may be gone
 }
 
 }   // namespace studio::data

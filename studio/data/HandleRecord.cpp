@@ -16,26 +16,30 @@ HandleRecord::~HandleRecord()
     handles.clear();
     ContextHandleImpl* waiting = nullptr;   // in order of acquisition; a handle that is destroyed leaves the list
     while (ContextHandleImpl* const handle = newest) {
+        handle->record = nullptr;
         handle->unlink();
         handle->link(waiting);
         handle->cutOff();
     }
-    while (ContextHandleImpl* const handle = waiting) {
-        handle->unlink();
+    while (ContextHandleImpl* const handle = waiting)
         handle->detach();
-    }
+    std::shared_ptr<ContextProvider> const last = std::move(provider);   // its end may call out, and finds none here
 }
 
 void HandleRecord::add(ContextHandleImpl& handle)
 {
-    if (handles.insert(&handle).second)
-        handle.link(newest);
+    if (handle.detached || !handles.insert(&handle).second)
+        return;
+    handle.leaveRecord();
+    handle.record = this;
+    handle.link(newest);
 }
 
 bool HandleRecord::remove(ContextHandleImpl& handle) noexcept
 {
     if (handles.erase(&handle) == 0)
         return false;
+    handle.record = nullptr;
     handle.unlink();
     return true;
 }

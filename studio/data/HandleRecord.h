@@ -19,7 +19,8 @@ public:
     /// destroy any of them; one that throws ends the process. Last, the provider goes.
     virtual ~HandleRecord();
 
-    /// *Throws* `std::bad_alloc`; the handle is not in then.
+    /// Takes the handle out of the record that it is in. Ignores one that is in this record, or detached. *Throws*
+    /// `std::bad_alloc`; the handle is where it was then.
     void add(ContextHandleImpl& handle);
     /// False if the handle is not in this record.
     bool remove(ContextHandleImpl& handle) noexcept;

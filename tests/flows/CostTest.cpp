@@ -242,12 +242,27 @@ Operation removeMirrored(std::size_t size)
     };
 }
 
+/// A property comes and goes in a context that a view mirrors.
+Operation resizeMirrored(std::size_t size)
+{
+    auto const world = std::make_shared<Mirrored>(0);
+    inTransaction([&] {
+        for (std::size_t i = 0; i < size; ++i)
+            world->root->addProperty(name(i), 0);
+    });
+    return [=] {
+        world->root->addProperty("one more", ++world->value);
+        world->root->removeProperty("one more");
+    };
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Cost, CostOfOne,
     testing::Values(Growth{"WriteWithExpressionsElsewhere", writeElsewhere},
                     Growth{"WriteAmongExpressions", writeOneOfMany}, Growth{"ExpressionAmongOthers", acquireAndRelease},
                     Growth{"HandleAmongOthers", acquireAndReleaseHandle}, Growth{"ReferenceAmongOtherSymbols", repoint},
-                    Growth{"ChangeInAMirror", changeMirrored}, Growth{"ReferenceThatLeavesAMirror", removeMirrored}),
+                    Growth{"ChangeInAMirror", changeMirrored}, Growth{"ReferenceThatLeavesAMirror", removeMirrored},
+                    Growth{"PropertyThatComesAndGoesInAMirror", resizeMirrored}),
     [](auto const& info) { return info.param.name; });
 
 TEST(Cost, OfADottedNameGrowsWithItsLength)

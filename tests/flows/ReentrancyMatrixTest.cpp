@@ -238,6 +238,8 @@ Trigger const TRIGGERS[] = {
     {"EndOfTheView", Actor::Detached, false, [](World& w) { w.view.reset(); }},
     {"EndOfARecord", Actor::Detached, false,
      [](World& w) { w.view->destroyRecord(w.view->getRecord(w.root->getId())); }},
+    {"DetachByHand", Actor::Detached, false,
+     [](World& w) { w.panels[0].handle.reset(), w.panels[1].handle->detach(); }},
     {"ForeignReport", Actor::Foreign, true, [](World& w) { w.write("x", 1); }},
     {"ForeignReportOfABirth", Actor::Foreign, true,
      [](World& w) {
@@ -258,6 +260,8 @@ Trigger const TRIGGERS[] = {
      }},
     {"ViewAcquires", Actor::Intruder, true, [](World& w) { w.hold(w.child); }},
     {"ViewFollows", Actor::Intruder, true, [](World& w) { w.write("ref", w.other); }},
+    {"ViewDetaches", Actor::Intruder, false,
+     [](World& w) { w.panels[0].handle.reset(), w.panels[1].handle->detach(); }},
     {"ViewReleases", Actor::Intruder, false, [](World& w) { w.panels[0].handle.reset(), w.panels[1].handle.reset(); }},
 };
 

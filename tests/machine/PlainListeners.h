@@ -442,16 +442,29 @@ public:
         record->handles.push_back(handle);
         return true;
     }
+    /// By hand: as a release, and a call.
+    void detach(int handle)
+    {
+        if (has(handle)) {
+            detaching.insert(handle);
+            leave(handle);
+        }
+        bool const isEnding = removeFrom(ending, handle);
+        if (detaching.erase(handle) != 0 || isEnding)
+            call(handle);
+    }
     void release(int handle)
     {
-        ending.erase(std::remove(ending.begin(), ending.end(), handle), ending.end());
+        detaching.erase(handle);
+        removeFrom(ending, handle);
+        leave(handle);
+    }
+    void leave(int handle)
+    {
         for (auto record = records.begin(); record != records.end(); ++record) {
-            auto& handles = record->handles;
-            auto const found = std::find(handles.begin(), handles.end(), handle);
-            if (found == handles.end())
+            if (!removeFrom(record->handles, handle))
                 continue;
-            handles.erase(found);
-            if (!handles.empty())
+            if (!record->handles.empty())
                 return;
             PlainProviders::Owner last = std::move(record->provider);
             records.erase(record);
@@ -499,6 +512,14 @@ private:
         bool orphans = false;
     };
 
+    static bool removeFrom(std::vector<int>& handles, int handle)
+    {
+        auto const found = std::find(handles.begin(), handles.end(), handle);
+        bool const isThere = found != handles.end();
+        if (isThere)
+            handles.erase(found);
+        return isThere;
+    }
     std::vector<Record>::iterator of(int id)
     {
         return std::find_if(records.begin(), records.end(), [&](Record const& record) { return record.id == id; });
@@ -605,6 +626,7 @@ private:
     Call call;
     std::vector<Record> records;   // in the order in which they were made
     std::vector<int> ending;       // handles that a record that ends is about to call
+    std::set<int> detaching;       // handles that are detached by hand and wait for what ends with their records
 };
 
 }   // namespace machine

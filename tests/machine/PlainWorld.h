@@ -357,6 +357,11 @@ private:
         for (auto const& view : std::vector<std::shared_ptr<PlainView>>{m_allViews})
             view->release(handle);
     }
+    void detach(int handle) override
+    {
+        for (auto const& view : std::vector<std::shared_ptr<PlainView>>{m_allViews})
+            view->detach(handle);
+    }
     void setEngine(int number, bool present) override
     {
         std::shared_ptr<PlainEngine>& place = m_engines[PlainStore::index(number)];

@@ -263,6 +263,12 @@ void RealWorld::release(int handle)
     });
 }
 
+void RealWorld::detach(int handle)
+{
+    studio::data::ContextHandleImpl& doomed = *m_contextHandles.at(handle);   // its call may destroy it
+    inSystem([&] { doomed.detach(); });
+}
+
 void RealWorld::setEngine(int number, bool present)
 {
     auto& place = m_engines[PlainStore::index(number)];

@@ -60,6 +60,7 @@ private:
     bool watch(int view, int slot, int handle) override;
     void bind(int engine, Binding const& binding) override;
     void release(int handle) override;
+    void detach(int handle) override;
     void setEngine(int engine, bool present) override;
     void setView(int view, bool present) override;
     void setListener(int listener, bool present) override;

@@ -71,7 +71,8 @@ enum class Kind : std::uint8_t {
     EndView,
     Watch,   ///< a context, through a view
     Unwatch,
-    Bind,   ///< a symbol by hand, as expressions do it: acquires or releases it, or its leaves from a component on
+    Detach,   ///< the handle of a context, by hand; it stays held
+    Bind,     ///< a symbol by hand, as expressions do it: acquires or releases it, or its leaves from a component on
     AddListener,
     RemoveListener,
     Throw,

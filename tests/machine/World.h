@@ -74,7 +74,7 @@ public:
     {
         std::string text;
         for (auto const& [handle, isContext] : m_held)
-            text += std::to_string(handle) + (isContext ? "c " : "e ");
+            text += std::to_string(handle) + (m_detached.count(handle) != 0 ? "d " : isContext ? "c " : "e ");
         return text;
     }
     /// Goes on from where `other` stands: what a fault kept from being called was not called.
@@ -133,6 +133,7 @@ protected:
     virtual bool watch(int view, int slot, int handle) = 0;
     virtual void bind(int engine, Binding const& binding) = 0;
     virtual void release(int handle) = 0;
+    virtual void detach(int handle) = 0;   // of a context
     virtual void setEngine(int engine, bool present) = 0;
     virtual void setView(int view, bool present) = 0;
     virtual void setListener(int listener, bool present) = 0;
@@ -252,7 +253,8 @@ private:
         case Kind::Acquire:
         case Kind::Watch: return subscribe(op);
         case Kind::Release:
-        case Kind::Unwatch: return releaseOne(op);
+        case Kind::Unwatch:
+        case Kind::Detach: return releaseOne(op);
         case Kind::ReleaseSelf: return isHeld(self) ? releaseHandle(self) : void();
         case Kind::MakeEngine:
         case Kind::EndEngine: return setEngine(op.other % ENGINES, op.kind == Kind::MakeEngine);
@@ -333,8 +335,12 @@ private:
         if (m_held.empty())
             return;
         auto const at = std::next(m_held.begin(), op.other % static_cast<int>(m_held.size()));
-        if (at->second == (op.kind == Kind::Unwatch))
-            releaseHandle(at->first);
+        if (at->second != (op.kind != Kind::Release))
+            return;
+        if (op.kind != Kind::Detach)
+            return releaseHandle(at->first);
+        m_detached.insert(at->first);
+        detach(at->first);
     }
     void releaseHandle(int handle)
     {
@@ -345,6 +351,7 @@ private:
 
     Script const& m_script;
     std::map<int, bool> m_held;
+    std::set<int> m_detached;   // by hand
     std::map<int, HandleInfo> m_handles;
     std::string m_log;
     Numbers m_numbers;

@@ -120,11 +120,12 @@ Transaction ModelElement::Impl::begin() const
 
 ModelElement::Impl::OwnTransaction::OwnTransaction(Model::Impl& model) : m_model{nullptr}
 {
-    model.refuseFrozen();
-    if (model.isInTransaction())
-        return;
-    m_serial = model.journal().begin();
-    m_model = &model;
+    if (model.isInTransaction()) {
+        model.refuseFrozen();
+    } else {
+        m_serial = model.open();
+        m_model = &model;
+    }
 }
 
 void ModelElement::Impl::OwnTransaction::commit()
@@ -263,7 +264,7 @@ void ModelElement::Impl::destroy()
         m_model->journal().prepare(*this);       // what comes after the first change finds all it needs
         return destroyRecursively(true, true, true);
     }
-    Transaction transaction = begin();
+    Transaction transaction = m_model->beginDestruction();
     destroyRecursively(true, true, true);
     transaction.commit(boost::none);
 }

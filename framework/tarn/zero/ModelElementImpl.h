@@ -234,7 +234,7 @@ protected:
     /// whatever fails has changed nothing. Its maker keeps the model.
     class STUDIO_DATA_EXPORT OwnTransaction {
     public:
-        /// Opens one, if none is open. *Throws* `ModelFrozen`.
+        /// Opens one, if none is open. *Throws* like `Model::Impl::beginTransaction`.
         explicit OwnTransaction(Model::Impl& model);
         OwnTransaction(OwnTransaction const&) = delete;
         OwnTransaction& operator=(OwnTransaction const&) = delete;

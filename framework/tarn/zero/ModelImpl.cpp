@@ -7,6 +7,7 @@
 #include "tarn/zero/detail/Journal.h"
 #include "tarn0/messages/Messages.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
@@ -40,6 +41,20 @@ Model::Impl::~Impl()
 
 Transaction Model::Impl::beginTransaction(bool)
 {
+    std::uint64_t const serial = open();
+    return Transaction{Model{this}, serial};
+}
+
+std::uint64_t Model::Impl::open()
+{
+    refuseFrozen();
+    if (m_delivery->isFull() && !m_journal->isOpen())
+        m_delivery->refuse();
+    return m_journal->begin();
+}
+
+Transaction Model::Impl::beginDestruction()
+{
     refuseFrozen();
     return Transaction{Model{this}, m_journal->begin()};
 }
@@ -58,6 +73,11 @@ bool Model::Impl::isInTransaction() const noexcept
 std::uint64_t Model::Impl::structure() const noexcept
 {
     return m_journal->structure();
+}
+
+std::uint64_t Model::Impl::lastTransaction() const noexcept
+{
+    return m_journal->lastSerial();
 }
 
 void Model::Impl::noteRestructuring() noexcept
@@ -96,6 +116,16 @@ bool Model::Impl::isListening(Listener const* listener) const noexcept
     return m_listeners->contains(listener);
 }
 
+void Model::Impl::setNestingLimit(std::size_t limit) noexcept
+{
+    m_delivery->setLimit(std::max<std::size_t>(limit, 1));
+}
+
+std::size_t Model::Impl::nestingLimit() const noexcept
+{
+    return m_delivery->limit();
+}
+
 void Model::Impl::addHolder(std::shared_ptr<ListenerHolderBase> holder)
 {
     m_listeners->add(std::move(holder));
@@ -127,6 +157,7 @@ std::shared_ptr<ReportData> Model::Impl::seal(std::uint64_t serial)
     report->m_structureBefore = journal.structure();
     journal.seal(report->m_storages, report->m_classes);
     report->m_structure = journal.structure();
+    report->m_lastTransaction = journal.lastSerial();
     return report;
 }
 

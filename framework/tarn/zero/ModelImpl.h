@@ -5,6 +5,7 @@
 #include "tarn/zero/ModelElement.h"
 #include "tarn/zero/Transaction.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -21,7 +22,8 @@ public:
     explicit Impl(ModelSpec const& wanted);
 
     /// Opens a transaction; inside an open one a savepoint. Element setters pass false, whoever groups changes passes
-    /// true; to the model both are the same. Throws `ModelFrozen` on a frozen model.
+    /// true; to the model both are the same. Throws `ModelFrozen` on a frozen model, and `std::runtime_error` inside of
+    /// too many commits, see `setNestingLimit`; nothing is touched then.
     [[nodiscard]] Transaction beginTransaction(bool groupsChanges);
     /// True while a transaction is open.
     bool isInTransaction() const noexcept;
@@ -45,10 +47,26 @@ public:
     /// True from its registration to its removal.
     bool isListening(Listener const* listener) const noexcept;
 
+    /// Bounds the commits that listeners make inside each other's delivery, so that writes which answer each other for
+    /// ever end in an error and not at the end of the stack. A listener that is called inside of `limit` commits can
+    /// open no transaction: that throws `std::runtime_error`, whose text names what the last commits changed, as a
+    /// circle where they repeat. 1 refuses every write in a listener, and so does 0. Savepoints inside an open
+    /// transaction and the destruction of elements are never refused: destructors have to clean up, and elements are
+    /// finite. Takes effect with the next transaction, also inside a delivery.
+    ///
+    /// 1,000 unless set, which callbacks of expressions reach in less than 1 MiB of an optimized build's stack; where
+    /// threads have small stacks, or frames are instrumented, less may be needed.
+    void setNestingLimit(std::size_t limit) noexcept;
+    /// The limit in force; at least 1.
+    std::size_t nestingLimit() const noexcept;
+
     /// A number that changes whenever an element was created, destroyed or renamed, entered or left a collection, or
     /// changed a reference, by a transaction that has ended: what was found along a path then holds for as long as the
     /// number does. Says nothing inside a transaction.
     std::uint64_t structure() const noexcept;
+    /// A number that changes whenever a transaction is opened. The state is the one that a report tells of for as long
+    /// as this is the report's number; see `ReportData::lastTransaction`.
+    std::uint64_t lastTransaction() const noexcept;
     /// Element classes call this before a change of theirs that counts as one.
     void noteRestructuring() noexcept;
     /// Whoever changes what leads where outside of the model calls this: no report tells of it, no roll back undoes it.
@@ -70,6 +88,10 @@ private:
 
     void addHolder(std::shared_ptr<ListenerHolderBase> holder);
     STUDIO_DATA_LOCAL void refuseFrozen() const;
+    /// The one way into a transaction. Answers the number of the level.
+    STUDIO_DATA_LOCAL std::uint64_t open();
+    /// The same without regard to the depth of deliveries.
+    STUDIO_DATA_LOCAL Transaction beginDestruction();
     STUDIO_DATA_LOCAL void commit(std::uint64_t serial);
     /// The first half of a commit: whatever throws, nothing is final yet. Answers the report, if there is somebody to
     /// tell; the model is idle then, and listeners may open transactions of their own.

@@ -55,6 +55,9 @@ public:
     std::uint64_t structureBefore() const noexcept { return m_structureBefore; }
     /// And as this transaction left it.
     std::uint64_t structure() const noexcept { return m_structure; }
+    /// `Model::Impl::lastTransaction` as this transaction left it: while the model still has that number, no other one
+    /// has been opened since.
+    std::uint64_t lastTransaction() const noexcept { return m_lastTransaction; }
     /// The list that it stands in.
     static Kind kindOf(Storage const& storage) noexcept;
 
@@ -65,6 +68,7 @@ private:
     std::vector<Impl const*> m_classes;   // of the elements, each once
     std::uint64_t m_structureBefore = 0;
     std::uint64_t m_structure = 0;
+    std::uint64_t m_lastTransaction = 0;
     mutable std::unordered_map<Impl const*, Storage const*> m_byElement;   // made when a long report is first asked
 };
 

@@ -35,6 +35,8 @@ public:
         }
     }
 
+    bool viewLives() const noexcept { return life->view != nullptr; }
+
 private:
     std::shared_ptr<ContextHandleImpl::Life> life;
     tarn::zero::Transaction transaction;

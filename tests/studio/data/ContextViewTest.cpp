@@ -12,6 +12,7 @@
 
 #include <memory>
 #include <new>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -57,6 +58,31 @@ TEST_F(View, HandleStillAnswersAfterItsRelease)
     EXPECT_EQ(released->getData(), other->getData()) << "what the view mirrors";
     other->release();
     EXPECT_TRUE(!view->getRecord(root->getId()) && elements() == 0 && !released->getData());
+}
+
+TEST_F(View, HandleDetachedByHandIsInNoRecord)
+{
+    Provider const root = context();
+    Id const id = root->getId();
+    int calls = 0;
+    auto const callback = [&](ContextData const& data) {
+        EXPECT_TRUE(++calls && !data);
+        throw std::runtime_error{"out"};
+    };
+    Handle const handle = view->acquire(id, callback);
+    EXPECT_THROW(handle->detach(), std::runtime_error);
+    EXPECT_TRUE(!view->getRecord(id) && elements() == 0);
+    Handle const other = acquire(root);
+    ContextHandleImpl made{id, callback, nullptr};   // by hand, and entered by hand
+    for (ContextHandleImpl* const entered : {handle.get(), &made, other.get()})
+        view->getRecord(id)->add(*entered);
+    EXPECT_EQ(view->getRecord(id)->handles.size(), 2u) << "one that was detached does not come back";
+    EXPECT_THROW(made.detach(), std::runtime_error);
+    EXPECT_EQ(view->getRecord(id)->handles.size(), 1u);
+    for (ContextHandleImpl* const detached : {handle.get(), &made})
+        detached->detach(), detached->release();
+    EXPECT_EQ(calls, 2);
+    EXPECT_TRUE(other->getData());
 }
 
 TEST_F(View, AsksForALivingProvider)
@@ -175,6 +201,84 @@ TEST_F(View, RenamingTheOnlyPropertyIsNotFollowed)
     EXPECT_EQ(read(root, "m"), PropertyValue(2));
 }
 
+/// What a transaction does to two contexts, of which the second one has only the property "n".
+struct Restructuring {
+    char const* name;
+    void (*make)(ContextData const& one, ContextData const& other);
+    bool lags = false;   // until the context itself is modified
+};
+Property nOf(ContextData const& context)
+{
+    return context->getProperties().find("n");
+}
+Restructuring const RESTRUCTURINGS[] = {
+    {"replaces", [](auto& one, auto&) { nOf(one)->destroy(), one->addProperty("n", 2); }},
+    {"renames", [](auto& one, auto&) { nOf(one)->setName("m"); }},
+    {"renames and fills the gap", [](auto& one, auto&) { nOf(one)->setName("m"), one->addProperty("n", 2); }},
+    {"swaps names",
+     [](auto& one, auto&) {
+         Property const n = nOf(one);
+         n->setName("t"), one->getProperties().find("child")->setName("n"), n->setName("child"), n->setValue(2);
+     }},
+    {"moves, writes and renames",
+     [](auto& one, auto& other) {
+         Property const n = nOf(one);
+         n->setName("m"), n->setOwner(other), n->setValue(2);
+     }},
+    {"moves in where one left", [](auto& one, auto& other) { nOf(other)->destroy(), nOf(one)->setOwner(other); }},
+    {"moves and destroys",
+     [](auto& one, auto& other) {
+         Property const n = nOf(one);
+         n->setName("m"), n->setOwner(other), n->destroy();
+     }},
+    {"makes and destroys",
+     [](auto& one, auto&) {
+         one->addProperty("x", 1), one->addProperty("y", 1), one->getProperties().find("x")->destroy();
+     }},
+    {"takes a part of it back",
+     [](auto& one, auto&) {
+         support::rolledBack([&] { nOf(one)->destroy(), one->addProperty("x", 1); });
+         one->addProperty("y", 1);
+     }},
+    {"renames the only one", [](auto&, auto& other) { nOf(other)->setName("m"); }, true},
+    {"makes the only one anew under its UUID",
+     [](auto&, auto& other) {
+         Id const id = nOf(other).Uuid();
+         nOf(other)->destroy();
+         Property::Impl::createWith(ContextProvider::sharedModel(), id, "m", 2)->setOwner(other);
+     },
+     true},
+    {"makes the context anew under its UUID",
+     [](auto&, auto& other) {
+         Id const id = other.Uuid();
+         other->destroy();
+         ContextData::create(ContextProvider::sharedModel(), id)->addProperty("m", 2);
+     },
+     true}};
+
+TEST_F(View, FollowsWhatATransactionRestructures)
+{
+    for (auto const& [name, make, lags] : RESTRUCTURINGS) {
+        SCOPED_TRACE(name);
+        Provider const other = context();
+        Provider const root = context(other);
+        Handle const handles[] = {acquire(root), acquire(other)};
+        auto const source = [](Provider const& of) { return ContextData{support::source(of->getId())}; };
+        auto const expectAlike = [&] {
+            for (Provider const& provider : {root, other})
+                EXPECT_EQ(support::whole(view->getData(provider->getId())), support::whole(source(provider)));
+        };
+        for (Provider const& provider : {root, other})   // what follows is not the first change
+            provider->addProperty("once", 1), provider->removeProperty("once");
+        inTransaction([&, make = make] { make(source(root), source(other)); });
+        if (!lags)
+            expectAlike();
+        inTransaction([&] { source(root)->addProperty("last", 1), source(other)->addProperty("last", 1); });
+        expectAlike();
+        support::source(other->getId())->destroy();
+    }
+}
+
 // ---- what goes wrong
 
 TEST_F(View, RollBackOfAnothersTransactionOnItsModelIsSurvived)
@@ -224,6 +328,7 @@ TEST_F(View, CopyThatAHolderTakesOutIsMirroredAnewWithItsContext)
 {
     Provider const root = context();
     Handle const handle = acquire(root);
+    root->setActiveContexts({"y"});   // has everything compared
     root->setPropertyValue("n", 2);
     Property const copy = handle->getData()->getProperties().find("n");
     copy->setOwner(ContextData{});

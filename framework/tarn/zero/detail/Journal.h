@@ -47,6 +47,8 @@ public:
         ++m_structure;   // at once: the next report does not follow the one before
     }
     std::uint64_t structure() const noexcept { return m_structure; }
+    /// The number of the level that was opened last.
+    std::uint64_t lastSerial() const noexcept { return m_lastSerial; }
 
     /// Has what it takes to destroy an element, so that `destroyed` does not throw.
     void prepare(Impl& element) { enter(element); }
