@@ -23,6 +23,8 @@ public:
     /// Opens a transaction; inside an open one a savepoint. Element setters pass false, whoever groups changes passes
     /// true; to the model both are the same. Throws `ModelFrozen` on a frozen model.
     [[nodiscard]] Transaction beginTransaction(bool groupsChanges);
+    /// True while changes are refused with `ModelFrozen`, in an open transaction too.
+    bool isFrozen() const noexcept { return m_freezers != 0 && m_thawers == 0; }
     /// True while a transaction is open.
     bool isInTransaction() const noexcept;
 
@@ -69,7 +71,12 @@ private:
     ~Impl() override;
 
     void addHolder(std::shared_ptr<ListenerHolderBase> holder);
-    STUDIO_DATA_LOCAL void refuseFrozen() const;
+    void refuseFrozen() const
+    {
+        if (isFrozen())
+            refuseAsFrozen();
+    }
+    [[noreturn]] void refuseAsFrozen() const;
     STUDIO_DATA_LOCAL void commit(std::uint64_t serial);
     /// The first half of a commit: whatever throws, nothing is final yet. Answers the report, if there is somebody to
     /// tell; the model is idle then, and listeners may open transactions of their own.
