@@ -153,7 +153,7 @@ def contents(element):
     properties = []   # the map sorts them only when somebody walks
     for child in children_of(member(element, "properties", "m_elements", "m_list")):
         impl = member(child, "m_impl")
-        if impl is not None:
+        if impl is not None and int(impl) != 0:   # null: a gap in the list
             properties.extend(named_value(most_derived(impl)))
     yield from sorted(properties)
 

@@ -1,17 +1,19 @@
 #include "support/Allocations.h"
-#include "support/Elements.h"
+#include "support/ReportRecorder.h"
 #include "tarn/zero/collections/ElementMap.h"
 #include "tarn/zero/collections/ElementSequence.h"
 #include "tarn/zero/collections/PrimitiveSequence.h"
-#include "tarn/zero/meta/TypedElement.h"
+#include "tarn/zero/meta/Package.h"
 
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <iterator>
 #include <memory>
 #include <new>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tarn::zero {
@@ -105,6 +107,15 @@ TEST(OwnedCollection, ChangesWhollyOrRefuses)
          proxied, same},
         // By design: a proxy is not even read.
         {"read proxy", [](Crowd& w) { w.proxy->getProperties(); }, proxied, same},
+        {"add by its place", [](Crowd& w) { w.d->getPropertiesMutable().add(*w.map.begin()); }, "", "x,y: b=2"},
+        {"remove by its place", [](Crowd& w) { w.map.remove(*w.map.begin()); }, "", "x,y: b=2"},
+        {"add a proxy of elsewhere",
+         [](Crowd& w) { w.foreign->convertToProxy({}, w.foreign->getProxyId(), {}), w.map.add(w.foreign); }, beyond,
+         same},
+        {"basic add context", [](Crowd& w) { w.map.basicAdd(w.d); }, wrongType, same},
+        {"inverse add context", [](Crowd& w) { w.map.inverseAdd(w.d); }, wrongType, same},
+        {"inverse add taken", [](Crowd& w) { w.map.inverseAdd(w.twin); }, taken, same},
+        {"copy other values", [](Crowd& w) { w.map.basicCopyValues(Sequence{}); }, "logic_error", same},
         {"add what is elsewhere", [](Crowd& w) { w.d->getPropertiesMutable().add(w.a); }, "", "x,y: b=2"},
         {"taken name", [](Crowd& w) { w.a->setName("b"); }, taken, same},
         {"owner with the name", [](Crowd& w) { w.twin->setOwner(w.c); }, taken, same},
@@ -180,6 +191,30 @@ TEST(OwnedCollection, ChangesWhollyOrRefuses)
             EXPECT_EQ(shown(w.c), isInside ? same : row.state);
             EXPECT_TRUE(!isInside || w.model->elements().size() == elements);
         }
+    for (Row const& row : rows) {   // what is refused is not recorded
+        SCOPED_TRACE(row.name);
+        Crowd w;
+        ReportRecorder recorder{w.model};
+        std::size_t modified = 0;
+        recorder.onContexts = [&](auto const& data) {
+            for ([[maybe_unused]] auto const entry : ShallowChangeReport<ContextData>{data}.modified())
+                ++modified;
+        };
+        commit(w.model, [&] { thrownBy([&] { row.change(w); }); });
+        EXPECT_TRUE(row.state != same || modified == 0);
+    }
+    for (Row const& row : rows) {   // in an open transaction of a frozen model
+        SCOPED_TRACE(row.name);
+        Crowd w;
+        std::size_t const elements = w.model->elements().size();
+        Transaction transaction = w.model->beginTransaction(true);
+        Model::Freezer const frozen{w.model};
+        std::string const thrown = thrownBy([&] { row.change(w); });
+        EXPECT_TRUE(row.state == same || thrown == "ModelFrozen") << thrown;
+        EXPECT_EQ(shown(w.c), same);
+        EXPECT_EQ(w.model->elements().size(), elements);
+        transaction.commit(boost::none);
+    }
     bool failed = true;
     for (Row const& row : rows)   // any allocation may fail
         for (std::size_t skipped = 0; failed || skipped == 0; ++skipped) {
@@ -222,10 +257,25 @@ TEST(OwnedCollection, TellsWhatItIs)
 
 // ---- collections of their own
 
+/// Notes the changes that it announces: "+0b -2a".
+struct Announced : Sequence {
+    using Sequence::Sequence;
+    void modifying(OCDChangeDescriptor const& descriptor) override
+    {
+        Sequence::modifying(descriptor);
+        auto const change = dynamic_cast<OCDChangeDescriptorOfModelElementSequence const&>(descriptor).createChange();
+        bool const isAdd = change->kind() == OCDChangeDescriptor::Kind::Add;
+        EXPECT_TRUE(isAdd || change->kind() == OCDChangeDescriptor::Kind::Remove);
+        log +=
+            (isAdd ? '+' : '-') + std::to_string(change->index()) + elementCast<Property>(change->element())->getName();
+    }
+    std::string log;
+};
+
 TEST(ElementSequence, HoldsEachElementOnceInTheGivenOrder)
 {
     Crowd w;
-    Sequence sequence;
+    Announced sequence;
     Property const c = newProperty(w.model, "c"), d = newProperty(w.model, "d");
     auto const order = [&] {
         std::string names;
@@ -237,38 +287,125 @@ TEST(ElementSequence, HoldsEachElementOnceInTheGivenOrder)
         std::function<void()> change;
         char const* thrown;
         char const* order;
+        char const* announced = "";
     };
     Row const rows[] = {
-        {[&] { sequence.add(w.b); }, "", "b"},
-        {[&] { sequence.add(w.a); }, "", "ba"},
+        {[&] { sequence.add(w.b); }, "", "b", "+0b"},
+        {[&] { sequence.add(w.a); }, "", "ba", "+1a"},
         {[&] { sequence.add(w.b); }, "CannotAddSecondObject", "ba"},
         {[&] { sequence.add(Property{}); }, absent, "ba"},
         {[&] { sequence.add(w.dead); }, absent, "ba"},
         {[&] { sequence.addElement(w.c); }, wrongType, "ba"},
-        {[&] { sequence.insert(0, c); }, "", "cba"},
+        {[&] { sequence.insert(0, c); }, "", "cba", "+0c"},
         {[&] { sequence.insert(0, c); }, "CannotAddSecondObject", "cba"},
         {[&] { sequence.insert(4, d); }, "out_of_range", "cba"},
-        {[&] { sequence.insert(3, d); }, "", "cbad"},
+        {[&] { sequence.insert(3, d); }, "", "cbad", "+3d"},
+        {[&] { sequence.genericEnsureAt(0, boxed(d)); }, "", "dcba", "-3d+0d"},
         {[&] { sequence.genericEnsureAt(0, boxed(d)); }, "", "dcba"},
-        {[&] { sequence.genericEnsureAt(0, boxed(d)); }, "", "dcba"},
-        {[&] { sequence.genericEnsureAt(9, boxed(d)); }, "", "cbad"},
+        {[&] { sequence.genericEnsureAt(9, boxed(d)); }, "", "cbad", "-0d+3d"},
+        {[&] { sequence.genericEnsureAt(0, boxed(ModelElement{w.c})); }, wrongType, "cbad"},
+        {[&] { sequence.genericEnsureAt(0, boxed(ModelElement{})); }, absent, "cbad"},
+        {[&] { sequence.genericEnsureAt(1, boxed(w.lone)); }, "", "clonebad", "+1lone"},
+        {[&] { sequence.remove(sequence.at(1)); }, "", "cbad", "-1lone"},
         {[&] { sequence.genericAdd(boxed(d)); }, "CannotAddSecondObject", "cbad"},
         {[&] { sequence.genericAdd(boxed(""s)); }, wrongType, "cbad"},
-        {[&] { sequence.genericRemove(boxed(w.b)); }, "", "cad"},
-        {[&] { sequence.erase(1); }, "", "cd"},
+        {[&] { sequence.genericRemove(boxed(w.b)); }, "", "cad", "-1b"},
+        {[&] { sequence.erase(1); }, "", "cd", "-1a"},
         {[&] { sequence.erase(2); }, "out_of_range", "cd"},
         {[&] { EXPECT_FALSE(sequence.remove(w.a)); }, "", "cd"},
-        {[&] { c->destroy(); }, "", "cd"},   // nobody tells a collection that belongs to nobody
-        {[&] { sequence.clear(); }, "", ""},
+        {[&] { c->destroy(); }, "", "cd"},   // nobody notifies a collection that belongs to nobody
+        {[&] { sequence.genericEnsureAt(1, boxed(c)); }, "", "dc", "-0c+1c"},
+        {[&] { sequence.clear(); }, "", "", "-0d-0c"},
     };
     for (Row const& row : rows) {
         EXPECT_EQ(thrownBy(row.change), row.thrown) << row.order;
         EXPECT_EQ(order(), row.order);
+        EXPECT_EQ(std::exchange(sequence.log, {}), row.announced) << row.order;
     }
     EXPECT_TRUE(sequence.genericEmpty() && sequence.isSequenceInterface() && !sequence.isMapInterface());
-    OCDChangeDescriptorOfModelElementSequence const descriptor{OCDChangeDescriptor::Kind::Add, 3, d};
-    auto const change = descriptor.createChange();
-    EXPECT_TRUE(change->kind() == OCDChangeDescriptor::Kind::Add && change->index() == 3 && change->element() == d);
+    Announced owned{*w.c.get(), 2, false};
+    EXPECT_EQ(thrownBy([&] { owned.inverseAdd(w.a); }), "logic_error");   // no transaction
+    commit(w.model, [&] { owned.add(w.a), owned.inverseAdd(w.b), owned.inverseRemove(w.a); });
+    EXPECT_EQ(owned.log, "+0a+1b-0a");
+}
+
+TEST(ElementSequence, TakesAnElementByItsPlaceInAnother)
+{
+    Model const model = newModel();
+    meta::Package const one = meta::Package::create(model, {}), two = meta::Package::create(model, {});
+    meta::Package const inner[] = {meta::Package::create(model, {}), meta::Package::create(model, {})};
+    for (meta::Package const& package : inner)
+        package->setParentPackage(one);
+    two->getPackagesMutable().add(one->getPackages().at(0));
+    EXPECT_TRUE(one->getPackages().size() == 1 && one->getPackages().at(0) == inner[1]);
+    two->getPackagesMutable().add(one->getPackages().at(0));   // the last one
+    EXPECT_TRUE(two->getPackages().size() == 2 && two->getPackages().at(1) == inner[1]);
+    EXPECT_TRUE(inner[0]->container() == two && inner[1]->container() == two && one->getPackages().empty());
+}
+
+// ---- the table of a map
+
+std::size_t s_keyReads = 0;
+struct CountingKey {
+    std::string const& operator()(Property::Impl const& element) const { return ++s_keyReads, element.getName(); }
+};
+
+TEST(KeyedElements, ReadsAboutAsManyKeysAsThereAreChanges)
+{
+    using Table = detail::KeyedElements<std::string, Property, CountingKey>;
+    constexpr std::size_t count = 2000;
+    Model const model = newModel();
+    std::vector<Property> named;
+    for (std::size_t i = 0; i != 2 * count; ++i)
+        named.push_back(newProperty(model, std::to_string(10000 + i)));
+    auto const enter = [](Table& table, Property const& property) {
+        table.reserveFor(property);
+        table.insert(property);
+    };
+    struct Row {
+        char const* name;
+        std::function<void(Table&, std::size_t)> step;   // one of `count`, on a table of as many
+        std::size_t left;
+    };
+    Row const rows[] = {
+        {"from the front", [](Table& table, std::size_t) { table.erase(*table.begin()); }, 0},
+        {"from the back", [](Table& table, std::size_t) { table.erase(*std::prev(table.end())); }, 0},
+        {"from both ends",
+         [](Table& table, std::size_t i) { table.erase(i % 2 ? *table.begin() : *std::prev(table.end())); }, 0},
+        {"in any order",
+         [&](Table& table, std::size_t i) {
+             table.erase(named[i * 7 % count]);
+             EXPECT_EQ(table.empty(), table.begin() == table.end());
+         },
+         0},
+        {"first out, one in behind",
+         [&](Table& table, std::size_t i) { table.erase(*table.begin()), enter(table, named[count + i]); }, count},
+        {"last out, one in behind",
+         [&](Table& table, std::size_t i) { table.erase(*std::prev(table.end())), enter(table, named[count + i]); },
+         count},
+        {"renamed in any order",
+         [&](Table& table, std::size_t i) { table.erase(named[i * 7 % count]), enter(table, named[i * 7 % count]); },
+         count},
+    };
+    for (Row const& row : rows) {
+        SCOPED_TRACE(row.name);
+        Table table;
+        for (std::size_t i = 0; i != count; ++i)
+            enter(table, named[i * 11 % count]);
+        table.begin();
+        s_keyReads = 0;
+        for (std::size_t i = 0; i != count; ++i)
+            row.step(table, i);
+        EXPECT_LT(s_keyReads, 16 * count);
+        EXPECT_EQ(table.size(), row.left);
+        std::size_t inOrder = 0;
+        Property const* last = nullptr;
+        for (Property const& property : table) {
+            inOrder += !last || (*last)->getName() < property->getName() ? 1 : 0;
+            EXPECT_EQ(table.find(property->getName()), last = &property);
+        }
+        EXPECT_EQ(inOrder, row.left);
+    }
 }
 
 TEST(DetachedCollection, LivesAsLongAsItsHandlesAndTouchesNoModel)
@@ -284,6 +421,13 @@ TEST(DetachedCollection, LivesAsLongAsItsHandlesAndTouchesNoModel)
     EXPECT_TRUE(second->find("lone") == w.lone && second->find("foreign") == w.foreign && !second->containsKey("a"));
     EXPECT_EQ(w.state(), World{}.state());
     AbstractOwnedCollection::Operation{*map}.commit();
+    w.b->setName("z"), w.foreign->setName("a");   // the keys stay
+    EXPECT_TRUE(map->find("b") == w.b && !map->containsKey("z") && map->containsElement(w.b));
+    EXPECT_TRUE(*map->begin() == w.b && *std::prev(map->end()) == w.lone);
+    EXPECT_EQ(thrownBy([&] { map->add(w.b); }), taken);
+    w.standIn(w.b);
+    EXPECT_EQ(thrownBy([&] { map->add(w.b); }), taken);
+    EXPECT_TRUE(map->remove(w.foreign) && map->remove(w.b) && map->size() == 1);
     map->clear();
     EXPECT_TRUE(second->empty());
 
@@ -314,6 +458,13 @@ TEST(Proxy, StandsInATableOfItsOwnUntilTheElementComes)
     EXPECT_TRUE(w.c->inverseContainsProxyTo(w.a, ofContext(2)));
 
     Property const real = Property::create(w.model, id.element());
+    EXPECT_EQ(thrownBy([&] { w.standIn(real); }), taken);   // one placeholder of each identity
+    EXPECT_TRUE(!real->isProxy() && w.map.proxies() == std::vector<Property>{w.a});
+    Property const second = Property::create(w.model, id.element());
+    second->convertToProxy({}, id, {});
+    EXPECT_EQ(thrownBy([&] { w.map.add(second); }), taken);
+    EXPECT_FALSE(w.map.containsElement(second) || w.map.remove(second));
+    second->destroy();
     real->setName("real");
     EXPECT_EQ(w.map.peekResolveProxy(id), real);
     auto const read = [&](ModelElement::Impl::ReflectionPrivateTag tag) {
@@ -322,14 +473,74 @@ TEST(Proxy, StandsInATableOfItsOwnUntilTheElementComes)
     };
     EXPECT_EQ(read(ModelElement::Impl::IN_MEMORY_ONLY), "x,y: b=2");
     EXPECT_EQ(read(ModelElement::Impl::NO_PROXY_RESOLVE), "x,y: b=2");
-    rollBack(w.model, [&] {
-        EXPECT_EQ(read(publicAccess), "x,y: b=2 real=undefined");
-        EXPECT_FALSE(w.map.containsProxy(id));
-    });
-    EXPECT_TRUE(w.map.containsProxy(id) && w.a.owner() == w.c);
     EXPECT_EQ(w.map.resolveProxy(id), real);
     EXPECT_EQ(shown(w.c), "x,y: b=2 real=undefined");
-    EXPECT_FALSE(w.map.hasProxies());
+    EXPECT_TRUE(!w.map.hasProxies() && w.a->isTopLevel());
+}
+
+TEST(Proxy, IsResolvedByReadingWithoutAReportAndOnlyWhereThatCanBe)
+{
+    struct Row {
+        char const* name;
+        std::function<void(Crowd&, Property const& real)> before;
+        char const* read;
+    };
+    char const* const unresolved = "x,y: b=2 + proxy";
+    Row const rows[] = {
+        {"free", [](Crowd&, Property const&) {}, "x,y: b=2 real=undefined"},
+        {"here already", [](Crowd& w, Property const& real) { real->setOwner(w.c); }, "x,y: b=2 real=undefined"},
+        {"name taken", [](Crowd&, Property const& real) { real->setName("b"); }, unresolved},
+        {"elsewhere", [](Crowd& w, Property const& real) { real->setOwner(w.d); }, unresolved},
+        {"gone", [](Crowd&, Property const& real) { real->destroy(); }, unresolved},
+        {"another class",
+         [](Crowd& w, Property const& real) { real->destroy(), ContextData::create(w.model, w.a.Uuid()); }, unresolved},
+    };
+    enum class Around { Nothing, Committed, RolledBack, Frozen, Savepoint };
+    for (Row const& row : rows)
+        for (auto const around :
+             {Around::Nothing, Around::Committed, Around::RolledBack, Around::Frozen, Around::Savepoint}) {
+            SCOPED_TRACE(row.name + std::to_string(static_cast<int>(around)));
+            Crowd w;
+            w.standIn(w.a);
+            Property const real = Property::create(w.model, w.a.Uuid());
+            real->setName("real");
+            row.before(w, real);
+            auto const state = [&] { return shown(w.c) + (w.map.hasProxies() ? " + proxy" : ""); };
+            std::string const before = state();
+            ReportRecorder recorder{w.model};
+            std::uint64_t const structure = w.model->structure();
+            {
+                std::optional<Transaction> transaction, inner;
+                if (around != Around::Nothing)
+                    transaction.emplace(w.model->beginTransaction(true));
+                if (around == Around::Savepoint)
+                    inner.emplace(w.model->beginTransaction(true));
+                std::optional<Model::Freezer> frozen;
+                if (around == Around::Frozen)
+                    frozen.emplace(w.model);
+                EXPECT_EQ(thrownBy([&] { w.c->getPropertyValue(ofContext(2), publicAccess); }), "");
+                EXPECT_EQ(state(), around == Around::Frozen ? before : row.read);
+                EXPECT_EQ(w.model->structure() != structure, state() != before);
+                if (inner)
+                    inner->commit(boost::none), inner.reset();
+                if (around != Around::Nothing && around != Around::RolledBack)
+                    transaction->commit(boost::none);
+            }
+            EXPECT_EQ(recorder.take(), "");
+            EXPECT_EQ(state(), around == Around::RolledBack || around == Around::Frozen ? before : row.read);
+            EXPECT_EQ(w.a->isTopLevel(), !w.map.hasProxies());
+            rollBack(w.model, [&] {   // together with changes that are told
+                w.c->getPropertyValue(ofContext(2), publicAccess);
+                add(w.c, "n"), w.b->setName("m");
+                if (real)
+                    real->setName("q"), real->destroy();
+            });
+            EXPECT_EQ(state(), around == Around::RolledBack || around == Around::Frozen ? before : row.read);
+            commit(w.model, [&] { w.c->getPropertyValue(ofContext(2), publicAccess), add(w.c, "n"); });
+            EXPECT_EQ(recorder.take(), "+n; context");
+        }
+    Crowd const w;
+    EXPECT_EQ(thrownBy([&] { w.proxy->getPropertyValue(ofContext(2), publicAccess); }), "");
 }
 
 TEST(Proxy, IsUndoneWithItsTransactionAndOutlivesItsContainer)

@@ -68,17 +68,34 @@ void expectReadableAndNothingElse(Doomed& d)
     ContextData const other = newContext(d.model ? d.model : newModel());
     auto& strings = dead.owner()->getActiveContextsMutable();
     auto& map = dead.owner()->getPropertiesMutable();
-    for (auto const& change : std::vector<std::function<void()>>{
-             [&] { dead->setName("q"); }, [&] { dead->setName("p"); }, [&] { dead->setValue(6); },
-             [&] { dead->setOwner({}); }, [&] { dead->setOwner(other); },
-             [&] { dead->notifyModifying(Property::Impl::NAME); },
-             [&] { dead->convertToProxy({}, dead->getProxyId(), {}); }, [&] { strings.push_back("y"); },
-             [&] { strings.remove("none"); }, [&] { strings.clear(); },
-             [&] { map.add(newProperty(other->getModel(), "n")); }, [&] { map.remove(dead); }, [&] { map.clear(); },
-             [&] { newProperty(other->getModel(), "n")->setOwner(dead.owner()); },
-             [&] { AbstractOwnedCollection::Operation{map}; }})
+    for (auto const& change :
+         std::vector<std::function<void()>>{[&] { dead->setName("q"); },
+                                            [&] { dead->setName("p"); },
+                                            [&] { dead->setValue(6); },
+                                            [&] { dead->setOwner({}); },
+                                            [&] { dead->setOwner(other); },
+                                            [&] { dead->notifyModifying(Property::Impl::NAME); },
+                                            [&] { dead->convertToProxy({}, dead->getProxyId(), {}); },
+                                            [&] { strings.push_back("y"); },
+                                            [&] { strings.remove("none"); },
+                                            [&] { strings.clear(); },
+                                            [&] { map.add(newProperty(other->getModel(), "n")); },
+                                            [&] { map.remove(dead); },
+                                            [&] { map.clear(); },
+                                            [&] { map.inverseAdd(newProperty(other->getModel(), "n")); },
+                                            [&] { map.inverseRemove(dead); },
+                                            [&] { map.basicAdd(newProperty(other->getModel(), "n")); },
+                                            [&] { map.basicClear(); },
+                                            [&] { strings.insert(9, "y"); },
+                                            [&] { strings.erase(9); },
+                                            [&] { dead.owner()->addProperty("n", 1); },
+                                            [&] { dead->notifyCreated(); },
+                                            [&] { dead->notifyDestroying(); },
+                                            [&] { newProperty(other->getModel(), "n")->setOwner(dead.owner()); },
+                                            [&] { AbstractOwnedCollection::Operation{map}; }})
         EXPECT_EQ(thrownBy(change), "logic_error");
     EXPECT_EQ(thrownBy([&] { other->getPropertiesMutable().add(dead); }), "CannotAddNonExistentObject");
+    EXPECT_EQ(thrownBy([&] { dead.owner()->getPropertyValue(map.getCollectionProperty(), {}); }), "");
     check();
     EXPECT_FALSE(d.model && d.model->findElement(ids[0], 1));
 }

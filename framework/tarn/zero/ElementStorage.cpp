@@ -1,7 +1,9 @@
 #include "tarn/zero/ElementStorage.h"
 
+#include "tarn/zero/ReportException.h"
 #include "tarn/zero/Value.h"
 #include "tarn/zero/meta/TypedElement.h"
+#include "tarn0/messages/Messages.h"
 
 namespace tarn::zero {
 
@@ -14,7 +16,10 @@ ModelElement::Impl::Changes::~Changes() = default;
 
 void ModelElement::Impl::Changes::setOldContainer(ModelElement const& container, meta::Property const& feature)
 {
-    setOldContainer(container.get(), feature.index());
+    unsigned long const index = feature.index();
+    if (container.get() && (index == 0 || !(feature == container->getPropertyByIndex(index))))
+        reportException(tarn0::messages::InvalidValue{Impl::describe(feature) + " of " + container->describe()});
+    setOldContainer(container.get(), index);
 }
 
 void ModelElement::Impl::Changes::setOldContainer(Impl* container, unsigned long featureIndex) noexcept
@@ -75,6 +80,7 @@ void ModelElement::Impl::Storage::recycle() noexcept
     resetChanges(boost::uuids::uuid{});
     m_previous = nullptr;
     m_displaced = nullptr;
+    m_untold = 0;
     m_created = false;
     m_destroyed = false;
     m_madeProxy = false;

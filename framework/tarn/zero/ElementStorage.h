@@ -33,7 +33,8 @@ public:
     /// Takes that back.
     void clearChanged(unsigned long index) noexcept { m_bits &= ~(std::uint64_t{1} << index); }
 
-    /// The container before the first change of it; only the first call counts.
+    /// The container before the first change of it; only the first call counts. Throws `InvalidValue`, and keeps
+    /// nothing, if `feature` is no property of the container's class.
     void setOldContainer(ModelElement const& container, meta::Property const& feature);
     void setOldContainer(Impl* container, unsigned long featureIndex) noexcept;
     /// That container; null if there was none, or if it did not change.
@@ -93,9 +94,12 @@ private:
     friend class detail::Journal;
 
     ModelElement m_element;
+    std::uint64_t toldBits() const noexcept { return changedBits() & ~m_untold; }
+
     detail::StoragePool* m_pool = nullptr;   // where it belongs
     Storage* m_previous = nullptr;           // the same element's storage of an outer level
     Impl* m_displaced = nullptr;   // the dead element or placeholder whose place in the index a created one took
+    std::uint64_t m_untold = 0;    // of the changed bits: remembered for a roll back, and not to be reported
     std::uint32_t m_level = 0;
     bool m_created = false;
     bool m_destroyed = false;

@@ -30,6 +30,31 @@ ReferenceCollection& collectionOf(ModelElement::Impl& owner, unsigned long featu
     return *collection;
 }
 
+/// The collection of that class's own feature: another class may have a property of the same index.
+ReferenceCollection* findCollection(ModelElement::Impl& owner, meta::Property const& feature)
+{
+    unsigned long const index = feature.index();
+    bool const isOwn = index != 0 && feature == owner.getPropertyByIndex(index);
+    return isOwn ? owner.referenceCollection(index) : nullptr;
+}
+
+ReferenceCollection& collectionOf(ModelElement::Impl& owner, meta::Property const& feature)
+{
+    ReferenceCollection* const collection = findCollection(owner, feature);
+    if (!collection)
+        reportException(tarn0::messages::InvalidValue{ModelElement::Impl::describe(feature) + " as a collection of " +
+                                                      owner.describe()});
+    return *collection;
+}
+
+/// Throws unless `feature` of `container` can hold the element.
+void requireContainer(ModelElement::Impl& element, ModelElement::Impl& container, meta::Property const& feature)
+{
+    if (!collectionOf(container, feature).accepts(ModelElement{&element}))
+        reportException(tarn0::messages::InvalidValue{
+            element.describe() + " in " + ModelElement::Impl::describe(feature) + " of " + container.describe()});
+}
+
 }   // namespace
 
 ModelElement::Impl::Impl(Model const& model, boost::uuids::uuid const& uuid)
@@ -77,7 +102,7 @@ void ModelElement::Impl::convertToProxy(meta::Property const& feature, ProxyId c
     refuseDead();
     if (!(id == getProxyId()) || (m_container && m_container != owner.get()))
         throw std::logic_error{"a proxy has the UUID of what it stands for and no other container: " + describe()};
-    ReferenceCollection* const collection = owner.get() ? &collectionOf(*owner.get(), feature.index()) : nullptr;
+    ReferenceCollection* const collection = owner.get() ? &collectionOf(*owner.get(), feature) : nullptr;
     Transaction transaction = begin();
     ModelElement const keep{this};
     if (collection)
@@ -98,17 +123,19 @@ meta::Property ModelElement::Impl::containmentFeature() const
 
 void ModelElement::Impl::notifyModifying(unsigned long index)
 {
-    refuseDead();
+    refuseChange();
     m_model->journal().touch(*this, index);
 }
 
 void ModelElement::Impl::notifyCreated()
 {
+    refuseChange();
     m_model->journal().created(*this);
 }
 
 void ModelElement::Impl::notifyDestroying()
 {
+    refuseChange();
     m_model->journal().destroyed(*this);
 }
 
@@ -148,8 +175,11 @@ bool ModelElement::Impl::isInTransaction() const noexcept
     return m_model && m_model->isInTransaction();
 }
 
-void ModelElement::Impl::enter(ModelElement const& element)
+void ModelElement::Impl::enter(ModelElement const& given)
 {
+    if (!given)
+        throw std::logic_error{"a null or destroyed element cannot enter a model"};
+    ModelElement const element{given};   // the hook may change what the argument stands in
     Transaction transaction = element->begin();
     element->notifyCreated();
     element->didCreate();
@@ -165,6 +195,18 @@ void ModelElement::Impl::recordContainer()
 {
     unsigned long const index = containerIndex();
     notifyModifying(index == NO_INDEX ? Changes::OFFSET_CONTAINMENT : index);
+}
+
+void ModelElement::Impl::recordContainerUntold()
+{
+    unsigned long const index = containerIndex();
+    recordUntold(index == NO_INDEX ? Changes::OFFSET_CONTAINMENT : index);
+}
+
+void ModelElement::Impl::recordUntold(unsigned long index)
+{
+    refuseChange();
+    m_model->journal().touchUntold(*this, index);
 }
 
 void ModelElement::Impl::makeUncontained()
@@ -183,8 +225,10 @@ void ModelElement::Impl::checkCircularContainment(ModelElement const& container)
             reportException(tarn0::messages::CircularContainment{describe() + " in " + describe(container)});
 }
 
-void ModelElement::Impl::basicSetContainer(Impl* container, meta::Property const& feature, unsigned long) noexcept
+void ModelElement::Impl::basicSetContainer(Impl* container, meta::Property const& feature, unsigned long)
 {
+    if (container)
+        requireContainer(*this, *container, feature);
     basicSetContainer(container, feature.index());
 }
 
@@ -196,6 +240,7 @@ void ModelElement::Impl::basicSetContainer(Impl* container, unsigned long featur
 
 void ModelElement::Impl::_setContainedByThis(Impl* child, meta::Property const& feature)
 {
+    requireContainer(*child, *this, feature);
     _setContainedByThis(child, feature.index());
 }
 
@@ -207,12 +252,16 @@ void ModelElement::Impl::_setContainedByThis(Impl* child, unsigned long featureI
 
 void ModelElement::Impl::_inverseAddThis(Impl* target, meta::Property const& feature, bool notify)
 {
-    _inverseAddThis(target, feature.index(), notify);
+    addTo(collectionOf(*target, feature), notify);
 }
 
 void ModelElement::Impl::_inverseAddThis(Impl* target, unsigned long featureIndex, bool notify)
 {
-    ReferenceCollection& collection = collectionOf(*target, featureIndex);
+    addTo(collectionOf(*target, featureIndex), notify);
+}
+
+void ModelElement::Impl::addTo(ReferenceCollection& collection, bool notify)
+{
     if (notify)
         collection.inverseAdd(ModelElement{this});
     else
@@ -221,7 +270,7 @@ void ModelElement::Impl::_inverseAddThis(Impl* target, unsigned long featureInde
 
 void ModelElement::Impl::_inverseRemoveThis(Impl* target, meta::Property const& feature)
 {
-    _inverseRemoveThis(target, feature.index());
+    collectionOf(*target, feature).inverseRemove(ModelElement{this});
 }
 
 void ModelElement::Impl::_inverseRemoveThis(Impl* target, unsigned long featureIndex)
@@ -299,6 +348,12 @@ void ModelElement::Impl::refuseDead() const
         throw std::logic_error{"the element was destroyed: " + describe()};
 }
 
+void ModelElement::Impl::refuseChange() const
+{
+    refuseDead();
+    m_model->refuseFrozen();
+}
+
 void ModelElement::Impl::refuseProxy() const
 {
     refuseDead();
@@ -342,23 +397,23 @@ void ModelElement::Impl::basicAssociate(ModelElement const&, meta::Property cons
 
 void ModelElement::Impl::inverseAdd(ModelElement const& element, meta::Property const& feature)
 {
-    collectionOf(*this, feature.index()).inverseAdd(element);
+    collectionOf(*this, feature).inverseAdd(element);
 }
 
 void ModelElement::Impl::inverseRemove(ModelElement const& element, meta::Property const& feature)
 {
-    collectionOf(*this, feature.index()).inverseRemove(element);
+    collectionOf(*this, feature).inverseRemove(element);
 }
 
 bool ModelElement::Impl::inverseContains(ModelElement const& element, meta::Property const& feature) const
 {
-    ReferenceCollection const* const collection = const_cast<Impl*>(this)->referenceCollection(feature.index());
+    ReferenceCollection const* const collection = findCollection(const_cast<Impl&>(*this), feature);
     return collection && collection->containsElement(element);
 }
 
 bool ModelElement::Impl::inverseContainsProxyTo(ModelElement const& element, meta::Property const& feature) const
 {
-    ReferenceCollection const* const collection = const_cast<Impl*>(this)->referenceCollection(feature.index());
+    ReferenceCollection const* const collection = findCollection(const_cast<Impl&>(*this), feature);
     return collection && element.get() && collection->containsProxy(element->getProxyId());
 }
 

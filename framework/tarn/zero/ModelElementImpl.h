@@ -61,8 +61,10 @@ public:
     /// The identity by which other models name this element; `persistent` or not, it is the UUID.
     ProxyId getPersistentProxyId(bool persistent) const noexcept;
     /// Makes this element a placeholder for `id`, whose UUID it has, held in `feature` of `owner` (which may be null:
-    /// uncontained). The model no longer finds it, so that what it stands for can be found when it comes. Throws
-    /// `std::logic_error` if the UUIDs differ, or the element is contained elsewhere or dead.
+    /// uncontained). The model no longer finds it, so that what it stands for can be found when it comes. Throws, and
+    /// changes nothing: `std::logic_error` if the UUIDs differ, or the element is contained elsewhere or dead;
+    /// `InvalidValue` if `feature` is no collection of `owner`; `UniquenessConstraint` if that holds another
+    /// placeholder for `id`; what else adding to it throws.
     void convertToProxy(meta::Property const& feature, ProxyId const& id, ModelElement const& owner);
 
     /// True when nothing contains the element.
@@ -85,7 +87,8 @@ public:
     // Changing, called by element classes inside a transaction
 
     /// Announces a change of property `index`: the open transaction keeps the value of before its first change.
-    /// Throws `std::logic_error` without an open transaction or on a dead element; nothing is recorded then.
+    /// Throws `std::logic_error` without an open transaction or on a dead element and `ModelFrozen` in a frozen model,
+    /// whatever changes and through which operation; nothing is recorded then.
     void notifyModifying(unsigned long index);
     /// Enters the element into its model, as created by the open transaction.
     void notifyCreated();
@@ -97,13 +100,21 @@ public:
     /// Throws `CircularContainment` if `container` is this element or lives inside it.
     void checkCircularContainment(ModelElement const& container) const;
     /// Sets the container link and tells nobody. `index` is the property of this class that names its container.
-    void basicSetContainer(Impl* container, meta::Property const& feature, unsigned long index) noexcept;
+    /// Throws `InvalidValue` unless `feature` is a collection of the container that takes this element.
+    void basicSetContainer(Impl* container, meta::Property const& feature, unsigned long index);
+    /// Sets the link by the index of a collection of the container, which the caller vouches for.
     void basicSetContainer(Impl* container, unsigned long featureIndex) noexcept;
     /// Keeps the present container as the old one, before it changes.
     void recordContainer();
-    /// Makes `child` contained by this element: its old value and old container are kept, its link is set.
+    /// Keep the container, or property `index`, for a roll back only: no report tells of the change that follows.
+    void recordContainerUntold();
+    void recordUntold(unsigned long index);
+    /// Makes `child` contained by this element: its old value and old container are kept, its link is set. Throws
+    /// `InvalidValue` unless `feature` is a collection of this element that takes the child.
     void _setContainedByThis(Impl* child, meta::Property const& feature);
     void _setContainedByThis(Impl* child, unsigned long featureIndex);
+
+    // Each of these throws `InvalidValue` for a feature that is no collection of the target's class.
 
     /// Adds this element to `feature` of `target` (removes it, tests it); `notify` announces the change of `target`.
     void _inverseAddThis(Impl* target, meta::Property const& feature, bool notify);
@@ -134,6 +145,8 @@ public:
 
     /// Throws `std::logic_error` on a dead element.
     void refuseDead() const;
+    /// Throws what refuses every change: a dead element, a frozen model.
+    void refuseChange() const;
     /// True from the beginning of its destruction: its contents need not leave it one by one.
     bool isBeingDestroyed() const noexcept { return m_destroying; }
     /// Marks that beginning.
@@ -185,7 +198,8 @@ public:
     virtual void basicDisassociateAll();
     /// Puts placeholders where this element refers to others; the base refers to none.
     virtual void convertReferencesToProxies(bool recursive, boost::optional<ProxyId>& id);
-    /// The opposite side changed: add `element` to (remove it from) the collection `feature`. The base refuses.
+    /// The opposite side changed: add `element` to (remove it from) the collection `feature`. Throws `InvalidValue` for
+    /// a feature that is no collection of this class, whatever its index.
     virtual void inverseAdd(ModelElement const& element, meta::Property const& feature);
     /// The opposite side let go: removes `element` from the collection `feature`.
     virtual void inverseRemove(ModelElement const& element, meta::Property const& feature);
@@ -272,6 +286,7 @@ private:
     friend class detail::Journal;
     friend class Invariants;
 
+    STUDIO_DATA_LOCAL void addTo(ReferenceCollection& collection, bool notify);
     void revive() noexcept;
     static bool derives(Impl const* type, Impl const* base) noexcept;
 

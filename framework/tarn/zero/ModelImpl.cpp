@@ -59,10 +59,9 @@ Transaction Model::Impl::beginDestruction()
     return Transaction{Model{this}, m_journal->begin()};
 }
 
-void Model::Impl::refuseFrozen() const
+void Model::Impl::refuseAsFrozen() const
 {
-    if (m_freezers != 0 && m_thawers == 0)
-        reportException(tarn0::messages::ModelFrozen{fl::i18n::ustring_to_utf8_lossy(m_name)});
+    reportException(tarn0::messages::ModelFrozen{fl::i18n::ustring_to_utf8_lossy(m_name)});
 }
 
 bool Model::Impl::isInTransaction() const noexcept

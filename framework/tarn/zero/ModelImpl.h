@@ -25,6 +25,8 @@ public:
     /// true; to the model both are the same. Throws `ModelFrozen` on a frozen model, and `std::runtime_error` inside of
     /// too many commits, see `setNestingLimit`; nothing is touched then.
     [[nodiscard]] Transaction beginTransaction(bool groupsChanges);
+    /// True while changes are refused with `ModelFrozen`, in an open transaction too.
+    bool isFrozen() const noexcept { return m_freezers != 0 && m_thawers == 0; }
     /// True while a transaction is open.
     bool isInTransaction() const noexcept;
 
@@ -87,7 +89,12 @@ private:
     ~Impl() override;
 
     void addHolder(std::shared_ptr<ListenerHolderBase> holder);
-    STUDIO_DATA_LOCAL void refuseFrozen() const;
+    void refuseFrozen() const
+    {
+        if (isFrozen())
+            refuseAsFrozen();
+    }
+    [[noreturn]] void refuseAsFrozen() const;
     /// The one way into a transaction. Answers the number of the level.
     STUDIO_DATA_LOCAL std::uint64_t open();
     /// The same without regard to the depth of deliveries.

@@ -80,6 +80,7 @@ Property ContextData::Impl::createIntoProperties(Property::BuilderWrapper builde
 
 void ContextData::Impl::addProperty(std::string const& name, PropertyValue const& value)
 {
+    refuseProxy();
     OwnTransaction transaction{*getModelImpl()};
     Property const property = Property::Impl::createWith(getModel(), boost::uuids::uuid{}, name, value);
     try {

@@ -194,6 +194,24 @@ TEST(Reflection, OppositeSideIsKeptInStep)
         w.c->inverseRemove(w.b, contextProperty(2));
     });
     EXPECT_EQ(w.state(), "x,y: a=1 lone=3 | : | lone*");
+    meta::Property const stranger = propertyProperty(2);   // has the index of the context's properties
+    EXPECT_FALSE(w.c->inverseContains(w.a, stranger) || w.c->inverseContainsProxyTo(w.a, stranger));
+    for (auto const& [refused, thrown] : std::vector<std::pair<std::function<void()>, char const*>>{
+             {[&] { w.c->inverseAdd(w.b, stranger); }, "InvalidValue"},
+             {[&] { w.c->inverseRemove(w.a, stranger); }, "InvalidValue"},
+             {[&] { w.b->_inverseAddThis(w.c.get(), stranger, true); }, "InvalidValue"},
+             {[&] { w.b->_inverseAddThis(w.c.get(), stranger, false); }, "InvalidValue"},
+             {[&] { w.a->_inverseRemoveThis(w.c.get(), stranger); }, "InvalidValue"},
+             {[&] { w.c->_setContainedByThis(w.b.get(), stranger); }, "InvalidValue"},
+             {[&] { w.b->basicSetContainer(w.c.get(), stranger, 3); }, "InvalidValue"},
+             {[&] { w.b->convertToProxy(stranger, w.b->getProxyId(), w.c); }, "InvalidValue"},
+             {[&] { w.a->createChanges()->setOldContainer(w.c, stranger); }, "InvalidValue"},
+             {[&] { w.c->basicSetContainer(w.d.get(), contextProperty(2), 3); }, "InvalidValue"},
+             {[&] { w.d->_setContainedByThis(w.c.get(), contextProperty(2)); }, "InvalidValue"},
+             {[&] { w.c->inverseAdd(w.d, contextProperty(2)); }, "CannotAddIncompatibleTypes"},
+             {[&] { w.d->_inverseAddThis(w.c.get(), contextProperty(2), false); }, "CannotAddIncompatibleTypes"}})
+        commit(w.model, [&, &refused = refused, thrown = thrown] { EXPECT_EQ(thrownBy(refused), thrown); });
+    EXPECT_EQ(w.state(), "x,y: a=1 lone=3 | : | lone*");
     EXPECT_EQ(thrownBy([&] { w.c->checkCircularContainment(w.a); }), "CircularContainment");
     EXPECT_EQ(thrownBy([&] { w.c->checkCircularContainment(w.c); }), "CircularContainment");
     EXPECT_EQ(thrownBy([&] { w.a->checkCircularContainment(w.c); }), "");

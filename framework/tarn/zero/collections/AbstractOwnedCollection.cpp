@@ -78,6 +78,12 @@ void AbstractOwnedCollection::refuseUnmodifiable() const
         m_owner->refuseProxy();
 }
 
+void AbstractOwnedCollection::refuseUnchangeable() const
+{
+    if (m_owner)
+        m_owner->refuseChange();
+}
+
 std::string AbstractOwnedCollection::refused(std::string const& what) const
 {
     if (!m_owner)

@@ -14,8 +14,8 @@ namespace tarn::zero {
 
 /// A collection that is a property of an element, or stands alone ("detached"). Every change of an owned one is first
 /// announced to its owner, so that the open transaction can undo it; a change outside of a transaction makes one of its
-/// own. A change of a collection whose owner is dead throws `std::logic_error`, of a proxy's `CannotModifyProxy`,
-/// before anything is touched.
+/// own. A change of a collection whose owner is dead throws `std::logic_error`, of a proxy's `CannotModifyProxy`, of
+/// one in a frozen model `ModelFrozen`, before anything is touched.
 class STUDIO_DATA_EXPORT AbstractOwnedCollection {
 public:
     class Operation;
@@ -33,8 +33,10 @@ public:
     /// The meta property that the collection is; null when detached.
     meta::Property getCollectionProperty() const;
 
-    /// Announces the change that `descriptor` tells. Needs an open transaction when the collection is owned.
-    void modifying(OCDChangeDescriptor const& descriptor);
+    /// Announces the change that `descriptor` describes, before it is made. A derived collection may override this to
+    /// observe its changes; it calls the base first, which may refuse. *Throws*, and nothing is recorded then: what
+    /// every change throws because of the owner; `std::logic_error` when an owned collection has no open transaction.
+    virtual void modifying(OCDChangeDescriptor const& descriptor);
     /// A descriptor for changes that nobody could describe in detail.
     OCDChangeDescriptor getGiveUpDescriptor() const noexcept;
 
@@ -49,8 +51,10 @@ protected:
 
     /// The owner, borrowed; null when detached.
     ModelElement::Impl* ownerImpl() const noexcept { return m_owner; }
-    /// Throws what a change would throw that is refused because of the owner.
+    /// Throws what a change would throw that is refused because of the owner, whatever the state of the model.
     void refuseUnmodifiable() const;
+    /// Throws if not even an element class may change the collection: its owner is dead or its model frozen.
+    void refuseUnchangeable() const;
     /// What is refused, for messages: `WHAT in properties of ContextData (0f8fad5b-…)`.
     std::string refused(std::string const& what) const;
     /// *Throws* `std::out_of_range`.

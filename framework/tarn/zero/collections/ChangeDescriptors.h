@@ -49,14 +49,20 @@ private:
     ModelElement m_element;
 };
 
-/// The place and the element of a change of a sequence.
+/// The place and the element of a change of a sequence: where the element will stand, or stands until then. Announced
+/// by sequences of elements before each change of one element. *Cost*: made on the stack; only `createChange`
+/// allocates.
 class STUDIO_DATA_EXPORT OCDChangeDescriptorOfModelElementSequence : public OCDChangeDescriptor {
 public:
     /// A change of that kind, at that place, of that element.
     OCDChangeDescriptorOfModelElementSequence(Kind kind, std::size_t index, ModelElement element) noexcept;
     ~OCDChangeDescriptorOfModelElementSequence() override;
 
-    /// The change as a record to keep.
+    /// Where.
+    std::size_t index() const noexcept { return m_index; }
+    /// With which element.
+    ModelElement const& element() const noexcept { return m_element; }
+    /// The change as a record to keep beyond the announcement.
     std::unique_ptr<OCDChangeOfModelElementSequence> createChange() const;
 
 private:

@@ -35,8 +35,12 @@ class STUDIO_DATA_EXPORT ElementMapBase : public GenericMapInterface {};
 
 /// Elements by a key that each of them carries (texts in byte order), every key once. Iteration yields handles in order
 /// of the key; a change ends it. Look-ups take a view and answer borrowed pointers; they and changes cost the same in a
-/// map of any size, the first iteration after changes sorts. Placeholders for elements of other models stand in a table
-/// of their own and are not found by key.
+/// map of any size, the first iteration after additions sorts. Placeholders for elements of other models stand in a
+/// table of their own, one of each identity, and are not found by key.
+///
+/// The map of an element follows the names of its elements. A detached map, such as the old value in a report, follows
+/// nothing: it keeps the key that each element had when the map was made, or when the element was added to it, for
+/// look-ups, order and removal, whatever the element is called later.
 template <class Key, class E, class KeyOf = NameKey>
 class ElementMap final : public TypedReferenceCollectionWithProxies<E, detail::KeyedElements<Key, E, KeyOf>>,
                          public ElementMapBase {
@@ -53,7 +57,8 @@ public:
     /// How a key is looked up: without a copy.
     using KeyView = detail::KeyView<Key>;
 
-    ElementMap() : Base{false} {}
+    /// An empty detached map.
+    ElementMap() : Base{false} { this->m_elements.keepKeys(); }
     ElementMap(ModelElement::Impl& owner, unsigned long featureIndex, bool composite)
         : Base{owner, featureIndex, composite}
     {}
@@ -73,57 +78,15 @@ public:
 
     bool containsElement(ModelElement const& element) const noexcept override
     {
-        if (!element.get() || !isInstance<E>(element))
+        if (!element.get() || !this->accepts(element))
             return false;
-        if (element->isProxy())
-            return this->containsProxy(element->getProxyId());
-        return findImpl(Set::keyOf(Base::typed(element))) == element.get();
+        return this->m_elements.contains(Base::typed(element)) || this->holdsProxy(element);
     }
 
-    void basicAdd(ModelElement const& element) override
-    {
-        E const typed = Base::typed(element);
-        if (element->isProxy())
-            return this->addProxy(typed);
-        if (findImpl(Set::keyOf(typed)))
-            refuseKey(element);
-        this->m_elements.reserveOne();
-        if (m_memories.newest)
-            m_memories.newest->inserting(typed);
-        this->m_elements.insert(typed);
-    }
     /// Room for that many elements in all.
     void reserve(std::size_t count) { this->m_elements.reserve(count); }
-    /// Adds without notification what resolving a placeholder brought.
-    void resolveAdd(E const& element) { basicAdd(element); }
-
-    void basicRemove(ModelElement const& element) override
-    {
-        E const typed = Base::typed(element);
-        if (element->isProxy()) {
-            this->removeProxy(element);
-            return;
-        }
-        if (findImpl(Set::keyOf(typed)) != typed.get())
-            return;
-        if (m_memories.newest)
-            m_memories.newest->erasing(typed);
-        this->m_elements.erase(typed);
-    }
-    void basicClear() override
-    {
-        if (m_memories.newest)
-            m_memories.newest->clearing(this->m_elements);
-        else
-            this->m_elements.clear();
-        this->clearProxies();
-    }
-    void basicCopyValues(ReferenceCollection const& source) override
-    {
-        for (E const& element : static_cast<ElementMap const&>(source))
-            if (!findImpl(Set::keyOf(element)))
-                basicAdd(element);
-    }
+    /// Adds what resolving a placeholder brought, as `basicAdd`.
+    void resolveAdd(E const& element) { this->basicAdd(element); }
 
     void genericAdd(Value const& value) override { this->addElement(Base::elementIn(value)); }
     void genericRemove(Value const& value) override { this->removeElement(Base::elementIn(value)); }
@@ -178,27 +141,73 @@ public:
         return !left || left->Uuid() == this->begin()->Uuid();
     }
     static Kept keep(Old const& old) { return old.elements(); }
-    /// A map of its own with those elements under the keys they have now; the first of a key wins.
+    /// A detached map with those elements under the keys they have now; the first of a key wins.
     static std::unique_ptr<ElementMap> detached(Kept const& elements)
     {
         auto map = std::make_unique<ElementMap>();
         for (E const& element : elements)
             if (!map->containsKey(Set::keyOf(element)))
-                map->basicAdd(element);
+                map->putKeyed(element);   // one that became a placeholder since, too
         return map;
     }
 
 protected:
-    void checkRoom(ModelElement const& element) const override
+    bool hasRoom(ModelElement const& element) const noexcept override
     {
-        if (!element->isProxy() && findImpl(Set::keyOf(Base::typed(element))))
-            refuseKey(element);
+        E const typed = Base::typed(element);
+        if (this->m_elements.keepsKeys() && this->m_elements.contains(typed))
+            return false;   // it stands under the key of then
+        return typed->isProxy() ? !this->containsProxy(typed->getProxyId()) : !containsKey(Set::keyOf(typed));
+    }
+    [[noreturn]] void refuseRoom(ModelElement const& element) const override
+    {
+        reportException(tarn0::messages::UniquenessConstraint{this->refused(element->describe())});
+    }
+    void put(std::size_t, ModelElement const& element) override
+    {
+        E const typed = Base::typed(element);
+        if (typed->isProxy())
+            this->addProxy(typed);
+        else
+            putKeyed(typed);
+    }
+    void takeOut(ModelElement const& element) override
+    {
+        E const typed = Base::typed(element);
+        if (this->holdsProxy(typed))
+            return this->removeProxy(typed);
+        if (m_memories.newest)
+            m_memories.newest->erasing(typed);
+        this->m_elements.erase(typed);
+    }
+    void takeOutAll() override
+    {
+        if (m_memories.newest)
+            m_memories.newest->clearing(this->m_elements);
+        else
+            this->m_elements.clear();
+        this->clearProxies();
+    }
+    void putAll(ReferenceCollection const& source) override
+    {
+        for (E const& element : static_cast<ElementMap const&>(source))
+            if (hasRoom(element))
+                put(0, element);
+    }
+    void replaceProxy(ModelElement const& proxy, ModelElement const& element) override
+    {
+        if (!containsElement(element))
+            resolveAdd(Base::typed(element));
+        this->removeProxy(proxy);
     }
 
 private:
-    [[noreturn]] void refuseKey(ModelElement const& element) const
+    void putKeyed(E const& element)
     {
-        reportException(tarn0::messages::UniquenessConstraint{this->refused(element->describe())});
+        this->m_elements.reserveFor(element);
+        if (m_memories.newest)
+            m_memories.newest->inserting(element);
+        this->m_elements.insert(element);
     }
 
     typename Old::Chain m_memories;

@@ -10,8 +10,11 @@
 namespace tarn::zero {
 
 /// Elements in an order that is theirs to keep, each once: a second copy throws `CannotAddSecondObject`.
+///
+/// Every change of one element is announced with an `OCDChangeDescriptorOfModelElementSequence`; moving an element is a
+/// `Remove` and an `Add`. A class that derives from the sequence overrides `modifying` to observe them.
 template <class E>
-class ElementSequence final : public TypedReferenceCollection<E, std::vector<E>>, public GenericSequenceInterface {
+class ElementSequence : public TypedReferenceCollection<E, std::vector<E>>, public GenericSequenceInterface {
     using Base = TypedReferenceCollection<E, std::vector<E>>;
 
 public:
@@ -38,11 +41,7 @@ public:
     {
         if (index > this->size())
             this->refuseIndex(index, this->size());
-        AbstractOwnedCollection::Operation operation{*this};
-        this->addElement(element);
-        std::rotate(this->m_elements.begin() + static_cast<std::ptrdiff_t>(index), this->m_elements.end() - 1,
-                    this->m_elements.end());
-        operation.commit();
+        this->addAt(index, element);
     }
     /// Takes out the element there; past the end throws `std::out_of_range`.
     void erase(std::size_t index) { this->removeElement(at(index)); }
@@ -53,29 +52,15 @@ public:
     {
         return position(element) != this->end();
     }
-    void basicAdd(ModelElement const& element) override { this->m_elements.push_back(Base::typed(element)); }
-    void basicRemove(ModelElement const& element) override
-    {
-        if (auto const found = position(element); found != this->end())
-            this->m_elements.erase(found);
-    }
-    void basicClear() override { this->m_elements.clear(); }
-    void basicCopyValues(ReferenceCollection const& source) override
-    {
-        this->m_elements = static_cast<ElementSequence const&>(source).m_elements;
-    }
-
     void genericAdd(Value const& value) override { this->addElement(Base::elementIn(value)); }
     void genericRemove(Value const& value) override { this->removeElement(Base::elementIn(value)); }
     void genericEnsureAt(std::size_t index, Value const& value) override
     {
-        E const element = Base::typed(Base::elementIn(value));
-        AbstractOwnedCollection::Operation operation{*this};
-        if (indexOf(element) != npos && indexOf(element) != index)
-            this->removeElement(element);
-        if (indexOf(element) == npos)
-            insert(std::min(index, this->size()), element);
-        operation.commit();
+        ModelElement const element = Base::elementIn(value);
+        if (std::size_t const from = indexOf(element); from != npos)
+            move(from, std::min(index, this->size() - 1));
+        else
+            this->addAt(std::min(index, this->size()), element);
     }
     bool genericEmpty() const noexcept override { return this->empty(); }
 
@@ -103,13 +88,51 @@ public:
     }
 
 protected:
-    void checkRoom(ModelElement const& element) const override
+    using Kind = OCDChangeDescriptor::Kind;
+
+    bool hasRoom(ModelElement const& element) const noexcept override { return !containsElement(element); }
+    [[noreturn]] void refuseRoom(ModelElement const& element) const override
     {
-        if (containsElement(element))
-            reportException(tarn0::messages::CannotAddSecondObject{this->refused(element->describe())});
+        reportException(tarn0::messages::CannotAddSecondObject{this->refused(element->describe())});
+    }
+    void put(std::size_t index, ModelElement const& element) override
+    {
+        E typed = Base::typed(element);
+        this->m_elements.insert(this->begin() + offset(index), std::move(typed));
+    }
+    void takeOut(ModelElement const& element) override { this->m_elements.erase(position(element)); }
+    void takeOutAll() override { this->m_elements.clear(); }
+    void putAll(ReferenceCollection const& source) override
+    {
+        for (E const& element : static_cast<ElementSequence const&>(source))
+            if (hasRoom(element))
+                put(Base::END, element);
+    }
+    void announce(Kind kind, std::size_t index, ModelElement const& element) override
+    {
+        auto const place = kind == Kind::Remove ? indexOf(element) : static_cast<std::size_t>(offset(index));
+        this->modifying(OCDChangeDescriptorOfModelElementSequence{kind, place, element});
     }
 
 private:
+    std::ptrdiff_t offset(std::size_t index) const noexcept
+    {
+        return static_cast<std::ptrdiff_t>(std::min(index, this->size()));
+    }
+    void move(std::size_t from, std::size_t to)
+    {
+        this->refuseUnmodifiable();
+        if (from == to)
+            return;
+        AbstractOwnedCollection::Operation operation{*this};
+        E const element = at(from);
+        announce(Kind::Remove, from, element);
+        this->modifying(OCDChangeDescriptorOfModelElementSequence{Kind::Add, to, element});
+        auto const first = this->m_elements.begin() + static_cast<std::ptrdiff_t>(std::min(from, to));
+        auto const last = this->m_elements.begin() + static_cast<std::ptrdiff_t>(std::max(from, to)) + 1;
+        std::rotate(first, from < to ? first + 1 : last - 1, last);
+        operation.commit();
+    }
     typename std::vector<E>::const_iterator position(ModelElement const& element) const noexcept
     {
         return std::find(this->begin(), this->end(), element);

@@ -6,9 +6,12 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -18,36 +21,99 @@ namespace tarn::zero::detail {
 template <class Key>
 using KeyView = std::conditional_t<std::is_same_v<Key, std::string>, std::string_view, Key>;
 
-/// Handles of elements by the key that each of them carries, every key once. A look-up hashes the key; the order is
-/// made when somebody walks, and kept until the next change. A key is read from its element and kept nowhere else: it
-/// must not change while the element is in here. About 24 bytes an element.
+/// Handles of elements by key, every key once. A look-up hashes the key; the order is made by a walk and kept until an
+/// insertion. About 24 bytes an element.
+///
+/// A key is read from its element and kept nowhere else: it must not change while the element is in here. After
+/// `keepKeys` the table keeps the key that each element had when it came in, and elements may change theirs.
+///
+/// The handles stand in a list with gaps, null handles, where elements were erased. Of the list's parts
+///
+///     0 ... m_first ... m_sorted ... size
+///
+/// the first holds gaps only, the second is in order, the third is in order of insertion; the last handle is no gap.
+/// *Cost*: gaps are closed when they outnumber the elements, so an erasure reads an amortised constant number of keys.
+/// A walk after insertions sorts what was inserted and the elements behind the first of those.
 template <class Key, class E, class KeyOf>
 class KeyedElements {
     using List = std::vector<E>;
     using Index = services::PositionIndex;
+    using Kept = std::unordered_map<void const*, Key>;
 
 public:
     using View = KeyView<Key>;
-    using const_iterator = typename List::const_iterator;
 
+    /// Walks over the elements and skips the gaps. Any change of the table ends it.
+    class const_iterator {
+    public:
+        using iterator_category = std::bidirectional_iterator_tag;
+        using value_type = E;
+        using difference_type = std::ptrdiff_t;
+        using pointer = E const*;
+        using reference = E const&;
+
+        const_iterator() noexcept = default;
+        const_iterator(E const* at, E const* end) noexcept : m_at{at}, m_end{end} {}
+
+        reference operator*() const noexcept { return *m_at; }
+        pointer operator->() const noexcept { return m_at; }
+        const_iterator& operator++() noexcept
+        {
+            do
+                ++m_at;
+            while (m_at != m_end && !m_at->get());
+            return *this;
+        }
+        const_iterator& operator--() noexcept
+        {
+            do
+                --m_at;
+            while (!m_at->get());
+            return *this;
+        }
+        const_iterator operator++(int) noexcept
+        {
+            const_iterator const before = *this;
+            ++*this;
+            return before;
+        }
+        const_iterator operator--(int) noexcept
+        {
+            const_iterator const before = *this;
+            --*this;
+            return before;
+        }
+        friend bool operator==(const_iterator const& left, const_iterator const& right) noexcept
+        {
+            return left.m_at == right.m_at;
+        }
+
+    private:
+        E const* m_at = nullptr;
+        E const* m_end = nullptr;
+    };
+
+    /// The key that the element carries now.
     static View keyOf(E const& element) { return KeyOf{}(*element.operator->()); }
 
-    std::size_t size() const noexcept { return m_list.size(); }
+    /// Keeps the keys from now on. *Requires* an empty table.
+    void keepKeys() { m_kept = std::make_unique<Kept>(); }
+    bool keepsKeys() const noexcept { return m_kept != nullptr; }
+
+    std::size_t size() const noexcept { return m_list.size() - m_gaps; }
     bool empty() const noexcept { return m_list.empty(); }
     /// True if one of the keys is a path, by `KeyOf::isPath`.
     bool hasPaths() const noexcept { return m_paths != 0; }
-    /// In order of the keys. *Cost*: after changes they are sorted first. The next change ends the walk.
+    /// In order of the keys. *Cost*: see the class.
     const_iterator begin() const noexcept
     {
-        if (m_sorted != m_list.size())
-            sort();
-        return m_list.begin();
+        sort();
+        return {m_list.data() + m_first, m_list.data() + m_list.size()};
     }
     const_iterator end() const noexcept
     {
-        if (m_sorted != m_list.size())
-            sort();
-        return m_list.end();
+        sort();
+        return {m_list.data() + m_list.size(), m_list.data() + m_list.size()};
     }
 
     /// The element under that key; null if there is none.
@@ -56,57 +122,77 @@ public:
         std::uint32_t const place = placeOf(hashOf(key), key);
         return place == Index::NOWHERE ? nullptr : &m_list[place];
     }
+    /// True if that very element is in here.
+    bool contains(E const& element) const noexcept
+    {
+        if (m_kept && m_kept->count(element.get()) == 0)
+            return false;
+        E const* const found = find(keyIn(element));
+        return found && *found == element;
+    }
 
     /// Room for that many in all. *Throws* `std::bad_alloc` and changes nothing.
     void reserve(std::size_t count)
     {
-        m_list.reserve(count);
+        m_list.reserve(count + m_gaps);
         m_index.reserve(count);
     }
-    /// The same for one more than now, growing geometrically.
-    void reserveOne()
+    /// Room for that element, which the table does not hold. Grows geometrically, or closes the gaps when there are
+    /// enough of them to last. *Throws* `std::bad_alloc` and changes nothing.
+    void reserveFor(E const& element)
     {
-        if (m_list.size() == m_list.capacity())
-            m_list.reserve(std::max<std::size_t>(4, m_list.size() + m_list.size() / 2));
-        m_index.reserve(m_list.size() + 1);
+        m_index.reserve(size() + 1);
+        if (m_list.size() == m_list.capacity()) {
+            if (m_gaps > size() / 4)
+                closeGaps();
+            else
+                m_list.reserve(std::max<std::size_t>(4, m_list.size() + m_list.size() / 2));
+        }
+        if (m_kept)
+            m_kept->insert_or_assign(element.get(), Key{keyOf(element)});
     }
-    /// Enters an element under a key that is free. There is room for it: what was erased has left its own behind.
+    /// Enters an element under a key that is free. There is room for it: reserved, or left behind by an erased one.
     void insert(E element) noexcept
     {
-        View const key = keyOf(element);
+        if (m_list.size() == m_list.capacity())
+            closeGaps();
+        View const key = keyIn(element);
         m_index.insert(hashOf(key), static_cast<std::uint32_t>(m_list.size()));
-        if (m_sorted == m_list.size() && (m_list.empty() || keyOf(m_list.back()) < key))
+        if (m_sorted == m_list.size() && (m_list.empty() || keyIn(m_list.back()) < key))
             ++m_sorted;
         m_paths += KeyOf::isPath(key);
         m_list.push_back(std::move(element));
     }
-    /// Takes out just that element; false if it is not here.
+    /// Takes out just that element; false if it is not here. The order of the others stays.
     bool erase(E const& element) noexcept
     {
-        View const key = keyOf(element);
+        if (m_kept && m_kept->count(element.get()) == 0)
+            return false;
+        View const key = keyIn(element);
         Index::Hash const hash = hashOf(key);
         std::uint32_t const place = placeOf(hash, key);
         if (place == Index::NOWHERE || !(m_list[place] == element))
             return false;
         m_index.erase(hash, place);
         m_paths -= KeyOf::isPath(key);
-        auto const last = static_cast<std::uint32_t>(m_list.size() - 1);
-        E const gone = std::move(m_list[place]);   // it may be the argument, and be let go of last
-        if (place != last) {
-            m_index.move(hashOf(keyOf(m_list[last])), last, place);
-            m_list[place] = std::move(m_list[last]);
-        }
-        m_list.pop_back();
-        m_sorted = std::min(m_sorted, place == last ? last : place);
+        E const gone = std::move(m_list[place]);   // it may be the argument; released last
+        ++m_gaps;
+        if (m_kept)
+            m_kept->erase(gone.get());
+        trim();
+        if (m_gaps > size() + 16)
+            closeGaps();
         return true;
     }
     void clear() noexcept
     {
         m_index.clear();
-        m_sorted = 0;
+        m_first = m_sorted = m_gaps = 0;
         m_paths = 0;
+        if (m_kept)
+            m_kept->clear();
         List gone;
-        gone.swap(m_list);   // elements that are let go of may look here
+        gone.swap(m_list);   // elements that are released may look here
         gone.clear();
         if (m_list.empty())
             m_list.swap(gone);   // its room
@@ -117,27 +203,100 @@ private:
     {
         return Index::fold(services::hashers::TARN0Hasher<View>{}(key));
     }
+    /// The key under which the table knows an element that it holds.
+    View keyIn(E const& element) const noexcept
+    {
+        if (m_kept)
+            return m_kept->find(element.get())->second;
+        return keyOf(element);
+    }
+    Index::Hash hashAt(std::size_t place) const noexcept { return hashOf(keyIn(m_list[place])); }
     std::uint32_t placeOf(Index::Hash hash, View const& key) const noexcept
     {
-        return m_index.find(hash, [&](std::uint32_t place) { return keyOf(m_list[place]) == key; });
+        return m_index.find(hash, [&](std::uint32_t place) { return keyIn(m_list[place]) == key; });
     }
+    bool isGap(std::size_t place) const noexcept { return m_list[place].get() == nullptr; }
+
+    /// Drops the gaps at the end, and passes those at the front.
+    void trim() noexcept
+    {
+        for (; !m_list.empty() && !m_list.back().get(); m_list.pop_back())
+            --m_gaps;
+        if (m_list.empty())
+            m_first = 0;
+        while (m_first != m_list.size() && isGap(m_first))
+            ++m_first;
+        m_sorted = std::clamp(m_sorted, m_first, m_list.size());
+    }
+    void closeGaps() noexcept
+    {
+        std::size_t to = 0;
+        std::size_t sorted = 0;
+        for (std::size_t place = m_first; place != m_list.size(); ++place) {
+            if (isGap(place))
+                continue;
+            if (place != to) {
+                m_index.move(hashAt(place), static_cast<std::uint32_t>(place), static_cast<std::uint32_t>(to));
+                m_list[to] = std::move(m_list[place]);
+            }
+            ++to;
+            if (place < m_sorted)
+                sorted = to;
+        }
+        m_list.erase(m_list.begin() + static_cast<std::ptrdiff_t>(to), m_list.end());
+        m_first = m_gaps = 0;
+        m_sorted = sorted;
+    }
+
     void sort() const noexcept
     {
-        auto const earlier = [](E const& left, E const& right) { return keyOf(left) < keyOf(right); };
-        auto const middle = m_list.begin() + static_cast<std::ptrdiff_t>(m_sorted);
+        if (m_sorted != m_list.size())
+            sortInserted();
+    }
+    /// Sorts the third part, and merges it with the elements of the second that belong behind its least.
+    void sortInserted() const noexcept
+    {
+        auto const earlier = [this](E const& left, E const& right) { return keyIn(left) < keyIn(right); };
+        auto const at = [this](std::size_t place) { return m_list.begin() + static_cast<std::ptrdiff_t>(place); };
+        E const* least = &m_list.back();
+        for (std::size_t place = m_sorted; place != m_list.size(); ++place)
+            if (!isGap(place) && earlier(m_list[place], *least))
+                least = &m_list[place];
+        std::size_t first = m_sorted;   // of those that move
+        std::size_t behind = 0;         // the sorted ones among them
+        for (std::size_t place = m_sorted; place != m_first; --place)
+            if (!isGap(place - 1)) {
+                if (earlier(m_list[place - 1], *least))
+                    break;
+                first = place - 1;
+                ++behind;
+            }
+        bool const areMost = m_list.size() - first > size() / 2;
+        if (areMost)
+            m_index.clear();
+        for (std::size_t place = first; place != m_list.size() && !areMost; ++place)
+            if (!isGap(place))
+                m_index.erase(hashAt(place), static_cast<std::uint32_t>(place));
+        auto const last = std::remove_if(at(first), m_list.end(), [](E const& element) { return !element.get(); });
+        m_gaps -= static_cast<std::size_t>(m_list.end() - last);
+        m_list.erase(last, m_list.end());
+        auto const middle = at(first + behind);
         std::sort(middle, m_list.end(), earlier);
-        std::inplace_merge(m_list.begin(), middle, m_list.end(), earlier);
-        m_index.clear();
-        for (std::size_t place = 0; place != m_list.size(); ++place)
-            m_index.insert(hashOf(keyOf(m_list[place])), static_cast<std::uint32_t>(place));
-        m_sorted = static_cast<std::uint32_t>(m_list.size());
+        std::inplace_merge(at(first), middle, m_list.end(), earlier);
+        m_sorted = m_list.size();
+        for (std::size_t place = areMost ? m_first : first; place != m_list.size(); ++place)
+            if (!isGap(place))
+                m_index.insert(hashAt(place), static_cast<std::uint32_t>(place));
     }
 
     // Mutable: their order is not part of what the table holds.
     mutable List m_list;
     mutable Index m_index;
-    mutable std::uint32_t m_sorted = 0;   // so many at the front are in order
-    std::uint32_t m_paths = 0;
+    mutable std::size_t m_first = 0;
+    mutable std::size_t m_sorted = 0;
+    mutable std::size_t m_gaps = 0;
+    std::size_t m_paths = 0;
+    std::unique_ptr<Kept> m_kept;   // by element; null while keys are read from the elements
 };
 
 }   // namespace tarn::zero::detail

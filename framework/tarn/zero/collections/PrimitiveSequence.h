@@ -77,7 +77,7 @@ private:
 };
 
 /// An ordered list of plain values; duplicates are allowed. An index past the end throws `std::out_of_range` and
-/// changes nothing.
+/// changes nothing. An argument may be a value of the list itself.
 template <class T>
 class PrimitiveSequence final : public PrimitiveCollection<T, std::vector<T>> {
     using Base = PrimitiveCollection<T, std::vector<T>>;
@@ -111,6 +111,7 @@ public:
     /// Adds a value before `index`, which may be the end.
     void insert(std::size_t index, T const& value)
     {
+        this->refuseUnmodifiable();
         requireIndex(index, this->size() + 1);
         T copy = value;   // so that only moves, which do not throw, shift the rest
         this->modify(Kind::Add, [&](Values& values) {
@@ -120,6 +121,7 @@ public:
     /// Removes the value there.
     void erase(std::size_t index)
     {
+        this->refuseUnmodifiable();
         requireIndex(index, this->size());
         this->modify(Kind::Remove,
                      [&](Values& values) { values.erase(values.begin() + static_cast<std::ptrdiff_t>(index)); });
@@ -137,6 +139,7 @@ public:
     /// Puts another value there.
     void replace(std::size_t index, T const& value)
     {
+        this->refuseUnmodifiable();
         requireIndex(index, this->size());
         this->modify(Kind::Replace, [&](Values& values) { values[index] = value; });
     }

@@ -5,6 +5,8 @@
 #include "tarn/zero/meta/Type.h"
 #include "tarn0/messages/Messages.h"
 
+#include <stdexcept>
+
 namespace tarn::zero {
 
 bool ReferenceCollection::containsProxy(ProxyId const&) const noexcept
@@ -17,43 +19,14 @@ bool ReferenceCollection::hasProxies() const noexcept
     return false;
 }
 
-void ReferenceCollection::addElement(ModelElement const& element)
+bool ReferenceCollection::removeElement(ModelElement const& given)
 {
-    if (!element)
-        reportException(tarn0::messages::CannotAddNonExistentObject{refused(ModelElement::Impl::describe(element))});
-    refuseUnmodifiable();
-    checkType(element);
-    checkCompatibleModel(element.get());
-    checkRoom(element);
-    if (isDetached())
-        return basicAdd(element);
-    if (m_composite)
-        element->checkCircularContainment(owner());
-
-    // One step needs no savepoint inside an open transaction: it fails before it has changed anything.
-    bool const isOneStep = !m_composite || element->isTopLevel();
-    boost::optional<Operation> whole;
-    if (!isOneStep || !ownerImpl()->isInTransaction())
-        whole.emplace(*this);
-    if (!isOneStep)
-        element->makeUncontained();
-    modifying(OCDChangeDescriptor{OCDChangeDescriptor::Kind::Add});
-    if (m_composite)
-        element->recordContainer();
-    basicAdd(element);
-    if (m_composite)
-        element->basicSetContainer(ownerImpl(), featureIndex());
-    if (whole)
-        whole->commit();
-}
-
-bool ReferenceCollection::removeElement(ModelElement const& element)
-{
+    ModelElement const element{given};
     refuseUnmodifiable();
     if (!containsElement(element))
         return false;
     Operation operation{*this};
-    if (m_composite && !isDetached())
+    if (isContainerOf(*element.get()))
         element->makeUncontained();
     else
         inverseRemove(element);
@@ -63,20 +36,33 @@ bool ReferenceCollection::removeElement(ModelElement const& element)
 
 void ReferenceCollection::checkCompatibleModel(ModelElement::Impl* element) const
 {
-    if (!isDetached() && element->getModelImpl() != ownerImpl()->getModelImpl() && !element->isProxy())
+    if (!element)
+        reportException(tarn0::messages::CannotAddNonExistentObject{refused("null")});
+    if (!isDetached() && element->getModelImpl() != ownerImpl()->getModelImpl())
         reportException(tarn0::messages::CannotCreateCrossModelAssociation{refused(element->describe())});
 }
 
 ModelElement ReferenceCollection::resolveProxy(ProxyId const& id)
 {
-    ModelElement const standIn = proxy(id);
     ModelElement const element = peekResolveProxy(id);
-    if (standIn.get() && element) {
-        Operation operation{*this};
+    if (!element || !accepts(element))
+        return ModelElement{};
+    if (ModelElement const standIn = proxy(id); standIn.get() && canReplace(standIn, element)) {
+        Model::Impl& model = *ownerImpl()->getModelImpl();
+        if (model.isInTransaction()) {   // a roll back restores what it is that the read found
+            ownerImpl()->recordUntold(featureIndex());
+            for (ModelElement const& moved : {standIn, element})
+                if (m_composite)
+                    moved->recordContainerUntold();
+        }
         replaceProxy(standIn, element);
-        operation.commit();
+        if (m_composite) {
+            standIn->basicSetContainer(nullptr, 0);
+            element->basicSetContainer(ownerImpl(), featureIndex());
+        }
+        model.noteUntoldRestructuring();
     }
-    return element;
+    return containsElement(element) ? element : ModelElement{};
 }
 
 ModelElement ReferenceCollection::peekResolveProxy(ProxyId const& id) const
@@ -89,16 +75,22 @@ ModelElement ReferenceCollection::peekResolveProxy(ProxyId const& id) const
 
 void ReferenceCollection::resolveProxies() {}
 
-void ReferenceCollection::inverseAdd(ModelElement const& element)
+void ReferenceCollection::inverseAdd(ModelElement const& given)
 {
-    modifying(OCDChangeDescriptor{OCDChangeDescriptor::Kind::Add});
-    basicAdd(element);
+    ModelElement const element{given};
+    checkPlaceFor(element);
+    announce(OCDChangeDescriptor::Kind::Add, END, element);
+    put(END, element);
 }
 
-void ReferenceCollection::inverseRemove(ModelElement const& element)
+void ReferenceCollection::inverseRemove(ModelElement const& given)
 {
-    modifying(OCDChangeDescriptor{OCDChangeDescriptor::Kind::Remove});
-    basicRemove(element);
+    ModelElement const element{given};
+    refuseUnmodifiable();
+    if (!containsElement(element))
+        return;
+    announce(OCDChangeDescriptor::Kind::Remove, END, element);
+    takeOut(element);
 }
 
 void ReferenceCollection::modifying(OCDChangeDescriptor const& descriptor)
@@ -108,6 +100,42 @@ void ReferenceCollection::modifying(OCDChangeDescriptor const& descriptor)
         ownerImpl()->getModelImpl()->noteRestructuring();
 }
 
+void ReferenceCollection::basicAdd(ModelElement const& element)
+{
+    refuseUnchangeable();
+    checkType(element);
+    if (!hasRoom(element))
+        refuseRoom(element);
+    put(END, element);
+}
+
+void ReferenceCollection::basicRemove(ModelElement const& element)
+{
+    refuseUnchangeable();
+    if (containsElement(element))
+        takeOut(element);
+}
+
+void ReferenceCollection::basicClear()
+{
+    refuseUnchangeable();
+    takeOutAll();
+}
+
+void ReferenceCollection::basicCopyValues(ReferenceCollection const& source)
+{
+    refuseUnchangeable();
+    if (!isAlike(source))
+        throw std::logic_error{"values of a collection of another class: " + refused("")};
+    if (&source != this)
+        putAll(source);
+}
+
+void ReferenceCollection::announce(OCDChangeDescriptor::Kind kind, std::size_t, ModelElement const&)
+{
+    modifying(OCDChangeDescriptor{kind});
+}
+
 void ReferenceCollection::replaceProxy(ModelElement const&, ModelElement const&) {}
 
 ModelElement ReferenceCollection::proxy(ProxyId const&) const
@@ -115,12 +143,79 @@ ModelElement ReferenceCollection::proxy(ProxyId const&) const
     return ModelElement{};
 }
 
-void ReferenceCollection::refuseType(ModelElement const& element, meta::Class const& wanted) const
+void ReferenceCollection::addAt(std::size_t index, ModelElement const& given)
 {
-    meta::Class const given = element->getMetaClass();
-    auto const name = [](meta::Class const& type) { return type.get() ? type->getQualifiedName() : u"nothing"; };
-    reportException(
-        tarn0::messages::CannotAddIncompatibleTypes{name(given), name(wanted), refused(element->describe())});
+    ModelElement const element{given};
+    checkPlaceFor(element);
+    if (isDetached()) {
+        announce(OCDChangeDescriptor::Kind::Add, index, element);
+        return put(index, element);
+    }
+    if (m_composite)
+        element->checkCircularContainment(owner());
+
+    // One step needs no savepoint inside an open transaction: it fails before it has changed anything.
+    bool const isOneStep = !m_composite || element->isTopLevel();
+    boost::optional<Operation> whole;
+    if (!isOneStep || !ownerImpl()->isInTransaction())
+        whole.emplace(*this);
+    if (!isOneStep)
+        element->makeUncontained();
+    announce(OCDChangeDescriptor::Kind::Add, index, element);
+    if (m_composite)
+        element->recordContainer();
+    put(index, element);
+    if (m_composite)
+        element->basicSetContainer(ownerImpl(), featureIndex());
+    if (whole)
+        whole->commit();
+}
+
+void ReferenceCollection::checkType(ModelElement const& element) const
+{
+    if (!element.get())
+        reportException(tarn0::messages::CannotAddNonExistentObject{refused("null")});
+    if (accepts(element))
+        return;
+    auto const name = [](ModelElement const& type) {
+        return type.get() ? static_cast<meta::Class::Impl&>(*type.get()).getQualifiedName() : u"nothing";
+    };
+    reportException(tarn0::messages::CannotAddIncompatibleTypes{name(element->getMetaClass()), name(elementClass()),
+                                                                refused(element->describe())});
+}
+
+/// Throws unless the collection can take the element from wherever it is.
+void ReferenceCollection::checkPlaceFor(ModelElement const& element) const
+{
+    if (!element)
+        reportException(tarn0::messages::CannotAddNonExistentObject{refused(ModelElement::Impl::describe(element))});
+    refuseUnmodifiable();
+    checkType(element);
+    checkCompatibleModel(element.get());
+    if (!hasRoom(element))
+        refuseRoom(element);
+}
+
+bool ReferenceCollection::isContainerOf(ModelElement::Impl const& element) const noexcept
+{
+    return m_composite && !isDetached() && element.containerImpl() == ownerImpl() &&
+           element.containerFeatureIndex() == featureIndex();
+}
+
+bool ReferenceCollection::canReplace(ModelElement const& proxy, ModelElement const& element) const noexcept
+{
+    ModelElement::Impl const& owner = *ownerImpl();
+    if (owner.isProxy() || owner.isBeingDestroyed() || element->isBeingDestroyed() ||
+        owner.getModelImpl()->isFrozen() || (m_composite && !isContainerOf(*proxy.get())))
+        return false;
+    if (containsElement(element))
+        return true;
+    if (!hasRoom(element) || (m_composite && !element->isTopLevel()))
+        return false;
+    for (ModelElement::Impl const* outer = &owner; outer && m_composite; outer = outer->containerImpl())
+        if (outer == element.get())
+            return false;
+    return true;
 }
 
 }   // namespace tarn::zero

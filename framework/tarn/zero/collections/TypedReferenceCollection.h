@@ -7,6 +7,7 @@
 
 #include <map>
 #include <memory>
+#include <typeinfo>
 #include <vector>
 
 namespace tarn::zero {
@@ -22,6 +23,12 @@ public:
     bool empty() const noexcept override { return m_elements.empty(); }
     const_iterator begin() const noexcept { return m_elements.begin(); }
     const_iterator end() const noexcept { return m_elements.end(); }
+
+    /// By the meta class; by the C++ class, too, as elements outlive the registration of theirs.
+    bool accepts(ModelElement const& element) const noexcept override
+    {
+        return isInstance<E>(element) || dynamic_cast<typename E::Impl const*>(element.get());
+    }
 
     /// Adds an element, as `addElement`.
     void add(E const& element) { addElement(element); }
@@ -53,12 +60,9 @@ public:
 protected:
     using ReferenceCollection::ReferenceCollection;
 
-    void checkType(ModelElement const& element) const override
-    {
-        if (!isInstance<E>(element))
-            refuseType(element, E::metaClass());
-    }
-    /// The handle of the collection's own class; the element must be of it.
+    ModelElement elementClass() const override { return E::metaClass(); }
+    bool isAlike(ReferenceCollection const& other) const noexcept override { return typeid(other) == typeid(*this); }
+    /// The handle of the collection's own class. *Requires* an element that is accepted.
     static E typed(ModelElement const& element) noexcept { return E{static_cast<typename E::Impl*>(element.get())}; }
 
     /// The elements, in their order.
@@ -74,7 +78,7 @@ public:
     /// Placeholders by identity.
     using Proxies = std::map<ProxyId, E>;
 
-    bool containsProxy(ProxyId const& id) const noexcept override { return m_proxies && m_proxies->count(id) != 0; }
+    bool containsProxy(ProxyId const& id) const noexcept override { return findProxy(id) != nullptr; }
     bool hasProxies() const noexcept override { return m_proxies && !m_proxies->empty(); }
     /// The placeholders, in no particular order.
     std::vector<E> proxies() const
@@ -95,15 +99,21 @@ public:
 protected:
     using Base::Base;
 
-    /// Adds a placeholder; one of an identity that is there is ignored.
+    /// Adds a placeholder, of an identity that is free.
     void addProxy(E const& element)
     {
         if (!m_proxies)
             m_proxies = std::make_unique<Proxies>();
         m_proxies->emplace(element->getProxyId(), element);
     }
-    /// Takes a placeholder out; false if it is not here.
-    bool removeProxy(ModelElement const& element) { return m_proxies && m_proxies->erase(element->getProxyId()) != 0; }
+    /// True if that very placeholder is here.
+    bool holdsProxy(ModelElement const& element) const noexcept
+    {
+        E const* const found = findProxy(element->getProxyId());
+        return found && *found == element;
+    }
+    /// Takes out a placeholder that is here.
+    void removeProxy(ModelElement const& element) noexcept { m_proxies->erase(element->getProxyId()); }
     /// Placeholders that are contained leave the owner with the collection.
     void clearProxies()
     {
@@ -123,19 +133,19 @@ protected:
 
     ModelElement proxy(ProxyId const& id) const override
     {
-        if (m_proxies)
-            if (auto const found = m_proxies->find(id); found != m_proxies->end())
-                return found->second;
-        return ModelElement{};
-    }
-    void replaceProxy(ModelElement const& proxy, ModelElement const& element) override
-    {
-        this->removeElement(proxy);
-        if (!this->containsElement(element))
-            this->addElement(element);
+        E const* const found = findProxy(id);
+        return found ? ModelElement{*found} : ModelElement{};
     }
 
 private:
+    E const* findProxy(ProxyId const& id) const noexcept
+    {
+        if (!m_proxies)
+            return nullptr;
+        auto const found = m_proxies->find(id);
+        return found == m_proxies->end() ? nullptr : &found->second;
+    }
+
     std::unique_ptr<Proxies> m_proxies;   // null while there are none, which is nearly always
 };
 

@@ -16,6 +16,16 @@ void grow(std::vector<T>& list, std::size_t count)
         list.reserve(std::max(list.size() + count, list.capacity() * 2));
 }
 
+/// The bits that touching property `index` sets: the container has its own, and that of the property that names it.
+std::uint64_t bitsOf(ModelElement::Impl const& element, unsigned long index) noexcept
+{
+    std::uint64_t const bit = index < 64 ? std::uint64_t{1} << index : 0;
+    unsigned long const owner = element.containerIndex();
+    if (index != ModelElement::Impl::Changes::OFFSET_CONTAINMENT && index != owner)
+        return bit;
+    return bit | 1u | (owner == ModelElement::Impl::NO_INDEX ? 0 : std::uint64_t{1} << owner);
+}
+
 }   // namespace
 
 Journal::~Journal()
@@ -48,6 +58,20 @@ void Journal::touch(Impl& element, unsigned long index)
     Storage& storage = enter(element);
     if (!storage.m_created && !storage.isChanged(index))
         element.copyValue(&storage, index);
+    if (storage.m_untold != 0)
+        storage.m_untold &= ~bitsOf(element, index);
+}
+
+void Journal::touchUntold(Impl& element, unsigned long index)
+{
+    if (!isOpen())
+        throw std::logic_error{"a change needs an open transaction: " + element.describe()};
+    Storage& storage = enter(element);
+    if (storage.m_created || storage.isChanged(index))
+        return;
+    std::uint64_t const before = storage.changedBits();
+    element.copyValue(&storage, index);
+    storage.m_untold |= storage.changedBits() & ~before;
 }
 
 void Journal::created(Impl& element)
@@ -102,8 +126,11 @@ void Journal::mergeIntoOuter() noexcept
             m_touched[kept++] = &storage;
             continue;
         }
-        if (!outer->m_created)
+        if (!outer->m_created) {
+            std::uint64_t const told = outer->toldBits() | storage.toldBits();
             storage.mergeInto(*outer);
+            outer->m_untold = outer->changedBits() & ~told;
+        }
         outer->m_destroyed |= storage.m_destroyed;
         outer->m_madeProxy |= storage.m_madeProxy;
         storage.m_element->m_storage = outer;
@@ -145,6 +172,7 @@ void Journal::sealEach(Keep const& keep) noexcept
         element.m_storage = nullptr;
         if (storage->m_destroyed)
             finishDeath(element);
+        storage->m_bits = storage->toldBits();
         bool const counts =
             storage->m_created ? !storage->m_destroyed : storage->m_destroyed || storage->changedBits() != 0;
         if (!counts || !keep(*storage))

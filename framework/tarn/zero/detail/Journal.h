@@ -34,6 +34,8 @@ public:
     /// An element is about to change, was created, is being destroyed, is about to become a placeholder. Whatever
     /// throws, nothing is recorded.
     void touch(Impl& element, unsigned long index);
+    /// As `touch`, for a change that a roll back undoes and no report tells.
+    void touchUntold(Impl& element, unsigned long index);
     void created(Impl& element);
     void destroyed(Impl& element);
     void becomingProxy(Impl& element);
