@@ -48,6 +48,9 @@ void writeExisting(ContextData const& context, std::string_view name, PropertyVa
 
 }   // namespace
 
+constinit char const* const ContextProvider::TypeName = "ContextProvider";
+constinit char const* const ContextProvider::ROOKTypeName = "studio.data.ContextProvider";
+
 std::shared_ptr<ContextProvider> ContextProvider::create()
 {
     return std::shared_ptr<ContextProvider>{new ContextProvider};

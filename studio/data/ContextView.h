@@ -59,10 +59,10 @@ public:
     using Reports =
         tarn::zero::ReportList<tarn::zero::ShallowChangeReport<Property>, tarn::zero::ShallowChangeReport<ContextData>>;
 
-    /// The name of the class.
-    static constexpr char const* TypeName = "ContextView";
-    /// The name under which a scripting host knows the class.
-    static constexpr char const* ROOKTypeName = "studio.data.ContextView";
+    /// The name of the class: one text for all modules of a process, so that the pointers compare equal.
+    static char const* const TypeName;
+    /// The name under which a scripting host knows the class; one text for all modules, too.
+    static char const* const ROOKTypeName;
 
     /// Keeps its clones in `model`, with a null handle in a new one of its own. A model serves one view. The clones
     /// in a given model outlast the view. A transaction on it that is rolled back takes along what the view did there
