@@ -55,9 +55,6 @@ public:
     using IdHasher = tarn::zero::services::hashers::TARN0Hasher<Id>;
     /// A set of contexts.
     using IdSet = std::unordered_set<Id, IdHasher>;
-    /// Which reports the view asks for, in the order in which it gets them.
-    using Reports =
-        tarn::zero::ReportList<tarn::zero::ShallowChangeReport<Property>, tarn::zero::ShallowChangeReport<ContextData>>;
 
     /// The name of the class: one text for all modules of a process, so that the pointers compare equal.
     static char const* const TypeName;
