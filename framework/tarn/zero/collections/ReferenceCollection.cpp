@@ -5,6 +5,8 @@
 #include "tarn/zero/meta/Type.h"
 #include "tarn0/messages/Messages.h"
 
+#include <stdexcept>
+
 namespace tarn::zero {
 
 bool ReferenceCollection::containsProxy(ProxyId const&) const noexcept
@@ -22,6 +24,7 @@ void ReferenceCollection::addElement(ModelElement const& element)
     if (!element)
         reportException(tarn0::messages::CannotAddNonExistentObject{refused(ModelElement::Impl::describe(element))});
     refuseUnmodifiable();
+    refuseEnding();
     checkType(element);
     checkCompatibleModel(element.get());
     checkRoom(element);
@@ -91,6 +94,7 @@ void ReferenceCollection::resolveProxies() {}
 
 void ReferenceCollection::inverseAdd(ModelElement const& element)
 {
+    refuseEnding();
     modifying(OCDChangeDescriptor{OCDChangeDescriptor::Kind::Add});
     basicAdd(element);
 }
@@ -106,6 +110,12 @@ void ReferenceCollection::modifying(OCDChangeDescriptor const& descriptor)
     AbstractOwnedCollection::modifying(descriptor);
     if (!isDetached())
         ownerImpl()->getModelImpl()->noteRestructuring();
+}
+
+void ReferenceCollection::refuseEnding() const
+{
+    if (!isDetached() && ownerImpl()->isBeingDestroyed())
+        throw std::logic_error{"an element that is being destroyed takes nothing in: " + ownerImpl()->describe()};
 }
 
 void ReferenceCollection::replaceProxy(ModelElement const&, ModelElement const&) {}

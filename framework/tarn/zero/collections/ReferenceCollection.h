@@ -77,6 +77,8 @@ protected:
     [[noreturn]] void refuseType(ModelElement const& element, meta::Class const& wanted) const;
 
 private:
+    void refuseEnding() const;
+
     bool m_composite;
 };
 
