@@ -51,6 +51,7 @@ struct ValueHash<std::vector<T>> {
 /// The C++ type that a slot must name to hold a `T`: of several values, the type of one.
 template <class T>
 struct SlotTypeOf {
+    /// That type.
     using type = T;
 };
 template <class T>

@@ -116,6 +116,7 @@ private:
 /// The slot of a collection names the type of what the collection holds.
 template <class C>
 struct SlotTypeOf<CollectionRef<C>> {
+    /// That type.
     using type = typename C::value_type;
 };
 
