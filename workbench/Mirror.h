@@ -23,8 +23,6 @@ namespace workbench {
 /// every property. Keeps the first differences, a line each.
 class Mirror : public tarn::zero::Listener {
 public:
-    using Reports = tarn::zero::ReportList<tarn::zero::ShallowChangeReport<studio::data::ContextData>>;
-
     explicit Mirror(std::shared_ptr<studio::data::ContextProvider> root);
     ~Mirror() override;
 

@@ -26,6 +26,9 @@ struct ContextHandleImpl::Call : private boost::noncopyable {
     Callback function;
 };
 
+constinit char const* const ContextHandleImpl::TypeName = "ContextHandle";
+constinit char const* const ContextHandleImpl::ROOKTypeName = "studio.data.ContextHandle";
+
 ContextHandleImpl::ContextHandleImpl(boost::uuids::uuid const& id, Callback function, ContextView* owner)
     : uuid{id}, callback{std::move(function)}, view{owner}, life{owner ? owner->life : nullptr}
 {}

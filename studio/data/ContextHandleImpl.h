@@ -25,10 +25,10 @@ public:
     /// What is told when the view goes: it gets an empty `ContextData`.
     using Callback = std::function<void(ContextData const& data)>;
 
-    /// The name of the class.
-    static constexpr char const* TypeName = "ContextHandle";
-    /// The name under which a scripting host knows the class.
-    static constexpr char const* ROOKTypeName = "studio.data.ContextHandle";
+    /// The name of the class: one text for all modules of a process, so that the pointers compare equal.
+    static char const* const TypeName;
+    /// The name under which a scripting host knows the class; one text for all modules, too.
+    static char const* const ROOKTypeName;
 
     /// For `ContextView::acquire`: a handle that no record knows. An empty callback is never called.
     ContextHandleImpl(boost::uuids::uuid const& id, Callback function, ContextView* owner);

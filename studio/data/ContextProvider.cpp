@@ -62,6 +62,9 @@ void writeAt(ContextData const& context, std::string_view name, PropertyValue co
 
 }   // namespace
 
+constinit char const* const ContextProvider::TypeName = "ContextProvider";
+constinit char const* const ContextProvider::ROOKTypeName = "studio.data.ContextProvider";
+
 std::shared_ptr<ContextProvider> ContextProvider::create()
 {
     return std::shared_ptr<ContextProvider>{new ContextProvider};

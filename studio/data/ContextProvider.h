@@ -35,10 +35,10 @@ namespace studio::data {
 /// ignores writes.
 class STUDIO_DATA_EXPORT ContextProvider : public rook::factory::full::StdShareable, private boost::noncopyable {
 public:
-    /// The name of the class.
-    static constexpr char const* TypeName = "ContextProvider";
-    /// The name under which a scripting host knows the class.
-    static constexpr char const* ROOKTypeName = "studio.data.ContextProvider";
+    /// The name of the class: one text for all modules of a process, so that the pointers compare equal.
+    static char const* const TypeName;
+    /// The name under which a scripting host knows the class; one text for all modules, too.
+    static char const* const ROOKTypeName;
 
     /// A new, empty context. *Notifies*: of the created element, before it returns. *Throws* what its commit throws,
     /// a listener's exception too; no element is left then, and a look-up of its id throws `std::bad_weak_ptr`.

@@ -58,6 +58,9 @@ void walk(ContextData const& clone, Enter const& enter)
 
 }   // namespace
 
+constinit char const* const ContextView::TypeName = "ContextView";
+constinit char const* const ContextView::ROOKTypeName = "studio.data.ContextView";
+
 ContextView::ContextView(tarn::zero::Model const& given)
     : model{given ? given : tarn::zero::Model::create(tarn::zero::ModelSpec{})},
       graph{std::make_unique<detail::ViewGraph>()},

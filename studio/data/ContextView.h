@@ -55,14 +55,11 @@ public:
     using IdHasher = tarn::zero::services::hashers::TARN0Hasher<Id>;
     /// A set of contexts.
     using IdSet = std::unordered_set<Id, IdHasher>;
-    /// Which reports the view asks for, in the order in which it gets them.
-    using Reports =
-        tarn::zero::ReportList<tarn::zero::ShallowChangeReport<Property>, tarn::zero::ShallowChangeReport<ContextData>>;
 
-    /// The name of the class.
-    static constexpr char const* TypeName = "ContextView";
-    /// The name under which a scripting host knows the class.
-    static constexpr char const* ROOKTypeName = "studio.data.ContextView";
+    /// The name of the class: one text for all modules of a process, so that the pointers compare equal.
+    static char const* const TypeName;
+    /// The name under which a scripting host knows the class; one text for all modules, too.
+    static char const* const ROOKTypeName;
 
     /// Keeps its clones in `model`, with a null handle in a new one of its own. A model serves one view. The clones
     /// in a given model outlast the view. A transaction on it that is rolled back takes along what the view did there

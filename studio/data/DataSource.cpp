@@ -21,6 +21,8 @@ PropertyValue DataSource::toPropertyValue(gel::Value value)
         return PropertyValue{value.getDouble()};
     if (value.isLogical())
         return PropertyValue{value.getBool()};
+    if (value.isNumeric())   // a number of any other kind that the language may come to have
+        return PropertyValue{value.getNumeric()};
     if (value.isString())
         return PropertyValue{value.getString()};
     return PropertyValue{};
@@ -32,6 +34,8 @@ gel::Value DataSource::toGelValue(PropertyValue const& value)
         return gel::Value{value.getDouble()};
     if (value.isLogical())
         return gel::Value{value.getBool()};
+    if (value.isNumeric())
+        return gel::Value{value.getNumeric()};
     if (value.isString())
         return gel::Value{value.getString()};
     if (value.isUUID())

@@ -41,9 +41,6 @@ class STUDIO_DATA_EXPORT ExpressionEngine : public tarn::zero::Listener {
 public:
     /// What a subscriber is called with: the text and the value.
     using Callback = ExpressionHandle::Callback;
-    /// Which reports the engine asks for, in the order in which it gets them.
-    using Reports =
-        tarn::zero::ReportList<tarn::zero::DeepChangeReport<Property>, tarn::zero::ShallowChangeReport<ContextData>>;
 
     /// One step of a symbol's path: the component of `symbol` that begins at `offset`.
     struct Leaf {

@@ -44,9 +44,6 @@ struct Action {
 
 /// A listener that knows nothing of what it hears.
 struct Listening : tarn::zero::Listener {
-    using Reports =
-        tarn::zero::ReportList<tarn::zero::DeepChangeReport<Property>, tarn::zero::ShallowChangeReport<ContextData>>;
-
     Listening(World& surrounding, tarn::zero::Model const& watched, Actor who, std::size_t at)
         : world{surrounding}, model{watched}, actor{who}, place{at}
     {

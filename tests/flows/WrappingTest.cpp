@@ -26,16 +26,24 @@ struct Host {
     RetractHook before;
 };
 
+/// The names as texts, and as addresses: those that the library answers are those that its users see.
+template <class T>
+void expectNames(Wrappable const& object, char const* name, char const* rookName)
+{
+    EXPECT_STREQ(object.getTypeName(), name);
+    EXPECT_STREQ(object.getFullyQualifiedRookTypeName(), rookName);
+    EXPECT_TRUE(object.getTypeName() == T::TypeName && object.getFullyQualifiedRookTypeName() == T::ROOKTypeName);
+}
+
 TEST(Wrapping, HookComesOncePerDestructorOfTheChain)
 {
     Host host;
     auto const provider = ContextProvider::create();
     auto view = ContextView::create(tarn::zero::Model{});
     auto handle = view->acquire(provider->getId(), nullptr);
-    EXPECT_STREQ(view->getFullyQualifiedRookTypeName(), "studio.data.ContextView");
-    EXPECT_STREQ(handle->getFullyQualifiedRookTypeName(), "studio.data.ContextHandle");
-    EXPECT_STREQ(view->getTypeName(), "ContextView");
-    EXPECT_STREQ(handle->getTypeName(), "ContextHandle");
+    expectNames<ContextProvider>(*provider, "ContextProvider", "studio.data.ContextProvider");
+    expectNames<ContextView>(*view, "ContextView", "studio.data.ContextView");
+    expectNames<ContextHandleImpl>(*handle, "ContextHandle", "studio.data.ContextHandle");
     EXPECT_EQ(provider->nativeOwnershipTaken(1), 0);
     Wrappable const *const wrappedHandle = handle.get(), *const wrappedView = view.get();
     handle.reset();

@@ -346,7 +346,7 @@ TEST(ElementSequence, TakesAnElementByItsPlaceInAnother)
 // ---- the table of a map
 
 std::size_t s_keyReads = 0;
-struct CountingKey {
+struct CountingKey : NameKey {
     std::string const& operator()(Property::Impl const& element) const { return ++s_keyReads, element.getName(); }
 };
 

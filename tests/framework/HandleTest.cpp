@@ -1,5 +1,6 @@
 #include "tarn/zero/ModelElement.h"
 
+#include "support/Hooked.h"
 #include "support/Printers.h"
 #include "support/ReportRecorder.h"
 
@@ -8,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -64,35 +66,42 @@ void expectReadableAndNothingElse(Doomed& d)
         EXPECT_EQ(shown(dead.owner()), "x:");   // what it held goes, as nothing could be done with it
     };
     check();
-    dead->destroy();   // without effect
+    dead->destroy();   // without effect, as the next four
+    dead->destroyRecursively(true, true, true);
+    dead->basicSetOwner({});
+    dead->uncreate();
+    dead.owner()->uncreate();
     ContextData const other = newContext(d.model ? d.model : newModel());
     auto& strings = dead.owner()->getActiveContextsMutable();
     auto& map = dead.owner()->getPropertiesMutable();
-    for (auto const& change :
-         std::vector<std::function<void()>>{[&] { dead->setName("q"); },
-                                            [&] { dead->setName("p"); },
-                                            [&] { dead->setValue(6); },
-                                            [&] { dead->setOwner({}); },
-                                            [&] { dead->setOwner(other); },
-                                            [&] { dead->notifyModifying(Property::Impl::NAME); },
-                                            [&] { dead->convertToProxy({}, dead->getProxyId(), {}); },
-                                            [&] { strings.push_back("y"); },
-                                            [&] { strings.remove("none"); },
-                                            [&] { strings.clear(); },
-                                            [&] { map.add(newProperty(other->getModel(), "n")); },
-                                            [&] { map.remove(dead); },
-                                            [&] { map.clear(); },
-                                            [&] { map.inverseAdd(newProperty(other->getModel(), "n")); },
-                                            [&] { map.inverseRemove(dead); },
-                                            [&] { map.basicAdd(newProperty(other->getModel(), "n")); },
-                                            [&] { map.basicClear(); },
-                                            [&] { strings.insert(9, "y"); },
-                                            [&] { strings.erase(9); },
-                                            [&] { dead.owner()->addProperty("n", 1); },
-                                            [&] { dead->notifyCreated(); },
-                                            [&] { dead->notifyDestroying(); },
-                                            [&] { newProperty(other->getModel(), "n")->setOwner(dead.owner()); },
-                                            [&] { AbstractOwnedCollection::Operation{map}; }})
+    constexpr auto tag = ModelElement::Impl::PUBLIC_ACCESS;
+    for (auto const& change : std::vector<std::function<void()>>{
+             [&] { dead->setName("q"); },
+             [&] { dead->setName("p"); },
+             [&] { dead->setValue(6); },
+             [&] { dead->setOwner({}); },
+             [&] { dead->setOwner(other); },
+             [&] { dead->notifyModifying(Property::Impl::NAME); },
+             [&] { dead->convertToProxy({}, dead->getProxyId(), {}); },
+             [&] { dead->notifyCreated(); },
+             [&] { dead->enterSilently(); },
+             [&] { dead->notifyDestroying(); },
+             [&] { dead->makeUncontained(); },
+             [&] { dead->doDestroy(true, true); },
+             [&] { static_cast<void>(dead->begin()); },
+             [&] { other->_setContainedByThis(dead.get(), ContextData::Impl::PROPERTIES); },
+             [&] { dead.owner()->addProperty("n", 1); },
+             [&] { dead.owner()->createIntoProperties({nullptr}, {}); },
+             [&] { dead.owner()->inverseRemove(dead, ContextData::Impl::propertyAt(2)); },
+             [&] { dead->setPropertyValue(Property::Impl::propertyAt(2), boxed(PropertyValue{}), tag); },
+             [&] { strings.push_back("y"); },
+             [&] { strings.remove("none"); },
+             [&] { strings.clear(); },
+             [&] { map.add(newProperty(other->getModel(), "n")); },
+             [&] { map.remove(dead); },
+             [&] { map.clear(); },
+             [&] { newProperty(other->getModel(), "n")->setOwner(dead.owner()); },
+             [&] { AbstractOwnedCollection::Operation{map}; }})
         EXPECT_EQ(thrownBy(change), "logic_error");
     EXPECT_EQ(thrownBy([&] { other->getPropertiesMutable().add(dead); }), "CannotAddNonExistentObject");
     EXPECT_EQ(thrownBy([&] { dead.owner()->getPropertyValue(map.getCollectionProperty(), {}); }), "");
@@ -116,6 +125,113 @@ TEST(DeadElement, StaysReadableAndRefusesChanges)
         expectReadableAndNothingElse(d);
     }
 }
+
+TEST(LiveElement, RefusesWhatItsStateForbids)
+{
+    World w;
+    w.d->convertToProxy({}, w.d->getProxyId(), {});
+    auto const makeInto = [&] { w.d->createIntoProperties(std::make_unique<Property::Builder>(), {}); };
+    EXPECT_EQ(thrownBy(makeInto), "CannotModifyProxy");
+    EXPECT_EQ(thrownBy([&] { w.d->addProperty("n", 1); }), "CannotModifyProxy");
+    EXPECT_EQ(thrownBy([&] { w.model->addDeepListener<ReportRecorder>(nullptr); }), "logic_error");
+    for (bool const opens : {false, true}) {
+        std::optional<Transaction> transaction;
+        if (opens)
+            transaction.emplace(w.model->beginTransaction(true));
+        EXPECT_EQ(thrownBy([&] { w.a->notifyCreated(); }), "logic_error");
+        EXPECT_EQ(thrownBy([&] { w.a->enterSilently(); }), "logic_error");
+        EXPECT_EQ(thrownBy([&] { w.a->notifyDestroying(); }), "logic_error");
+        w.a->uncreate();
+    }
+    EXPECT_EQ(thrownBy([&] { w.c->doDestroy(false, false); }), "logic_error");
+    EXPECT_EQ(thrownBy([&] { w.c->destroyRecursively(false, false, false); }), "logic_error");
+    EXPECT_TRUE(w.state() == "x,y: a=1 b=2 | : | lone" && w.model->elements().size() == 5u);
+    w.d = ContextData::create(w.model, {});
+    w.d->_setContainedByThis(w.lone.get(), ContextData::Impl::PROPERTIES);   // silent, also outside of a transaction
+    EXPECT_EQ(w.lone.owner(), w.d);
+    w.c->destroy();   // nothing was left half-way
+    EXPECT_FALSE(w.c || w.a);
+}
+
+// ---- hooks
+
+/// Element 1 with the parts 2 and 3.
+Hooked tree(Model const& model, bool notify = true)
+{
+    Hooked::Builder builder{model};
+    builder.addPart(uuid(2));
+    builder.addPart(uuid(3));
+    return Hooked{static_cast<Hooked::Impl*>(builder.doCreate(notify, uuid(1)).get())};
+}
+
+struct HookTest : testing::Test {
+    ~HookTest() override { Hooked::Impl::hook = {}; }
+    Hooked find(std::uint8_t id) { return Hooked{static_cast<Hooked::Impl*>(model->findElement(uuid(id), 1).get())}; }
+
+    Model model = newModel();
+};
+
+TEST_F(HookTest, RunsOnceForEachElementAndMayRefuse)
+{
+    struct Refusal {};
+    struct Row {
+        std::function<void()> run;
+        char const* log;
+        std::size_t before, after;
+    };
+    for (Row const& row :
+         {Row{[&] { Hooked::Impl::createIn(model, uuid(1)); }, "+1", 0, 1}, Row{[&] { tree(model); }, "+1+2+3", 0, 3},
+          Row{[&] { tree(model, false); }, "", 0, 0},
+          Row{[&] { commit(model, [&] { tree(model, false)->notifyCreated(); }); }, "+2+3+1", 0, 3},
+          Row{[&] { find(1)->destroy(); }, "-1-2-3", 3, 0}, Row{[&] { find(2)->destroy(); }, "-2", 3, 2},
+          Row{[&] { rollBack(model, [&] { find(1)->destroy(); }); }, "-1-2-3", 3, 3}}) {
+        std::size_t const steps = std::string{row.log}.size() / 2;
+        for (std::size_t refused = 0; refused <= steps; ++refused) {   // at last none
+            Hooked::Impl::hook = {};
+            model = newModel();
+            if (row.before != 0)
+                tree(model);
+            std::string log;
+            Hooked::Impl::hook = [&](char sign, Hooked const& element) {
+                log += sign + std::to_string(element.Uuid().data[15]);
+                if (log.size() == 2 * (refused + 1))
+                    throw Refusal{};
+            };
+            bool refusal = false;
+            try {
+                row.run();
+            } catch (Refusal const&) {
+                refusal = true;
+            }
+            EXPECT_EQ(refusal, refused != steps) << row.log;
+            EXPECT_EQ(log, std::string(row.log).substr(0, 2 * (refused + 1)));
+            EXPECT_EQ(model->elements().size(), refusal ? row.before : row.after) << row.log << refused;
+            EXPECT_TRUE(!find(1) || row.before == 0 || find(1)->parts.size() + 1 == model->elements().size());
+        }
+    }
+}
+
+TEST_F(HookTest, MayChangeWhatIsBeingDestroyed)
+{
+    Hooked const root = tree(model), part = find(2), other = Hooked::Impl::createIn(model, {});
+    Hooked::Impl::hook = [&](char sign, Hooked const&) {
+        if (sign == '-')
+            find(1)->parts.add(Hooked::Impl::createIn(model, {}));
+    };
+    EXPECT_EQ(thrownBy([&] { root->destroy(); }), "logic_error");   // it takes nothing in any more
+    EXPECT_TRUE(root && part && model->elements().size() == 4u);
+    Hooked::Impl::hook = [&](char, Hooked const& element) {
+        element->destroy();   // is on its way
+        root->destroy();
+        if (element == part)
+            other->parts.add(part);   // does not save it
+    };
+    root->destroy();
+    EXPECT_TRUE(!root && !part && other->parts.empty());
+    EXPECT_EQ(model->elements().size(), 1u);
+}
+
+// ---- dead elements and reports
 
 TEST(DeadElement, IsToldOfByAReportThatOutlivesTheModel)
 {

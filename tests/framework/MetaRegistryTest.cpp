@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <set>
 #include <string>
@@ -70,6 +71,30 @@ TEST_F(Schema, NamesAreQualifiedByWhatContainsThemAndMovingLeavesTheOldPlace)
     key->setOwningType(StructuredType{});
     EXPECT_EQ(type->getProperties().size(), 0u);
     EXPECT_FALSE(key->getOwningType());
+}
+
+TEST_F(Schema, RefusesEveryChangeOfADeadElement)
+{
+    auto const refuses = [&](char const* how) {
+        int at = 0;
+        for (auto const& change : std::vector<std::function<void()>>{
+                 [&] { inner->setName(u"n"); }, [&] { inner->setUri(u"u"); }, [&] { inner->setParentPackage({}); },
+                 [&] { type->setName(u"Thing"); }, [&] { type->setTypeId("t"); }, [&] { type->setOwningPackage({}); },
+                 [&] { type->setSuperclass({}); }, [&] { type->setIsFinal(true); }, [&] { key->setOwningType({}); },
+                 [&] { key->setIndex(3); }, [&] { key->setType(type); }, [&] { operation->setIsStatic(true); },
+                 [&] { operation->setOwningType({}); }, [&] { argument->setIsInput(true); },
+                 [&] { argument->setOperation({}); }, [&] { outer->getImportedPackagesMutable().clear(); },
+                 [&] { operation->notifyCreated(); }}) {
+            EXPECT_EQ(thrownBy(change), "logic_error") << how << ", change " << at;
+            ++at;
+        }
+    };
+    Transaction transaction = model->beginTransaction(true);
+    outer->destroy();
+    refuses("destroyed");
+    model = Model{};
+    transaction.commit(boost::none);
+    refuses("model ended");
 }
 
 TEST_F(Schema, RefusesCircles)
@@ -316,7 +341,8 @@ public:
 
 TEST(PropertySerializer, WrapsWhatTheValueTypeWritesAndReads)
 {
-    Type const type = registry().getType(u"Boolean");   // any will do
+    Model const model = newModel();
+    Type const type = PrimitiveType::create(model, FRESH);   // its C++ type is not known
     Strokes strokes{type};
     EXPECT_EQ(strokes.serializeValue(strokes.parseValue(u"|||")), u"|||");
     EXPECT_EQ(strokes.serializeValue(strokes.parseOptionalValue(u"||")), u"||");

@@ -2,6 +2,7 @@
 
 #include "support/Allocations.h"
 #include "support/ReportRecorder.h"
+#include "tarn/zero/meta/Type.h"
 
 #include <gtest/gtest.h>
 
@@ -10,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <type_traits>
 
 namespace tarn::zero {
 namespace {
@@ -121,7 +123,6 @@ TEST(Report, OnlyElementReplacedByItselfIsNoChange)
 
 /// Takes the other two kinds of report.
 struct Both : Listener {
-    using Reports = ReportList<ShallowChangeReport<Property>, DeepChangeReport<ContextData>>;
     void transactionCommitted(ShallowChangeReport<Property> const& report) { heard += listed(report) + "; "; }
     void transactionCommitted(DeepChangeReport<ContextData> const& report) { heard += listed(report); }
     std::string heard;
@@ -170,14 +171,65 @@ TEST(Report, KeepsOldValuesAsChangesBeyondItself)
     EXPECT_TRUE(old("a", feature(2)).isEmpty());   // it did not change
     EXPECT_TRUE(old("a", feature(2)).getValue<PropertyValue>().isUndefined());
     Value const owner = old("lone", feature(3)), map = old("c", ContextData::Impl::propertyAt(2));
-    auto const* const members = map.peekValue<CollectionRef<ContextData::PropertyMap>>();
-    ASSERT_TRUE(owner.peekValue<ContextData>() && members);
+    auto const members = map.getValue<CollectionRef<ContextData::PropertyMap>>();
+    ASSERT_TRUE(owner.peekValue<ContextData>());
     EXPECT_EQ(owner.getValue<ContextData>(), ContextData{});
-    EXPECT_TRUE(members->size() == 2 && (*members)->find("z") == w.a && (*members)->isDetached());
+    EXPECT_TRUE(members.size() == 2 && members->find("z") == w.a && members->isDetached());
     EXPECT_TRUE(map.meta().isUnmanaged());
 }
 
 // ---- listeners
+
+/// Takes every report that there is.
+struct Any : Listener {
+    template <class Report>
+    void transactionCommitted(Report const& report)
+    {
+        order += (std::is_same_v<typename Report::Element, Property> ? 'p' : 'c') + listed(report) + ' ';
+    }
+    std::string order;
+};
+/// Takes some of them. The order of names means nothing.
+struct Narrow : Any {
+    using Reports =
+        ReportList<ShallowChangeReport<meta::Class>, DeepChangeReport<ContextData>, DeepChangeReport<Property>>;
+};
+struct Hiding : Both {
+    void transactionCommitted(DeepChangeReport<Property> const&) const {}
+};
+/// The base class of listeners to further element classes.
+struct OwnListener : Listener {
+    void transactionCommitted(ShallowChangeReport<Property> const&) {}
+    void transactionCommitted(ShallowChangeReport<meta::Class> const&) {}
+};
+constexpr ElementList<meta::Class, Property> reportedElements(OwnListener const*)
+{
+    return {};
+}
+struct OwnListenerBelow : OwnListener {};
+
+template <class T, class... Reports>
+constexpr bool gets = std::is_same_v<decltype(detail::deliveredTo<T>()), ReportList<Reports...>>;
+static_assert(gets<Both, ShallowChangeReport<Property>, DeepChangeReport<ContextData>>);
+static_assert(gets<ReportRecorder, DeepChangeReport<Property>, ShallowChangeReport<ContextData>>);
+static_assert(gets<Hiding, DeepChangeReport<Property>>, "hidden overloads are none");
+static_assert(
+    gets<Narrow, DeepChangeReport<Property>, DeepChangeReport<ContextData>, ShallowChangeReport<meta::Class>>);
+static_assert(gets<OwnListenerBelow, ShallowChangeReport<meta::Class>, ShallowChangeReport<Property>>);
+
+TEST(Listener, GetsWhatItDeclaresPropertiesFirst)
+{
+    Model const model = newModel();
+    Any any;
+    Narrow narrow;
+    model->addDeepListener(&any);
+    model->addDeepListener(&narrow);
+    commit(model, [&] { add(newContext(model), "a"); });
+    EXPECT_EQ(any.order, "p+a p+a c+context c+context +a ");
+    EXPECT_EQ(narrow.order, "p+a c+context +a ");
+    model->removeListener(&any);
+    model->removeListener(&narrow);
+}
 
 TEST(Listener, IsRegisteredOnceAndInOrder)
 {
@@ -224,7 +276,6 @@ TEST(Listener, MayTakeTheLastHandleOfItsModel)
 
 /// Reads the old value of every property that it hears of.
 struct OldValueSum : Listener {
-    using Reports = ReportList<DeepChangeReport<Property>>;
     void transactionCommitted(DeepChangeReport<Property> const& report)
     {
         for (ReportEntry const entry : report.modified())

@@ -8,6 +8,7 @@
 #include <boost/container_hash/hash.hpp>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -54,6 +55,75 @@ TEST(ValueBox, EmptyReadsAsADefaultOfItsOwnType)
         EXPECT_EQ(thrownBy([&] { EXPECT_EQ(row.value.getValue<std::string>(), ""); }), row.asText);
         EXPECT_EQ(thrownBy([&] { EXPECT_TRUE(row.value.getValue<PropertyValue>().isUndefined()); }), row.asAny);
     }
+}
+
+TEST(ValueBox, ReadsAsWhatItsSlotAndItsPayloadAre)
+{
+    World w;
+    using Map = CollectionRef<ContextData::PropertyMap>;
+    using Texts = CollectionRef<ContextData::Impl::ActiveContexts>;
+    using Numbers = CollectionRef<PrimitiveSequence<int>>;
+    ValueMeta const text = slot(Property::Impl::NAME), owner = slot(Property::Impl::OWNER);
+    ValueMeta const texts{ContextData::Impl::propertyAt(1)}, map{ContextData::Impl::propertyAt(2)};
+    Texts const loose{*std::make_unique<ContextData::Impl::ActiveContexts>(std::vector<std::string>{"q"}).release()};
+    struct Row {
+        char const* name;
+        std::function<void()> read;
+        char const* thrown;
+    };
+    for (Row const& row :
+         {Row{"payload of another type than the slot",
+              [&] {
+                  Value{text, 5}.getValue<int>();
+              },
+              wrong},
+          Row{"slot of another type than the payload",
+              [&] {
+                  Value{text, 5}.getValue<std::string>();
+              },
+              wrong},
+          Row{"plain handle",
+              [&] {
+                  Value{owner, ModelElement{w.c}}.getValue<ModelElement>();
+              },
+              ""},
+          Row{"plain handle to another class",
+              [&] {
+                  Value{owner, ModelElement{w.a}}.getValue<ModelElement>();
+              },
+              wrong},
+          Row{"one item",
+              [&] {
+                  Value{texts, std::string{"x"}}.getValue<std::string>();
+              },
+              ""},
+          Row{"several items",
+              [&] {
+                  Value{texts, std::vector<std::string>{}}.getValue<std::vector<std::string>>();
+              },
+              ""},
+          Row{"items of another type",
+              [&] {
+                  Value{texts, Numbers{}}.getValue<Numbers>();
+              },
+              wrong},
+          Row{"collection as an item",
+              [&] {
+                  Value{texts, loose}.getValue<std::string>();
+              },
+              wrong},
+          Row{"empty, as a collection", [&] { EXPECT_EQ(Value{texts}.getValue<Texts>().size(), 0u); }, ""},
+          Row{"empty, as elements", [&] { EXPECT_TRUE(Value{map}.getValue<Map>()->isDetached()); }, ""},
+          Row{"empty, as another collection", [&] { Value{map}.getValue<Texts>(); }, wrong},
+          Row{"without a slot", [&] { EXPECT_EQ(boxed(loose).getValue<Texts>()->at(0), "q"); }, ""}}) {
+        EXPECT_EQ(thrownBy(row.read), row.thrown) << row.name;
+    }
+    Value box{map, w.c.properties()};
+    Map const held = box.getValue<Map>();
+    box = Value{};
+    EXPECT_EQ(held->find("a"), w.a);
+    w = World{};
+    EXPECT_TRUE(!held->owner() && held.size() == 0) << "the handle keeps the element, whose model ended";
 }
 
 TEST(ValueBox, CopiesAreIndependentAndMovesLeaveEmpty)

@@ -8,9 +8,6 @@ namespace support {
 /// Hears of every commit of the shared model: notes what changed, one word each, and then does what the test wants.
 class ContextWatch : public tarn::zero::Listener {
 public:
-    using Reports =
-        tarn::zero::ReportList<tarn::zero::ShallowChangeReport<Property>, tarn::zero::ShallowChangeReport<ContextData>>;
-
     ContextWatch() { studio::data::ContextProvider::sharedModel()->addDeepListener(this); }
     ~ContextWatch() override { studio::data::ContextProvider::sharedModel()->removeListener(this); }
 

@@ -31,8 +31,6 @@ std::string listed(Report const& report)
 /// context".
 class ReportRecorder : public tarn::zero::Listener {
 public:
-    using Reports =
-        tarn::zero::ReportList<tarn::zero::DeepChangeReport<Property>, tarn::zero::ShallowChangeReport<ContextData>>;
     using Data = std::shared_ptr<tarn::zero::ReportData>;
 
     explicit ReportRecorder(Model heardOf) : model{std::move(heardOf)} { model->addDeepListener(this); }

@@ -13,11 +13,13 @@ namespace tarn::zero {
 
 namespace {
 
-Transaction beginFor(ModelElement::Builder const& root)
+Model const& modelOf(ModelElement::Builder const* root)
 {
-    if (!root.model())
+    if (!root)
+        throw std::invalid_argument{"an orchestrator needs a builder"};
+    if (!root->model())
         throw std::logic_error{"a builder needs a model"};
-    return root.model()->beginTransaction(false);
+    return root->model();
 }
 
 }   // namespace
@@ -28,6 +30,13 @@ ModelElement::Builder::~Builder()
 {
     if (m_orchestrator)
         m_orchestrator->removeBuilder(*this);
+}
+
+void ModelElement::Builder::setModel(Model const& model)
+{
+    if (m_orchestrator && !(model == m_model))
+        throw std::logic_error{"a builder makes its element in the model of its orchestrator"};
+    m_model = model;
 }
 
 ModelElement ModelElement::Builder::create(boost::uuids::uuid const& uuid)
@@ -62,11 +71,16 @@ void ModelElement::Builder::clearSet(unsigned long index) noexcept
     m_set[index / wordBits] &= ~(std::uint64_t{1} << index % wordBits);
 }
 
-ModelElement::Builder::Orchestrator::Orchestrator(Builder* root)
-    : m_model{root->model()}, m_transaction{beginFor(*root)}
+void ModelElement::Builder::noteFailure() noexcept
 {
-    m_builders.emplace_back(root, ModelElement{});
-    root->m_orchestrator = this;
+    if (m_orchestrator)
+        m_orchestrator->m_failed = true;
+}
+
+ModelElement::Builder::Orchestrator::Orchestrator(Builder* root)
+    : m_model{modelOf(root)}, m_transaction{m_model->beginTransaction(false)}
+{
+    addBuilder(root);
 }
 
 ModelElement::Builder::Orchestrator::~Orchestrator()
@@ -78,8 +92,12 @@ ModelElement::Builder::Orchestrator::~Orchestrator()
 
 void ModelElement::Builder::Orchestrator::addBuilder(Builder* builder)
 {
+    if (!builder)
+        throw std::invalid_argument{"an orchestrator needs a builder"};
     if (builder->m_orchestrator == this)
         return;
+    if (builder->m_orchestrator || m_ended)
+        throw std::logic_error{"a builder belongs to one orchestrator, from before that has made all elements"};
     m_builders.emplace_back(builder, ModelElement{});
     builder->setModel(m_model);
     builder->m_orchestrator = this;
@@ -96,24 +114,28 @@ void ModelElement::Builder::Orchestrator::setCreatedElement(Builder* builder, Mo
 {
     auto const found = std::find_if(m_builders.rbegin(), m_builders.rend(),   // mostly the one added last
                                     [&](auto const& entry) { return entry.first == builder; });
-    if (found != m_builders.rend())
-        found->second = element;
+    if (!builder || found == m_builders.rend() || found->second.get() || m_ended)
+        throw std::logic_error{"a builder makes one element for its orchestrator: " + Impl::describe(element)};
+    found->second = element;
 }
 
 ModelElement ModelElement::Builder::Orchestrator::getCreatedElement(Builder* builder) const
 {
     auto const found =
         std::find_if(m_builders.begin(), m_builders.end(), [&](auto const& entry) { return entry.first == builder; });
-    return found == m_builders.end() ? ModelElement{} : found->second;
+    return !builder || found == m_builders.end() ? ModelElement{} : found->second;
 }
 
 void ModelElement::Builder::Orchestrator::commit()
 {
-    for (std::size_t i = 0; i != m_builders.size(); ++i)   // a list that grows: builders bring others
+    for (std::size_t i = 0; i != m_builders.size() && !m_ended; ++i)   // a list that grows: builders bring others
         if (m_builders[i].first && !m_builders[i].second.get())
             m_builders[i].first->doCreate(true, boost::uuids::uuid{});
+    if (m_failed || m_ended)
+        throw std::logic_error{"an orchestrator commits once, and only what no builder failed to make"};
+    m_ended = true;
     for (auto const& entry : m_builders)
-        if (entry.second)
+        if (entry.second && entry.second->isAnnounced())
             entry.second->didCreate();
     m_transaction.commit(boost::none);
 }

@@ -43,10 +43,17 @@ protected:
             own = std::make_unique<Orchestrator>(this);
         typename T::Handle const element{new T(*this, uuid)};
         orchestrator()->setCreatedElement(this, element);
-        if (notify)
-            element->notifyCreated();
-        self().fill(*element.operator->());
-        self().cascadeCreation(*element.operator->(), notify);
+        try {
+            if (notify)
+                element->notifyCreated();
+            else
+                element->enterSilently();
+            self().fill(*element.operator->());
+            self().cascadeCreation(*element.operator->(), notify);
+        } catch (...) {
+            this->noteFailure();
+            throw;
+        }
         if (own)
             own->commit();
         return element;

@@ -7,9 +7,29 @@
 
 namespace tarn::zero {
 
+namespace detail {
+
+template <class T>
+bool isOfClass(ReportData::Storage const& storage)
+{
+    return isInstance<T>(storage.element());
+}
+
+template <class T>
+bool isInsideClass(ReportData::Storage const& storage)
+{
+    for (ModelElement::Impl const* place = storage.element().get(); place; place = place->containerImpl())
+        if (isInstance<T>(*place))
+            return true;
+    return false;
+}
+
+}   // namespace detail
+
 /// A view over a report for elements of class `T`: the lists it shows, and the old values. The one that a listener is
-/// given borrows the report until the listener returns; a copy keeps it.
-template <class T, ReportFilter Filter>
+/// given borrows the report until the listener returns; a copy keeps it. To name it the handle class is enough; to read
+/// the lists `T::Impl` must be complete.
+template <class T, bool Deep>
 class ChangeReportOf {
 public:
     /// The class whose changes the report shows.
@@ -30,11 +50,11 @@ public:
     ~ChangeReportOf() = default;
 
     /// The elements created, modified and destroyed, as a range of `ReportEntry`, in order of first touch.
-    ReportRange created() const noexcept { return {*m_report, ReportData::Kind::Created, Filter}; }
+    ReportRange created() const noexcept { return {*m_report, ReportData::Kind::Created, filter()}; }
     /// The elements that were there before and after, and changed.
-    ReportRange modified() const noexcept { return {*m_report, ReportData::Kind::Modified, Filter}; }
+    ReportRange modified() const noexcept { return {*m_report, ReportData::Kind::Modified, filter()}; }
     /// The elements that are gone. They stay readable while the report is held.
-    ReportRange destroyed() const noexcept { return {*m_report, ReportData::Kind::Destroyed, Filter}; }
+    ReportRange destroyed() const noexcept { return {*m_report, ReportData::Kind::Destroyed, filter()}; }
 
     /// The whole report, of all classes, borrowed.
     ReportData const& report() const noexcept { return *m_report; }
@@ -42,41 +62,30 @@ public:
     std::shared_ptr<ReportData> data() const noexcept { return m_kept ? m_kept : m_report->shared_from_this(); }
 
 private:
+    static ReportFilter filter() noexcept
+    {
+        if constexpr (Deep)
+            return &detail::isInsideClass<T>;
+        else
+            return &detail::isOfClass<T>;
+    }
+
     ReportData* m_report;
     std::shared_ptr<ReportData> m_kept;   // null while borrowed
 };
 
-namespace detail {
-
-template <class T>
-bool isOfClass(ReportData::Storage const& storage)
-{
-    return isInstance<T>(storage.element());
-}
-
-template <class T>
-bool isInsideClass(ReportData::Storage const& storage)
-{
-    for (ModelElement::Impl const* place = storage.element().get(); place; place = place->containerImpl())
-        if (isInstance<T>(*place))
-            return true;
-    return false;
-}
-
-}   // namespace detail
-
 /// Changes of elements of class `T` themselves.
 template <class T>
-class ShallowChangeReport : public ChangeReportOf<T, &detail::isOfClass<T>> {
+class ShallowChangeReport : public ChangeReportOf<T, false> {
 public:
-    using ChangeReportOf<T, &detail::isOfClass<T>>::ChangeReportOf;
+    using ChangeReportOf<T, false>::ChangeReportOf;
 };
 
 /// Changes of elements of class `T` and of everything that they contain.
 template <class T>
-class DeepChangeReport : public ChangeReportOf<T, &detail::isInsideClass<T>> {
+class DeepChangeReport : public ChangeReportOf<T, true> {
 public:
-    using ChangeReportOf<T, &detail::isInsideClass<T>>::ChangeReportOf;
+    using ChangeReportOf<T, true>::ChangeReportOf;
 };
 
 }   // namespace tarn::zero

@@ -6,6 +6,7 @@
 #include <memory>
 #include <tuple>
 #include <utility>
+#include <vector>
 
 namespace tarn::zero {
 
@@ -131,6 +132,17 @@ public:
             this->_basicClear(&collection);
         });
         Base::doDestroy(runHooks, notify);
+    }
+
+    void announceContents() override
+    {
+        each([&](auto feature) {
+            if constexpr (requires { feature.of(self()).isComposite(); })
+                if (auto const& collection = feature.of(self()); collection.isComposite())
+                    for (ModelElement const& element : std::vector<ModelElement>(collection.begin(), collection.end()))
+                        if (!element->isAnnounced())
+                            element->notifyCreated();
+        });
     }
 
     void dropReferences() noexcept override

@@ -4,6 +4,7 @@
 #include "tarn/zero/Listener.h"
 
 #include <memory>
+#include <type_traits>
 #include <typeinfo>
 
 namespace tarn::zero {
@@ -42,6 +43,75 @@ private:
     bool m_deep;
 };
 
+namespace detail {
+
+template <class T, class Report>
+concept Takes = requires(T& listener, Report const& report)
+{
+    listener.transactionCommitted(report);
+};
+
+template <class Report, class List>
+inline constexpr bool isIn = false;
+template <class Report, class... Reports>
+inline constexpr bool isIn<Report, ReportList<Reports...>> = (std::is_same_v<Report, Reports> || ...);
+
+template <class... Lists>
+struct Joined;
+template <class... Reports>
+struct Joined<ReportList<Reports...>> {
+    using type = ReportList<Reports...>;
+};
+template <class... First, class... Second, class... Rest>
+struct Joined<ReportList<First...>, ReportList<Second...>, Rest...> : Joined<ReportList<First..., Second...>, Rest...> {
+};
+
+template <bool Wanted, class Report>
+using If = std::conditional_t<Wanted, ReportList<Report>, ReportList<>>;
+
+template <class... Elements>
+typename Joined<ReportList<>, ReportList<ShallowChangeReport<Elements>, DeepChangeReport<Elements>>...>::type reportsOf(
+    ElementList<Elements...>);
+
+/// The reports of the list that `T` takes.
+template <class T, class... Reports>
+typename Joined<ReportList<>, If<Takes<T, Reports>, Reports>...>::type taken(ReportList<Reports...>);
+/// The reports of the first list that are in the second one, or those that are not.
+template <class List, class... Reports>
+typename Joined<ReportList<>, If<isIn<Reports, List>, Reports>...>::type both(ReportList<Reports...>, List);
+template <class List, class... Reports>
+typename Joined<ReportList<>, If<!isIn<Reports, List>, Reports>...>::type lacking(ReportList<Reports...>, List);
+
+template <class T, class... Reports>
+constexpr bool takesAll(ReportList<Reports...>)
+{
+    return (Takes<T, Reports> && ...);
+}
+
+/// The reports that a listener of class `T` gets, as a `ReportList` in the order of delivery.
+template <class T>
+constexpr auto deliveredTo()
+{
+    constexpr auto elements = reportedElements(static_cast<T*>(nullptr));
+    using Candidates = decltype(reportsOf(elements));
+    if constexpr (requires { typename T::Reports; }) {
+        using Wanted = typename T::Reports;
+        static_assert(takesAll<T>(Wanted{}),
+                      "the listener needs a public transactionCommitted(R const&) for each report R in its Reports");
+        return
+            typename Joined<decltype(both(Candidates{}, Wanted{})), decltype(lacking(Wanted{}, Candidates{}))>::type{};
+    } else {
+        using Delivered = decltype(taken<T>(Candidates{}));
+        static_assert(
+            !std::is_same_v<Delivered, ReportList<>>,
+            "the listener needs a public transactionCommitted(R const&), where R is ShallowChangeReport<E> or "
+            "DeepChangeReport<E> of an element class E; are the headers of the element classes included?");
+        return Delivered{};
+    }
+}
+
+}   // namespace detail
+
 /// A hold on a listener of class `T` that dispatches to its `transactionCommitted` overloads. `Owning`: the listener
 /// goes with the holder.
 template <class T, bool Owning>
@@ -62,7 +132,7 @@ public:
     void modifyOnCommit(std::shared_ptr<ReportData> const&) override {}
     void transactionCommitted(std::shared_ptr<ReportData> const& data) override
     {
-        deliverAll(data, typename T::Reports{});
+        deliverAll(data, detail::deliveredTo<T>());
     }
     void transactionCanceled(bool, std::shared_ptr<ReportData> const&) override {}
 
@@ -77,8 +147,10 @@ private:
     void deliver(std::shared_ptr<ReportData> const& data)
     {
         // The delivery before this one may have removed or destroyed the listener.
-        if (listener() && data->containsElementChanges(Report::Element::Impl::classImpl()))
-            static_cast<T*>(listener())->transactionCommitted(Report{*data});
+        if (!listener() || !data->containsElementChanges(Report::Element::Impl::classImpl()))
+            return;
+        Report const report{*data};
+        static_cast<T*>(listener())->transactionCommitted(report);
     }
 };
 

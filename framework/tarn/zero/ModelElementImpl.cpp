@@ -130,13 +130,34 @@ void ModelElement::Impl::notifyModifying(unsigned long index)
 void ModelElement::Impl::notifyCreated()
 {
     refuseChange();
-    m_model->journal().created(*this);
+    bool const wasSilent = m_entered;
+    m_model->journal().created(*this, true);
+    if (!wasSilent)
+        return;
+    announceContents();
+    didCreate();
+}
+
+void ModelElement::Impl::enterSilently()
+{
+    refuseChange();
+    m_model->journal().created(*this, false);
 }
 
 void ModelElement::Impl::notifyDestroying()
 {
-    refuseChange();
+    if (!m_model || (m_alive && !m_destroying))
+        throw std::logic_error{"the element is not being destroyed: " + describe()};
+    m_model->refuseFrozen();
     m_model->journal().destroyed(*this);
+}
+
+void ModelElement::Impl::beginDestroying()
+{
+    refuseDead();
+    if (!isInTransaction())
+        throw std::logic_error{"a destruction needs an open transaction: " + describe()};
+    m_destroying = true;
 }
 
 Transaction ModelElement::Impl::begin() const
@@ -145,8 +166,10 @@ Transaction ModelElement::Impl::begin() const
     return m_model->beginTransaction(false);
 }
 
-ModelElement::Impl::OwnTransaction::OwnTransaction(Model::Impl& model) : m_model{nullptr}
+ModelElement::Impl::OwnTransaction::OwnTransaction(Impl const& element) : m_model{nullptr}
 {
+    element.refuseDead();
+    Model::Impl& model = *element.m_model;
     if (model.isInTransaction()) {
         model.refuseFrozen();
     } else {
@@ -188,7 +211,8 @@ void ModelElement::Impl::enter(ModelElement const& given)
 
 void ModelElement::Impl::uncreate() noexcept
 {
-    m_model->journal().uncreate(*this);
+    if (m_model)
+        m_model->journal().uncreate(*this);
 }
 
 void ModelElement::Impl::recordContainer()
@@ -234,6 +258,8 @@ void ModelElement::Impl::basicSetContainer(Impl* container, meta::Property const
 
 void ModelElement::Impl::basicSetContainer(Impl* container, unsigned long featureIndex) noexcept
 {
+    if (!m_alive)
+        return;   // it counts its last container
     m_container = container;
     m_containerFeature = static_cast<std::uint8_t>(featureIndex);
 }
@@ -246,7 +272,9 @@ void ModelElement::Impl::_setContainedByThis(Impl* child, meta::Property const& 
 
 void ModelElement::Impl::_setContainedByThis(Impl* child, unsigned long featureIndex)
 {
-    child->recordContainer();
+    child->refuseDead();
+    if (child->isInTransaction())
+        child->recordContainer();
     child->basicSetContainer(this, featureIndex);
 }
 
@@ -309,8 +337,8 @@ void ModelElement::Impl::destroy()
         return;
     ModelElement const keep{this};
     if (endsInOneStep() && isInTransaction()) {
-        OwnTransaction const joined{*m_model};   // refuses a frozen model
-        m_model->journal().prepare(*this);       // what comes after the first change finds all it needs
+        OwnTransaction const joined{*this};   // refuses a frozen model
+        m_model->journal().prepare(*this);    // what comes after the first change finds all it needs
         return destroyRecursively(true, true, true);
     }
     Transaction transaction = m_model->beginDestruction();
@@ -320,13 +348,14 @@ void ModelElement::Impl::destroy()
 
 void ModelElement::Impl::destroyRecursively(bool detach, bool runHooks, bool notify)
 {
-    ModelElement const keep{this};
-    if (runHooks && m_alive)
-        aboutToDestroy();
     if (!m_alive || m_destroying)
         return;
+    ModelElement const keep{this};
+    beginDestroying();   // so that a hook that destroys the element ends here
     try {
-        if (detach && m_container)
+        if (runHooks)
+            aboutToDestroy();
+        if (m_container && (detach || !m_container->m_destroying))   // its hook may have moved it
             collectionOf(*m_container, m_containerFeature).inverseRemove(keep);
         doDestroy(runHooks, notify);
     } catch (...) {

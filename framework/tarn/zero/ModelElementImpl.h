@@ -53,6 +53,8 @@ public:
     Model::Impl* getModelImpl() const noexcept { return m_model; }
     /// False from the moment of the element's destruction, unless that is rolled back.
     bool isAlive() const noexcept { return m_alive; }
+    /// True once the model finds and reports the element; see `notifyCreated` and `enterSilently`.
+    bool isAnnounced() const noexcept { return m_announced; }
 
     /// True for a placeholder of an element that lives in another model; every setter refuses it.
     bool isProxy() const noexcept { return m_proxy; }
@@ -90,27 +92,38 @@ public:
     /// Throws `std::logic_error` without an open transaction or on a dead element and `ModelFrozen` in a frozen model,
     /// whatever changes and through which operation; nothing is recorded then.
     void notifyModifying(unsigned long index);
-    /// Enters the element into its model, as created by the open transaction.
+    /// Enters the element into its model, as created by the open transaction. One that was entered silently is
+    /// announced with all that it contains, and `didCreate` is called for each of them; a roll back destroys it for
+    /// good. *Throws* `std::logic_error`, and records nothing: without an open transaction, for a dead element, for one
+    /// that is announced already, and for one that an outer level of the transaction touched.
     void notifyCreated();
-    /// Records that the open transaction destroys the element.
+    /// Enters the element into its model and announces nothing: the model holds it, and neither finds nor lists nor
+    /// reports it. *Throws* `std::logic_error` without an open transaction and for an element that is dead or entered.
+    void enterSilently();
+    /// Records that the open transaction destroys the element. For `doDestroy`, and for the caller of
+    /// `destroyRecursively` without `notify`. *Throws* `std::logic_error` without an open transaction, and for an
+    /// element whose destruction has not begun.
     void notifyDestroying();
 
     /// Takes the element out of its container, which is told; the place is remembered as the old container.
     void makeUncontained();
     /// Throws `CircularContainment` if `container` is this element or lives inside it.
     void checkCircularContainment(ModelElement const& container) const;
-    /// Sets the container link and tells nobody. `index` is the property of this class that names its container.
-    /// Throws `InvalidValue` unless `feature` is a collection of the container that takes this element.
+    /// Sets the container link and announces nothing; the caller keeps both sides in step. Ignored on a dead element.
+    /// `index` is the property of this class that names its container. Throws `InvalidValue` unless `feature` is a
+    /// collection of the container that takes this element.
     void basicSetContainer(Impl* container, meta::Property const& feature, unsigned long index);
-    /// Sets the link by the index of a collection of the container, which the caller vouches for.
+    /// Sets the link by the index of a collection of the container, which the caller vouches for. Ignored on a dead
+    /// element.
     void basicSetContainer(Impl* container, unsigned long featureIndex) noexcept;
     /// Keeps the present container as the old one, before it changes.
     void recordContainer();
     /// Keep the container, or property `index`, for a roll back only: no report tells of the change that follows.
     void recordContainerUntold();
     void recordUntold(unsigned long index);
-    /// Makes `child` contained by this element: its old value and old container are kept, its link is set. Throws
-    /// `InvalidValue` unless `feature` is a collection of this element that takes the child.
+    /// Makes `child` contained by this element, and announces nothing: its link is set, and inside a transaction its
+    /// old container is kept for a roll back. *Throws* `std::logic_error` for a dead child, and `InvalidValue` unless
+    /// `feature` is a collection of this element that takes the child.
     void _setContainedByThis(Impl* child, meta::Property const& feature);
     void _setContainedByThis(Impl* child, unsigned long featureIndex);
 
@@ -139,18 +152,21 @@ public:
     /// Destroys the element with all it contains, in the open transaction or one of its own. Handles turn false at
     /// once; a roll back revives the very same element. A second call has no effect.
     void destroy();
-    /// The same for an element whose container goes too. `detach` first takes it out of its container; with `notify`
-    /// false the caller records the destruction, in the same transaction.
+    /// Destroys the element, whose container goes too unless `detach`, which first takes it out of there. With `notify`
+    /// false the caller records the destruction, in the same transaction. Without effect on an element that is dead or
+    /// being destroyed. *Throws* `std::logic_error`, and changes nothing, without an open transaction; what a hook
+    /// throws: the caller rolls back what was destroyed before.
     void destroyRecursively(bool detach, bool runHooks, bool notify);
 
     /// Throws `std::logic_error` on a dead element.
     void refuseDead() const;
     /// Throws what refuses every change: a dead element, a frozen model.
     void refuseChange() const;
-    /// True from the beginning of its destruction: its contents need not leave it one by one.
+    /// True from the beginning of its destruction, its hook included: its contents need not leave it one by one.
     bool isBeingDestroyed() const noexcept { return m_destroying; }
-    /// Marks that beginning.
-    void beginDestroying() noexcept { m_destroying = true; }
+    /// Marks that beginning. *Throws* `std::logic_error`, and marks nothing, on a dead element and without an open
+    /// transaction.
+    void beginDestroying();
     /// Opens a transaction of the element's model, joining an open one.
     [[nodiscard]] Transaction begin() const;
     /// True while a transaction is open on the element's model.
@@ -169,7 +185,8 @@ public:
     /// Enters a freshly made element into its model, in the open transaction or one of its own, and calls `didCreate`.
     /// If that throws, the element is gone with its last handle.
     static void enter(ModelElement const& element);
-    /// Takes back what made this element, on the level of the transaction that did. Nothing may refer to it.
+    /// Takes back what made this element, on the level of the transaction that did. Nothing may refer to it. Ignored
+    /// for an element that the innermost level did not make.
     void uncreate() noexcept;
 
     /// True if the class `type` is `wanted` or derives from it; either may be null, which answers false.
@@ -231,14 +248,20 @@ public:
     virtual unsigned long containerIndex() const noexcept { return NO_INDEX; }
     /// Lets go of all other elements, for good: called once the element's death is final.
     virtual void dropReferences() noexcept = 0;
+    /// Announces what the element contains, after itself; see `notifyCreated`.
+    virtual void announceContents() = 0;
     /// True for elements that describe others.
     virtual bool isReflective() const { return false; }
     /// True for a class whose elements contain nothing and have no hook at their end: inside an open transaction it
     /// needs no savepoint.
     virtual bool endsInOneStep() const noexcept { return false; }
-    /// A hook at the beginning of the element's end; what it throws refuses the end.
+    /// A hook at the beginning of the element's end, in the transaction that destroys it: called once for each element
+    /// that goes, a container before what it contains, while all are still there. What it throws refuses the
+    /// destruction, of the container too. Not called when the model ends or a creation is rolled back.
     virtual void aboutToDestroy() {}
-    /// A hook when the element has entered its model; what it throws takes the element back.
+    /// A hook when the element has entered its model, in the transaction that made it: called once, by a builder after
+    /// the whole tree is there. What it throws takes all of that back. Not called by a roll back that revives the
+    /// element.
     virtual void didCreate() {}
 
 protected:
@@ -248,8 +271,9 @@ protected:
     /// whatever fails has changed nothing. Its maker keeps the model.
     class STUDIO_DATA_EXPORT OwnTransaction {
     public:
-        /// Opens one, if none is open. *Throws* like `Model::Impl::beginTransaction`.
-        explicit OwnTransaction(Model::Impl& model);
+        /// Opens one on the element's model, if none is open. *Throws* `std::logic_error` for a dead element, which may
+        /// have no model, and like `Model::Impl::beginTransaction`.
+        explicit OwnTransaction(Impl const& element);
         OwnTransaction(OwnTransaction const&) = delete;
         OwnTransaction& operator=(OwnTransaction const&) = delete;
         ~OwnTransaction()
@@ -274,7 +298,7 @@ protected:
         refuseProxy();
         if (field == newValue)
             return;
-        OwnTransaction transaction{*m_model};
+        OwnTransaction transaction{*this};
         notifyModifying(index);
         field = newValue;
         transaction.commit();
@@ -298,6 +322,8 @@ private:
     bool m_holdsContainer : 1 = false;   // dead elements keep their last container readable
     bool m_destroying : 1 = false;       // its contents need not leave it one by one
     bool m_marked : 1 = false;           // scratch of one walk
+    bool m_entered : 1 = false;          // the model holds it
+    bool m_announced : 1 = false;        // the model finds and reports it
     Model::Impl* m_model;                // null once death is final
     Impl* m_container = nullptr;         // counted only while m_holdsContainer
     Storage* m_storage = nullptr;        // of the innermost level that touched the element

@@ -99,7 +99,7 @@ std::vector<ModelElement> Model::Impl::elements() const
     std::vector<ModelElement> list;
     list.reserve(m_elements->size());
     m_elements->forEach([&](ModelElement::Impl& element) {
-        if (element.isAlive())
+        if (element.isAlive() && element.isAnnounced())
             list.emplace_back(&element);
     });
     return list;
@@ -127,6 +127,8 @@ std::size_t Model::Impl::nestingLimit() const noexcept
 
 void Model::Impl::addHolder(std::shared_ptr<ListenerHolderBase> holder)
 {
+    if (!holder->listener())
+        throw std::invalid_argument{"a null listener"};
     m_listeners->add(std::move(holder));
 }
 

@@ -33,10 +33,11 @@ public:
     /// The live element of that UUID (of several the first that was created), else a null handle. Elements created by
     /// the open transaction are found, elements that it destroyed and placeholders are not.
     ModelElement findElement(boost::uuids::uuid const& uuid, FindElementBehavior behavior) const;
-    /// Every live element, in no particular order.
+    /// Every live element that was announced, in no particular order.
     std::vector<ModelElement> elements() const;
 
-    /// Registers `listener` for the reports it names; a listener that is registered already stays where it is.
+    /// Registers `listener` for the reports that it takes; one that is registered already stays where it is. *Throws*
+    /// `std::invalid_argument` for null.
     template <class T>
     void addDeepListener(T* listener)
     {

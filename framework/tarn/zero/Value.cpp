@@ -62,10 +62,14 @@ std::size_t Value::hash() const
 
 bool Value::slotAccepts(std::type_info const& type) const
 {
-    if (m_meta.isCollection())
-        return true;   // the slot names the type of the items
     std::type_info const* const held = meta::MetaRegistry::getInstance().valueTypeOf(m_meta.type());
     return !held || *held == type;
+}
+
+bool Value::slotAccepts(ModelElement const& element) const
+{
+    meta::Type const type = m_meta.type();
+    return element.get() && ModelElement::Impl::conforms(element->classPointer(), type.get());
 }
 
 void Value::reportIncompatible() const

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <set>
 #include <type_traits>
 #include <typeinfo>
 #include <utility>
@@ -47,6 +48,19 @@ struct ValueHash<std::vector<T>> {
     }
 };
 
+/// The C++ type that a slot must name to hold a `T`: of several values, the type of one.
+template <class T>
+struct SlotTypeOf {
+    /// That type.
+    using type = T;
+};
+template <class T>
+struct SlotTypeOf<std::vector<T>> : SlotTypeOf<T> {};
+template <class T>
+struct SlotTypeOf<std::set<T>> : SlotTypeOf<T> {};
+template <class T>
+struct SlotTypeOf<boost::optional<T>> : SlotTypeOf<T> {};
+
 /// A type-erased value: a payload of any copyable type, the three functions that handle it, and the slot it belongs to.
 /// Copies are independent.
 class STUDIO_DATA_EXPORT Value {
@@ -72,8 +86,9 @@ public:
     /// The payload's hash; 0 for an empty value.
     std::size_t hash() const;
 
-    /// A copy of the payload; a default `T` if the value is empty. Throws `CannotCastIncompatibleTypes` if the value
-    /// holds or belongs to another type, or if its payload is missing.
+    /// A copy of the payload; a default `T` if the value is empty. Of a collection, which is read as a `CollectionRef`,
+    /// it is a handle: one that shares the collection, or a new empty one if the value is empty.
+    /// *Throws* `CannotCastIncompatibleTypes` if the value's slot is of another type, or its payload.
     template <class T>
     T getValue() const
     {
@@ -97,11 +112,17 @@ public:
         if (!isCompatible<T>())
             reportIncompatible();
     }
-    /// True if the value can be read as a `T`.
+    /// True if the value can be read as a `T`: the slot is of that type, or of none that is known, and the payload is a
+    /// `T`. A slot of elements accepts every handle to an element of its class or one derived from it.
     template <class T>
     bool isCompatible() const
     {
-        return m_handlers ? *m_handlers->type == typeid(T) : slotAccepts(typeid(T));
+        if (m_handlers && *m_handlers->type != typeid(T))
+            return false;
+        if constexpr (std::is_base_of_v<ModelElement, T>)
+            if (m_payload && slotAccepts(*static_cast<T const*>(m_payload)))
+                return true;
+        return slotAccepts(typeid(typename SlotTypeOf<T>::type));
     }
 
     /// A heap copy; of null, null.
@@ -139,6 +160,7 @@ private:
     }
 
     bool slotAccepts(std::type_info const& type) const;
+    bool slotAccepts(ModelElement const& element) const;
     [[noreturn]] void reportIncompatible() const;
 
     ValueMeta m_meta;

@@ -11,6 +11,16 @@
 
 namespace studio::data {
 
+namespace {
+
+bool makesProperty(tarn::zero::ModelElement::Builder const* builder)
+{
+    return builder &&
+           tarn::zero::ModelElement::Impl::conforms(builder->builtClass().get(), Property::Impl::classImpl());
+}
+
+}   // namespace
+
 ContextData::ContextData(Impl* impl) noexcept : ModelElement{impl} {}
 
 ContextData ContextData::create(tarn::zero::Model const& model, boost::uuids::uuid const& uuid)
@@ -81,7 +91,7 @@ Property ContextData::Impl::createIntoProperties(Property::BuilderWrapper builde
 void ContextData::Impl::addProperty(std::string const& name, PropertyValue const& value)
 {
     refuseProxy();
-    OwnTransaction transaction{*getModelImpl()};
+    OwnTransaction transaction{*this};
     Property const property = Property::Impl::createWith(getModel(), boost::uuids::uuid{}, name, value);
     try {
         properties.add(property);
@@ -134,6 +144,9 @@ void ContextData::Builder::doClearActiveContexts() noexcept
 
 void ContextData::Builder::doAddProperties(std::unique_ptr<tarn::zero::ModelElement::Builder> builder)
 {
+    if (!makesProperty(builder.get()))
+        tarn::zero::reportException(tarn0::messages::InvalidValue{
+            "a builder for " + tarn::zero::ModelElement::Impl::describe(Impl::propertyAt(Impl::PROPERTIES))});
     m_values.properties.push_back(std::move(builder));
     markSet(Impl::PROPERTIES);
 }
@@ -155,10 +168,7 @@ long ContextData::Builder::doSetOrAdd(tarn::zero::meta::Property const& property
 long ContextData::Builder::doSetOrAdd(tarn::zero::meta::Property const& property,
                                       std::unique_ptr<tarn::zero::ModelElement::Builder>& builder)
 {
-    bool const fits =
-        property.get() && property == Impl::propertyAt(Impl::PROPERTIES) && builder &&
-        tarn::zero::ModelElement::Impl::conforms(builder->builtClass().get(), Property::Impl::classImpl());
-    if (!fits)
+    if (!property.get() || !(property == Impl::propertyAt(Impl::PROPERTIES)) || !makesProperty(builder.get()))
         return -1;
     doAddProperties(std::move(builder));
     return static_cast<long>(Impl::PROPERTIES);

@@ -55,7 +55,9 @@ public:
     Properties& getPropertiesMutable() noexcept { return properties; }
     bool hasProperties() const noexcept { return !properties.empty(); }
 
-    /// Makes a property with a name that is free and a value, contained at once. All of it or, throwing, nothing.
+    /// Makes a property with a name that is free and a value, contained at once. All of it or, throwing, nothing:
+    /// `UniquenessConstraint`, and before anything is touched `std::logic_error` on a dead context and
+    /// `CannotModifyProxy` on a proxy.
     void addProperty(std::string const& name, PropertyValue const& value);
     /// Makes a property from its builder, contained at once. Throws `UniquenessConstraint` if its name is taken and
     /// `InvalidValue` for an empty wrapper; nothing is made then.
@@ -111,7 +113,7 @@ public:
     void doAddActiveContexts(std::initializer_list<std::string> names);
     /// No active contexts.
     void doClearActiveContexts() noexcept;
-    /// One more property.
+    /// One more property. *Throws* `InvalidValue`, and adds nothing, for null and for a builder of another class.
     void doAddProperties(std::unique_ptr<tarn::zero::ModelElement::Builder> builder);
     /// No properties.
     void doClearProperties() noexcept;

@@ -54,8 +54,9 @@ Property Property::Impl::createWith(tarn::zero::Model const& model, boost::uuids
     Property const property{new Impl{model, uuid}};
     property->name = name;
     property->value = value;
-    OwnTransaction transaction{*property->getModelImpl()};   // no hook of this class needs a savepoint
+    OwnTransaction transaction{*property.operator->()};   // no hook of this class needs a savepoint
     property->notifyCreated();
+    property->didCreate();
     transaction.commit();
     return property;
 }
@@ -95,7 +96,7 @@ void Property::Impl::setValue(PropertyValue const& newValue)
     refuseProxy();
     if (newValue == value)
         return;
-    OwnTransaction transaction{*getModelImpl()};
+    OwnTransaction transaction{*this};
     if (value.isUUID() || newValue.isUUID())
         getModelImpl()->noteRestructuring();
     notifyModifying(VALUE);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tarn/zero/Listener.h"
 #include "tarn/zero/ModelElement.h"
 
 #include <string>
@@ -7,6 +8,21 @@
 namespace studio::data {
 
 class ContextData;
+class Property;
+
+}   // namespace studio::data
+
+namespace tarn::zero {
+
+/// Listeners get the reports of properties before those of contexts.
+constexpr ElementList<studio::data::Property, studio::data::ContextData> reportedElements(Listener const*) noexcept
+{
+    return {};
+}
+
+}   // namespace tarn::zero
+
+namespace studio::data {
 
 /// One named value of a context. A handle: copying shares the element, which lives as long as its model holds it.
 /// A null handle and one whose element was destroyed both convert to false and stay safe to hold.

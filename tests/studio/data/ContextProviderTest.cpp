@@ -97,7 +97,6 @@ TEST(DottedName, CallbackOfOneWriteMayDropEveryoneWhoComesAfter)
 
 /// Counts reports, without memory of its own.
 struct Counter : tarn::zero::Listener {
-    using Reports = tarn::zero::ReportList<tarn::zero::ShallowChangeReport<Property>>;
     void transactionCommitted(tarn::zero::ShallowChangeReport<Property> const&) { ++count; }
     int count = 0;
 };

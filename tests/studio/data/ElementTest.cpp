@@ -125,6 +125,64 @@ TEST(Builder, RoutesMetaPropertiesAndHandsOnTheRest)
     EXPECT_EQ(shown(context.createContextData(true, {})), "x: p=1");
 }
 
+TEST(Builder, RefusesWhatItCannotMake)
+{
+    Model const model = newModel();
+    ReportRecorder recorder{model};
+    ContextData::Builder root{model}, other{model};
+    EXPECT_EQ(thrownBy([&] { root.doAddProperties(nullptr); }), "InvalidValue");
+    EXPECT_EQ(thrownBy([&] { root.doAddProperties(std::make_unique<ContextData::Builder>()); }), "InvalidValue");
+    EXPECT_FALSE(root.isSet(2));
+    EXPECT_EQ(thrownBy([&] { ModelBuilder::Orchestrator{nullptr}; }), "logic_error");
+    {
+        ModelBuilder::Orchestrator first{&root};
+        ModelBuilder::Orchestrator second{&other};
+        for (auto const& misuse : std::vector<std::function<void()>>{
+                 [&] { first.addBuilder(nullptr); }, [&] { first.addBuilder(&other); },
+                 [&] { ModelBuilder::Orchestrator{&root}; }, [&] { root.setModel(newModel()); },
+                 [&] { first.setCreatedElement(&other, {}); }})
+            EXPECT_EQ(thrownBy(misuse), "logic_error");
+        second.commit();
+        for (auto const& late : std::vector<std::function<void()>>{[&] { second.commit(); }, [&] { other.create({}); },
+                                                                   [&] { second.addBuilder(&root); }})
+            EXPECT_EQ(thrownBy(late), "logic_error");
+    }
+    EXPECT_EQ(model->elements().size(), 0u) << "the inner one is gone with the outer one";
+    root.doAddProperties(propertyBuilder("a", 1));
+    root.doAddProperties(propertyBuilder("a", 2));
+    {
+        ModelBuilder::Orchestrator first{&root};
+        EXPECT_EQ(thrownBy([&] { root.create({}); }), "UniquenessConstraint");
+        EXPECT_EQ(thrownBy([&] { first.commit(); }), "logic_error") << "half a tree";
+    }
+    root.doClearProperties();
+    EXPECT_TRUE(root.create({}) && root.create({}));   // as often as one likes, on its own
+    EXPECT_EQ(recorder.take(), "+context; +context");
+}
+
+TEST(Builder, WithoutNotificationReportsNothingUntilAnnounced)
+{
+    Model const model = newModel();
+    ReportRecorder recorder{model};
+    ContextData::Builder context{model};
+    context.doAddProperties(propertyBuilder("a", 1));
+    auto const property = propertyBuilder("b", 2);
+    property->setModel(model);
+    Property const lone = property->createProperty(false, uuid(4));
+    ContextData const made = context.createContextData(false, uuid(5));
+    lone->setValue(3);
+    commit(model, [&] { rollBack(model, [&] { made->addProperty("c", 4); }), lone->setName("z"); });
+    EXPECT_EQ(shown(made) + lone.name() + lone->getValue().asString(), ": a=1z3");
+    EXPECT_EQ(recorder.take(), "");
+    EXPECT_FALSE(model->findElement(uuid(5), 1) || !model->elements().empty());
+    rollBack(model, [&] { context.createContextData(false, {})->notifyCreated(); });
+    commit(model, [&] { made->notifyCreated(); });
+    EXPECT_EQ(recorder.take(), "+a; +context");
+    EXPECT_TRUE(model->findElement(uuid(5), 1) == made && model->elements().size() == 2u);
+    lone->destroy();
+    EXPECT_EQ(recorder.take(), "");
+}
+
 TEST(Builder, OrchestratorTellsWhoMadeWhat)
 {
     Model const model = newModel();

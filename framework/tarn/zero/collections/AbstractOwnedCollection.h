@@ -8,6 +8,7 @@
 #include <boost/optional/optional.hpp>
 
 #include <atomic>
+#include <memory>
 #include <string>
 
 namespace tarn::zero {
@@ -95,9 +96,12 @@ private:
 };
 
 /// A handle that shares a collection: of an element it keeps the element, a detached one lives as long as its handles.
+/// `Value::getValue` reads a collection as one.
 template <class C>
 class CollectionRef {
 public:
+    /// A new, empty collection that belongs to no element.
+    CollectionRef() : m_collection{std::make_unique<C>().release()} {}
     /// Shares that collection.
     explicit CollectionRef(C& collection) noexcept : m_collection{&collection} {}
 
@@ -111,6 +115,13 @@ public:
 
 private:
     Counted<C> m_collection;
+};
+
+/// The slot of a collection names the type of what the collection holds.
+template <class C>
+struct SlotTypeOf<CollectionRef<C>> {
+    /// That type.
+    using type = typename C::value_type;
 };
 
 }   // namespace tarn::zero

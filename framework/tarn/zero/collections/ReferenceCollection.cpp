@@ -136,6 +136,12 @@ void ReferenceCollection::announce(OCDChangeDescriptor::Kind kind, std::size_t, 
     modifying(OCDChangeDescriptor{kind});
 }
 
+void ReferenceCollection::refuseEnding() const
+{
+    if (!isDetached() && ownerImpl()->isBeingDestroyed())
+        throw std::logic_error{"an element that is being destroyed takes nothing in: " + ownerImpl()->describe()};
+}
+
 void ReferenceCollection::replaceProxy(ModelElement const&, ModelElement const&) {}
 
 ModelElement ReferenceCollection::proxy(ProxyId const&) const
@@ -190,6 +196,7 @@ void ReferenceCollection::checkPlaceFor(ModelElement const& element) const
     if (!element)
         reportException(tarn0::messages::CannotAddNonExistentObject{refused(ModelElement::Impl::describe(element))});
     refuseUnmodifiable();
+    refuseEnding();
     checkType(element);
     checkCompatibleModel(element.get());
     if (!hasRoom(element))

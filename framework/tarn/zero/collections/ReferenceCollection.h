@@ -116,6 +116,7 @@ private:
     void checkPlaceFor(ModelElement const& element) const;
     bool isContainerOf(ModelElement::Impl const& element) const noexcept;
     bool canReplace(ModelElement const& proxy, ModelElement const& element) const noexcept;
+    void refuseEnding() const;
 
     bool m_composite;
 };

@@ -50,6 +50,21 @@ ModelElement::Impl* ElementTable::insert(Impl& element)
     return displaced;
 }
 
+void ElementTable::insertSilently(Impl& element)
+{
+    m_unindexed.insert(&element);
+    element.addRef();
+}
+
+ModelElement::Impl* ElementTable::announce(Impl& element)
+{
+    Impl* const displaced = insert(element);
+    if (element.m_indexed)
+        m_unindexed.erase(&element);
+    element.removeRef();   // of the silent entry
+    return displaced;
+}
+
 void ElementTable::remove(Impl& element, Impl* displaced) noexcept
 {
     if (displaced) {

@@ -25,7 +25,11 @@ public:
     /// Enters a new element. Answers the dead element or the placeholder of the same UUID whose place it took, if there
     /// was one; that one stays owned. Throws `std::bad_alloc` and leaves all as it was.
     Impl* insert(Impl& element);
-    /// Undoes `insert`: gives the place back to `displaced` and lets go of `element`.
+    /// Enters a new element that is not found.
+    void insertSilently(Impl& element);
+    /// Has such an element found from now on; otherwise as `insert`.
+    Impl* announce(Impl& element);
+    /// Undoes `insert` and `announce`: gives the place back to `displaced` and lets go of `element`.
     void remove(Impl& element, Impl* displaced) noexcept;
     /// Lets go of an element whose death is final.
     void erase(Impl& element) noexcept;

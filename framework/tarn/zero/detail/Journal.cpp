@@ -74,12 +74,23 @@ void Journal::touchUntold(Impl& element, unsigned long index)
     storage.m_untold |= storage.changedBits() & ~before;
 }
 
-void Journal::created(Impl& element)
+void Journal::created(Impl& element, bool announced)
 {
     if (!isOpen())
         throw std::logic_error{"a creation needs an open transaction: " + element.describe()};
+    if (element.m_announced || (element.m_entered && !announced) ||
+        (element.m_storage && element.m_storage->m_level != m_levels.size()))
+        throw std::logic_error{"an element is created once, on one level: " + element.describe()};
     Storage& storage = enter(element);
-    storage.m_displaced = m_table.insert(element);   // if it throws, an empty storage stays: nothing changed
+    // If this throws, an empty storage stays: nothing changed.
+    if (!announced)
+        m_table.insertSilently(element);
+    else if (element.m_entered)
+        storage.m_displaced = m_table.announce(element);
+    else
+        storage.m_displaced = m_table.insert(element);
+    element.m_entered = true;
+    element.m_announced = announced;
     storage.m_created = true;
     noteRestructuring();
 }
@@ -102,7 +113,10 @@ void Journal::becomingProxy(Impl& element)
 
 void Journal::uncreate(Impl& element) noexcept
 {
-    Storage* const storage = std::exchange(element.m_storage, nullptr);
+    Storage* const storage = element.m_storage;
+    if (!storage || !storage->m_created || storage->m_level != m_levels.size())
+        return;
+    element.m_storage = nullptr;
     m_touched.erase(std::find(m_touched.begin(), m_touched.end(), storage));
     undoCreation(*storage, element);
     element.dropReferences();
@@ -175,7 +189,7 @@ void Journal::sealEach(Keep const& keep) noexcept
         storage->m_bits = storage->toldBits();
         bool const counts =
             storage->m_created ? !storage->m_destroyed : storage->m_destroyed || storage->changedBits() != 0;
-        if (!counts || !keep(*storage))
+        if (!counts || !element.m_announced || !keep(*storage))
             give(storage);
     }
     m_touched.clear();
@@ -322,7 +336,8 @@ void Journal::finishDeath(Impl& element) noexcept
 {
     element.m_model = nullptr;
     element.dropReferences();
-    m_table.erase(element);
+    if (element.m_entered)
+        m_table.erase(element);
 }
 
 }   // namespace tarn::zero::detail

@@ -31,12 +31,13 @@ public:
     /// Opens a level and answers the number that names it.
     std::uint64_t begin();
 
-    /// An element is about to change, was created, is being destroyed, is about to become a placeholder. Whatever
-    /// throws, nothing is recorded.
+    /// An element is about to change, is being destroyed, is about to become a placeholder. Whatever throws, nothing is
+    /// recorded.
     void touch(Impl& element, unsigned long index);
     /// As `touch`, for a change that a roll back undoes and no report tells.
     void touchUntold(Impl& element, unsigned long index);
-    void created(Impl& element);
+    /// An element was created, `announced` or silently.
+    void created(Impl& element, bool announced);
     void destroyed(Impl& element);
     void becomingProxy(Impl& element);
 
