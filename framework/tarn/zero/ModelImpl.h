@@ -76,7 +76,7 @@ private:
         if (isFrozen())
             refuseAsFrozen();
     }
-    [[noreturn]] void refuseAsFrozen() const;
+    [[noreturn]] STUDIO_DATA_LOCAL void refuseAsFrozen() const;
     STUDIO_DATA_LOCAL void commit(std::uint64_t serial);
     /// The first half of a commit: whatever throws, nothing is final yet. Answers the report, if there is somebody to
     /// tell; the model is idle then, and listeners may open transactions of their own.
