@@ -95,7 +95,7 @@ private:
         if (isFrozen())
             refuseAsFrozen();
     }
-    [[noreturn]] void refuseAsFrozen() const;
+    [[noreturn]] STUDIO_DATA_LOCAL void refuseAsFrozen() const;
     /// The one way into a transaction. Answers the number of the level.
     STUDIO_DATA_LOCAL std::uint64_t open();
     /// The same without regard to the depth of deliveries.

@@ -39,6 +39,7 @@ public:
     /// Adds before `index`; past the end throws `std::out_of_range`.
     void insert(std::size_t index, E const& element)
     {
+        this->refuseUnmodifiable();
         if (index > this->size())
             this->refuseIndex(index, this->size());
         this->addAt(index, element);
@@ -52,6 +53,7 @@ public:
     {
         return position(element) != this->end();
     }
+
     void genericAdd(Value const& value) override { this->addElement(Base::elementIn(value)); }
     void genericRemove(Value const& value) override { this->removeElement(Base::elementIn(value)); }
     void genericEnsureAt(std::size_t index, Value const& value) override
@@ -133,6 +135,7 @@ private:
         std::rotate(first, from < to ? first + 1 : last - 1, last);
         operation.commit();
     }
+
     typename std::vector<E>::const_iterator position(ModelElement const& element) const noexcept
     {
         return std::find(this->begin(), this->end(), element);

@@ -112,11 +112,11 @@ protected:
     void addAt(std::size_t index, ModelElement const& element);
 
 private:
-    void checkType(ModelElement const& element) const;
-    void checkPlaceFor(ModelElement const& element) const;
-    bool isContainerOf(ModelElement::Impl const& element) const noexcept;
-    bool canReplace(ModelElement const& proxy, ModelElement const& element) const noexcept;
-    void refuseEnding() const;
+    STUDIO_DATA_LOCAL void checkType(ModelElement const& element) const;
+    STUDIO_DATA_LOCAL void checkPlaceFor(ModelElement const& element) const;
+    STUDIO_DATA_LOCAL bool isContainerOf(ModelElement::Impl const& element) const noexcept;
+    STUDIO_DATA_LOCAL bool canReplace(ModelElement const& proxy, ModelElement const& element) const noexcept;
+    STUDIO_DATA_LOCAL void refuseEnding() const;
 
     bool m_composite;
 };
