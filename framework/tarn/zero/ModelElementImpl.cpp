@@ -371,10 +371,9 @@ void ModelElement::Impl::doDestroy(bool, bool notify)
     invalidate();
 }
 
-void ModelElement::Impl::refuseDead() const
+void ModelElement::Impl::refuseAsDead() const
 {
-    if (!m_alive)
-        throw std::logic_error{"the element was destroyed: " + describe()};
+    throw std::logic_error{"the element was destroyed: " + describe()};
 }
 
 void ModelElement::Impl::refuseChange() const

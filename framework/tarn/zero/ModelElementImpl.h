@@ -159,7 +159,11 @@ public:
     void destroyRecursively(bool detach, bool runHooks, bool notify);
 
     /// Throws `std::logic_error` on a dead element.
-    void refuseDead() const;
+    void refuseDead() const
+    {
+        if (!m_alive)
+            refuseAsDead();
+    }
     /// Throws what refuses every change: a dead element, a frozen model.
     void refuseChange() const;
     /// True from the beginning of its destruction, its hook included: its contents need not leave it one by one.
@@ -311,6 +315,7 @@ private:
     friend class Invariants;
 
     STUDIO_DATA_LOCAL void addTo(ReferenceCollection& collection, bool notify);
+    [[noreturn]] void refuseAsDead() const;
     void revive() noexcept;
     static bool derives(Impl const* type, Impl const* base) noexcept;
 

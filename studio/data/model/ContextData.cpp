@@ -15,8 +15,10 @@ namespace {
 
 bool makesProperty(tarn::zero::ModelElement::Builder const* builder)
 {
-    return builder &&
-           tarn::zero::ModelElement::Impl::conforms(builder->builtClass().get(), Property::Impl::classImpl());
+    if (!builder)
+        return false;
+    tarn::zero::meta::Class const wanted = Property::metaClass();   // makes the package if this is its first use
+    return tarn::zero::ModelElement::Impl::conforms(builder->builtClass().get(), wanted.get());
 }
 
 }   // namespace
