@@ -62,12 +62,12 @@ void ContextHandleImpl::notify(ContextData const& data) const
 
 void ContextHandleImpl::detach()
 {
+    ContextHandleImpl* waiting = nullptr;   // this handle, until it is called or destroyed
     if (!detached) {
         ContextView* const living = livingView();
         HandleRecord* const left = record;
         leaveRecord();
         cutOff();
-        ContextHandleImpl* waiting = nullptr;
         link(waiting);
         if (living)
             living->undoEmptyRecord(left);
