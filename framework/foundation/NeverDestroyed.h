@@ -5,12 +5,12 @@
 
 namespace foundation {
 
-/// A static object whose destructor never runs, so that other static objects may use it until the process has ended,
-/// in whatever order they go. For statics only: anything else that it holds would leak.
+/// A static object whose destructor never runs, so that other static objects may use it until the process ends, in any
+/// order of destruction. For statics only: elsewhere it leaks.
 template <class T>
 class NeverDestroyed {
 public:
-    /// Makes the object from these arguments. *Throws* what its constructor throws.
+    /// Constructs the object from `arguments`. *Throws* what its constructor throws.
     template <class... Args>
     explicit NeverDestroyed(Args&&... args)
     {

@@ -2,8 +2,8 @@
 
 #include <boost/uuid/uuid.hpp>
 
-/// The alignment of a UUID in bytes where the library was built. A library that was built with Boost 1.86 or later has
-/// its users compile with another one.
+/// The alignment of a UUID in bytes where the library was built. A library built with Boost 1.86 or later makes its
+/// users compile with another value.
 #ifndef STUDIO_DATA_UUID_ALIGNMENT
 #define STUDIO_DATA_UUID_ALIGNMENT 1
 #endif

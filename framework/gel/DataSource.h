@@ -8,19 +8,19 @@
 
 namespace gel {
 
-/// The one question that an evaluation asks its host.
+/// Source of symbol values, implemented by the host.
 class STUDIO_DATA_EXPORT DataSource {
 public:
     virtual ~DataSource() = default;
 
-    /// The value of a symbol, undefined when there is none. An evaluation asks at most once for each symbol, at the
-    /// moment its value is first needed; a NaN is read as undefined. May evaluate other texts, or the same one.
-    /// Throws whatever it likes: the exception ends the evaluation and reaches its caller unchanged.
-    /// Lifetime: `symbol` belongs to the program that is being evaluated and lasts until the evaluation ends.
+    /// Returns the value of a symbol; undefined if it has none. Called at most once per symbol and evaluation, when the
+    /// value is first needed. A NaN is read as undefined. May evaluate other texts, or the same one. May throw
+    /// anything: the exception ends the evaluation and reaches its caller unchanged. *Lifetime*: `symbol` belongs to
+    /// the program being evaluated and lasts until the evaluation ends.
     virtual Value lookup(std::string const& symbol) const = 0;
 
-    /// What an evaluation really calls: `lookup`, unless overridden by a host that has bound the symbols of the program
-    /// beforehand and answers by `index`, the place of the symbol in `Program::symbolAt`. The promises are the same.
+    /// Called by the evaluation; the base calls `lookup`. A host that has bound the symbols of the program beforehand
+    /// overrides it and uses `index`, the symbol's position in `Program::symbolAt`. Same contract as `lookup`.
     virtual Value fetch(std::size_t index, std::string const& symbol) const;
 };
 

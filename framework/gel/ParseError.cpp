@@ -41,7 +41,7 @@ std::string excerptOf(std::string_view text, std::size_t offset, std::size_t col
     std::string caret;
     for (char const byte : shown.substr(0, detail::bytesOf(shown, place)))
         if (!detail::continues(byte))
-            caret += byte == '\t' ? '\t' : ' ';   // as wide as in the line above, whatever the tab stops are
+            caret += byte == '\t' ? '\t' : ' ';   // as wide as in the line above, for any tab stops
     return shown + '\n' + caret + '^';
 }
 

@@ -10,25 +10,25 @@
 
 namespace gel {
 
-/// Why and where a text was refused; `what()` is `gel:LINE:COLUMN: REASON`. Copying shares and never throws.
+/// Why and where a text was refused; `what()` is `gel:LINE:COLUMN: REASON`. Copies share the contents and never throw.
 class STUDIO_DATA_EXPORT ParseError : public std::runtime_error {
 public:
-    /// An error at `offset` bytes into `text`, which is not kept beyond what `excerpt()` shows.
+    /// An error at `offset` bytes into `text`, of which only `excerpt()` is kept.
     ParseError(std::string_view text, std::size_t offset, std::string const& reason);
 
-    /// Why, as a phrase without the place.
+    /// The reason, a phrase without the position.
     std::string const& reason() const noexcept;
 
-    /// Bytes before the place of the error, at most the length of the text.
+    /// The byte offset of the error, at most the length of the text.
     std::size_t offset() const noexcept;
 
-    /// The place for people, both from 1: lines end at a line feed, columns count code points.
+    /// The line of the error, from 1; lines end at a line feed.
     std::size_t line() const noexcept;
-    /// The same within the line.
+    /// The column of the error within its line, from 1, in code points.
     std::size_t column() const noexcept;
 
-    /// The line of the text, a line feed, and a caret under the place. A line of more than 80 code points is cut down
-    /// to 80 around the place, `...` standing for what is left out.
+    /// The line of the error, a line feed, and a caret under the position. A line of more than 80 code points is cut to
+    /// 80 around the position, with `...` for the omitted parts.
     std::string const& excerpt() const noexcept;
 
 private:

@@ -53,7 +53,7 @@ std::string const& Program::symbolAt(std::size_t index) const noexcept
 
 Value Program::eval(DataSource const& source) const
 {
-    Program const held = *this;   // a lookup may drop this handle, and the cache the text
+    Program const held = *this;   // a lookup may drop this handle and evict the text from the cache
     return held.evalPinned(source);
 }
 

@@ -9,7 +9,7 @@
 
 namespace gel {
 
-/// What a data source answers and what an evaluation yields: undefined, a number, a logical or a text.
+/// Value of a symbol or of an evaluation: undefined, a number, a logical or a text.
 /// A value type: copies are independent. A text holds any bytes; the language reads them as UTF-8.
 class STUDIO_DATA_EXPORT Value {
 public:
@@ -23,8 +23,8 @@ public:
     /// A text.
     Value(std::string text) noexcept : m_content(std::move(text)) {}
 
-    // Kind by kind: libstdc++ 12 leaves a variant whose copying finds no memory in no defined state, and assigning it
-    // instead takes three times as long for a text.
+    // Copied kind by kind: in libstdc++ 12 a copy of a variant that throws bad_alloc leaves an undefined state, and
+    // assignment takes three times as long for a text.
     Value(Value const& other) : m_content(copyOf(other.m_content)) {}
     Value(Value&&) noexcept = default;
     Value& operator=(Value const&) = default;
@@ -39,7 +39,7 @@ public:
     Value(Number number) noexcept : m_content(static_cast<double>(number))
     {}
 
-    /// Refused: any pointer would convert to a logical.
+    /// Deleted: any pointer would convert to a logical.
     template <class Pointee>
     Value(Pointee const*) = delete;
 
@@ -54,17 +54,17 @@ public:
     /// True for a number and for a logical.
     bool isNumeric() const noexcept { return isDouble() || isLogical(); }
 
-    /// The number. Throws `std::bad_variant_access` for every other kind, as do the two operations that follow.
+    /// The number. *Throws* `std::bad_variant_access` for other kinds.
     double getDouble() const { return std::get<double>(m_content); }
-    /// The logical.
+    /// The logical. *Throws* `std::bad_variant_access` for other kinds.
     bool getBool() const { return std::get<bool>(m_content); }
-    /// The text. *Lifetime*: refers into this value.
+    /// The text. *Throws* `std::bad_variant_access` for other kinds. *Lifetime*: refers into this value.
     std::string const& getString() const { return std::get<std::string>(m_content); }
 
-    /// The number, or 1.0 and 0.0 for a logical. Throws `std::bad_variant_access` for the other kinds.
+    /// The number; 1.0 or 0.0 for a logical. *Throws* `std::bad_variant_access` for other kinds.
     double getNumeric() const;
 
-    /// True for the same kind with the same content: numbers as IEEE doubles (a NaN equals nothing), texts by bytes.
+    /// True for equal kind and content: numbers as IEEE doubles (a NaN equals nothing), texts by bytes.
     friend bool operator==(Value const&, Value const&) = default;
 
 private:

@@ -12,8 +12,8 @@ constexpr char32_t SURROGATES_END = 0xE000;
 constexpr char32_t SUPPLEMENTARY_BEGIN = 0x10000;
 constexpr char32_t REPLACEMENT = 0xFFFD;
 
-/// How a first byte announces its sequence, and the bounds of the second byte. Those bounds are what excludes overlong
-/// forms, surrogates and values past the last one; all later bytes are 80..BF.
+/// A lead byte: the length of its sequence and the bounds of the second byte. The bounds exclude overlong forms,
+/// surrogates and values above the last one; all later bytes are 80..BF.
 struct Lead {
     unsigned char first;
     unsigned char last;
@@ -33,7 +33,7 @@ constexpr std::array<Lead, 8> LEADS{{
     {0xF4, 0xF4, 4, 0x80, 0x8F},
 }};
 
-/// The scalar value of the multi-byte sequence that starts at `offset`, which is moved behind it.
+/// Decodes the multi-byte sequence at `offset` and advances `offset` behind it.
 char32_t decodeSequence(std::string_view text, std::size_t& offset)
 {
     auto const byteAt = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };

@@ -9,12 +9,12 @@ namespace gel::detail {
 
 namespace {
 
-/// The source of a constant, never asked.
+/// The source for constant folding, never called.
 class NoSource final : public DataSource {
     Value lookup(std::string const&) const override { return {}; }
 };
 
-/// Whether what an operation leaves on the stack, where it jumps if it is a jump, is always a logical.
+/// True if the operation always leaves a logical on the stack; of a jump, when taken.
 constexpr bool yieldsLogical(Operation operation) noexcept
 {
     switch (operation) {
@@ -39,7 +39,7 @@ constexpr bool yieldsLogical(Operation operation) noexcept
 
 Emitter::Emitter()
 {
-    m_code.reserve(32);   // most programs are no larger
+    m_code.reserve(32);   // enough for most programs
     m_constants.reserve(8);
     m_symbols.reserve(8);
     m_byName.reserve(8);
@@ -154,13 +154,13 @@ void Emitter::push() noexcept
     m_deepest = std::max(m_deepest, ++m_depth);
 }
 
-/// Whether the top is a logical whichever way it came about.
+/// True if the top is a logical on every path.
 bool Emitter::endsLogical() const noexcept
 {
     return yieldsLogical(m_code.back().operation) && (m_landsLogical || m_landing != m_code.size());
 }
 
-/// The number of a symbol, its own since it was first named.
+/// The number of a symbol, assigned on first use.
 std::size_t Emitter::indexOf(std::string_view symbol)
 {
     auto const isBefore = [this](std::uint32_t index, std::string_view name) { return m_symbols[index] < name; };

@@ -34,7 +34,7 @@ Operand add(Operand const& left, Operand const& right, Temporaries& temporaries)
     Spelling const head(left);
     Spelling const tail(right);
     if (std::string* const made = left.temporary()) {
-        made->append(tail.view());   // a chain of joins costs what its result is long
+        made->append(tail.view());   // appending in place keeps a chain of joins linear
         return left;
     }
     std::string joined;
@@ -66,7 +66,7 @@ Value run(Routine const& routine, std::size_t begin, DataSource const& source)
     Instruction const* const end = code + routine.code.size();
     for (Instruction const* next = code + begin; next != end;) {
         Instruction const now = *next++;
-        auto const join = [&](auto combine) {   // the two topmost operands, or top and a constant, to one
+        auto const join = [&](auto combine) {   // combines the two topmost operands, or top and a constant
             Operand const& right = now.small == 0 ? *top-- : routine.constants[now.index];
             *top = combine(*top, right);
         };

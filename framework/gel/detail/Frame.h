@@ -13,8 +13,8 @@
 
 namespace gel::detail {
 
-/// What one evaluation holds: its stack, the values that it needs again, the texts that it fetched and made. The usual
-/// sizes lie in here, uninitialised until they are used; larger programs work in spare memory of the thread.
+/// State of one evaluation: its stack, the values it reads again, and its fetched and temporary texts. The usual sizes
+/// are in the object, uninitialised until used; larger programs use spare memory of the thread.
 class Frame {
 public:
     explicit Frame(Routine const& routine)
@@ -32,14 +32,14 @@ public:
     Frame(Frame const&) = delete;
     Frame& operator=(Frame const&) = delete;
 
-    /// The place below the first operand, so that the top of an empty stack has an address.
+    /// The position below the first operand, so that the top of an empty stack has an address.
     Operand* bottom() noexcept { return m_stack; }
     Temporaries& temporaries() noexcept { return m_temporaries; }
 
-    /// The value of a symbol, asked for now.
+    /// Fetches the value of a symbol.
     Operand fetch(std::uint32_t index, std::string const& symbol, DataSource const& source);
 
-    /// The value of a symbol, asked for when this is the first time.
+    /// The value of a symbol, fetched on first use.
     Operand read(std::uint32_t index, std::string const& symbol, DataSource const& source);
 
 private:
@@ -59,8 +59,8 @@ private:
     std::array<Operand, NEAR_SYMBOLS> m_nearKnown;
     std::array<Text, NEAR_SYMBOLS> m_nearTexts;
     Operand* m_stack = m_nearStack.data();
-    Operand* m_known = m_nearKnown.data();   // by symbol, absent until it is read; only if some are read again
-    Text* m_texts = m_nearTexts.data();      // those that were fetched
+    Operand* m_known = m_nearKnown.data();   // by symbol, absent until read; used only if some are read again
+    Text* m_texts = m_nearTexts.data();      // the fetched ones
     std::size_t m_textCount = 0;
     std::optional<SpareMemory> m_far;
     Temporaries m_temporaries;
@@ -70,7 +70,7 @@ inline Operand Frame::fetch(std::uint32_t index, std::string const& symbol, Data
 {
     Value const& value = *::new (static_cast<void*>(&m_texts[m_textCount])) Value(source.fetch(index, symbol));
     if (value.isString())
-        ++m_textCount;   // any other value needs no end: the next one takes its place
+        ++m_textCount;   // other values need no destructor: the next one overwrites the slot
     return Operand(value);
 }
 

@@ -90,7 +90,7 @@ Operand trim(Arguments arguments, Temporaries&)
     return arguments[0].isText() ? Operand(trimmed(arguments[0].text())) : Operand::undefined();
 }
 
-/// A test of two texts; false when one is none.
+/// Test of two texts; false if either operand is no text.
 template <bool (*test)(std::string_view, std::string_view)>
 Operand ofTexts(Arguments arguments, Temporaries&)
 {
@@ -112,14 +112,14 @@ bool endsWith(std::string_view text, std::string_view part) noexcept
     return text.size() >= part.size() && text.substr(text.size() - part.size()) == part;
 }
 
-/// Whether the whole text fits the pattern. Only the last `*` need be tried again: an earlier one could but take more
-/// of what a later one takes as well. A `\` that ends the pattern stands for itself.
+/// True if the whole text matches the pattern. Backtracks to the last `*` only: an earlier one could only take more of
+/// what the last one takes as well. A `\` at the end of the pattern stands for itself.
 bool like(std::string_view text, std::string_view pattern) noexcept
 {
     std::size_t at = 0;     // in the text
     std::size_t next = 0;   // in the pattern
     std::size_t afterStar = pattern.npos;
-    std::size_t starTook = 0;   // where the run of the last star ends in the text
+    std::size_t starTook = 0;   // end of what the last star matched
     auto const step = [&](std::size_t from) {
         do
             ++from;

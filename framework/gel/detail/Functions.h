@@ -9,7 +9,7 @@
 
 namespace gel::detail {
 
-/// The most arguments that a call may have: an instruction counts them in a byte.
+/// Maximum number of arguments: an instruction counts them in a byte.
 inline constexpr std::size_t MAX_ARGUMENTS = 255;
 
 /// One row of the table of built-in functions.
@@ -20,10 +20,10 @@ struct Function {
     Operand (*apply)(std::span<Operand const> arguments, Temporaries& temporaries);
 };
 
-/// The function of that name, null when there is none.
+/// The function with that name; null if there is none.
 Function const* functionNamed(std::string_view name) noexcept;
 
-/// The place of a function in the table, and back.
+/// The row number of a function in the table; `functionAt` is the inverse.
 std::uint32_t indexOf(Function const& function) noexcept;
 Function const& functionAt(std::uint32_t index) noexcept;
 

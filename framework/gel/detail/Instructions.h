@@ -13,14 +13,14 @@
 
 namespace gel::detail {
 
-/// What one instruction does to the stack of operands. *Top* is the operand last pushed.
+/// Effect of an instruction on the operand stack. *Top* is the operand pushed last.
 enum class Operation : std::uint8_t {
     Constant,   // pushes constants[index]
-    Read,       // pushes the value of symbols[index]; `small` is 1 if there is another read of it
+    Read,       // pushes the value of symbols[index]; `small` is 1 if it is read again
     Not,        // top becomes a logical
     Negate,
     Truth,
-    Add,   // the two topmost become one; if `small` is 1, the right one is constants[index] instead
+    Add,   // replace the two topmost by the result; if `small` is 1, the right one is constants[index] instead
     Subtract,
     Multiply,
     Divide,
@@ -31,15 +31,15 @@ enum class Operation : std::uint8_t {
     LessOrEqual,
     Greater,
     GreaterOrEqual,
-    Match,           // top becomes: does patterns[index] match it?
-    Call,            // the `small` topmost become the result of function `index`
-    SkipIfFalse,     // &&: a false top becomes the result and jumps to `index`, any other is dropped
-    SkipIfTrue,      // ||: the same for a true top
-    SkipIfDefined,   // ??: a top that is not undefined stays and jumps to `index`, else it is dropped
-    Choose,          // ?: drops top, jumps to `index` when it was false
+    Match,           // replaces top by whether patterns[index] matches it
+    Call,            // replaces the `small` topmost by the result of function `index`
+    SkipIfFalse,     // &&: if top is false, makes it the result and jumps to `index`, else pops it
+    SkipIfTrue,      // ||: if top is true, makes it the result and jumps to `index`, else pops it
+    SkipIfDefined,   // ??: if top is not undefined, keeps it and jumps to `index`, else pops it
+    Choose,          // ?: pops top; jumps to `index` if it was false
     Jump,            // jumps to `index`
-    SkipIfItem,      // in: drops top; if it equalled the operand below, that becomes `small` and jumps to `index`
-    EndOfList        // in: top becomes `small`
+    SkipIfItem,      // in: pops top; if it equals the new top, replaces that by `small` and jumps to `index`
+    EndOfList        // in: replaces top by `small`
 };
 
 struct Instruction {
@@ -49,34 +49,34 @@ struct Instruction {
 };
 static_assert(sizeof(Instruction) == 8);
 
-/// A program as an evaluation reads it. Only looks: somebody else keeps what it points to.
+/// A program in the form that the evaluator reads. Borrows everything.
 struct Routine {
     std::span<Instruction const> code;
     Operand const* constants;
     std::unique_ptr<Pattern const> const* patterns;
-    std::span<std::string const> symbols;   // in the order of first use
-    std::size_t stackDepth;                 // operands on the stack at most
-    bool rereads;                           // some symbol
+    std::span<std::string const> symbols;   // in order of first use
+    std::size_t stackDepth;                 // maximum number of operands on the stack
+    bool rereads;                           // some symbol is read more than once
 };
 
-/// All that a parse leaves behind, in one block of memory of the exact size: 140 bytes for `property07 + 12345`.
-/// Counted by its handles and never changed once it is made, so that any thread may run it.
+/// The result of a parse, in one memory block of exact size: 140 bytes for `property07 + 12345`.
+/// Reference-counted by its handles and immutable, so any thread may evaluate it.
 class Instructions {
 public:
-    /// What a program is made of. The texts of constants may lie anywhere until it is made.
+    /// The parts of a program to create. The texts of constants may be anywhere until then.
     struct Parts {
         std::string text;
         std::span<Instruction const> code;
         std::span<Operand const> constants;
         std::span<std::string> symbols;                       // moved from
-        std::span<std::uint32_t const> byName;                // their indexes, sorted by their bytes
+        std::span<std::uint32_t const> byName;                // symbol indexes, sorted by name
         std::span<std::unique_ptr<Pattern const>> patterns;   // moved from
         std::size_t stackDepth;
         bool rereads;
     };
     static Program make(Parts parts);
 
-    /// What a handle refers to, and one more handle.
+    /// The instructions of a handle.
     static Instructions const& of(Program const& program) noexcept { return *program.m_instructions; }
     Program handle() const noexcept;
 
@@ -95,7 +95,7 @@ private:
     explicit Instructions(Parts& parts) noexcept;
     ~Instructions();
 
-    /// The place behind an array, where the next one begins.
+    /// Address behind an array, aligned for the next one.
     template <class Next, class T>
     static Next* behind(T* array, std::size_t count) noexcept
     {
@@ -103,7 +103,7 @@ private:
         return reinterpret_cast<Next*>(array + count);
     }
 
-    // What lies behind the object, in this order, what an evaluation reads first; then the bytes of the constants.
+    // Arrays behind the object, in this order, those that the evaluator reads first; then the bytes of the constants.
     Operand* constantsBegin() const noexcept { return behind<Operand>(const_cast<Instructions*>(this), 1); }
     Instruction* codeBegin() const noexcept { return behind<Instruction>(constantsBegin(), m_constants); }
     std::string* symbolsBegin() const noexcept { return behind<std::string>(codeBegin(), m_code); }

@@ -35,8 +35,8 @@ constexpr bool isPlain(char byte) noexcept
     return PLAIN[static_cast<unsigned char>(byte)];
 }
 
-/// Whether a character outside ASCII may stand in a name. Spaces, invisible marks, dashes and curly quotes, which
-/// come in by pasting, may not.
+/// True if a character outside ASCII may be part of a name. Not spaces, invisible marks, dashes and curly quotes, which
+/// come from pasted text.
 constexpr bool isWide(char32_t value) noexcept
 {
     return value >= 0xA1 && value != 0xAD && value != 0x1680 && !(value >= 0x2000 && value <= 0x206F) &&
@@ -119,7 +119,7 @@ std::size_t Lexer::skipSpace(std::size_t offset) const noexcept
     return offset;
 }
 
-/// Where the characters of a name that begin at `offset` end.
+/// The end of the name characters that begin at `offset`.
 std::size_t Lexer::skipName(std::size_t offset) const noexcept
 {
     while (offset < m_text.size()) {
@@ -163,7 +163,7 @@ void Lexer::string()
 {
     char const quote = m_text[m_next++];
     std::size_t const begin = m_next;
-    std::string* unescaped = nullptr;   // since the first escape
+    std::string* unescaped = nullptr;   // from the first escape on
     while (at(m_next) != quote) {
         if (m_next == m_text.size() || m_text[m_next] == '\n' || m_text[m_next] == '\r')
             fail(m_token.offset, "unterminated string");
@@ -219,7 +219,7 @@ void Lexer::escape(std::string& text)
 void Lexer::name()
 {
     std::size_t const begin = m_next;
-    std::string* unquoted = nullptr;   // since the first part in backticks
+    std::string* unquoted = nullptr;   // from the first part in backticks on
     m_token.sign = Sign::Name;
     for (bool isFirst = true;; isFirst = false) {
         if (at(m_next) == '`') {

@@ -9,43 +9,43 @@
 
 namespace gel::detail {
 
-/// One token of a text.
+/// One token.
 struct Token {
     Sign sign = Sign::End;
     std::size_t offset = 0;
-    std::string_view spelling;   // as it stands in the text
-    std::string_view text;       // of a String or a Name, without quotes and escapes
+    std::string_view spelling;   // as written in the text
+    std::string_view text;       // of a String or a Name, unquoted and unescaped
     double number = 0;           // of a Number
-    bool isCallable = false;     // of a Name: one plain part
+    bool isCallable = false;     // of a Name: a single plain part
 };
 
-/// A regular expression between its slashes, and its flags.
+/// A regular expression without its slashes, and its flags.
 struct RegexToken {
     std::size_t offset = 0;   // of the pattern
     std::string_view pattern;
     std::string_view flags;
 };
 
-/// Reads a text token by token. What is no token throws `ParseError` when it is reached, not before.
-/// Lifetime: the texts of tokens last as long as the lexer and the text that it reads.
+/// Reads a text token by token. An invalid token throws `ParseError` when it is reached, not before.
+/// *Lifetime*: token texts last as long as the lexer and the text it reads.
 class Lexer {
 public:
-    /// Stands on the first token. Lifetime: only looks at `text`.
+    /// Positioned on the first token. *Lifetime*: borrows `text`.
     explicit Lexer(std::string_view text);
 
     Token const& token() const noexcept { return m_token; }
     void advance();
 
-    /// Whether the token after this one is an opening parenthesis.
+    /// True if the token after this one is an opening parenthesis.
     bool callFollows() const noexcept;
 
-    /// Reads the regular expression that follows this token, and stands on the token behind it.
-    /// False, and on the token that is there instead, when there is none.
+    /// Reads the regular expression that follows this token and advances to the token behind it. False if there is
+    /// none; the lexer is then on the next token.
     bool regex(RegexToken& regex);
 
     [[noreturn]] void fail(std::size_t offset, std::string const& reason) const;
 
-    /// `LINE:COLUMN` of a place in the text.
+    /// `LINE:COLUMN` of an offset in the text.
     std::string place(std::size_t offset) const;
 
 private:
@@ -63,9 +63,9 @@ private:
     std::string_view flags();
 
     std::string_view m_text;
-    std::size_t m_next = 0;   // where the token after this one is looked for
+    std::size_t m_next = 0;   // where the token after this one starts to be read
     Token m_token;
-    std::forward_list<std::string> m_texts;   // those that do not stand in the text as they are
+    std::forward_list<std::string> m_texts;   // token texts that differ from their spelling
 };
 
 }   // namespace gel::detail

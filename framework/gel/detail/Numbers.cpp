@@ -17,7 +17,8 @@ std::size_t skipDigits(std::string_view text, std::size_t from) noexcept
     return from;
 }
 
-/// Whether a number that no double holds is too large, not too small: its first digit that counts tells.
+/// True if a number out of range overflows, false if it underflows: decided by the position of its first significant
+/// digit.
 bool isLarge(std::string_view text) noexcept
 {
     std::size_t const mantissa = std::min(text.find_first_of("eE"), text.size());
@@ -28,7 +29,7 @@ bool isLarge(std::string_view text) noexcept
 
     int exponent = 0;
     if (std::from_chars(text.data() + digits, text.data() + text.size(), exponent).ec == std::errc::result_out_of_range)
-        return !negative;   // outweighs any number of digits
+        return !negative;   // exceeds any number of digits
     return static_cast<long long>(point) + (negative ? -exponent : exponent) > first;
 }
 
@@ -58,7 +59,7 @@ std::size_t numberLength(std::string_view text) noexcept
 double numberValue(std::string_view text) noexcept
 {
     if (text.substr(0, text.find_first_of("eE")).find_first_of("123456789") == text.npos)
-        return 0;   // whatever the exponent is
+        return 0;   // for any exponent
     double value = 0;
     if (std::from_chars(text.data(), text.data() + text.size(), value).ec == std::errc{})
         return value;

@@ -11,14 +11,14 @@ constexpr bool isDigit(char byte) noexcept
     return byte >= '0' && byte <= '9';
 }
 
-/// The bytes at the start of a text that have the form of a number, `digits [. digits] [e [sign] digits]`: 0 when it
-/// does not start with a digit. Leading zeros are taken.
+/// Length in bytes of the number at the start of a text, in the form `digits [. digits] [e [sign] digits]`; 0 if it
+/// does not start with a digit. Leading zeros are allowed.
 std::size_t numberLength(std::string_view text) noexcept;
 
-/// The double nearest to a whole text of that form: infinity when it is too large, 0 when it is too small for a double.
+/// The double nearest to a text of that form; infinity on overflow, 0 on underflow.
 double numberValue(std::string_view text) noexcept;
 
-/// The text of a number: the shortest digits that read back to the same double, laid out as ECMAScript does.
+/// Text of a number: the shortest digits that read back as the same double, formatted as in ECMAScript.
 class NumberText {
 public:
     explicit NumberText(double number) noexcept;   // not a NaN
@@ -30,7 +30,7 @@ private:
     void add(std::string_view text) noexcept;
     void addZeros(int count) noexcept;
 
-    std::array<char, 32> m_buffer;   // the longest text is -1.2345678901234567e-308 or as long
+    std::array<char, 32> m_buffer;   // the longest texts are like -1.2345678901234567e-308
     std::size_t m_size = 0;
 };
 

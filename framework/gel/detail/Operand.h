@@ -14,26 +14,26 @@
 
 namespace gel::detail {
 
-/// The texts that one evaluation makes. They live until it ends, at addresses that stay.
+/// The temporary texts of one evaluation: stable addresses until it ends.
 using Temporaries = std::forward_list<std::string>;
 
-/// A value while it is computed: 16 bytes, copied freely. A text is a view into a constant, a fetched value or a
-/// temporary, or it is a temporary of its own, which the operation that consumes it may change and hand on.
+/// A value during evaluation: 16 bytes, trivially copied. A text is a view of a constant, fetched value or temporary,
+/// or is an owned temporary, which the operation that consumes it may change and pass on.
 class Operand {
 public:
-    Operand() = default;   // no value at all: stacks are not initialised
+    Operand() = default;   // uninitialised, as stacks are
     static Operand undefined() noexcept { return Operand(UNDEFINED); }
-    static Operand absent() noexcept { return Operand(ABSENT); }   // what has not been fetched: no value either
+    static Operand absent() noexcept { return Operand(ABSENT); }   // a symbol not yet fetched
 
-    /// What the value says inside the language: a NaN is undefined, every zero is +0.
+    /// The value as the language reads it: NaN is undefined, every zero is +0.
     explicit Operand(Value const& value) noexcept;
     explicit Operand(bool logical) noexcept : Operand(LOGICAL) { m_number = logical ? 1 : 0; }
     explicit Operand(std::string_view text) noexcept;
 
-    /// A text of its own, kept in `temporaries`.
+    /// An owned text, kept in `temporaries`.
     Operand(std::string&& text, Temporaries& temporaries);
 
-    /// The result of a computation: undefined when it is NaN, or infinite although all it was made of was finite.
+    /// The result of a computation: undefined if it is NaN, or infinite from finite operands.
     static Operand computed(double result, bool fromFinite) noexcept;
 
     bool isAbsent() const noexcept { return m_sizeAndKind == ABSENT; }
@@ -43,13 +43,13 @@ public:
     bool isNumeric() const noexcept { return isNumber() || isLogical(); }
     bool isText() const noexcept { return m_sizeAndKind >= TEMPORARY; }
 
-    /// The number, or 1 and 0 for a logical; of a numeric operand.
+    /// The number; 1 or 0 for a logical. *Requires* a numeric operand.
     double numeric() const noexcept { return m_number; }
 
-    /// The text, of an operand that is one.
+    /// The text. *Requires* a text operand.
     std::string_view text() const noexcept;
 
-    /// The text that this operand alone refers to, null when there is none.
+    /// The temporary that this operand owns; null if there is none.
     std::string* temporary() const noexcept { return m_sizeAndKind == TEMPORARY ? m_temporary : nullptr; }
 
     bool truth() const noexcept;
@@ -57,11 +57,11 @@ public:
     /// Equal kind and content.
     friend bool operator==(Operand const& left, Operand const& right) noexcept;
 
-    /// The value for the host; empties a temporary.
+    /// The value for the host; moves from a temporary.
     Value release() const;
 
 private:
-    // A kind, or the size of a text that is only looked at, moved behind them all.
+    // A kind or, beyond them, TEXT plus the size of a borrowed text.
     enum Kind : std::uint64_t { ABSENT, UNDEFINED, NUMBER, LOGICAL, TEMPORARY, TEXT };
 
     explicit Operand(std::uint64_t sizeAndKind) noexcept : m_sizeAndKind(sizeAndKind) {}
@@ -77,7 +77,7 @@ private:
 };
 static_assert(sizeof(Operand) == 16 && std::is_trivially_default_constructible_v<Operand>);
 
-/// The text of a text, number or logical operand, as `+` joins it and `text()` gives it.
+/// The text of a text, number or logical operand, as `+` and `text()` produce it.
 class Spelling {
 public:
     explicit Spelling(Operand const& operand) noexcept;

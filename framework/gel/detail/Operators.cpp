@@ -16,7 +16,7 @@ constexpr bool isInOrder()
 }
 static_assert(isInOrder(), "rowOf() takes the sign for the index of its row");
 
-/// For each character, the first row of a sign that starts with it; 0 when there is none.
+/// The first row of the signs that start with a character, by character; 0 if there is none.
 constexpr std::array<std::uint8_t, 128> FIRST_ROW = [] {
     std::array<std::uint8_t, 128> rows{};
     for (std::size_t row = FIRST_WORD; row-- > FIRST_SIGN;)

@@ -9,7 +9,7 @@
 
 namespace gel::detail {
 
-/// The kinds of token: the four classes, then every sign and reserved word in the order of the operator table.
+/// Token kinds: the four classes, then every sign and reserved word in the order of the operator table.
 enum class Sign : std::uint8_t {
     End,
     Number,
@@ -48,7 +48,7 @@ enum class Sign : std::uint8_t {
     NotWord
 };
 
-/// How strongly an operator binds, loosest first. NONE: not an operator between two operands.
+/// Precedence of binary operators, loosest first. NONE: not a binary operator.
 enum Binding : std::uint8_t { NONE, CHOICE, DISJUNCTION, CONJUNCTION, COMPARISON, COALESCING, SUM, PRODUCT };
 
 /// One row of the table.
@@ -56,12 +56,12 @@ struct Operator {
     Sign sign;
     std::string_view spelling;
     Binding binds = NONE;
-    Binding right = NONE;   // its right side takes in what binds tighter than this
+    Binding right = NONE;   // the right operand takes operators that bind tighter than this
     Operation operation = Operation::Constant;
 };
 
-/// Spelling, binding strength and meaning of every sign and reserved word. Rows that start with the same character
-/// stand together, the longer spelling first; `right` below `binds` groups to the right.
+/// Spelling, precedence and operation of every sign and reserved word. Rows with the same first character are adjacent,
+/// the longer spelling first; `right` below `binds` makes an operator right-associative.
 inline constexpr std::array OPERATORS{
     Operator{Sign::End, ""},
     Operator{Sign::Number, ""},
@@ -106,10 +106,10 @@ constexpr Operator const& rowOf(Sign sign) noexcept
     return OPERATORS[static_cast<std::size_t>(sign)];
 }
 
-/// The longest sign at the start of a text, null when there is none. Words are not signs.
+/// The longest sign at the start of a text; null if there is none. Words are not signs.
 Operator const* signAt(std::string_view text) noexcept;
 
-/// The reserved word that a plain name is, null when it is none.
+/// The reserved word with that spelling; null if it is none.
 Operator const* reservedWord(std::string_view name) noexcept;
 
 }   // namespace gel::detail

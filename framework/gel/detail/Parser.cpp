@@ -71,15 +71,15 @@ void Parser::conditional()
     m_code.fold(start);
 }
 
-/// An operand and all operators behind it that bind tighter than `loosest`.
+/// Parses an operand and all operators behind it that bind tighter than `loosest`.
 void Parser::operation(Binding loosest)
 {
     Emitter::Start const start = m_code.start();
     operand();
     Binding tightest = PRODUCT;
     while (row().binds > loosest && row().binds <= tightest) {
-        // What has been read is the whole left side of the next operator, and no part of a tighter one: behind
-        // a list or a pattern, which are no operands, that would be possible.
+        // After an operand no tighter operator can follow; after a list or a pattern one could, and must not bind to
+        // it.
         tightest = row().binds;
         if (tightest == COMPARISON)
             comparison(row());
@@ -166,7 +166,7 @@ void Parser::operand()
         fail("'!' applies only to what follows it; use parentheses before " + quoted(token().spelling));
 }
 
-/// A primary with its prefix operators. Returns whether `!` is among them.
+/// Parses a primary with its prefix operators. Returns true if `!` is among them.
 bool Parser::prefixed()
 {
     Sign const sign = token().sign;

@@ -10,19 +10,19 @@
 
 namespace gel::detail {
 
-/// Turns a text into instructions in one pass. Knows the grammar, nothing of values.
+/// Precedence-climbing parser that emits instructions in one pass.
 class Parser {
 public:
     static constexpr std::size_t MAX_BYTES = 65'536;
     static constexpr std::size_t MAX_NESTING = 200;
 
-    /// The program of `text`. Throws `ParseError` at the first error from the left.
+    /// Parses `text`. *Throws* `ParseError` at the first error from the left.
     static Program parse(std::string const& text);
 
 private:
     explicit Parser(std::string_view text) : m_lexer(text) {}
 
-    // One operation for each rule of the grammar, loosest first.
+    // One operation per grammar rule, loosest first.
     void whole();
     void conditional();
     void operation(Binding loosest);

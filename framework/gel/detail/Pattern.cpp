@@ -16,7 +16,7 @@ constexpr std::uint32_t DEPTH_LIMIT = 100'000;
 constexpr std::uint32_t HEAP_LIMIT_KIB = 20'000;
 constexpr std::uint32_t NESTED_GROUPS = 50;
 
-// As close to ECMAScript as the library comes.
+// The options closest to ECMAScript.
 constexpr std::uint32_t OPTIONS = PCRE2_UTF | PCRE2_MATCH_INVALID_UTF | PCRE2_DOLLAR_ENDONLY | PCRE2_ALLOW_EMPTY_CLASS |
                                   PCRE2_MATCH_UNSET_BACKREF | PCRE2_NEVER_BACKSLASH_C;
 
@@ -28,7 +28,7 @@ T* orBadAlloc(T* made)
     return made;
 }
 
-// Both contexts are read by all threads, changed by none, and never freed: static destructors may still evaluate.
+// Both contexts are shared by all threads, immutable and never freed: static destructors may still evaluate.
 pcre2_compile_context* rules()
 {
     static pcre2_compile_context* const s_rules = [] {
@@ -108,7 +108,7 @@ bool Pattern::matches(std::string_view subject) const
     int answer = run(0);
     bool interpreted = !m_hasJit;
     if (!interpreted && answer < 0 && answer != PCRE2_ERROR_NOMATCH) {
-        answer = run(PCRE2_NO_JIT);   // the JIT's own stack is small: no answer of it may depend on that
+        answer = run(PCRE2_NO_JIT);   // the JIT's small stack must not decide the result
         interpreted = true;
     }
     // The interpreter leaves its frames in the block, up to the heap limit: too much to keep for each pattern.

@@ -11,17 +11,16 @@ struct pcre2_real_match_data_8;
 
 namespace gel::detail {
 
-/// Why a pattern was refused, and the bytes of the pattern before the place.
+/// Why a pattern was refused, and the byte offset in the pattern.
 struct PatternFault {
     std::string reason;
     std::size_t offset = 0;
 };
 
-/// A compiled regular expression that answers one question: does it match somewhere?
-/// Any number of threads may ask at the same time.
+/// A compiled regular expression that tests for a match anywhere. Thread-safe.
 class Pattern {
 public:
-    /// Compiles `pattern` with `flags` out of "ims"; null, and `fault` filled, when it is refused.
+    /// Compiles `pattern` with `flags` out of "ims"; returns null and fills `fault` if it is refused.
     static std::unique_ptr<Pattern const> compile(std::string_view pattern, std::string_view flags,
                                                   PatternFault& fault);
 
@@ -29,9 +28,9 @@ public:
     Pattern(Pattern const&) = delete;
     Pattern& operator=(Pattern const&) = delete;
 
-    /// Whether the pattern matches somewhere in `subject`. An invalid byte of UTF-8 matches nothing; a match that runs
-    /// into one of its limits does not match.
-    /// Cost: no allocation, unless two threads match the same pattern at once or the JIT compiler cannot run it.
+    /// True if the pattern matches somewhere in `subject`. An invalid UTF-8 byte matches nothing; a match that exceeds
+    /// a limit counts as none.
+    /// *Cost*: no allocation, unless two threads match the same pattern at once or the JIT compiler cannot run it.
     bool matches(std::string_view subject) const;
 
 private:
@@ -48,7 +47,7 @@ private:
 
     Code* m_code;
     bool m_hasJit;
-    mutable std::atomic<Block*> m_spareBlock = nullptr;   // what a match works in, when none is running
+    mutable std::atomic<Block*> m_spareBlock = nullptr;   // working memory of a match; null while one is running
 };
 
 }   // namespace gel::detail

@@ -9,7 +9,7 @@ namespace gel::detail {
 
 namespace {
 
-/// Trivially destructible, hence still readable when the thread's cache is gone.
+/// Trivially destructible, hence readable after the thread's cache is destroyed.
 struct Thread {
     ProgramCache* cache = nullptr;
     bool hadCache = false;
@@ -23,7 +23,7 @@ struct ThreadCache {
     ProgramCache programs;
 };
 
-/// The cache of this thread, null when it is gone.
+/// The cache of this thread; null after its destruction.
 ProgramCache* threadCache()
 {
     Thread& thread = s_thread;
@@ -48,7 +48,7 @@ Value evaluateText(std::string const& text, DataSource const& source)
     return cache ? cache->evaluate(cache->of(text), source) : Parser::parse(text).evalPinned(source);
 }
 
-/// An evaluation that is under way, in the list of those of its thread.
+/// A running evaluation, in the thread's list of them.
 class ProgramCache::Running {
 public:
     Running(ProgramCache& cache, Instructions const& program) noexcept
@@ -68,10 +68,10 @@ public:
     Running(Running const&) = delete;
     Running& operator=(Running const&) = delete;
 
-    /// Holds the programs of an evaluation and of all that began before it.
+    /// Takes references on the programs of an evaluation and of all that began before it.
     static void holdAll(Running* running) noexcept
     {
-        for (; running && !running->m_isHeld; running = running->m_next) {   // behind one that is held all are
+        for (; running && !running->m_isHeld; running = running->m_next) {   // all behind a held one are held
             running->m_program.hold();
             running->m_isHeld = true;
         }
@@ -90,11 +90,11 @@ Value ProgramCache::evaluate(Instructions const& program, DataSource const& sour
     return detail::evaluate(program, source);
 }
 
-/// Brings a text into the young generation.
+/// Inserts a text into the young generation.
 Instructions const& ProgramCache::fetch(std::string const& text, std::uint64_t hash)
 {
     Instructions const* const found = m_old.find(text, hash);
-    Program const program = found ? found->handle() : Parser::parse(text);   // before the old generation can be dropped
+    Program const program = found ? found->handle() : Parser::parse(text);   // before the old generation may be dropped
     makeRoom();
     m_young.insert(Instructions::of(program), hash);
     return Instructions::of(program);
@@ -105,7 +105,7 @@ void ProgramCache::makeRoom()
     if (m_young.size() < GENERATION)
         return;
     Running::holdAll(m_running);
-    m_old.swap(m_young);   // whose array is used again
+    m_old.swap(m_young);   // reuses the old array
     m_young.clear();
 }
 

@@ -9,16 +9,16 @@
 
 namespace gel::detail {
 
-/// The program of a text: this thread's own if it was used of late, else parsed and kept for the next time.
-/// Throws `ParseError`, and keeps nothing, if the text does not parse. After the end of the thread's cache, in
-/// the destructors of static objects, it parses each time.
+/// The program of a text: from the thread's cache if it is there, else parsed and cached.
+/// *Throws* `ParseError`, and caches nothing, if the text does not parse. After the end of the thread's cache, in the
+/// destructors of static objects, every call parses.
 Program programOf(std::string const& text);
 
-/// The value of that program. A lookup may drop the text from the cache.
+/// Evaluates the program of a text. A lookup may evict the text from the cache.
 Value evaluateText(std::string const& text, DataSource const& source);
 
-/// Parsed texts of one thread, bounded in two generations: what is used is in the young one; when that is full it
-/// becomes the old one, and what was not used for a whole generation is dropped.
+/// Per-thread cache of parsed texts, bounded by two generations. A used text moves to the young generation; when that
+/// is full it becomes the old one, and the previous old one is dropped.
 class ProgramCache {
 public:
     static constexpr std::size_t GENERATION = 4'096;
@@ -27,7 +27,7 @@ public:
     ProgramCache(ProgramCache const&) = delete;
     ProgramCache& operator=(ProgramCache const&) = delete;
 
-    /// What is kept for `text`, parsed if need be, until the next call at least.
+    /// The program of `text`, parsed if necessary; valid at least until the next call.
     Instructions const& of(std::string const& text)
     {
         std::uint64_t const hash = hashOf(text);
@@ -35,8 +35,8 @@ public:
         return found ? *found : fetch(text, hash);
     }
 
-    /// The value of what `of` has just returned. It is held not at once, which would cost as much as evaluating a small
-    /// program, but when programs are dropped meanwhile.
+    /// Evaluates what `of` returned. To save an atomic increment the program is not referenced up front; `makeRoom`
+    /// takes references for all running evaluations before it drops programs.
     Value evaluate(Instructions const& program, DataSource const& source);
 
 private:

@@ -17,7 +17,7 @@ std::uint64_t wordAt(char const* bytes) noexcept
     return word;
 }
 
-/// Both halves of a product, folded into one: each bit of them depends on all bits of both factors.
+/// Folds both halves of the product: each bit depends on all bits of both factors.
 std::uint64_t mixed(std::uint64_t left, std::uint64_t right) noexcept
 {
     __extension__ using Product = unsigned __int128;
@@ -29,7 +29,7 @@ std::uint64_t mixed(std::uint64_t left, std::uint64_t right) noexcept
 
 std::uint64_t hashOf(std::string_view text) noexcept
 {
-    constexpr std::uint64_t FIRST = 0x9E37'79B9'7F4A'7C15;   // odd, with bits all over
+    constexpr std::uint64_t FIRST = 0x9E37'79B9'7F4A'7C15;   // odd, with bits evenly spread
     constexpr std::uint64_t SECOND = 0xC2B2'AE3D'27D4'EB4F;
     char const* bytes = text.data();
     std::size_t left = text.size();
@@ -37,7 +37,7 @@ std::uint64_t hashOf(std::string_view text) noexcept
     for (; left > 16; bytes += 16, left -= 16)
         hash = mixed(wordAt<std::uint64_t>(bytes) ^ hash, wordAt<std::uint64_t>(bytes + 8) ^ SECOND);
 
-    std::uint64_t head = 0;   // of what is left, and its end: they overlap
+    std::uint64_t head = 0;   // the first and the last word of the rest; they overlap
     std::uint64_t tail = 0;
     if (left >= 8) {
         head = wordAt<std::uint64_t>(bytes);

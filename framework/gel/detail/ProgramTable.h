@@ -9,12 +9,12 @@
 
 namespace gel::detail {
 
-/// A number that tells texts apart: every bit of it depends on every byte of the text.
-/// Cost: a fifth of `std::hash`, which would take as long as evaluating the text.
+/// 64-bit hash of a text: every bit depends on every byte.
+/// *Cost*: a fifth of `std::hash`, which would take as long as evaluating the text.
 std::uint64_t hashOf(std::string_view text) noexcept;
 
-/// Programs by their texts, each held once; none is taken out alone. An array of which half is empty at least: a
-/// program stands at the place that its hash names, or behind it with no empty place between.
+/// Open-addressing hash table of programs by text (linear probing, at most half full). Holds one reference per program;
+/// `clear` is the only removal.
 class ProgramTable {
 public:
     ProgramTable() = default;
@@ -24,13 +24,13 @@ public:
 
     std::size_t size() const noexcept { return m_size; }
 
-    /// The program of `text`, whose hash is known already; null when it is not there.
+    /// The program of `text`, whose hash is `hash`; null if there is none.
     Instructions const* find(std::string_view text, std::uint64_t hash) const noexcept;
 
-    /// Holds a program whose text is not there. Throws `std::bad_alloc`, and is as it was.
+    /// Inserts a program. *Requires* that its text is not in the table. *Throws* `std::bad_alloc` and changes nothing.
     void insert(Instructions const& program, std::uint64_t hash);
 
-    /// Lets all programs go, but keeps the array.
+    /// Releases all programs and keeps the array.
     void clear() noexcept;
 
     void swap(ProgramTable& other) noexcept;
@@ -43,7 +43,7 @@ private:
 
     static void put(std::vector<Place>& places, Place const& place) noexcept;
 
-    std::vector<Place> m_places;   // a power of two
+    std::vector<Place> m_places;   // size is a power of two
     std::size_t m_size = 0;
 };
 

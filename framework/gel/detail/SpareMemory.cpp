@@ -8,18 +8,18 @@ namespace gel::detail {
 
 namespace {
 
-constexpr std::size_t MOST_BYTES = 262'144;   // what is larger, or one too many, is not kept
+constexpr std::size_t MOST_BYTES = 262'144;   // larger blocks, and those beyond the limit, are not kept
 constexpr std::size_t MOST_SPARES = 4;
 
 }   // namespace
 
-/// What stands in front of the memory.
+/// Header of a block.
 struct alignas(std::max_align_t) SpareMemory::Block {
     std::size_t size;
-    Block* next;   // among the spares
+    Block* next;   // in the free list
 };
 
-/// Trivially destructible, hence still readable when the thread ends.
+/// Trivially destructible, hence readable at the end of the thread.
 struct SpareMemory::Spares {
     Block* first = nullptr;
     std::size_t count = 0;
@@ -56,7 +56,7 @@ SpareMemory::SpareMemory(std::size_t size)
             m_block = spare;
             return;
         }
-        ::operator delete(spare);   // the one that takes its place is larger
+        ::operator delete(spare);   // its replacement is larger
     }
     m_block = ::new (::operator new(sizeof(Block) + size)) Block{size, nullptr};
 }

@@ -4,23 +4,23 @@
 
 namespace rook::factory {
 
-/// A wrappable object that either side may own: native code, which deletes it as usual, or the scripting host, whose
-/// wrapper then deletes it. The object only remembers which; it starts as native code's own. Used on one thread.
+/// A wrappable object owned by either side: native code, which deletes it as usual, or the scripting host, whose
+/// wrapper deletes it. The object records the owner, initially native code. Used on one thread.
 class STUDIO_DATA_EXPORT CppAndLumenOwned : public full::Wrappable {
 public:
     /// Retracts the object from the host.
     ~CppAndLumenOwned() override;
 
-    /// True once a destructor of the chain has retracted the object: the host has let go of it and must not wrap it
-    /// again.
+    /// True once a destructor of the class hierarchy has retracted the object: the host has dropped its wrapper and
+    /// must not create another.
     bool isRetracting() const noexcept { return m_retracting; }
-    /// True while native code owns the object and deletes it; the host does otherwise.
+    /// True if native code owns and deletes the object; false if the host does.
     bool isCppOwned() const noexcept { return m_cppOwned; }
 
-    /// The last step of a native factory: from now on native code owns the object. Calls the ownership hook with 1 if
-    /// the host had it; of an object fresh from its constructor this does nothing.
+    /// Last step of a native factory: makes native code the owner. Calls the ownership hook with 1 if the host owned
+    /// the object; no effect on a newly constructed one.
     void takeNativeOwnership();
-    /// What a host does that takes the object over: it deletes the object from now on, nobody else.
+    /// Makes the host the owner: from now on only the host deletes the object.
     void giveToLumen() noexcept { m_cppOwned = false; }
 
 protected:
@@ -28,7 +28,7 @@ protected:
     CppAndLumenOwned(CppAndLumenOwned const&) = default;
     CppAndLumenOwned& operator=(CppAndLumenOwned const&) = default;
 
-    /// The last thing that the destructor of each class of the chain does.
+    /// Last step of the destructor of each class of the hierarchy.
     void tearDown() noexcept;
 
 private:

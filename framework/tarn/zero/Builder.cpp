@@ -112,7 +112,7 @@ void ModelElement::Builder::Orchestrator::removeBuilder(Builder const& builder) 
 
 void ModelElement::Builder::Orchestrator::setCreatedElement(Builder* builder, ModelElement const& element)
 {
-    auto const found = std::find_if(m_builders.rbegin(), m_builders.rend(),   // mostly the one added last
+    auto const found = std::find_if(m_builders.rbegin(), m_builders.rend(),   // usually the one added last
                                     [&](auto const& entry) { return entry.first == builder; });
     if (!builder || found == m_builders.rend() || found->second.get() || m_ended)
         throw std::logic_error{"a builder makes one element for its orchestrator: " + Impl::describe(element)};
@@ -128,7 +128,7 @@ ModelElement ModelElement::Builder::Orchestrator::getCreatedElement(Builder* bui
 
 void ModelElement::Builder::Orchestrator::commit()
 {
-    for (std::size_t i = 0; i != m_builders.size() && !m_ended; ++i)   // a list that grows: builders bring others
+    for (std::size_t i = 0; i != m_builders.size() && !m_ended; ++i)   // the list grows: builders add others
         if (m_builders[i].first && !m_builders[i].second.get())
             m_builders[i].first->doCreate(true, boost::uuids::uuid{});
     if (m_failed || m_ended)

@@ -14,56 +14,57 @@
 
 namespace tarn::zero {
 
-/// Collects the values of an element, and of the elements inside it, before any of them exists.
+/// Collects the values of an element and of the elements it will contain, before any of them exists.
 class STUDIO_DATA_EXPORT ModelElement::Builder {
 public:
     class Orchestrator;
 
-    /// For an element with so many properties.
+    /// A builder of an element with `propertyCount` properties.
     explicit Builder(unsigned long propertyCount);
     Builder(Builder const&) = delete;
     Builder& operator=(Builder const&) = delete;
     virtual ~Builder();
 
-    /// Gives the builder the model that it makes its element in. *Throws* `std::logic_error` for another model than
-    /// that of the orchestrator that the builder belongs to.
+    /// Sets the model in which the element is created. *Throws* `std::logic_error` if the builder belongs to an
+    /// orchestrator with another model.
     void setModel(Model const& model);
-    /// That model; null before it is given one.
+    /// The model in which the element is created; null until `setModel`.
     Model const& model() const noexcept { return m_model; }
 
-    /// Makes the elements, in the model's open transaction or one of its own; all of them or, throwing, none. A nil
-    /// UUID asks for a fresh one. The builder keeps its values: each call makes other elements.
-    /// *Throws* `std::logic_error` without a model, and while the builder belongs to an orchestrator for which it has
-    /// made its element, or which has ended; what a hook throws.
+    /// Creates the elements, in the model's open transaction or in one of its own: all of them or, if it throws, none.
+    /// A nil UUID requests a random one. The builder keeps its values, so each call creates further elements. *Throws*
+    /// `std::logic_error` without a model, and while the builder belongs to an orchestrator that has ended or already
+    /// has its element; whatever a hook throws.
     ModelElement create(boost::uuids::uuid const& uuid);
 
-    /// The class of the element that will be made.
+    /// The class of the element to create.
     virtual meta::Class builtClass() const = 0;
 
-    /// Gives property `property` a value, or adds one to it, and answers the property's bit. The base knows no
-    /// property: it throws `InvalidValue` and changes nothing.
+    /// Sets property `property`, or adds to it, and returns the property's bit. The base has no properties: it throws
+    /// `InvalidValue` and changes nothing.
     virtual std::uint64_t setOrAdd(meta::Property const& property, Value const& value);
-    /// The same with a builder for a contained element; ownership passes only if it was taken.
+    /// Sets property `property`, or adds to it, from the builder of a contained element; returns the property's bit.
+    /// Takes ownership only on success.
     virtual std::uint64_t setOrAdd(meta::Property const& property, std::unique_ptr<Builder>& builder);
 
-    /// True once property `index` was given a value.
+    /// True if property `index` has a value.
     bool isSet(unsigned long index) const noexcept;
 
-    /// Makes the element and hands it to the orchestrator. With `notify` false the elements live in the model, which
-    /// neither finds nor lists nor reports them until `notifyCreated` announces them.
+    /// Creates the element and registers it with the orchestrator. With `notify` false the elements belong to the model
+    /// but are neither found, listed nor reported until `notifyCreated`.
     virtual ModelElement doCreate(bool notify, boost::uuids::uuid const& uuid) = 0;
 
 protected:
-    /// How many properties one word of the set ones stands for.
+    /// Bits per word of `m_set`.
     static constexpr unsigned long wordBits = 64;
 
-    /// Notes that property `index` has a value, and answers its bit.
+    /// Sets the bit of property `index` and returns it.
     std::uint64_t markSet(unsigned long index);
-    /// Notes that it has none.
+    /// Clears the bit of property `index`.
     void clearSet(unsigned long index) noexcept;
-    /// The orchestrator that the builder belongs to, borrowed; null while it belongs to none.
+    /// The orchestrator that the builder belongs to, borrowed; null if none.
     Orchestrator* orchestrator() const noexcept { return m_orchestrator; }
-    /// For a builder that failed half-way: its orchestrator refuses to commit.
+    /// Records that this builder failed half-way: its orchestrator then refuses to commit.
     void noteFailure() noexcept;
 
 private:
@@ -72,43 +73,43 @@ private:
     Orchestrator* m_orchestrator = nullptr;
 };
 
-/// Makes the elements of a tree of builders in one step: a transaction, and which builder made what. A builder belongs
-/// to one orchestrator from when that takes it in until one of the two is destroyed, and makes one element for it.
+/// Creates the elements of a tree of builders in one transaction and records which builder created which element. A
+/// builder belongs to one orchestrator, from `addBuilder` until either is destroyed, and creates one element for it.
 class STUDIO_DATA_EXPORT ModelElement::Builder::Orchestrator {
 public:
-    /// Begins. *Throws*, and leaves the builder as it was: `std::invalid_argument` for null; `std::logic_error` for a
-    /// builder without a model, or of another orchestrator.
+    /// Begins the creation with builder `root`. *Throws*, and leaves the builder unchanged: `std::invalid_argument` for
+    /// null; `std::logic_error` for a builder without a model or of another orchestrator.
     explicit Orchestrator(Builder* root);
     Orchestrator(Orchestrator const&) = delete;
     Orchestrator& operator=(Orchestrator const&) = delete;
-    /// Undoes what was not committed.
+    /// Rolls back what was not committed.
     ~Orchestrator();
 
-    /// Takes a nested builder in: it makes its element in the same model. One that is in already stays where it is.
-    /// *Throws* `std::invalid_argument` for null, `std::logic_error` for a builder of another orchestrator and after
-    /// the creation ended.
+    /// Adds a nested builder, which creates its element in the same model. No effect on one already added. *Throws*
+    /// `std::invalid_argument` for null, `std::logic_error` for a builder of another orchestrator and after the
+    /// creation has ended.
     void addBuilder(Builder* builder);
-    /// For a builder that has made its element. *Throws* `std::logic_error` for a builder that is not in, or has made
-    /// one before, and after the creation ended.
+    /// Records the element that `builder` created; `getCreatedElement` returns it from then on. *Throws*
+    /// `std::logic_error` if the builder was not added or has an element already, and after the creation has ended.
     void setCreatedElement(Builder* builder, ModelElement const& element);
-    /// The element made from `builder`; null if none was made.
+    /// The element created by `builder`; null if there is none.
     ModelElement getCreatedElement(Builder* builder) const;
-    /// Makes what no builder has made yet, then calls `didCreate` of each element, and makes them final.
-    /// *Throws* `std::logic_error` the second time and when a builder failed; what a hook throws: no element is left
-    /// then, once the orchestrator is destroyed.
+    /// Runs the builders that have no element yet, then calls `didCreate` of each element, then commits. *Throws*
+    /// `std::logic_error` when called twice or when a builder failed; whatever a hook throws. After a throw the
+    /// destructor removes all elements.
     void commit();
 
 private:
     friend class Builder;
 
-    /// A builder that is going away; what it made stays.
+    /// Removes a builder that is being destroyed; its element stays.
     STUDIO_DATA_LOCAL void removeBuilder(Builder const& builder) noexcept;
 
     Model m_model;
-    std::vector<std::pair<Builder*, ModelElement>> m_builders;   // null: gone
+    std::vector<std::pair<Builder*, ModelElement>> m_builders;   // null: builder destroyed
     Transaction m_transaction;
     bool m_failed = false;
-    bool m_ended = false;   // from when all elements are made
+    bool m_ended = false;   // all elements are created
 };
 
 }   // namespace tarn::zero

@@ -8,9 +8,9 @@
 
 namespace tarn::zero {
 
-/// What every builder has from its element class `T`. `B` is the builder; it answers
-/// `long doSetOrAdd(property, value or builder)`, the index that it handled or -1, `fill(T&)`, which moves the plain
-/// values into the new element, and `cascadeCreation(T&, notify)`, which makes the contained elements.
+/// Base of the builders of element class `T`. `B` is the builder class. It provides `long doSetOrAdd(property, value or
+/// builder)`, which returns the index it handled or -1; `fill(T&)`, which moves the plain values into the new element;
+/// and `cascadeCreation(T&, notify)`, which creates the contained elements.
 template <class T, class B>
 class BuilderOf : public ModelElement::Builder {
     using Base = ModelElement::Builder;
@@ -32,7 +32,7 @@ public:
     ModelElement doCreate(bool notify, boost::uuids::uuid const& uuid) override { return make(notify, uuid); }
 
 protected:
-    /// A builder without a model, of a class with so many properties.
+    /// A builder without a model, of a class with `propertyCount` properties.
     explicit BuilderOf(unsigned long propertyCount) : Base{propertyCount} {}
     BuilderOf(unsigned long propertyCount, Model const& model) : Base{propertyCount} { setModel(model); }
 

@@ -26,19 +26,19 @@ bool isInsideClass(ReportData::Storage const& storage)
 
 }   // namespace detail
 
-/// A view over a report for elements of class `T`: the lists it shows, and the old values. The one that a listener is
-/// given borrows the report until the listener returns; a copy keeps it. To name it the handle class is enough; to read
-/// the lists `T::Impl` must be complete.
+/// View over a report for elements of class `T`: its lists and the old values. The view passed to a listener borrows
+/// the report until the listener returns; a copy shares it. Naming the view requires only the handle class, reading its
+/// lists requires a complete `T::Impl`.
 template <class T, bool Deep>
 class ChangeReportOf {
 public:
     /// The class whose changes the report shows.
     using Element = T;
 
-    /// A view over that report, which it keeps.
+    /// A view that shares `data`.
     explicit ChangeReportOf(std::shared_ptr<ReportData> data) noexcept : m_report{data.get()}, m_kept{std::move(data)}
     {}
-    /// Borrows `report`, which is owned by a `std::shared_ptr`.
+    /// A view that borrows `report`, which must be owned by a `std::shared_ptr`.
     explicit ChangeReportOf(ReportData& report) noexcept : m_report{&report} {}
     ChangeReportOf(ChangeReportOf const& other) noexcept : m_report{other.m_report}, m_kept{other.data()} {}
     ChangeReportOf& operator=(ChangeReportOf const& other) noexcept
@@ -49,16 +49,16 @@ public:
     }
     ~ChangeReportOf() = default;
 
-    /// The elements created, modified and destroyed, as a range of `ReportEntry`, in order of first touch.
+    /// The elements created, as a range of `ReportEntry` in order of first touch.
     ReportRange created() const noexcept { return {*m_report, ReportData::Kind::Created, filter()}; }
-    /// The elements that were there before and after, and changed.
+    /// The elements that existed before and after the transaction and changed.
     ReportRange modified() const noexcept { return {*m_report, ReportData::Kind::Modified, filter()}; }
-    /// The elements that are gone. They stay readable while the report is held.
+    /// The elements destroyed. They stay readable while the report is held.
     ReportRange destroyed() const noexcept { return {*m_report, ReportData::Kind::Destroyed, filter()}; }
 
     /// The whole report, of all classes, borrowed.
     ReportData const& report() const noexcept { return *m_report; }
-    /// The same, shared: it stays for as long as somebody holds it.
+    /// The whole report, shared: it lives while a reference to it is held.
     std::shared_ptr<ReportData> data() const noexcept { return m_kept ? m_kept : m_report->shared_from_this(); }
 
 private:

@@ -9,17 +9,17 @@
 
 namespace tarn::zero {
 
-/// The reference-counted base of everything that a handle points to. An object starts with no reference and deletes
-/// itself when its last one goes. The count is atomic; everything else about an object belongs to one thread.
+/// Reference-counted base of everything that a handle points to. An object starts with no reference and deletes itself
+/// when the last one is dropped. The count is atomic; all other state belongs to one thread.
 class STUDIO_DATA_EXPORT ElementImpl {
 public:
-    /// What the count holds while the object deletes itself: references taken and dropped meanwhile are ignored.
+    /// The count while the object deletes itself: references taken and dropped meanwhile are ignored.
     static constexpr std::int32_t REFCOUNT_DELETING = std::numeric_limits<std::int32_t>::min();
 
-    /// A process-wide hook, null by default: an element that is being invalidated passes it each of its collections,
-    /// once, before its handles turn false. For scripting hosts that hand out collections; it must not throw.
+    /// Process-wide hook, null by default. An element being invalidated passes it each of its collections once, before
+    /// its handles turn false. For scripting hosts that hand out collections. Must not throw.
     using CollectionCallback = void (*)(AbstractOwnedCollection& collection);
-    /// The hook that is installed now.
+    /// The installed hook.
     static CollectionCallback m_callback;
 
     ElementImpl(ElementImpl const&) = delete;
@@ -32,7 +32,7 @@ public:
             m_refCount.fetch_add(1, std::memory_order_relaxed);
     }
 
-    /// Drops a reference; with the last one the object deletes itself.
+    /// Drops a reference; the object deletes itself with the last one.
     void removeRef() noexcept
     {
         if (m_refCount.load(std::memory_order_relaxed) == REFCOUNT_DELETING)
@@ -51,7 +51,7 @@ private:
     std::atomic<std::int32_t> m_refCount{0};
 };
 
-/// One counted reference to a `T`, whose `addRef` and `removeRef` do the counting.
+/// One counted reference to a `T`, counted by `T::addRef` and `T::removeRef`.
 template <class T>
 class Counted {
 public:

@@ -10,22 +10,22 @@
 
 namespace tarn::zero {
 
-/// Everything about an element class that follows from its feature list. `T` is the class; it names its handle as
-/// `Handle`, declares `Storage` and `Changes` over `StorageOf` and `ChangesOf`, and has two static answers that its
-/// package fills: `classImpl()` and `propertyAt(index)`, null before registration and after it was undone.
+/// Implements an element class from its feature list. `T` is the element class. It names its handle class `Handle`,
+/// declares `Storage` and `Changes` over `StorageOf` and `ChangesOf`, and has two static members that its package
+/// fills: `classImpl()` and `propertyAt(index)`, null before registration and after unregistration.
 template <class T, class Base = ModelElement::Impl>
 class ElementImplOf : public Base {
 public:
     /// How a reflective access treats proxies.
     using Tag = ModelElement::Impl::ReflectionPrivateTag;
-    /// What a transaction remembers, whatever the class.
+    /// The storage of any element class.
     using RawStorage = ModelElement::Impl::Storage;
-    /// What a report tells, whatever the class.
+    /// The changes of any element class.
     using RawChanges = ModelElement::Impl::Changes;
 
     using Base::Base;
 
-    /// A new element of `model`, entered into it; a nil UUID asks for a fresh one.
+    /// A new element, entered into `model`; a nil UUID requests a random one.
     static auto createIn(Model const& model, boost::uuids::uuid const& uuid)
     {
         typename T::Handle const element{new T(model, uuid)};
@@ -128,7 +128,7 @@ public:
             if (!collection.isComposite() || (collection.empty() && !collection.hasProxies()))
                 return;
             collection.destroyElements(runHooks, notify);
-            this->notifyModifying(feature.index);   // what it held stays restorable; nobody is told
+            this->notifyModifying(feature.index);   // saves the contents for rollback; notifies nobody
             this->_basicClear(&collection);
         });
         Base::doDestroy(runHooks, notify);
@@ -153,7 +153,7 @@ public:
 protected:
     ~ElementImplOf() override = default;
 
-    /// How many properties the class has.
+    /// The number of properties of the class.
     static constexpr unsigned long featureCount() noexcept { return std::tuple_size_v<decltype(T::features())>; }
 
 private:

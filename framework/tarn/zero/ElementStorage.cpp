@@ -84,7 +84,7 @@ void ModelElement::Impl::Storage::recycle() noexcept
     m_created = false;
     m_destroyed = false;
     m_madeProxy = false;
-    m_element = ModelElement{};   // last: it may go with this reference
+    m_element = ModelElement{};   // last: may destroy the element
 }
 
 }   // namespace tarn::zero

@@ -8,15 +8,15 @@
 #include <type_traits>
 #include <utility>
 
-/// The words of a feature list. An element class names its properties once, by meta index, in
+/// Feature descriptors. An element class lists its properties once, by meta index:
 ///
 ///     static constexpr auto features() { return std::tuple{Attribute<1, &Impl::name, RevertWhenEqual>{}, ...}; }
 ///
-/// and `ElementImplOf`, `StorageOf` and `ChangesOf` derive from it what a transaction remembers, reverts and restores,
+/// `ElementImplOf`, `StorageOf` and `ChangesOf` derive from the list what a transaction saves, reverts and restores,
 /// and what reflection reads.
 namespace tarn::zero {
 
-/// When a remembered value counts as unchanged at commit.
+/// Revert rule: at commit a value equal to the old one counts as unchanged.
 struct RevertWhenEqual {
     template <class T>
     static bool unchanged(T const& old, T const& present)
@@ -24,7 +24,7 @@ struct RevertWhenEqual {
         return old == present;
     }
 };
-/// Never: whatever was announced is reported.
+/// Revert rule: nothing counts as unchanged; every announced change is reported.
 struct RevertNever {
     template <class T>
     static bool unchanged(T const&, T const&) noexcept
@@ -32,7 +32,7 @@ struct RevertNever {
         return false;
     }
 };
-/// Of a collection: only if it was empty and is empty.
+/// Revert rule of a collection: unchanged if it was empty and is empty.
 struct RevertWhenEmpty {
     template <class Collection, class Old>
     static bool unchanged(Collection const& collection, Old const& old)
@@ -40,7 +40,7 @@ struct RevertWhenEmpty {
         return collection.sizeBefore(old) == 0 && collection.size() == 0;
     }
 };
-/// The same, and if it held one element and holds just that one.
+/// Revert rule of a collection: unchanged if it was empty and is empty, or held one element and holds only that one.
 struct RevertWhenSameOnlyElement {
     template <class Collection, class Old>
     static bool unchanged(Collection const& collection, Old const& old)
@@ -59,13 +59,13 @@ struct MemberOf<Type Class::*> {
     using Value = Type;
 };
 
-/// What every feature answers unless it knows better.
+/// Defaults shared by all features.
 struct FeatureDefaults {
     static constexpr bool isCollection = false;
     static constexpr bool isContainer = false;
     struct Nothing {};
-    using Old = Nothing;    // what a transaction remembers
-    using Kept = Nothing;   // what is left of that for who keeps it
+    using Old = Nothing;    // the old value in a storage
+    using Kept = Nothing;   // the old value as `Changes` stores it beyond the report
 
     template <class... Any>
     static void withdraw(Any&&...) noexcept
@@ -80,7 +80,7 @@ struct FeatureDefaults {
 
 }   // namespace detail
 
-/// A plain value in field `Member`; `Setter`, when given, is what a reflective write calls.
+/// A plain value in field `Member`. `Setter`, if given, is called by a reflective write.
 template <unsigned long Index, auto Member, class Rule, auto Setter = nullptr>
 struct Attribute : detail::FeatureDefaults {
     using Type = typename detail::MemberOf<decltype(Member)>::Value;
@@ -112,7 +112,7 @@ struct Attribute : detail::FeatureDefaults {
     static void forget(Old& old) noexcept
     {
         if constexpr (std::is_base_of_v<ModelElement, Type>)
-            old = Type{};   // other old values wait for reuse with their memory
+            old = Type{};   // other old values keep their memory for reuse
     }
     template <class Element>
     static void drop(Element& element) noexcept
@@ -144,7 +144,7 @@ struct Attribute : detail::FeatureDefaults {
     }
 };
 
-/// A collection in field `Member`, which knows how to remember and restore itself.
+/// A collection in field `Member`, which saves and restores its own contents.
 template <unsigned long Index, auto Member, class Rule>
 struct Collection : detail::FeatureDefaults {
     using Type = typename detail::MemberOf<decltype(Member)>::Value;
@@ -216,8 +216,8 @@ struct Collection : detail::FeatureDefaults {
     }
 };
 
-/// The property that names the element's container, of handle class `Owner`. One whose `Impl` need
-/// not be known where the feature list stands makes itself `from` an element.
+/// The property that names the element's container, of handle class `Owner`. If `Owner::from(ModelElement)` exists it
+/// is used, so that `Owner::Impl` may be incomplete here.
 template <unsigned long Index, class Owner, auto Setter>
 struct Container : detail::FeatureDefaults {
     static constexpr unsigned long index = Index;

@@ -5,7 +5,7 @@ namespace tarn::zero {
 class AbstractOwnedCollection;
 class AbstractQuery;
 class ElementImpl;
-class Invariants;   // of the tests: may look at everything
+class Invariants;   // of the tests: accesses private members
 class Listener;
 class ListenerHolderBase;
 class Model;

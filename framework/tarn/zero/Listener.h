@@ -13,16 +13,17 @@ namespace tarn::zero {
 ///     void transactionCommitted(DeepChangeReport<Property> const& report);
 ///     void transactionCommitted(ShallowChangeReport<ContextData> const& report);
 ///
-/// That is all: the element classes say in `reportedElements` which reports there are, and in which order they come
-/// (`Property` before `ContextData`, of one class the shallow report before the deep one), however the overloads are
-/// ordered. A member template may take several reports. An overload is not called for a report without a change of its
-/// class. A listener that takes none of the reports does not compile.
+/// The element classes list their reports in `reportedElements`. Reports are delivered in that order, whatever the
+/// order of the overloads: `Property` before `ContextData`, and of one class the shallow report before the deep one. A
+/// member template may take several reports. An overload is not called for a report without a change of its class. A
+/// listener that takes no report does not compile.
 ///
-/// Optionally `using Reports = ReportList<...>` narrows: only these reports are delivered. It may name reports of
-/// element classes that `reportedElements` does not list; they come last, in the order in which they are named.
+/// An optional `using Reports = ReportList<...>` restricts delivery to the named reports. It may name reports of
+/// element classes that `reportedElements` does not list; those come last, in the order in which they are named.
 ///
 /// A listener is called on the committing thread, after the state is final and with no transaction open. It may do
-/// anything: write, register and remove listeners, destroy itself. The model does not own it: remove it before it dies.
+/// anything: write, add and remove listeners, destroy itself. The model does not own it: remove it before it is
+/// destroyed.
 class STUDIO_DATA_EXPORT Listener {
 public:
     Listener() = default;
@@ -30,29 +31,30 @@ public:
     Listener& operator=(Listener const&) = delete;
     virtual ~Listener();
 
-    /// Asked before the report of a commit is made that did no more than modify one element, and not what leads where:
-    /// false if that report would say nothing to this listener. It is not made if it says nothing to any of them.
-    /// `element` is a `ModelElement::Impl`, `changed` has a bit for each property that was touched, by meta index.
+    /// Called before a report is built for a commit that changed values of exactly one element and no structure
+    /// (nothing created, destroyed, renamed, moved or re-referenced). Return false if this listener would ignore that
+    /// report; if all listeners do, the report is not built. `element` is a `ModelElement::Impl`; bit i of `changed` is
+    /// set for each touched property i.
     virtual bool concerns(ElementImpl const& element, std::uint64_t changed) const noexcept;
 
-    /// It receives no more reports.
+    /// Called when the listener was removed: no report follows.
     virtual void listenerRemoved() {}
-    /// The model has begun to change. Deep listeners are not told.
+    /// The first change of a transaction. Deep listeners are not notified.
     virtual void firstChangeOccurred() {}
 };
 
-/// Reports, of types that a listener may take.
+/// A list of report types.
 template <class... Reports>
 struct ReportList {};
 
-/// Handle classes of elements.
+/// A list of handle classes.
 template <class... Elements>
 struct ElementList {};
 
-/// The element classes whose reports a listener takes by declaring an overload, in the order of delivery; evaluated
-/// by the compiler alone. The model layer has an overload for `Listener const*` in this namespace, in the headers of
-/// its element classes. Makers of further classes declare one for a base class of their own listeners, in the namespace
-/// of that class; for these listeners it replaces the list of the model layer.
+/// The element classes whose reports a listener may take, in order of delivery; evaluated at compile time only. The
+/// model layer overloads it for `Listener const*` in this namespace, in the headers of its element classes. To report
+/// further element classes, overload it for a base class of your own listeners in the namespace of that class; for
+/// these listeners it replaces the model layer's list.
 constexpr ElementList<> reportedElements(void const* /*listener*/) noexcept
 {
     return {};

@@ -25,7 +25,7 @@ void ListenerHolderBase::invalidate() noexcept
     try {
         listener->listenerRemoved();
     } catch (...) {
-        // The listener is on its way out: there is nobody left to tell.
+        // The listener is being removed: nothing left to report the failure to.
     }
 }
 

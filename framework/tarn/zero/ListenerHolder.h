@@ -9,11 +9,11 @@
 
 namespace tarn::zero {
 
-/// A model's hold on one listener, without regard to its class.
+/// A model's reference to one listener of any class.
 class STUDIO_DATA_EXPORT ListenerHolderBase {
 public:
-    /// Only `deep` has a meaning to this model: the listener gets the report of every committed transaction. The
-    /// other notifications are never sent.
+    /// A holder of `listener`. Only `deep` has an effect: the listener receives the report of every committed
+    /// transaction. The other notifications are never sent.
     ListenerHolderBase(Listener* listener, bool validates, bool modifies, bool hearsFirstChange, bool deep,
                        bool hearsCancel, bool shallowOnly, bool persistent) noexcept;
     ListenerHolderBase(ListenerHolderBase const&) = delete;
@@ -24,18 +24,18 @@ public:
     Listener* listener() const noexcept { return m_listener; }
     /// True if the listener gets the reports of committed transactions.
     bool isDeep() const noexcept { return m_deep; }
-    /// From now on nothing is dispatched; the listener is told through `listenerRemoved`. Throws nothing.
+    /// Stops all dispatch and calls `listenerRemoved` of the listener. Throws nothing.
     void invalidate() noexcept;
 
-    /// The name of the listener's class, for people; a static text.
+    /// The name of the listener's class, for messages; a static text.
     virtual char const* getTypeName() const = 0;
-    /// Before a commit; never called.
+    /// Notification before a commit; never sent.
     virtual void validateOnCommit(std::shared_ptr<ReportData> const& data) = 0;
-    /// Before a commit; never called.
+    /// Notification before a commit, in which listeners may still write; never sent.
     virtual void modifyOnCommit(std::shared_ptr<ReportData> const& data) = 0;
-    /// Hands a report to the listener, as the views that it asks for. *Throws* what the listener throws.
+    /// Passes a report to the listener, as each view that it takes. *Throws* what the listener throws.
     virtual void transactionCommitted(std::shared_ptr<ReportData> const& data) = 0;
-    /// After a roll back; never called.
+    /// Notification after a rollback; never sent.
     virtual void transactionCanceled(bool nested, std::shared_ptr<ReportData> const& data) = 0;
 
 private:
@@ -76,7 +76,7 @@ typename Joined<ReportList<>, ReportList<ShallowChangeReport<Elements>, DeepChan
 /// The reports of the list that `T` takes.
 template <class T, class... Reports>
 typename Joined<ReportList<>, If<Takes<T, Reports>, Reports>...>::type taken(ReportList<Reports...>);
-/// The reports of the first list that are in the second one, or those that are not.
+/// The reports of the first list that are in `List`. `lacking`: those that are not.
 template <class List, class... Reports>
 typename Joined<ReportList<>, If<isIn<Reports, List>, Reports>...>::type both(ReportList<Reports...>, List);
 template <class List, class... Reports>
@@ -88,7 +88,7 @@ constexpr bool takesAll(ReportList<Reports...>)
     return (Takes<T, Reports> && ...);
 }
 
-/// The reports that a listener of class `T` gets, as a `ReportList` in the order of delivery.
+/// The reports delivered to a listener of class `T`, as a `ReportList` in order of delivery.
 template <class T>
 constexpr auto deliveredTo()
 {
@@ -112,12 +112,12 @@ constexpr auto deliveredTo()
 
 }   // namespace detail
 
-/// A hold on a listener of class `T` that dispatches to its `transactionCommitted` overloads. `Owning`: the listener
-/// goes with the holder.
+/// Holder of a listener of class `T` that dispatches to its `transactionCommitted` overloads. If `Owning`, the holder's
+/// destructor deletes the listener.
 template <class T, bool Owning>
 class ListenerHolder final : public ListenerHolderBase {
 public:
-    /// A deep hold on that listener.
+    /// A deep holder of `listener`.
     explicit ListenerHolder(T* listener) noexcept
         : ListenerHolderBase(listener, false, false, false, true, false, false, false)
     {}
@@ -146,7 +146,7 @@ private:
     template <class Report>
     void deliver(std::shared_ptr<ReportData> const& data)
     {
-        // The delivery before this one may have removed or destroyed the listener.
+        // The previous delivery may have removed or destroyed the listener.
         if (!listener() || !data->containsElementChanges(Report::Element::Impl::classImpl()))
             return;
         Report const report{*data};

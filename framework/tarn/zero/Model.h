@@ -6,27 +6,27 @@
 
 namespace tarn::zero {
 
-/// What a model is made from.
+/// Specification of a model to create.
 struct ModelSpec {
-    std::u16string name;   ///< for people; models need not have one, nor different ones
+    std::u16string name;   ///< for display; may be empty and need not be unique
 };
 
-/// A set of models that are made together; here always of one.
+/// A set of models created together; here always one.
 class ModelConstellation {
 public:
     ModelConstellation() = default;
     explicit ModelConstellation(ModelSpec mainModel) : m_mainModel{std::move(mainModel)} {}
 
-    /// What the one model of the set is made from.
+    /// The specification of the set's only model.
     ModelSpec const& mainModel() const noexcept { return m_mainModel; }
 
 private:
     ModelSpec m_mainModel;
 };
 
-/// A counted handle to a model: a set of elements with transactions of its own. The model lives as long as a handle to
-/// it, an open transaction or a report being delivered. When it ends, the handles of its elements turn false and stay
-/// safe to hold. A model and its elements are used on one thread at a time.
+/// Counted handle to a model: a set of elements with their own transactions. The model lives while a handle to it, an
+/// open transaction or a report in delivery exists. When it ends, the handles of its elements turn false and stay safe
+/// to hold. A model and its elements are used on one thread at a time.
 class STUDIO_DATA_EXPORT Model {
 public:
     class Impl;
@@ -41,18 +41,18 @@ public:
     Model& operator=(Model&& other) noexcept;
     ~Model();
 
-    /// A new, empty model.
+    /// Creates an empty model.
     static Model create(ModelSpec const& wanted);
     static Model create(ModelConstellation const& constellation);
 
-    /// Takes or drops one more reference by hand; ignored by a null handle.
+    /// Adds a reference by hand; no effect on a null handle.
     void addRef() const noexcept;
-    /// Drops it again.
+    /// Drops a reference added by `addRef`; no effect on a null handle.
     void removeRef() const noexcept;
 
     explicit operator bool() const noexcept { return m_impl != nullptr; }
     Impl* get() const noexcept { return m_impl; }
-    /// Complete in ModelImpl.h: transactions, look-ups and listeners.
+    /// Complete in ModelImpl.h: transactions, lookups and listeners.
     Impl* operator->() const noexcept { return m_impl; }
 
     friend bool operator==(Model const& left, Model const& right) noexcept { return left.m_impl == right.m_impl; }
@@ -61,26 +61,26 @@ private:
     Impl* m_impl = nullptr;
 };
 
-/// Keeps a model unwritable for as long as it lives: a transaction on it is refused with `ModelFrozen`.
+/// Scope guard that freezes a model: opening a transaction on it throws `ModelFrozen`.
 class STUDIO_DATA_EXPORT Model::Freezer {
 public:
-    /// Freezes the model from now on.
+    /// Freezes the model.
     explicit Freezer(Model model);
     Freezer(Freezer const&) = delete;
     Freezer& operator=(Freezer const&) = delete;
     ~Freezer();
 
-    /// The model is writable until the answer is destroyed. Several may overlap.
+    /// Makes the model writable until the returned guard is destroyed. Several may overlap.
     Thawer thaw();
 
 private:
     Model m_model;
 };
 
-/// Makes a frozen model writable while it lives.
+/// Scope guard that makes a frozen model writable.
 class STUDIO_DATA_EXPORT Model::Thawer {
 public:
-    /// Makes the model writable from now on.
+    /// Makes the model writable.
     explicit Thawer(Model model) noexcept;
     Thawer(Thawer&& other) noexcept = default;
     Thawer& operator=(Thawer&&) = delete;

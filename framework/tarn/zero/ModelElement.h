@@ -11,9 +11,9 @@
 
 namespace tarn::zero {
 
-/// A handle to one element of a model: one counted pointer, no behaviour of its own. A null handle and a handle whose
-/// element was destroyed (or whose model ended) both convert to false; the latter still answers what the element last
-/// held. Copying shares the element. Used, like its model, on one thread at a time.
+/// Handle to one element of a model: one counted pointer without behaviour of its own. A null handle and a handle whose
+/// element was destroyed (or whose model ended) both convert to false; the latter still returns the element's last
+/// values. Copying shares the element. Used, like its model, on one thread at a time.
 class STUDIO_DATA_EXPORT ModelElement {
 public:
     class Impl;
@@ -26,24 +26,24 @@ public:
     ModelElement& operator=(ModelElement const& other) noexcept;
     ModelElement& operator=(ModelElement&& other) noexcept;
     ~ModelElement();
-    /// Exchanges what the two refer to.
+    /// Exchanges the elements of two handles.
     void swap(ModelElement& other) noexcept { std::swap(m_impl, other.m_impl); }
 
     /// The meta class that every element class derives from.
     static meta::Class metaClass();
 
-    /// Takes or drops one more reference by hand; ignored by a null handle.
+    /// Adds a reference by hand; no effect on a null handle.
     void addRef() const noexcept;
-    /// Drops it again.
+    /// Drops a reference added by `addRef`; no effect on a null handle.
     void removeRef() const noexcept;
 
-    /// True while the element lives.
+    /// True while the element is alive.
     explicit operator bool() const noexcept;
 
     /// The element's identity; nil for a null handle.
     boost::uuids::uuid Uuid() const noexcept;
 
-    /// True if the element's class is `type` or derives from it. A null handle and a null class answer false.
+    /// True if the element's class is `type` or derives from it. False for a null handle and for a null class.
     bool isA(meta::Class const& type) const noexcept;
 
     Impl* get() const noexcept { return m_impl; }

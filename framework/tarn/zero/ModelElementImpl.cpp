@@ -30,7 +30,7 @@ ReferenceCollection& collectionOf(ModelElement::Impl& owner, unsigned long featu
     return *collection;
 }
 
-/// The collection of that class's own feature: another class may have a property of the same index.
+/// The collection of the class's own feature; null for a property of another class with the same index.
 ReferenceCollection* findCollection(ModelElement::Impl& owner, meta::Property const& feature)
 {
     unsigned long const index = feature.index();
@@ -47,7 +47,7 @@ ReferenceCollection& collectionOf(ModelElement::Impl& owner, meta::Property cons
     return *collection;
 }
 
-/// Throws unless `feature` of `container` can hold the element.
+/// *Throws* unless `feature` of `container` accepts the element.
 void requireContainer(ModelElement::Impl& element, ModelElement::Impl& container, meta::Property const& feature)
 {
     if (!collectionOf(container, feature).accepts(ModelElement{&element}))
@@ -106,7 +106,7 @@ void ModelElement::Impl::convertToProxy(meta::Property const& feature, ProxyId c
     Transaction transaction = begin();
     ModelElement const keep{this};
     if (collection)
-        collection->removeElement(keep);   // it stood under its key
+        collection->removeElement(keep);   // it was under its key
     if (!m_proxy) {
         m_model->journal().becomingProxy(*this);
         m_proxy = true;
@@ -202,7 +202,7 @@ void ModelElement::Impl::enter(ModelElement const& given)
 {
     if (!given)
         throw std::logic_error{"a null or destroyed element cannot enter a model"};
-    ModelElement const element{given};   // the hook may change what the argument stands in
+    ModelElement const element{given};   // the hook may change the collection that holds the argument
     Transaction transaction = element->begin();
     element->notifyCreated();
     element->didCreate();
@@ -259,7 +259,7 @@ void ModelElement::Impl::basicSetContainer(Impl* container, meta::Property const
 void ModelElement::Impl::basicSetContainer(Impl* container, unsigned long featureIndex) noexcept
 {
     if (!m_alive)
-        return;   // it counts its last container
+        return;   // it owns a reference on its last container
     m_container = container;
     m_containerFeature = static_cast<std::uint8_t>(featureIndex);
 }
@@ -337,8 +337,8 @@ void ModelElement::Impl::destroy()
         return;
     ModelElement const keep{this};
     if (endsInOneStep() && isInTransaction()) {
-        OwnTransaction const joined{*this};   // refuses a frozen model
-        m_model->journal().prepare(*this);    // what comes after the first change finds all it needs
+        OwnTransaction const joined{*this};   // *Throws* on a frozen model
+        m_model->journal().prepare(*this);    // allocate first: nothing after the first change may throw
         return destroyRecursively(true, true, true);
     }
     Transaction transaction = m_model->beginDestruction();
@@ -351,15 +351,15 @@ void ModelElement::Impl::destroyRecursively(bool detach, bool runHooks, bool not
     if (!m_alive || m_destroying)
         return;
     ModelElement const keep{this};
-    beginDestroying();   // so that a hook that destroys the element ends here
+    beginDestroying();   // so that a hook that destroys the element returns here
     try {
         if (runHooks)
             aboutToDestroy();
-        if (m_container && (detach || !m_container->m_destroying))   // its hook may have moved it
+        if (m_container && (detach || !m_container->m_destroying))   // the hook may have moved it
             collectionOf(*m_container, m_containerFeature).inverseRemove(keep);
         doDestroy(runHooks, notify);
     } catch (...) {
-        m_destroying = false;   // the transaction rolls the rest back
+        m_destroying = false;   // the transaction rolls back the rest
         throw;
     }
 }
@@ -417,7 +417,7 @@ void ModelElement::Impl::revive() noexcept
     m_holdsContainer = false;
 }
 
-// Elements refer to other elements through their containers only, unless their class says otherwise.
+// By default elements are referenced by their containers only.
 void ModelElement::Impl::disassociateIncoming() {}
 void ModelElement::Impl::basicDisassociateAll() {}
 void ModelElement::Impl::convertReferencesToProxies(bool, boost::optional<ProxyId>&) {}

@@ -15,9 +15,9 @@ namespace tarn::zero {
 
 class ReferenceCollection;
 
-/// What every element consists of: identity, place in a model, container, and the record that the open transaction
-/// keeps of it. Element classes derive through `ElementImplOf`, which fills the virtual operations below from the
-/// class's feature list. Properties are numbered from 1; index 0 stands for the container.
+/// State common to all elements: identity, model, container, and the storage that the open transaction keeps for it.
+/// Element classes derive through `ElementImplOf`, which implements the virtual operations below from the class's
+/// feature list. Properties are numbered from 1; index 0 is the container.
 class STUDIO_DATA_EXPORT ModelElement::Impl : public ElementImpl {
 public:
     class Changes;
@@ -25,258 +25,259 @@ public:
 
     /// How a reflective access treats proxies.
     enum class ReflectionPrivateTag {
-        PUBLIC_ACCESS,     ///< proxies are resolved where that is possible
-        IN_MEMORY_ONLY,    ///< only what is here already
-        NO_PROXY_RESOLVE   ///< proxies are answered as they stand
+        PUBLIC_ACCESS,     ///< proxies are resolved where possible
+        IN_MEMORY_ONLY,    ///< only what is in memory
+        NO_PROXY_RESOLVE   ///< proxies are returned as they are
     };
-    /// Proxies are resolved where that is possible.
+    /// Proxies are resolved where possible.
     static constexpr auto PUBLIC_ACCESS = ReflectionPrivateTag::PUBLIC_ACCESS;
-    /// Only what is here already.
+    /// Only what is in memory is read.
     static constexpr auto IN_MEMORY_ONLY = ReflectionPrivateTag::IN_MEMORY_ONLY;
-    /// Proxies are answered as they stand.
+    /// Proxies are returned as they are.
     static constexpr auto NO_PROXY_RESOLVE = ReflectionPrivateTag::NO_PROXY_RESOLVE;
 
-    /// The index of no property.
+    /// No property.
     static constexpr unsigned long NO_INDEX = ~0ul;
 
-    /// An element of `model`. A nil UUID asks for a fresh random one. Not yet known to the model: see `notifyCreated`.
+    /// A new element of `model`, not yet entered into it: see `notifyCreated`. A nil UUID requests a random one.
     Impl(Model const& model, boost::uuids::uuid const& uuid);
     Impl(Builder& builder, boost::uuids::uuid const& uuid);
 
-    // Identity and place
+    // Identity and containment
 
-    /// The UUID, for life.
+    /// The UUID; never changes.
     boost::uuids::uuid const& identifier() const noexcept { return m_uuid; }
     /// The element's model; null once the element's death is final.
     Model getModel() const noexcept;
-    /// The same, borrowed.
+    /// The element's model, borrowed; null once the element's death is final.
     Model::Impl* getModelImpl() const noexcept { return m_model; }
-    /// False from the moment of the element's destruction, unless that is rolled back.
+    /// False from the element's destruction on, unless that is rolled back.
     bool isAlive() const noexcept { return m_alive; }
     /// True once the model finds and reports the element; see `notifyCreated` and `enterSilently`.
     bool isAnnounced() const noexcept { return m_announced; }
 
-    /// True for a placeholder of an element that lives in another model; every setter refuses it.
+    /// True for a proxy, a placeholder for an element of another model; every setter refuses it.
     bool isProxy() const noexcept { return m_proxy; }
-    /// The identity by which a placeholder names this element.
+    /// The identity that a proxy for this element has.
     ProxyId getProxyId() const noexcept { return ProxyId{m_uuid}; }
-    /// The identity by which other models name this element; `persistent` or not, it is the UUID.
+    /// The identity by which other models refer to this element: its UUID, whatever `persistent` is.
     ProxyId getPersistentProxyId(bool persistent) const noexcept;
-    /// Makes this element a placeholder for `id`, whose UUID it has, held in `feature` of `owner` (which may be null:
-    /// uncontained). The model no longer finds it, so that what it stands for can be found when it comes. Throws, and
-    /// changes nothing: `std::logic_error` if the UUIDs differ, or the element is contained elsewhere or dead;
-    /// `InvalidValue` if `feature` is no collection of `owner`; `UniquenessConstraint` if that holds another
-    /// placeholder for `id`; what else adding to it throws.
+    /// Turns this element into a proxy for `id`, whose UUID it has, held in `feature` of `owner` (null: uncontained).
+    /// The model no longer finds it, so that the element it stands for can be found once it arrives. *Throws*, and
+    /// changes nothing:
+    /// - `std::logic_error` if the UUIDs differ, or the element is dead or contained elsewhere;
+    /// - `InvalidValue` if `feature` is no collection of `owner`;
+    /// - `UniquenessConstraint` if that collection holds another proxy for `id`;
+    /// - whatever adding to it throws.
     void convertToProxy(meta::Property const& feature, ProxyId const& id, ModelElement const& owner);
 
-    /// True when nothing contains the element.
+    /// True if the element has no container.
     bool isTopLevel() const noexcept { return m_container == nullptr; }
     /// The container; of a dead element the last one.
     ModelElement container() const noexcept { return ModelElement{m_container}; }
-    /// The same, borrowed.
+    /// The container, borrowed; of a dead element the last one.
     Impl* containerImpl() const noexcept { return m_container; }
     /// The index of the collection of the container that holds this element.
     unsigned long containerFeatureIndex() const noexcept { return m_containerFeature; }
     /// The collection of the container that holds this element; null when top-level.
     meta::Property containmentFeature() const;
 
-    /// What the element is, for messages: `Property "title" (0f8fad5b-…)`, `destroyed` or `proxy` in front of that
-    /// where it is so. *Cost*: for failures, not for every day.
+    /// Description of the element for messages: `Property "title" (0f8fad5b-…)`, prefixed with `destroyed` or `proxy`
+    /// if so. Slow: for error messages only.
     std::string describe() const;
-    /// The same; `null` for a null handle.
+    /// Description of a handle's element for messages; `null` for a null handle.
     static std::string describe(ModelElement const& element);
 
-    // Changing, called by element classes inside a transaction
+    // Changes, made by element classes inside a transaction
 
-    /// Announces a change of property `index`: the open transaction keeps the value of before its first change.
-    /// Throws `std::logic_error` without an open transaction or on a dead element and `ModelFrozen` in a frozen model,
-    /// whatever changes and through which operation; nothing is recorded then.
+    /// Announces a change of property `index`: the open transaction saves the value before the first change. *Throws*,
+    /// and records nothing: `std::logic_error` without an open transaction or on a dead element; `ModelFrozen` in a
+    /// frozen model.
     void notifyModifying(unsigned long index);
-    /// Enters the element into its model, as created by the open transaction. One that was entered silently is
-    /// announced with all that it contains, and `didCreate` is called for each of them; a roll back destroys it for
-    /// good. *Throws* `std::logic_error`, and records nothing: without an open transaction, for a dead element, for one
-    /// that is announced already, and for one that an outer level of the transaction touched.
+    /// Enters the element into its model, as created by the open transaction; rollback destroys it for good. An element
+    /// that was entered silently is announced with all its contents, and `didCreate` is called for each. *Throws*
+    /// `std::logic_error`, and records nothing: without an open transaction, for a dead or announced element, and for
+    /// one that an outer level of the transaction touched.
     void notifyCreated();
-    /// Enters the element into its model and announces nothing: the model holds it, and neither finds nor lists nor
-    /// reports it. *Throws* `std::logic_error` without an open transaction and for an element that is dead or entered.
+    /// Enters the element into its model without announcing it: the model owns it but neither finds, lists nor reports
+    /// it. *Throws* `std::logic_error` without an open transaction and for an element that is dead or entered.
     void enterSilently();
-    /// Records that the open transaction destroys the element. For `doDestroy`, and for the caller of
-    /// `destroyRecursively` without `notify`. *Throws* `std::logic_error` without an open transaction, and for an
-    /// element whose destruction has not begun.
+    /// Records that the open transaction destroys the element. For `doDestroy`, and for callers of `destroyRecursively`
+    /// with `notify` false. *Throws* `std::logic_error` without an open transaction and for an element whose
+    /// destruction has not begun.
     void notifyDestroying();
 
-    /// Takes the element out of its container, which is told; the place is remembered as the old container.
+    /// Removes the element from its container, announced on both sides; the container is saved as the old one.
     void makeUncontained();
-    /// Throws `CircularContainment` if `container` is this element or lives inside it.
+    /// *Throws* `CircularContainment` if `container` is this element or lies inside it.
     void checkCircularContainment(ModelElement const& container) const;
-    /// Sets the container link and announces nothing; the caller keeps both sides in step. Ignored on a dead element.
-    /// `index` is the property of this class that names its container. Throws `InvalidValue` unless `feature` is a
-    /// collection of the container that takes this element.
+    /// Sets the container link without announcing it; the caller keeps both sides consistent. No effect on a dead
+    /// element. `index` is the property of this class that names its container. *Throws* `InvalidValue` unless
+    /// `feature` is a collection of the container that accepts this element.
     void basicSetContainer(Impl* container, meta::Property const& feature, unsigned long index);
-    /// Sets the link by the index of a collection of the container, which the caller vouches for. Ignored on a dead
-    /// element.
+    /// Sets the container link by collection index without announcing or checking it. No effect on a dead element.
     void basicSetContainer(Impl* container, unsigned long featureIndex) noexcept;
-    /// Keeps the present container as the old one, before it changes.
+    /// Saves the present container as the old one, before it changes.
     void recordContainer();
-    /// Keep the container, or property `index`, for a roll back only: no report tells of the change that follows.
+    /// Saves the container (`recordUntold`: property `index`) for rollback only: the change that follows is not
+    /// reported.
     void recordContainerUntold();
     void recordUntold(unsigned long index);
-    /// Makes `child` contained by this element, and announces nothing: its link is set, and inside a transaction its
-    /// old container is kept for a roll back. *Throws* `std::logic_error` for a dead child, and `InvalidValue` unless
-    /// `feature` is a collection of this element that takes the child.
+    /// Makes this element the container of `child` without announcing it; inside a transaction the old container is
+    /// saved for rollback. *Throws* `std::logic_error` for a dead child, and `InvalidValue` unless `feature` is a
+    /// collection of this element that accepts the child.
     void _setContainedByThis(Impl* child, meta::Property const& feature);
     void _setContainedByThis(Impl* child, unsigned long featureIndex);
 
     // Each of these throws `InvalidValue` for a feature that is no collection of the target's class.
 
-    /// Adds this element to `feature` of `target` (removes it, tests it); `notify` announces the change of `target`.
+    /// Adds this element to `feature` of `target`; `notify` announces the change of `target`.
     void _inverseAddThis(Impl* target, meta::Property const& feature, bool notify);
-    /// Removes it, announced.
+    /// Removes this element from `feature` of `target`, announced.
     void _inverseRemoveThis(Impl* target, meta::Property const& feature);
-    /// Tests it.
+    /// True if `feature` of `target` contains this element.
     bool _inverseContainsThis(Impl* target, meta::Property const& feature) const;
-    /// Adds it, by the index of the collection.
+    /// Adds this element to collection `featureIndex` of `target`; `notify` announces the change of `target`.
     void _inverseAddThis(Impl* target, unsigned long featureIndex, bool notify);
-    /// Removes it, by the index of the collection.
+    /// Removes this element from collection `featureIndex` of `target`, announced.
     void _inverseRemoveThis(Impl* target, unsigned long featureIndex);
 
-    /// Changes a reference collection of this element and announces nothing.
+    /// Adds `element` to a collection of this element without announcing it.
     void _basicAdd(ReferenceCollection* collection, ModelElement const& element);
-    /// Takes an element out of a collection and announces nothing.
+    /// Removes `element` from a collection of this element without announcing it.
     void _basicRemove(ReferenceCollection* collection, ModelElement const& element);
-    /// Empties a collection and announces nothing.
+    /// Empties a collection of this element without announcing it.
     void _basicClear(ReferenceCollection* collection);
-    /// Adds what another collection of the same class holds and this one does not; announces nothing.
+    /// Adds the elements of `source`, a collection of the same class, that `collection` lacks, without announcing it.
     void _basicCopyValues(ReferenceCollection* collection, ReferenceCollection const& source);
 
-    /// Destroys the element with all it contains, in the open transaction or one of its own. Handles turn false at
-    /// once; a roll back revives the very same element. A second call has no effect.
+    /// Destroys the element with all its contents, in the open transaction or in one of its own. Its handles turn false
+    /// at once; rollback revives the same element. A second call has no effect.
     void destroy();
-    /// Destroys the element, whose container goes too unless `detach`, which first takes it out of there. With `notify`
-    /// false the caller records the destruction, in the same transaction. Without effect on an element that is dead or
-    /// being destroyed. *Throws* `std::logic_error`, and changes nothing, without an open transaction; what a hook
-    /// throws: the caller rolls back what was destroyed before.
+    /// Destroys the element. `detach` removes it from its container first; without it the caller is destroying the
+    /// container. With `notify` false the caller records the destruction in the same transaction. No effect on an
+    /// element that is dead or being destroyed. *Throws* `std::logic_error`, and changes nothing, without an open
+    /// transaction; whatever a hook throws, after which the caller rolls back.
     void destroyRecursively(bool detach, bool runHooks, bool notify);
 
-    /// Throws `std::logic_error` on a dead element.
+    /// *Throws* `std::logic_error` on a dead element.
     void refuseDead() const
     {
         if (!m_alive)
             refuseAsDead();
     }
-    /// Throws what refuses every change: a dead element, a frozen model.
+    /// *Throws* what every change throws on a dead element or in a frozen model.
     void refuseChange() const;
-    /// True from the beginning of its destruction, its hook included: its contents need not leave it one by one.
+    /// True once destruction has begun, hooks included; a nested destroy does nothing.
     bool isBeingDestroyed() const noexcept { return m_destroying; }
-    /// Marks that beginning. *Throws* `std::logic_error`, and marks nothing, on a dead element and without an open
+    /// Sets the destroying flag. *Throws* `std::logic_error`, and sets nothing, on a dead element and without an open
     /// transaction.
     void beginDestroying();
-    /// Opens a transaction of the element's model, joining an open one.
+    /// Opens a transaction on the element's model, a savepoint if one is open.
     [[nodiscard]] Transaction begin() const;
     /// True while a transaction is open on the element's model.
     bool isInTransaction() const noexcept;
-    /// What the open transaction remembers of this element at its innermost level; null if it was not touched.
+    /// The innermost storage of this element in the open transaction; null if it was not touched.
     Storage* storage() const noexcept { return m_storage; }
 
-    /// One bit that a walk over elements may use and must leave false.
+    /// Scratch bit for a walk over elements, which must leave it false.
     bool marked() const noexcept { return m_marked; }
-    /// Sets that bit.
+    /// Sets the scratch bit of `marked`.
     void mark(bool on) noexcept { m_marked = on; }
 
-    /// Throws `std::logic_error` on a dead element and `CannotModifyProxy` on a proxy: what every setter begins with.
+    /// *Throws* `std::logic_error` on a dead element and `CannotModifyProxy` on a proxy. Every setter begins with it.
     void refuseProxy() const;
 
-    /// Enters a freshly made element into its model, in the open transaction or one of its own, and calls `didCreate`.
-    /// If that throws, the element is gone with its last handle.
+    /// Enters a new element into its model, in the open transaction or in one of its own, and calls `didCreate`. If
+    /// that throws, the element is freed with its last handle.
     static void enter(ModelElement const& element);
-    /// Takes back what made this element, on the level of the transaction that did. Nothing may refer to it. Ignored
-    /// for an element that the innermost level did not make.
+    /// Undoes the creation of this element. *Requires* that nothing refers to it. No effect on an element that the
+    /// innermost level did not create.
     void uncreate() noexcept;
 
-    /// True if the class `type` is `wanted` or derives from it; either may be null, which answers false.
+    /// True if class `type` is `wanted` or derives from it; false if either is null.
     static bool conforms(Impl const* type, Impl const* wanted) noexcept
     {
         return type == wanted ? type != nullptr : derives(type, wanted);
     }
 
-    // What element classes fill in
+    // Implemented by element classes
 
     /// The class of the element; null after the class was unregistered.
     virtual meta::Class getMetaClass() const = 0;
-    /// The same class, borrowed; null before the class is registered and after that has been undone.
+    /// The class of the element, borrowed; null before registration and after unregistration.
     virtual ModelElement::Impl* classPointer() const noexcept = 0;
     /// A handle to this element.
     virtual ModelElement This() const = 0;
-    /// The name by which messages tell the element from others of its class; empty if it has none.
+    /// The name by which messages distinguish elements of the class; empty if it has none.
     virtual std::string nameInMessages() const { return {}; }
     /// Turns the element's handles false.
     virtual void invalidate();
-    /// Destroys what the element contains, then the element itself. Called once, inside a transaction.
+    /// Destroys the contents, then the element. Called once, inside a transaction.
     virtual void doDestroy(bool runHooks, bool notify);
-    /// Has others let go of this element; the base knows of none.
+    /// Removes references of other elements to this one. The base does nothing.
     virtual void disassociateIncoming();
-    /// Lets go of all others and announces nothing; the base knows of none.
+    /// Removes all references of this element to others without announcing it. The base does nothing.
     virtual void basicDisassociateAll();
-    /// Puts placeholders where this element refers to others; the base refers to none.
+    /// Replaces the references of this element by proxies. The base has none.
     virtual void convertReferencesToProxies(bool recursive, boost::optional<ProxyId>& id);
-    /// The opposite side changed: add `element` to (remove it from) the collection `feature`. Throws `InvalidValue` for
-    /// a feature that is no collection of this class, whatever its index.
+    /// The opposite side was set: adds `element` to the collection `feature`. *Throws* `InvalidValue` for a feature
+    /// that is no collection of this class, whatever its index.
     virtual void inverseAdd(ModelElement const& element, meta::Property const& feature);
-    /// The opposite side let go: removes `element` from the collection `feature`.
+    /// The opposite side was cleared: removes `element` from the collection `feature`.
     virtual void inverseRemove(ModelElement const& element, meta::Property const& feature);
-    /// True if the collection `feature` holds `element`.
+    /// True if the collection `feature` contains `element`.
     virtual bool inverseContains(ModelElement const& element, meta::Property const& feature) const;
-    /// Sets a reference to `element` and announces nothing; the base has none.
+    /// Sets a reference to `element` without announcing it. The base has none.
     virtual void basicAssociate(ModelElement const& element, meta::Property const& feature);
-    /// True if the collection `feature` holds a placeholder for `element`.
+    /// True if the collection `feature` contains a proxy for `element`.
     virtual bool inverseContainsProxyTo(ModelElement const& element, meta::Property const& feature) const;
-    /// The value of `property`; an empty value for one that the class does not have.
+    /// The value of `property`; an empty value if the class has no such property.
     virtual Value getPropertyValue(meta::Property const& property, ReflectionPrivateTag tag) const;
-    /// True unless the value of `property` is empty, or the class has no such property.
+    /// False if the value of `property` is empty or the class has no such property.
     virtual bool hasPropertyValue(meta::Property const& property, ReflectionPrivateTag tag) const;
-    /// Throws `InvalidValue` for a property that cannot be set this way.
+    /// Sets `property` to `value`. *Throws* `InvalidValue` for a property that cannot be set this way.
     virtual void setPropertyValue(meta::Property const& property, Value const& value, ReflectionPrivateTag tag);
-    /// The property of that index; null if the class has none.
+    /// The property of index `index`; null if the class has none.
     virtual meta::Property getPropertyByIndex(unsigned long index) const;
-    /// The collection of elements that is property `index`; null if that is none.
+    /// The element collection that is property `index`; null if it is none.
     virtual ReferenceCollection* referenceCollection(unsigned long index) noexcept;
-    /// Remembers the present value of property `index`, before it changes.
+    /// Saves the present value of property `index` in `storage`, before it changes.
     virtual void copyValue(Storage* storage, unsigned long index) const = 0;
-    /// Copies back each remembered feature. Keyed maps follow in a pass of their own, as their keys come from elements.
+    /// Restores each saved feature. Keyed maps are restored in a later pass, as their keys come from elements.
     virtual void copyStateFromStorage(Storage* storage) = 0;
-    /// An empty memory for one transaction's changes of such an element.
+    /// A new empty storage for an element of this class.
     virtual std::unique_ptr<Storage> createStorage() const = 0;
-    /// The same for who keeps what a report told.
+    /// A new empty `Changes` for an element of this class, to keep beyond the report.
     virtual std::unique_ptr<Changes> createChanges() const = 0;
-    /// The property of this class that names the container, set along with every change of the container.
+    /// The property of this class that names the container; marked changed with every change of the container.
     virtual unsigned long containerIndex() const noexcept { return NO_INDEX; }
-    /// Lets go of all other elements, for good: called once the element's death is final.
+    /// Drops all references to other elements for good: called once the element's death is final.
     virtual void dropReferences() noexcept = 0;
-    /// Announces what the element contains, after itself; see `notifyCreated`.
+    /// Announces the contents, after the element itself; see `notifyCreated`.
     virtual void announceContents() = 0;
-    /// True for elements that describe others.
+    /// True for meta elements.
     virtual bool isReflective() const { return false; }
-    /// True for a class whose elements contain nothing and have no hook at their end: inside an open transaction it
-    /// needs no savepoint.
+    /// True if destroying an element of this class cannot fail half-way (no contents, no hooks), so that no savepoint
+    /// is needed inside an open transaction.
     virtual bool endsInOneStep() const noexcept { return false; }
-    /// A hook at the beginning of the element's end, in the transaction that destroys it: called once for each element
-    /// that goes, a container before what it contains, while all are still there. What it throws refuses the
+    /// Hook at the beginning of the destruction, in the transaction that destroys the element. Called once for each
+    /// element destroyed, a container before its contents, while all are still alive. Throwing refuses the whole
     /// destruction, of the container too. Not called when the model ends or a creation is rolled back.
     virtual void aboutToDestroy() {}
-    /// A hook when the element has entered its model, in the transaction that made it: called once, by a builder after
-    /// the whole tree is there. What it throws takes all of that back. Not called by a roll back that revives the
-    /// element.
+    /// Hook after the element has entered its model, in the transaction that created it. Called once; by a builder
+    /// after the whole tree exists. Throwing undoes the whole creation. Not called when rollback revives the element.
     virtual void didCreate() {}
 
 protected:
     ~Impl() override;
 
-    /// The transaction of a setter that changes one field: none inside an open one, where it needs no savepoint, since
-    /// whatever fails has changed nothing. Its maker keeps the model.
+    /// Transaction for a one-step setter. Inside an open transaction it opens no savepoint: the setter either fails
+    /// before its change or not at all. The caller keeps the model alive.
     class STUDIO_DATA_EXPORT OwnTransaction {
     public:
-        /// Opens one on the element's model, if none is open. *Throws* `std::logic_error` for a dead element, which may
-        /// have no model, and like `Model::Impl::beginTransaction`.
+        /// Opens a transaction on the element's model if none is open. *Throws* `std::logic_error` for a dead element,
+        /// and as `Model::Impl::beginTransaction`.
         explicit OwnTransaction(Impl const& element);
         OwnTransaction(OwnTransaction const&) = delete;
         OwnTransaction& operator=(OwnTransaction const&) = delete;
@@ -285,7 +286,7 @@ protected:
             if (m_model)
                 rollBack();
         }
-        /// Afterwards the element may be gone.
+        /// Commits the transaction, if one was opened. The element may be gone afterwards.
         void commit();
 
     private:
@@ -295,7 +296,7 @@ protected:
         std::uint64_t m_serial = 0;
     };
 
-    /// The common setter: refuses proxies and dead elements, skips an equal value, joins or makes a transaction.
+    /// Common setter: refuses proxies and dead elements, skips an equal value, joins or opens a transaction.
     template <class Field>
     void assign(unsigned long index, Field& field, Field const& newValue)
     {
@@ -325,30 +326,30 @@ private:
     bool m_proxy : 1 = false;
     bool m_indexed : 1 = false;          // the model finds the element by its UUID
     bool m_holdsContainer : 1 = false;   // dead elements keep their last container readable
-    bool m_destroying : 1 = false;       // its contents need not leave it one by one
-    bool m_marked : 1 = false;           // scratch of one walk
-    bool m_entered : 1 = false;          // the model holds it
+    bool m_destroying : 1 = false;       // destruction is under way; a nested destroy does nothing
+    bool m_marked : 1 = false;           // scratch bit of one walk
+    bool m_entered : 1 = false;          // the model owns it
     bool m_announced : 1 = false;        // the model finds and reports it
     Model::Impl* m_model;                // null once death is final
     Impl* m_container = nullptr;         // counted only while m_holdsContainer
     Storage* m_storage = nullptr;        // of the innermost level that touched the element
 };
 
-/// The class test without a handle in between: `T` is a handle class whose `Impl` tells its class.
+/// True if `element` is of the class of handle class `T` or derives from it. Needs no handle.
 template <class T>
 bool isInstance(ModelElement::Impl const& element) noexcept
 {
     return ModelElement::Impl::conforms(element.classPointer(), T::Impl::classImpl());
 }
 
-/// The same of a handle; a null one is an instance of nothing.
+/// True if the element of `element` is of the class of handle class `T` or derives from it; false for a null handle.
 template <class T>
 bool isInstance(ModelElement const& element) noexcept
 {
     return element.get() && isInstance<T>(*element.get());
 }
 
-/// The element as a `T`, borrowed; null if it is none. Dead elements keep their class.
+/// The element as a `T`, borrowed; null if it is not one. Dead elements keep their class.
 template <class T>
 typename T::Impl* elementCast(ModelElement const& element) noexcept
 {

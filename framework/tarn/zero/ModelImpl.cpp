@@ -15,7 +15,7 @@ namespace tarn::zero {
 
 namespace {
 
-constexpr std::size_t mostSpareReports = 8;   // commits inside each other's delivery, beyond which memory is asked for
+constexpr std::size_t mostSpareReports = 8;   // nested commits beyond this allocate their report
 
 }   // namespace
 
@@ -34,7 +34,7 @@ Model::Impl::~Impl()
         element.invalidate();
         element.m_model = nullptr;
     });
-    // Containers and contents hold each other now: only when all are invalid can they let go.
+    // Containers and contents now reference each other: release the references only when all are invalid.
     m_elements->forEach([](ModelElement::Impl& element) { element.dropReferences(); });
     m_elements->clear();
 }
@@ -182,7 +182,7 @@ void Model::Impl::rollBack(std::uint64_t serial) noexcept
 std::shared_ptr<ReportData> Model::Impl::takeReport()
 {
     if (m_spareReports.empty()) {
-        m_spareReports.reserve(mostSpareReports);   // so that giving it back needs no memory
+        m_spareReports.reserve(mostSpareReports);   // so that returning it never allocates
         return std::make_shared<ReportData>();
     }
     std::shared_ptr<ReportData> report = std::move(m_spareReports.back());
@@ -193,7 +193,7 @@ std::shared_ptr<ReportData> Model::Impl::takeReport()
 void Model::Impl::giveReport(std::shared_ptr<ReportData> report) noexcept
 {
     if (report.use_count() != 1)
-        return m_journal->lose(report->m_storages);   // somebody keeps it
+        return m_journal->lose(report->m_storages);   // a listener kept it
     report->m_byElement.clear();
     report->m_classes.clear();
     m_journal->recycle(report->m_storages);

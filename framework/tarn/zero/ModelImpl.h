@@ -12,7 +12,7 @@
 
 namespace tarn::zero {
 
-/// How `findElement` looks. 1, which finds live elements by their UUID, is the only mode in use.
+/// Mode of `findElement`. Only 1 is in use: live elements by UUID.
 using FindElementBehavior = int;
 
 /// One model: its elements, its open transaction and its listeners.
@@ -21,22 +21,22 @@ public:
     /// A new, empty model; see `Model::create`.
     explicit Impl(ModelSpec const& wanted);
 
-    /// Opens a transaction; inside an open one a savepoint. Element setters pass false, whoever groups changes passes
-    /// true; to the model both are the same. Throws `ModelFrozen` on a frozen model, and `std::runtime_error` inside of
-    /// too many commits, see `setNestingLimit`; nothing is touched then.
+    /// Opens a transaction, or a savepoint if one is open. `groupsChanges` is false for element setters and true for
+    /// callers that group changes; it has no effect. *Throws*, and changes nothing: `ModelFrozen` on a frozen model;
+    /// `std::runtime_error` inside too many nested commits, see `setNestingLimit`.
     [[nodiscard]] Transaction beginTransaction(bool groupsChanges);
-    /// True while changes are refused with `ModelFrozen`, in an open transaction too.
+    /// True while changes throw `ModelFrozen`, also in an open transaction.
     bool isFrozen() const noexcept { return m_freezers != 0 && m_thawers == 0; }
     /// True while a transaction is open.
     bool isInTransaction() const noexcept;
 
-    /// The live element of that UUID (of several the first that was created), else a null handle. Elements created by
-    /// the open transaction are found, elements that it destroyed and placeholders are not.
+    /// The live element of that UUID (of several the first created); a null handle if there is none. Finds elements
+    /// created by the open transaction, but neither elements that it destroyed nor proxies.
     ModelElement findElement(boost::uuids::uuid const& uuid, FindElementBehavior behavior) const;
-    /// Every live element that was announced, in no particular order.
+    /// All live announced elements, in no particular order.
     std::vector<ModelElement> elements() const;
 
-    /// Registers `listener` for the reports that it takes; one that is registered already stays where it is. *Throws*
+    /// Registers `listener` for the reports that it takes; no effect if it is registered. *Throws*
     /// `std::invalid_argument` for null.
     template <class T>
     void addDeepListener(T* listener)
@@ -44,40 +44,40 @@ public:
         if (!isListening(listener))
             addHolder(std::make_shared<ListenerHolder<T, false>>(listener));
     }
-    /// No further report reaches `listener`, not even one that is being delivered. Ignores a listener that is not
-    /// registered; throws nothing.
+    /// Stops delivery to `listener`, also of a report being delivered. No effect if it is not registered. Throws
+    /// nothing.
     void removeListener(Listener* listener) noexcept;
-    /// True from its registration to its removal.
+    /// True while `listener` is registered.
     bool isListening(Listener const* listener) const noexcept;
 
-    /// Bounds the commits that listeners make inside each other's delivery, so that writes which answer each other for
-    /// ever end in an error and not at the end of the stack. A listener that is called inside of `limit` commits can
-    /// open no transaction: that throws `std::runtime_error`, whose text names what the last commits changed, as a
-    /// circle where they repeat. 1 refuses every write in a listener, and so does 0. Savepoints inside an open
-    /// transaction and the destruction of elements are never refused: destructors have to clean up, and elements are
-    /// finite. Takes effect with the next transaction, also inside a delivery.
+    /// Limits how deep commits made by listeners may nest, so that writes that trigger each other forever end in an
+    /// error and not in a stack overflow. A listener called inside `limit` nested commits can open no transaction: that
+    /// throws `std::runtime_error`, whose text names what the last commits changed, as a cycle if they repeat. 1
+    /// refuses every write in a listener, and so does 0. Savepoints and the destruction of elements are never refused:
+    /// destructors must clean up, and elements are finite. Takes effect with the next transaction, also during a
+    /// delivery.
     ///
-    /// 1,000 unless set, which callbacks of expressions reach in less than 1 MiB of an optimized build's stack; where
-    /// threads have small stacks, or frames are instrumented, less may be needed.
+    /// The default is 1,000. Expression callbacks reach it in less than 1 MiB of an optimized build's stack; threads
+    /// with small stacks and instrumented builds may need less.
     void setNestingLimit(std::size_t limit) noexcept;
-    /// The limit in force; at least 1.
+    /// The current nesting limit; at least 1.
     std::size_t nestingLimit() const noexcept;
 
-    /// A number that changes whenever an element was created, destroyed or renamed, entered or left a collection, or
-    /// changed a reference, by a transaction that has ended: what was found along a path then holds for as long as the
-    /// number does. Says nothing inside a transaction.
+    /// Version of the model's structure. Grows whenever a finished transaction creates, destroys, renames or moves an
+    /// element or changes a reference. A path resolved at one version stays valid while the version stays the same.
+    /// Meaningless while a transaction is open.
     std::uint64_t structure() const noexcept;
-    /// A number that changes whenever a transaction is opened. The state is the one that a report tells of for as long
-    /// as this is the report's number; see `ReportData::lastTransaction`.
+    /// Number of the last transaction opened. While it equals a report's `ReportData::lastTransaction`, the state is
+    /// the one that the report describes.
     std::uint64_t lastTransaction() const noexcept;
-    /// Element classes call this before a change of theirs that counts as one.
+    /// Announces a change of structure in the open transaction. Called by element classes before the change.
     void noteRestructuring() noexcept;
-    /// Whoever changes what leads where outside of the model calls this: no report tells of it, no roll back undoes it.
+    /// Advances the structure version at once, also inside a transaction, for a change that no report announces.
     void noteUntoldRestructuring() noexcept;
 
-    /// The name that the model was made with.
+    /// The name given at creation.
     std::u16string const& name() const noexcept { return m_name; }
-    /// What the open transaction remembers; for elements.
+    /// The undo log of the open transaction; for elements.
     detail::Journal& journal() noexcept { return *m_journal; }
 
 private:
@@ -96,15 +96,16 @@ private:
             refuseAsFrozen();
     }
     [[noreturn]] STUDIO_DATA_LOCAL void refuseAsFrozen() const;
-    /// The one way into a transaction. Answers the number of the level.
+    /// Opens a transaction level and returns its number. The only way into a transaction.
     STUDIO_DATA_LOCAL std::uint64_t open();
-    /// The same without regard to the depth of deliveries.
+    /// Opens a transaction for a destruction, which the nesting limit does not refuse.
     STUDIO_DATA_LOCAL Transaction beginDestruction();
     STUDIO_DATA_LOCAL void commit(std::uint64_t serial);
-    /// The first half of a commit: whatever throws, nothing is final yet. Answers the report, if there is somebody to
-    /// tell; the model is idle then, and listeners may open transactions of their own.
+    /// First half of a commit: if it throws, nothing is final. Returns the report; null if nothing changed or nobody
+    /// listens. The model is idle afterwards, so listeners may open transactions.
     STUDIO_DATA_LOCAL std::shared_ptr<ReportData> seal(std::uint64_t serial);
-    /// The second half. What a listener throws leaves it; the model may be gone then.
+    /// Second half of a commit: delivers the report. *Throws* the first exception of a listener; the model may be gone
+    /// then.
     STUDIO_DATA_LOCAL void publish(std::shared_ptr<ReportData> report);
     STUDIO_DATA_LOCAL void rollBack(std::uint64_t serial) noexcept;
     STUDIO_DATA_LOCAL std::shared_ptr<ReportData> takeReport();

@@ -6,13 +6,13 @@
 
 namespace tarn::zero {
 
-/// The identity of an element that lives in another model: what a proxy stands for.
+/// Identity of an element of another model: what a proxy stands for.
 class ProxyId {
 public:
     ProxyId() noexcept : m_element{} {}
     explicit ProxyId(boost::uuids::uuid const& element) noexcept : m_element{element} {}
 
-    /// The UUID of the element that is stood for.
+    /// The UUID of that element.
     boost::uuids::uuid const& element() const noexcept { return m_element; }
 
     friend bool operator==(ProxyId const& left, ProxyId const& right) noexcept

@@ -9,19 +9,19 @@
 
 namespace tarn::zero {
 
-/// Which classes a search takes.
+/// Which classes a search matches.
 enum class SearchClassMatchMode {
     ExactClass,          ///< elements of the class itself
-    ClassAndSubclasses   ///< and of the classes derived from it
+    ClassAndSubclasses   ///< elements of the class and of the classes derived from it
 };
 
 /// A condition on elements.
 class STUDIO_DATA_EXPORT QueryConstraint {
 public:
-    /// The condition that a function decides.
+    /// A condition decided by `matches`.
     explicit QueryConstraint(std::function<bool(ModelElement const&)> matches) : m_matches{std::move(matches)} {}
 
-    /// True if the element fulfils it. *Throws* what the function throws.
+    /// True if `element` satisfies the condition. *Throws* what the function throws.
     bool matches(ModelElement const& element) const { return m_matches(element); }
 
 private:
@@ -31,20 +31,20 @@ private:
 /// A search over the live elements of one model.
 class STUDIO_DATA_EXPORT AbstractQuery {
 public:
-    /// A search in that model, which it keeps.
+    /// A search in `model`, which it keeps alive.
     explicit AbstractQuery(Model model) : m_model{std::move(model)} {}
     virtual ~AbstractQuery();
 
-    /// The model that is searched.
+    /// The searched model.
     Model const& model() const noexcept { return m_model; }
-    /// Every live element that fits, in no particular order. *Cost*: a walk over the model.
+    /// All live elements that match, in no particular order. *Cost*: a walk over the model.
     std::vector<ModelElement> find(QueryConstraint const& constraint) const;
 
 private:
     Model m_model;
 };
 
-/// What a search can ask of elements of class `C`: of that class, in that mode.
+/// The conditions available on elements of class `C`.
 template <class C>
 class ConstrainablesOf {
 public:
@@ -53,7 +53,7 @@ public:
         : m_query{&query}, m_type{type}, m_mode{mode}
     {}
 
-    /// The search that it belongs to.
+    /// The search that the conditions belong to.
     AbstractQuery const& query() const noexcept { return *m_query; }
 
     /// Matches exactly this element.
@@ -76,7 +76,7 @@ private:
     SearchClassMatchMode m_mode;
 };
 
-/// True if an element's class is taken by that class and mode.
+/// True if the element's class matches `type` by `mode`.
 STUDIO_DATA_EXPORT bool isOfClass(ModelElement const& element, ModelElement const& type,
                                   SearchClassMatchMode mode) noexcept;
 

@@ -10,7 +10,7 @@ namespace tarn::zero {
 
 namespace {
 
-constexpr std::size_t shortReport = 16;   // up to here a walk beats a table
+constexpr std::size_t shortReport = 16;   // up to this size a linear search is faster than a table
 
 }   // namespace
 
@@ -51,7 +51,7 @@ ReportData::Storage const* ReportData::storageOf(Impl const& element) const
         return found == m_storages.end() ? nullptr : *found;
     }
     if (m_byElement.empty()) {
-        std::unordered_map<Impl const*, Storage const*> whole;   // or none: a table in part would deny the rest
+        std::unordered_map<Impl const*, Storage const*> whole;   // complete or none: a partial table misses elements
         whole.reserve(m_storages.size());
         for (Storage const* const storage : m_storages)
             whole.emplace(storage->element().get(), storage);

@@ -10,16 +10,16 @@
 
 namespace tarn::zero {
 
-/// What one committed transaction changed: elements created, modified and destroyed, each in one list only. Created and
-/// then modified is created, modified and then destroyed is destroyed, created and then destroyed is nowhere. It is a
-/// view over what the transaction remembered; nothing is copied until asked for. Whoever keeps it keeps the elements.
+/// The changes of one committed transaction: elements created, modified and destroyed, each in one list only. Created
+/// then modified is created; modified then destroyed is destroyed; created then destroyed is in no list. It is a view
+/// over the transaction's storages; nothing is copied until requested. Keeping it keeps the elements.
 class STUDIO_DATA_EXPORT ReportData : public std::enable_shared_from_this<ReportData> {
 public:
-    /// Any element.
+    /// An element of any class.
     using Impl = ModelElement::Impl;
-    /// What a transaction remembers of one element.
+    /// The record of one element.
     using Storage = ModelElement::Impl::Storage;
-    /// In which list of a report an element stands.
+    /// The list that an element is in.
     enum class Kind { Created, Modified, Destroyed };
 
     ReportData() = default;
@@ -27,7 +27,7 @@ public:
     ReportData& operator=(ReportData const&) = delete;
     ~ReportData();
 
-    /// True if an element of that class (or one derived from it) is in one of the lists.
+    /// True if a list has an element of class `type` or of a derived class.
     bool containsElementChanges(meta::Class const& type) const noexcept;
     bool containsElementChanges(ModelElement::Impl const* type) const noexcept
     {
@@ -41,24 +41,24 @@ public:
     /// element is not in the report. Throws nothing but `std::bad_alloc`.
     Value getOldValue(ModelElement const& element, meta::Property const& property) const;
 
-    /// What changed in one element, to keep beyond the report; null for an element that is not in it.
+    /// The changes of one element, to keep beyond the report; null for an element that is not in it.
     std::unique_ptr<Impl::Changes> createChanges(ModelElement const& element) const;
 
     /// The element's record, borrowed; null for an element that is not in the report.
     Storage const* storageOf(Impl const& element) const;
 
-    /// Everything that the report tells, in order of first touch; borrowed.
+    /// The records of all elements, in order of first touch; borrowed.
     std::vector<Storage*> const& storages() const noexcept { return m_storages; }
     bool empty() const noexcept { return m_storages.empty(); }
-    /// `Model::Impl::structure` as this transaction found it. Another number than the report before left says that
-    /// something led elsewhere in between of which no report tells.
+    /// Structure version before this transaction. If it differs from the previous report's `structure()`, the structure
+    /// changed in between without a report.
     std::uint64_t structureBefore() const noexcept { return m_structureBefore; }
-    /// And as this transaction left it.
+    /// Structure version after this transaction.
     std::uint64_t structure() const noexcept { return m_structure; }
-    /// `Model::Impl::lastTransaction` as this transaction left it: while the model still has that number, no other one
-    /// has been opened since.
+    /// `Model::Impl::lastTransaction` after this transaction: while the model still has that number, no other
+    /// transaction has been opened since.
     std::uint64_t lastTransaction() const noexcept { return m_lastTransaction; }
-    /// The list that it stands in.
+    /// The list that the element of `storage` is in.
     static Kind kindOf(Storage const& storage) noexcept;
 
 private:
@@ -69,19 +69,19 @@ private:
     std::uint64_t m_structureBefore = 0;
     std::uint64_t m_structure = 0;
     std::uint64_t m_lastTransaction = 0;
-    mutable std::unordered_map<Impl const*, Storage const*> m_byElement;   // made when a long report is first asked
+    mutable std::unordered_map<Impl const*, Storage const*> m_byElement;   // built by the first lookup in a long report
 };
 
-/// One entry of a report's list: the element, and what it held before.
+/// One entry of a report's list: an element and its old values.
 class ReportEntry {
 public:
-    /// A view over what the report has of one element.
+    /// A view over the record of one element.
     explicit ReportEntry(ReportData::Storage const& storage) noexcept : m_storage{&storage} {}
 
-    /// The element; one that was destroyed stays readable.
+    /// The element; readable even if it was destroyed.
     ModelElement const& element() const noexcept { return m_storage->element(); }
     operator ModelElement const&() const noexcept { return element(); }
-    /// True if property `index` changed. Of what was created, nothing did.
+    /// True if property `index` changed. False for every property of a created element.
     bool isChanged(unsigned long index) const noexcept { return m_storage->isChanged(index); }
 
     /// The value of attribute `index`, of type `T`, before the transaction, borrowed; null if it did not change.
@@ -95,13 +95,13 @@ private:
     ReportData::Storage const* m_storage;
 };
 
-/// Decides which entries a list shows.
+/// Decides which entries a list contains.
 using ReportFilter = bool (*)(ReportData::Storage const& storage);
 
 /// One list of a report, in order of first touch. Borrows the report.
 class ReportRange {
 public:
-    /// Walks over the entries that the list shows.
+    /// Iterates over the entries of the list.
     class iterator {
     public:
         using iterator_category = std::input_iterator_tag;
@@ -110,12 +110,12 @@ public:
         using pointer = void;
         using reference = ReportEntry;
 
-        /// At that place, or the next that is shown.
+        /// At position `at`, or at the next entry of the list behind it.
         iterator(ReportRange const* range, std::size_t at) : m_range{range}, m_at{at} { settle(); }
 
-        /// The entry here.
+        /// The current entry.
         ReportEntry operator*() const { return ReportEntry{*m_range->m_report->storages()[m_at]}; }
-        /// Goes on to the next one that is shown.
+        /// Advances to the next entry of the list.
         iterator& operator++()
         {
             ++m_at;
@@ -135,7 +135,7 @@ public:
         std::size_t m_at;
     };
 
-    /// The entries of one kind that the filter shows.
+    /// The entries of one kind that the filter accepts.
     ReportRange(ReportData const& report, ReportData::Kind kind, ReportFilter filter) noexcept
         : m_report{&report}, m_kind{kind}, m_filter{filter}
     {}

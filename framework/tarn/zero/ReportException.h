@@ -6,7 +6,7 @@
 
 namespace tarn::zero {
 
-/// Never returns. *Throws* `foundation::core::except::Exception<Msg, std::exception>` that carries `message`.
+/// *Throws* `foundation::core::except::Exception<Msg, std::exception>` carrying `message`.
 template <class Msg>
 [[noreturn]] void reportException(Msg const& message)
 {

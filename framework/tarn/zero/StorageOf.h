@@ -22,13 +22,13 @@ using OldSlot = typename Feature::Old;
 template <class Feature>
 using KeptSlot = typename Feature::Kept;
 
-/// The old values of an element of class `T`, a `Slot` for each of its features, on top of what `Base` remembers.
+/// Adds the old values of an element of class `T` to `Base`: a `Slot` for each feature.
 template <class T, class Base, template <class> class Slot>
 class OldValuesOf : public Base {
 public:
     using Base::Base;
 
-    /// The slot of feature number `Feature::index`.
+    /// The slot of `Feature`, found by its index.
     template <class Feature>
     Slot<Feature>& old() noexcept
     {
@@ -98,7 +98,7 @@ private:
 
 }   // namespace detail
 
-/// What the open transaction remembers of an element of class `T`.
+/// Storage of an element of class `T`.
 template <class T>
 class StorageOf : public detail::OldValuesOf<T, ModelElement::Impl::Storage, detail::OldSlot> {
     using Base = detail::OldValuesOf<T, ModelElement::Impl::Storage, detail::OldSlot>;
@@ -133,7 +133,7 @@ public:
     {
         eachChanged([&](auto feature) { feature.withdraw(static_cast<T&>(element), oldOf(feature)); });
     }
-    /// Roll back, second pass: puts the remembered values back.
+    /// Rollback, second pass: restores the saved values.
     void restore(T& element) noexcept
     {
         eachChanged([&](auto feature) { feature.restore(element, oldOf(feature)); });
@@ -165,7 +165,7 @@ private:
     }
 };
 
-/// What a report tells of an element of class `T`, to keep.
+/// Changes of an element of class `T`, to keep beyond the report.
 template <class T>
 class ChangesOf : public detail::OldValuesOf<T, ModelElement::Impl::Changes, detail::KeptSlot> {
     using Base = detail::OldValuesOf<T, ModelElement::Impl::Changes, detail::KeptSlot>;

@@ -18,7 +18,7 @@ void Transaction::commit(boost::optional<Value> const&)
 {
     if (!m_model)
         throw std::logic_error{"the transaction was committed before"};
-    // Whatever a listener throws finds the transaction ended: the journal no longer knows its number.
+    // The transaction has ended before listeners run: whatever one throws, the destructor finds no open level.
     m_model->commit(m_serial);
     m_model = Model{};
 }

@@ -8,24 +8,25 @@
 
 namespace tarn::zero {
 
-/// One open transaction of a model. Opened while another is open it is a savepoint inside that one: its commit hands
-/// its old values outward, its roll back restores the state at its own beginning and the outer one may go on. Destroyed
-/// without a commit it rolls back, with every transaction that was opened inside it and is still open.
+/// One open transaction of a model. Opened inside another one it is a savepoint: its commit merges its old values into
+/// the outer one, its rollback restores the state at its own beginning and the outer one may go on. Destroyed without a
+/// commit it rolls back, together with all transactions opened inside it that are still open.
 class STUDIO_DATA_EXPORT Transaction {
 public:
     Transaction(Transaction&& other) noexcept : m_model{std::move(other.m_model)}, m_serial{other.m_serial} {}
     Transaction& operator=(Transaction&&) = delete;
-    /// Rolls back what was not committed; throws nothing.
+    /// Rolls back unless committed; throws nothing.
     ~Transaction();
 
     /// Makes the changes final.
     ///
-    /// *Notifies*: the outermost commit, if anything changed, after the state is final and the model idle: every
+    /// *Notifies*: an outermost commit that changed anything, after the state is final and the model idle. Every
     /// listener gets the report before the call returns, older reports first.
-    /// *Throws* `std::logic_error`, touching nothing, if it was committed before or an inner transaction is still open;
-    /// whatever stands in the way before the state is final (then the destructor rolls back); after that the first
-    /// exception of a listener, unchanged, when all have been served (the change stays).
-    /// *Cost*: what was touched. A steady stream of like transactions allocates nothing.
+    /// *Throws*:
+    /// - `std::logic_error`, changing nothing, if it was committed before or an inner transaction is still open;
+    /// - any failure before the state is final (the destructor then rolls back);
+    /// - after that the first exception of a listener, unchanged, once all have been called (the change stays).
+    /// *Cost*: linear in what was touched. A steady stream of like transactions allocates nothing.
     void commit(boost::optional<Value> const& result);
 
 private:

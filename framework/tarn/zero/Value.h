@@ -15,14 +15,14 @@
 
 namespace tarn::zero {
 
-/// The hash of a sequence that had `seed` and now goes on with an element of that hash: Boost's 64-bit mixing.
+/// Combines `seed`, the hash of a sequence, with the hash of its next element, by Boost's 64-bit mixing.
 STUDIO_DATA_EXPORT std::size_t combinedHash(std::size_t seed, std::size_t hash) noexcept;
 
-/// The hash of a value as the framework takes it. A type without a standard hash contributes 0, so that hashed
-/// containers fall back on `==`; a vector combines its elements in order, with Boost's 64-bit mixing.
+/// Hash of a value. A type without `std::hash` hashes to 0, so that hashed containers fall back on `==`; a vector
+/// combines its elements in order, by Boost's 64-bit mixing.
 template <class T>
 struct ValueHash {
-    /// The standard hash, or 0.
+    /// The `std::hash` of `value`, or 0.
     static std::size_t of(T const& value) noexcept
     {
         if constexpr (requires { std::hash<T>{}(value); })
@@ -31,10 +31,10 @@ struct ValueHash {
             return 0;
     }
 };
-/// Of an optional value: that of the value that it holds, or 0.
+/// Hash of an optional value: that of the contained value, or 0.
 template <class T>
 struct ValueHash<boost::optional<T>> {
-    /// The hash.
+    /// The hash of the contained value, or 0.
     static std::size_t of(boost::optional<T> const& value) noexcept { return value ? ValueHash<T>::of(*value) : 0; }
 };
 template <class T>
@@ -48,10 +48,10 @@ struct ValueHash<std::vector<T>> {
     }
 };
 
-/// The C++ type that a slot must name to hold a `T`: of several values, the type of one.
+/// The C++ type that a slot must have to hold a `T`: for a container or an optional, its value type.
 template <class T>
 struct SlotTypeOf {
-    /// That type.
+    /// The slot type of `T`.
     using type = T;
 };
 template <class T>
@@ -61,11 +61,11 @@ struct SlotTypeOf<std::set<T>> : SlotTypeOf<T> {};
 template <class T>
 struct SlotTypeOf<boost::optional<T>> : SlotTypeOf<T> {};
 
-/// A type-erased value: a payload of any copyable type, the three functions that handle it, and the slot it belongs to.
-/// Copies are independent.
+/// Type-erased value: a payload of any copyable type, the functions that handle it, and the slot it belongs to. Copies
+/// are independent.
 class STUDIO_DATA_EXPORT Value {
 public:
-    /// Empty, of no known type.
+    /// Empty, without a slot type.
     Value() noexcept = default;
     /// Empty, of the slot's type.
     explicit Value(ValueMeta meta) noexcept : m_meta{std::move(meta)} {}
@@ -75,20 +75,20 @@ public:
     {}
     Value(Value const& other);
     Value(Value&& other) noexcept;
-    /// Becomes a copy, also of itself.
+    /// Assigns a copy; self-assignment is safe.
     Value& operator=(Value other) noexcept;
     ~Value();
 
-    /// True if the box holds no value.
+    /// True if there is no value.
     bool isEmpty() const noexcept { return m_handlers == nullptr; }
-    /// The slot that the value sits in.
+    /// The slot of the value.
     ValueMeta const& meta() const noexcept { return m_meta; }
     /// The payload's hash; 0 for an empty value.
     std::size_t hash() const;
 
-    /// A copy of the payload; a default `T` if the value is empty. Of a collection, which is read as a `CollectionRef`,
-    /// it is a handle: one that shares the collection, or a new empty one if the value is empty.
-    /// *Throws* `CannotCastIncompatibleTypes` if the value's slot is of another type, or its payload.
+    /// A copy of the payload; a default `T` if the value is empty. A collection is read as a `CollectionRef`, which
+    /// shares it; if the value is empty, it holds a new empty collection.
+    /// *Throws* `CannotCastIncompatibleTypes` if the slot or the payload is of another type.
     template <class T>
     T getValue() const
     {
@@ -105,15 +105,15 @@ public:
     {
         return m_handlers && *m_handlers->type == typeid(T) ? static_cast<T const*>(m_payload) : nullptr;
     }
-    /// Throws `CannotCastIncompatibleTypes`, which names the value's own type, if the value cannot be read as a `T`.
+    /// *Throws* `CannotCastIncompatibleTypes`, which names the value's own type, if the value cannot be read as a `T`.
     template <class T>
     void checkCompatible() const
     {
         if (!isCompatible<T>())
             reportIncompatible();
     }
-    /// True if the value can be read as a `T`: the slot is of that type, or of none that is known, and the payload is a
-    /// `T`. A slot of elements accepts every handle to an element of its class or one derived from it.
+    /// True if the value can be read as a `T`: the payload is a `T` and the slot is of that type or of unknown type. A
+    /// slot of elements accepts every handle to an element of its class or a derived one.
     template <class T>
     bool isCompatible() const
     {
@@ -125,19 +125,19 @@ public:
         return slotAccepts(typeid(typename SlotTypeOf<T>::type));
     }
 
-    /// A heap copy; of null, null.
+    /// A copy on the heap; null for null.
     template <class T>
     static void* genericCloner(void* payload)
     {
         return payload ? new T(*static_cast<T const*>(payload)) : nullptr;
     }
-    /// Destroys and frees; ignores null.
+    /// Deletes the payload; ignores null.
     template <class T>
     static void genericDeleter(void* payload)
     {
         delete static_cast<T*>(payload);
     }
-    /// The hash; 0 for null.
+    /// The hash of the payload; 0 for null.
     template <class T>
     static std::size_t genericHasher(void* payload)
     {

@@ -4,23 +4,23 @@
 
 namespace tarn::zero {
 
-/// The description of the slot that a value sits in: its type, and whether it stands for one unmanaged value outside of
-/// any element (a detached collection, a result).
+/// Description of the slot of a value: its type, and whether the value is unmanaged, that is outside any element (a
+/// detached collection, a result).
 class STUDIO_DATA_EXPORT ValueMeta {
 public:
-    /// No slot: a value of no known type.
+    /// No slot: a value of unknown type.
     ValueMeta() noexcept = default;
     explicit ValueMeta(meta::Property const& property);
     explicit ValueMeta(meta::Type const& type);
 
-    /// Marks the value as one outside of any element.
+    /// Marks the value as unmanaged.
     void setUnmanaged() noexcept { m_unmanaged = true; }
-    /// True for such a value.
+    /// True for an unmanaged value.
     bool isUnmanaged() const noexcept { return m_unmanaged; }
 
-    /// The slot's type; null when it is not known.
+    /// The slot's type; null if unknown.
     meta::Type type() const;
-    /// True if the slot holds a collection of values of that type.
+    /// True if the slot holds a collection of values of `type()`.
     bool isCollection() const noexcept { return m_collection; }
 
 private:

@@ -7,11 +7,11 @@
 
 namespace tarn0::messages {
 
-/// What names a message, whatever its arguments and its language. Both texts are static.
+/// Identifier of a message, independent of its arguments and language. Both texts are static.
 struct MessageId {
-    /// The catalogue that has the message.
+    /// The catalogue of the message.
     char const* catalogue;
-    /// The message's name in it.
+    /// The key of the message in its catalogue.
     char const* key;
 
     friend bool operator==(MessageId const& left, MessageId const& right) noexcept
@@ -20,10 +20,10 @@ struct MessageId {
     }
 };
 
-/// One failure of the framework: its identifier and a sentence for people.
+/// One failure of the framework: an identifier and a sentence for display.
 class STUDIO_DATA_EXPORT Message {
 public:
-    /// The catalogue of all messages here.
+    /// The catalogue of all these messages.
     static constexpr char const* CATALOGUE = "tarn0:messages";
 
     /// The identifier.
@@ -32,7 +32,7 @@ public:
     std::string const& text() const noexcept { return m_text; }
 
 protected:
-    /// The text is the sentence and the subject, if there is one; neither ends with a full stop.
+    /// A message whose text is the sentence and the subject, if there is one; neither ends with a full stop.
     Message(char const* key, std::string const& sentence, std::string const& subject = {});
     ~Message() = default;
     Message(Message const&) = default;

@@ -10,7 +10,7 @@ namespace {
 
 std::string quoted(std::u16string const& name)
 {
-    // A name that is no text must not hide the failure it belongs to.
+    // An ill-formed name must not hide the failure it belongs to.
     return '"' + fl::i18n::ustring_to_utf8_lossy(name) + '"';
 }
 

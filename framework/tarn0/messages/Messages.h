@@ -4,12 +4,12 @@
 
 #include <string>
 
-// Each message is a sentence. Those that can say more take a `subject`, what was refused and on which element, and end
-// with it; it is no argument: what handles a message reads its id and its arguments.
+// Each message is a sentence. Some take a `subject`: what was refused and on which element. The text ends with it, but
+// it is no argument: handlers read the id and the arguments.
 
 namespace tarn0::messages {
 
-/// A setter or a collection change was applied to a placeholder of an element of another model.
+/// A setter or a collection change was applied to a proxy.
 class STUDIO_DATA_EXPORT CannotModifyProxy : public Message {
 public:
     /// `subject` names the element.
@@ -19,14 +19,14 @@ public:
 /// A keyed map would hold two elements under one key.
 class STUDIO_DATA_EXPORT UniquenessConstraint : public Message {
 public:
-    /// `subject` names the element that was not taken, and where it was to go.
+    /// `subject` names the refused element and its destination.
     explicit UniquenessConstraint(std::string const& subject = {});
 };
 
-/// A value was asked for a type that it does not hold.
+/// A value was read as a type that it does not hold.
 class STUDIO_DATA_EXPORT CannotCastIncompatibleTypes : public Message {
 public:
-    /// Of a value of the type of that qualified name.
+    /// `heldType` is the qualified name of the value's own type.
     explicit CannotCastIncompatibleTypes(std::u16string heldType);
 
     /// The qualified name of the value's own type.
@@ -39,12 +39,12 @@ private:
 /// A value or an element of the wrong type was given to a collection.
 class STUDIO_DATA_EXPORT CannotAddIncompatibleTypes : public Message {
 public:
-    /// Of the qualified names of two types; `subject` names the collection.
+    /// `givenType` and `wantedType` are qualified names; `subject` names the collection.
     CannotAddIncompatibleTypes(std::u16string givenType, std::u16string wantedType, std::string const& subject = {});
 
-    /// The qualified name of the type of what was given.
+    /// The qualified name of the given type.
     std::u16string const& givenType() const noexcept { return m_givenType; }
-    /// The qualified name of the type that the collection takes.
+    /// The qualified name of the type that the collection accepts.
     std::u16string const& wantedType() const noexcept { return m_wantedType; }
 
 private:
@@ -55,11 +55,11 @@ private:
 /// A null or a destroyed element was given to a collection.
 class STUDIO_DATA_EXPORT CannotAddNonExistentObject : public Message {
 public:
-    /// `subject` names the element, and where it was to go.
+    /// `subject` names the element and its destination.
     explicit CannotAddNonExistentObject(std::string const& subject = {});
 };
 
-/// An element that a unique sequence already holds was given to it again.
+/// An element was added a second time to a unique sequence.
 class STUDIO_DATA_EXPORT CannotAddSecondObject : public Message {
 public:
     /// `subject` names the element and the sequence.
@@ -69,24 +69,24 @@ public:
 /// An element was associated with one of another model where no proxy is allowed.
 class STUDIO_DATA_EXPORT CannotCreateCrossModelAssociation : public Message {
 public:
-    /// `subject` names the element, and where it was to go.
+    /// `subject` names the element and its destination.
     explicit CannotCreateCrossModelAssociation(std::string const& subject = {});
 };
 
-/// A value cannot be read, or has no such form.
+/// A value cannot be read, or has no such representation.
 class STUDIO_DATA_EXPORT InvalidValue : public Message {
 public:
-    /// `subject` names the value, and what it was for.
+    /// `subject` names the value and its purpose.
     explicit InvalidValue(std::string const& subject = {});
 };
 
-/// The meta registry was asked for a type that nobody registered.
+/// A type was requested from the meta registry that is not registered.
 class STUDIO_DATA_EXPORT NoSuchType : public Message {
 public:
-    /// Of the name that was asked for.
+    /// `typeName` is the requested name.
     explicit NoSuchType(std::u16string typeName);
 
-    /// The name that was asked for.
+    /// The requested name.
     std::u16string const& typeName() const noexcept { return m_typeName; }
 
 private:
@@ -100,10 +100,10 @@ public:
     explicit CircularContainment(std::string const& subject = {});
 };
 
-/// A frozen model was modified while nobody had thawed it.
+/// A frozen model was modified.
 class STUDIO_DATA_EXPORT ModelFrozen : public Message {
 public:
-    /// `subject` is the name of the model; most have none.
+    /// `subject` is the name of the model, often empty.
     explicit ModelFrozen(std::string const& subject = {});
 };
 

@@ -6,7 +6,7 @@
 
 namespace rook::factory::full {
 
-/// A wrappable object that is owned by `std::shared_ptr` and finds its own owners from a plain pointer.
+/// A wrappable object owned by `std::shared_ptr`; `shared_from_this` finds its owners.
 class STUDIO_DATA_EXPORT StdShareable : public std::enable_shared_from_this<StdShareable>, public Wrappable {
 public:
     ~StdShareable() override { retract(this); }

@@ -6,7 +6,7 @@ namespace rook::factory::full {
 
 namespace {
 
-// Initialised before any code runs and without a destructor: static objects may be retracted at exit.
+// Constant-initialised and without a destructor: static objects may be retracted at exit.
 constinit RetractHook s_retractHook{};
 
 }   // namespace

@@ -4,20 +4,20 @@
 
 namespace rook::factory::full {
 
-/// What a scripting host may wrap: the polymorphic base, without data, of every object that is handed to it.
+/// Polymorphic base, without data, of every object that a scripting host may wrap.
 class STUDIO_DATA_EXPORT Wrappable {
 public:
     /// Retracts the object from the host.
     virtual ~Wrappable();
 
-    /// Called with 1 when a native factory takes the object over from the host. Answers 0, doing nothing, unless a
-    /// class has something to do then.
+    /// Ownership hook: called with 1 when a native factory takes the object over from the host. The base returns 0 and
+    /// does nothing.
     virtual int nativeOwnershipTaken(int owners);
 
     /// The short name of the class, a static text.
     virtual char const* getTypeName() const = 0;
 
-    /// The dotted name under which the host knows the class, a static text.
+    /// The dotted name that the host uses for the class, a static text.
     virtual char const* getFullyQualifiedRookTypeName() const = 0;
 
 protected:
@@ -26,27 +26,27 @@ protected:
     Wrappable& operator=(Wrappable const&) = default;
 };
 
-/// How a host hears of retracted objects: a function and what it is given with each call.
+/// Notification of a host about retracted objects: a function and its context.
 struct RetractHook {
-    /// Gets an object in the middle of its destruction: only its address may be used.
+    /// Receives an object during its destruction: only its address may be used.
     using Function = void (*)(void* data, Wrappable* object) noexcept;
 
-    /// What is called; null for nothing.
+    /// The function to call; null for none.
     Function function = nullptr;
-    /// What it is given as the first argument.
+    /// Passed as the first argument.
     void* data = nullptr;
 };
 
-/// Puts `hook` in place of the process-wide one and returns the one that was there, by default a null one.
+/// Installs `hook` as the process-wide hook and returns the previous one, null by default.
 /// *Lifetime*: the hook's data must outlive its use, which ends when another hook is installed.
 STUDIO_DATA_EXPORT RetractHook installRetractHook(RetractHook hook) noexcept;
 
-/// Lets the host drop its wrapper of `object`; without a hook, or for null, nothing happens.
+/// Notifies the host that it must drop its wrapper of `object`; no effect without a hook or for null.
 ///
-/// Every destructor of a wrappable class calls it, so a host hears of one object once per destructor of the chain, each
-/// time at the same address. Whatever the object was, it is a plain `Wrappable` by then: its address may be compared,
-/// nothing may be called on it and nothing read from it. A host that wrapped it again in between, because somebody
-/// still had the pointer, is told again. After the last call the address may be that of another object.
+/// Every destructor of a wrappable class hierarchy calls it, so a host is notified once per destructor, each time with
+/// the same address. The object is only a `Wrappable` by then: its address may be compared, but nothing may be called
+/// on it or read from it. A host that wrapped it again in between is notified again. After the last call the address
+/// may be reused for another object.
 STUDIO_DATA_EXPORT void retract(Wrappable* object) noexcept;
 
 }   // namespace rook::factory::full

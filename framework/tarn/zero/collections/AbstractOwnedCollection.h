@@ -13,10 +13,10 @@
 
 namespace tarn::zero {
 
-/// A collection that is a property of an element, or stands alone ("detached"). Every change of an owned one is first
-/// announced to its owner, so that the open transaction can undo it; a change outside of a transaction makes one of its
-/// own. A change of a collection whose owner is dead throws `std::logic_error`, of a proxy's `CannotModifyProxy`, of
-/// one in a frozen model `ModelFrozen`, before anything is touched.
+/// A collection that is a property of an element (owned) or stands alone (detached). Every change of an owned
+/// collection is announced to its owner first, so that the open transaction can undo it; without an open transaction
+/// the change opens its own. *Throws*, before anything is changed: `std::logic_error` if the owner is dead,
+/// `CannotModifyProxy` if it is a proxy, `ModelFrozen` in a frozen model.
 class STUDIO_DATA_EXPORT AbstractOwnedCollection {
 public:
     class Operation;
@@ -27,23 +27,23 @@ public:
 
     /// True if the collection belongs to no element.
     bool isDetached() const noexcept { return m_owner == nullptr; }
-    /// The element that the collection belongs to; null when detached.
+    /// The owner; null when detached.
     ModelElement owner() const noexcept { return ModelElement{m_owner}; }
-    /// The index of the property that the collection is.
+    /// The index of the property that this collection is.
     unsigned long featureIndex() const noexcept { return m_featureIndex; }
-    /// The meta property that the collection is; null when detached.
+    /// The meta property that this collection is; null when detached.
     meta::Property getCollectionProperty() const;
 
-    /// Announces the change that `descriptor` describes, before it is made. A derived collection may override this to
-    /// observe its changes; it calls the base first, which may refuse. *Throws*, and nothing is recorded then: what
-    /// every change throws because of the owner; `std::logic_error` when an owned collection has no open transaction.
+    /// Announces the change that `descriptor` describes, before it is made. A derived collection may override it to
+    /// observe changes; the override calls the base first, which may throw. *Throws*, and records nothing: what every
+    /// change throws because of the owner; `std::logic_error` if an owned collection has no open transaction.
     virtual void modifying(OCDChangeDescriptor const& descriptor);
-    /// A descriptor for changes that nobody could describe in detail.
+    /// A descriptor of a change that cannot be described in detail.
     OCDChangeDescriptor getGiveUpDescriptor() const noexcept;
 
-    /// References on an owned collection are references on its owner.
+    /// Adds a reference; for an owned collection, a reference on its owner.
     void addRef() const noexcept;
-    /// Drops it again; with the last one a detached collection goes.
+    /// Drops a reference added by `addRef`; a detached collection is deleted with its last one.
     void removeRef() const noexcept;
 
 protected:
@@ -52,15 +52,15 @@ protected:
 
     /// The owner, borrowed; null when detached.
     ModelElement::Impl* ownerImpl() const noexcept { return m_owner; }
-    /// Throws what a change would throw that is refused because of the owner, whatever the state of the model.
+    /// *Throws* what every change throws because of the owner.
     void refuseUnmodifiable() const;
-    /// Throws if not even an element class may change the collection: its owner is dead or its model frozen.
+    /// *Throws* if not even an element class may change the collection: the owner is dead or its model frozen.
     void refuseUnchangeable() const;
-    /// What is refused, for messages: `WHAT in properties of ContextData (0f8fad5b-…)`.
+    /// Description of a refused change, for messages: `WHAT in properties of ContextData (0f8fad5b-…)`.
     std::string refused(std::string const& what) const;
-    /// *Throws* `std::out_of_range`.
+    /// *Throws* `std::out_of_range` for `index` in a collection of `size` values.
     [[noreturn]] void refuseIndex(std::size_t index, std::size_t size) const;
-    /// What `value` holds for the collection; throws `CannotAddIncompatibleTypes` if that is no `T`.
+    /// The content of `value` as a `T`. *Throws* `CannotAddIncompatibleTypes` if it is no `T`.
     template <class T>
     T itemIn(Value const& value) const
     {
@@ -77,32 +77,32 @@ private:
     mutable std::atomic<std::int32_t> m_detachedCount{0};
 };
 
-/// A group of changes of one collection that is made whole or not at all: a savepoint on the owner's model.
-/// Of a detached collection it is nothing.
+/// An atomic group of changes of one collection: a transaction or savepoint on the owner's model. No effect on a
+/// detached collection.
 class STUDIO_DATA_EXPORT AbstractOwnedCollection::Operation {
 public:
-    /// Begins. *Throws* as a change would.
+    /// Begins the group. *Throws* as a change would.
     explicit Operation(AbstractOwnedCollection& collection);
     Operation(Operation const&) = delete;
     Operation& operator=(Operation const&) = delete;
-    /// Rolls back what was not committed.
+    /// Rolls back unless committed.
     ~Operation() = default;
 
-    /// Makes the group final, as far as the transaction around it.
+    /// Commits the group into the enclosing transaction, if there is one.
     void commit();
 
 private:
     boost::optional<Transaction> m_transaction;
 };
 
-/// A handle that shares a collection: of an element it keeps the element, a detached one lives as long as its handles.
-/// `Value::getValue` reads a collection as one.
+/// Handle that shares a collection: it keeps the owner of an owned collection alive; a detached one lives as long as
+/// its handles. `Value::getValue` returns it for a collection.
 template <class C>
 class CollectionRef {
 public:
-    /// A new, empty collection that belongs to no element.
+    /// A new empty detached collection.
     CollectionRef() : m_collection{std::make_unique<C>().release()} {}
-    /// Shares that collection.
+    /// Shares `collection`.
     explicit CollectionRef(C& collection) noexcept : m_collection{&collection} {}
 
     C& operator*() const noexcept { return *m_collection.get(); }
@@ -110,17 +110,17 @@ public:
 
     auto begin() const { return m_collection->begin(); }
     auto end() const { return m_collection->end(); }
-    /// How many values it holds.
+    /// The number of values.
     auto size() const noexcept { return m_collection->size(); }
 
 private:
     Counted<C> m_collection;
 };
 
-/// The slot of a collection names the type of what the collection holds.
+/// The slot type of a collection is its value type.
 template <class C>
 struct SlotTypeOf<CollectionRef<C>> {
-    /// That type.
+    /// The type of the collection's values.
     using type = typename C::value_type;
 };
 

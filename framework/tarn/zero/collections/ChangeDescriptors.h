@@ -7,40 +7,40 @@
 
 namespace tarn::zero {
 
-/// A change of an owned collection, about to be made.
+/// A change of an owned collection that is about to be made.
 class STUDIO_DATA_EXPORT OCDChangeDescriptor {
 public:
-    /// What a change does.
+    /// The kinds of change.
     enum class Kind {
         Add,
         Remove,
         Replace,
         Clear,
-        GiveUp   ///< any change at all: who follows changes one by one must look at the whole again
+        GiveUp   ///< any change: an observer must read the whole collection
     };
 
-    /// A change of that kind.
+    /// A change of kind `kind`.
     explicit OCDChangeDescriptor(Kind kind) noexcept : m_kind{kind} {}
     virtual ~OCDChangeDescriptor();
 
-    /// What it does.
+    /// The kind of the change.
     Kind kind() const noexcept { return m_kind; }
 
 private:
     Kind m_kind;
 };
 
-/// What one change did to a sequence of elements.
+/// Record of one change of an element sequence.
 class STUDIO_DATA_EXPORT OCDChangeOfModelElementSequence {
 public:
-    /// A change of that kind, at that place, of that element.
+    /// A change of kind `kind`, at position `index`, of `element`.
     OCDChangeOfModelElementSequence(OCDChangeDescriptor::Kind kind, std::size_t index, ModelElement element) noexcept;
 
-    /// What it did.
+    /// The kind of the change.
     OCDChangeDescriptor::Kind kind() const noexcept { return m_kind; }
-    /// Where.
+    /// The position of the change.
     std::size_t index() const noexcept { return m_index; }
-    /// With which element.
+    /// The element added, removed or replaced.
     ModelElement const& element() const noexcept { return m_element; }
 
 private:
@@ -49,20 +49,19 @@ private:
     ModelElement m_element;
 };
 
-/// The place and the element of a change of a sequence: where the element will stand, or stands until then. Announced
-/// by sequences of elements before each change of one element. *Cost*: made on the stack; only `createChange`
-/// allocates.
+/// Position and element of a change of an element sequence: the position that the element will have, or has until then.
+/// Announced before each change of one element. *Cost*: lives on the stack; only `createChange` allocates.
 class STUDIO_DATA_EXPORT OCDChangeDescriptorOfModelElementSequence : public OCDChangeDescriptor {
 public:
-    /// A change of that kind, at that place, of that element.
+    /// A change of kind `kind`, at position `index`, of `element`.
     OCDChangeDescriptorOfModelElementSequence(Kind kind, std::size_t index, ModelElement element) noexcept;
     ~OCDChangeDescriptorOfModelElementSequence() override;
 
-    /// Where.
+    /// The position of the change.
     std::size_t index() const noexcept { return m_index; }
-    /// With which element.
+    /// The element added, removed or replaced.
     ModelElement const& element() const noexcept { return m_element; }
-    /// The change as a record to keep beyond the announcement.
+    /// A copy of the change, to keep beyond the announcement.
     std::unique_ptr<OCDChangeOfModelElementSequence> createChange() const;
 
 private:

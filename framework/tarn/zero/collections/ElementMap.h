@@ -11,15 +11,15 @@
 
 namespace tarn::zero {
 
-/// Reads the key of an element from its name.
+/// Key function: the name of an element.
 struct NameKey {
-    /// The name, which orders and finds the element.
+    /// The name, the key of the element.
     template <class Impl>
     decltype(auto) operator()(Impl const& element) const
     {
         return element.getName();
     }
-    /// True for a key that reads as a path: it has a dot.
+    /// True if the key is a path: it has a dot.
     template <class View>
     static bool isPath(View const& key) noexcept
     {
@@ -30,17 +30,16 @@ struct NameKey {
     }
 };
 
-/// What the keyed maps have in common with each other and with no other collection.
+/// Common base of all keyed maps.
 class STUDIO_DATA_EXPORT ElementMapBase : public GenericMapInterface {};
 
-/// Elements by a key that each of them carries (texts in byte order), every key once. Iteration yields handles in order
-/// of the key; a change ends it. Look-ups take a view and answer borrowed pointers; they and changes cost the same in a
-/// map of any size, the first iteration after additions sorts. Placeholders for elements of other models stand in a
-/// table of their own, one of each identity, and are not found by key.
+/// Hash table of elements by a unique key that each element carries (texts in byte order). Iteration is in key order;
+/// any change invalidates iterators. Lookups take a view and return borrowed pointers. *Cost*: lookups and changes take
+/// constant time; the first iteration after additions sorts. Proxies are in a separate table, unique by identity, and
+/// are not found by key.
 ///
-/// The map of an element follows the names of its elements. A detached map, such as the old value in a report, follows
-/// nothing: it keeps the key that each element had when the map was made, or when the element was added to it, for
-/// look-ups, order and removal, whatever the element is called later.
+/// The map of an element follows renames of its elements. A detached map, such as the old value in a report, does not:
+/// it keeps the key that each element had when it was added, for lookup, order and removal.
 template <class Key, class E, class KeyOf = NameKey>
 class ElementMap final : public TypedReferenceCollectionWithProxies<E, detail::KeyedElements<Key, E, KeyOf>>,
                          public ElementMapBase {
@@ -48,13 +47,13 @@ class ElementMap final : public TypedReferenceCollectionWithProxies<E, detail::K
     using Base = TypedReferenceCollectionWithProxies<E, Set>;
 
 public:
-    /// What a transaction remembers: the steps of the keyed elements, and the few placeholders as they were.
+    /// Old value in a storage: the undo log of the keyed elements and a copy of the proxies.
     struct Old : detail::MapMemory<E, Set> {
-        /// The placeholders; null for none.
+        /// The old proxies; null for none.
         std::unique_ptr<typename Base::Proxies> proxies;
     };
     using Kept = std::vector<E>;
-    /// How a key is looked up: without a copy.
+    /// Lookup type of a key: no copy.
     using KeyView = detail::KeyView<Key>;
 
     /// An empty detached map.
@@ -63,17 +62,17 @@ public:
         : Base{owner, featureIndex, composite}
     {}
 
-    /// The element under that key, borrowed; null if there is none.
+    /// The element with that key, borrowed; null if there is none.
     typename E::Impl* findImpl(KeyView const& key) const noexcept
     {
         E const* const found = this->m_elements.find(key);
         return found ? found->operator->() : nullptr;
     }
-    /// The same as a handle, which shares the element.
+    /// The element with that key, shared; a null handle if there is none.
     E find(KeyView const& key) const noexcept { return E{findImpl(key)}; }
-    /// True if the key of some element reads as a path, by `KeyOf::isPath`. *Cost*: none; such keys are counted.
+    /// True if some key is a path, by `KeyOf::isPath`. *Cost*: constant; such keys are counted.
     bool hasPaths() const noexcept { return this->m_elements.hasPaths(); }
-    /// True if there is an element under that key.
+    /// True if there is an element with that key.
     bool containsKey(KeyView const& key) const noexcept { return findImpl(key) != nullptr; }
 
     bool containsElement(ModelElement const& element) const noexcept override
@@ -83,9 +82,9 @@ public:
         return this->m_elements.contains(Base::typed(element)) || this->holdsProxy(element);
     }
 
-    /// Room for that many elements in all.
+    /// Reserves capacity for `count` elements in all.
     void reserve(std::size_t count) { this->m_elements.reserve(count); }
-    /// Adds what resolving a placeholder brought, as `basicAdd`.
+    /// Adds an element that resolving a proxy produced, as `basicAdd`.
     void resolveAdd(E const& element) { this->basicAdd(element); }
 
     void genericAdd(Value const& value) override { this->addElement(Base::elementIn(value)); }
@@ -98,7 +97,7 @@ public:
     }
     bool genericEmpty() const noexcept override { return this->empty(); }
 
-    // What a transaction remembers
+    // Old values
 
     void remember(Old& old)
     {
@@ -124,15 +123,15 @@ public:
         std::unique_ptr<typename Base::Proxies> none;
         this->swapProxies(none);
         try {
-            if (m_memories.newest)   // a report that somebody keeps beyond the model
+            if (m_memories.newest)   // a report kept beyond the model still reads it
                 m_memories.newest->clearing(this->m_elements);
         } catch (...) {
-            // Without memory that report forgets what the map held.
+            // Out of memory: that report loses the old contents.
         }
         this->m_elements.clear();
     }
     std::size_t sizeBefore(Old const& old) const noexcept { return old.size(); }
-    /// True if it held one element, and holds just that one.
+    /// True if the map held one element and now holds only that one.
     bool heldOnlyTheSameElement(Old const& old) const noexcept
     {
         if (old.size() != 1 || this->size() != 1)
@@ -141,13 +140,13 @@ public:
         return !left || left->Uuid() == this->begin()->Uuid();
     }
     static Kept keep(Old const& old) { return old.elements(); }
-    /// A detached map with those elements under the keys they have now; the first of a key wins.
+    /// A detached map of `elements` under their present keys; the first of each key wins.
     static std::unique_ptr<ElementMap> detached(Kept const& elements)
     {
         auto map = std::make_unique<ElementMap>();
         for (E const& element : elements)
             if (!map->containsKey(Set::keyOf(element)))
-                map->putKeyed(element);   // one that became a placeholder since, too
+                map->putKeyed(element);   // also one that has become a proxy since
         return map;
     }
 
@@ -156,7 +155,7 @@ protected:
     {
         E const typed = Base::typed(element);
         if (this->m_elements.keepsKeys() && this->m_elements.contains(typed))
-            return false;   // it stands under the key of then
+            return false;   // it is under the key it had when added
         return typed->isProxy() ? !this->containsProxy(typed->getProxyId()) : !containsKey(Set::keyOf(typed));
     }
     [[noreturn]] void refuseRoom(ModelElement const& element) const override

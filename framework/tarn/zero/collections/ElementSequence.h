@@ -9,10 +9,11 @@
 
 namespace tarn::zero {
 
-/// Elements in an order that is theirs to keep, each once: a second copy throws `CannotAddSecondObject`.
+/// Array of elements in user-defined order, each once: adding one twice throws `CannotAddSecondObject`. *Cost*:
+/// `indexOf`, insertion and removal are linear.
 ///
-/// Every change of one element is announced with an `OCDChangeDescriptorOfModelElementSequence`; moving an element is a
-/// `Remove` and an `Add`. A class that derives from the sequence overrides `modifying` to observe them.
+/// Every change of one element is announced with an `OCDChangeDescriptorOfModelElementSequence`; a move is a `Remove`
+/// and an `Add`. A derived class overrides `modifying` to observe them.
 template <class E>
 class ElementSequence : public TypedReferenceCollection<E, std::vector<E>>, public GenericSequenceInterface {
     using Base = TypedReferenceCollection<E, std::vector<E>>;
@@ -20,7 +21,7 @@ class ElementSequence : public TypedReferenceCollection<E, std::vector<E>>, publ
 public:
     using Old = std::vector<E>;
     using Kept = std::vector<E>;
-    /// The place of what is not there.
+    /// The position of an element that is not there.
     static constexpr std::size_t npos = static_cast<std::size_t>(-1);
 
     ElementSequence() : Base{false} {}
@@ -28,15 +29,15 @@ public:
         : Base{owner, featureIndex, composite}
     {}
 
-    /// The element there; past the end throws `std::out_of_range`.
+    /// The element at `index`. *Throws* `std::out_of_range` past the end.
     E const& at(std::size_t index) const { return this->m_elements.at(index); }
-    /// The element's place, or `npos`.
+    /// The position of the element, or `npos`.
     std::size_t indexOf(ModelElement const& element) const noexcept
     {
         auto const found = position(element);
         return found == this->end() ? npos : static_cast<std::size_t>(found - this->begin());
     }
-    /// Adds before `index`; past the end throws `std::out_of_range`.
+    /// Inserts an element before `index`. *Throws* `std::out_of_range` past the end.
     void insert(std::size_t index, E const& element)
     {
         this->refuseUnmodifiable();
@@ -44,9 +45,9 @@ public:
             this->refuseIndex(index, this->size());
         this->addAt(index, element);
     }
-    /// Takes out the element there; past the end throws `std::out_of_range`.
+    /// Removes the element at `index`. *Throws* `std::out_of_range` past the end.
     void erase(std::size_t index) { this->removeElement(at(index)); }
-    /// Room for that many elements in all.
+    /// Reserves capacity for `count` elements in all.
     void reserve(std::size_t count) { this->m_elements.reserve(count); }
 
     bool containsElement(ModelElement const& element) const noexcept override
@@ -66,7 +67,7 @@ public:
     }
     bool genericEmpty() const noexcept override { return this->empty(); }
 
-    // What a transaction remembers
+    // Old values
 
     void remember(Old& old) const { old = this->m_elements; }
     static Kept const& keep(Old const& old) noexcept { return old; }
@@ -81,7 +82,7 @@ public:
     void reinstate(Old&) noexcept {}
     void dropAll() noexcept { this->m_elements.clear(); }
     std::size_t sizeBefore(Old const& old) const noexcept { return old.size(); }
-    /// A sequence of its own with those elements.
+    /// A detached sequence of `elements`.
     static std::unique_ptr<ElementSequence> detached(Kept const& elements)
     {
         auto sequence = std::make_unique<ElementSequence>();

@@ -17,23 +17,23 @@
 
 namespace tarn::zero::detail {
 
-/// Text is looked up by view, so that no look-up builds a key.
+/// The lookup type of a key: a view for texts, so that no lookup builds a key.
 template <class Key>
 using KeyView = std::conditional_t<std::is_same_v<Key, std::string>, std::string_view, Key>;
 
-/// Handles of elements by key, every key once. A look-up hashes the key; the order is made by a walk and kept until an
-/// insertion. About 24 bytes an element.
+/// Hash index (open addressing with linear probing) over an array of element handles, unique by key. A lookup hashes
+/// the key. The array is sorted by the first iteration after an insertion. About 24 bytes per element.
 ///
-/// A key is read from its element and kept nowhere else: it must not change while the element is in here. After
-/// `keepKeys` the table keeps the key that each element had when it came in, and elements may change theirs.
+/// A key is read from its element and not copied: it must not change while the element is in the table. After
+/// `keepKeys` the table copies the key of each element on insertion, and elements may change theirs.
 ///
-/// The handles stand in a list with gaps, null handles, where elements were erased. Of the list's parts
+/// Erasing leaves a gap, a null handle, in the array. Its ranges are
 ///
 ///     0 ... m_first ... m_sorted ... size
 ///
-/// the first holds gaps only, the second is in order, the third is in order of insertion; the last handle is no gap.
-/// *Cost*: gaps are closed when they outnumber the elements, so an erasure reads an amortised constant number of keys.
-/// A walk after insertions sorts what was inserted and the elements behind the first of those.
+/// where the first holds gaps only, the second is sorted, and the third is in order of insertion; the last handle is no
+/// gap. *Cost*: gaps are closed when they outnumber the elements, so an erasure reads an amortised constant number of
+/// keys. An iteration after insertions sorts the inserted elements and those behind the least of them.
 template <class Key, class E, class KeyOf>
 class KeyedElements {
     using List = std::vector<E>;
@@ -43,7 +43,7 @@ class KeyedElements {
 public:
     using View = KeyView<Key>;
 
-    /// Walks over the elements and skips the gaps. Any change of the table ends it.
+    /// Iterates over the elements and skips gaps. Any change of the table invalidates it.
     class const_iterator {
     public:
         using iterator_category = std::bidirectional_iterator_tag;
@@ -93,18 +93,18 @@ public:
         E const* m_end = nullptr;
     };
 
-    /// The key that the element carries now.
+    /// The present key of the element.
     static View keyOf(E const& element) { return KeyOf{}(*element.operator->()); }
 
-    /// Keeps the keys from now on. *Requires* an empty table.
+    /// Copies keys from now on. *Requires* an empty table.
     void keepKeys() { m_kept = std::make_unique<Kept>(); }
     bool keepsKeys() const noexcept { return m_kept != nullptr; }
 
     std::size_t size() const noexcept { return m_list.size() - m_gaps; }
     bool empty() const noexcept { return m_list.empty(); }
-    /// True if one of the keys is a path, by `KeyOf::isPath`.
+    /// True if a key is a path, by `KeyOf::isPath`.
     bool hasPaths() const noexcept { return m_paths != 0; }
-    /// In order of the keys. *Cost*: see the class.
+    /// Iterates in key order. *Cost*: see the class.
     const_iterator begin() const noexcept
     {
         sort();
@@ -116,13 +116,13 @@ public:
         return {m_list.data() + m_list.size(), m_list.data() + m_list.size()};
     }
 
-    /// The element under that key; null if there is none.
+    /// The element with that key; null if there is none.
     E const* find(View const& key) const noexcept
     {
         std::uint32_t const place = placeOf(hashOf(key), key);
         return place == Index::NOWHERE ? nullptr : &m_list[place];
     }
-    /// True if that very element is in here.
+    /// True if the table contains that element.
     bool contains(E const& element) const noexcept
     {
         if (m_kept && m_kept->count(element.get()) == 0)
@@ -131,14 +131,14 @@ public:
         return found && *found == element;
     }
 
-    /// Room for that many in all. *Throws* `std::bad_alloc` and changes nothing.
+    /// Reserves capacity for `count` elements in all. *Throws* `std::bad_alloc` and changes nothing.
     void reserve(std::size_t count)
     {
         m_list.reserve(count + m_gaps);
         m_index.reserve(count);
     }
-    /// Room for that element, which the table does not hold. Grows geometrically, or closes the gaps when there are
-    /// enough of them to last. *Throws* `std::bad_alloc` and changes nothing.
+    /// Reserves capacity for one more element. Grows geometrically, or closes the gaps if there are enough of them.
+    /// *Requires* an element that is not in the table. *Throws* `std::bad_alloc` and changes nothing.
     void reserveFor(E const& element)
     {
         m_index.reserve(size() + 1);
@@ -151,7 +151,7 @@ public:
         if (m_kept)
             m_kept->insert_or_assign(element.get(), Key{keyOf(element)});
     }
-    /// Enters an element under a key that is free. There is room for it: reserved, or left behind by an erased one.
+    /// Inserts an element. *Requires* a free key and capacity: reserved, or left by an erased element.
     void insert(E element) noexcept
     {
         if (m_list.size() == m_list.capacity())
@@ -163,7 +163,7 @@ public:
         m_paths += KeyOf::isPath(key);
         m_list.push_back(std::move(element));
     }
-    /// Takes out just that element; false if it is not here. The order of the others stays.
+    /// Erases that element; false if it is not in the table. The order of the others stays.
     bool erase(E const& element) noexcept
     {
         if (m_kept && m_kept->count(element.get()) == 0)
@@ -175,7 +175,7 @@ public:
             return false;
         m_index.erase(hash, place);
         m_paths -= KeyOf::isPath(key);
-        E const gone = std::move(m_list[place]);   // it may be the argument; released last
+        E const gone = std::move(m_list[place]);   // may be the argument; released last
         ++m_gaps;
         if (m_kept)
             m_kept->erase(gone.get());
@@ -192,10 +192,10 @@ public:
         if (m_kept)
             m_kept->clear();
         List gone;
-        gone.swap(m_list);   // elements that are released may look here
+        gone.swap(m_list);   // released elements may look up here
         gone.clear();
         if (m_list.empty())
-            m_list.swap(gone);   // its room
+            m_list.swap(gone);   // keep its capacity
     }
 
 private:
@@ -203,7 +203,7 @@ private:
     {
         return Index::fold(services::hashers::TARN0Hasher<View>{}(key));
     }
-    /// The key under which the table knows an element that it holds.
+    /// The key of an element of the table.
     View keyIn(E const& element) const noexcept
     {
         if (m_kept)
@@ -217,7 +217,7 @@ private:
     }
     bool isGap(std::size_t place) const noexcept { return m_list[place].get() == nullptr; }
 
-    /// Drops the gaps at the end, and passes those at the front.
+    /// Drops the gaps at the end and skips those at the front.
     void trim() noexcept
     {
         for (; !m_list.empty() && !m_list.back().get(); m_list.pop_back())
@@ -253,7 +253,7 @@ private:
         if (m_sorted != m_list.size())
             sortInserted();
     }
-    /// Sorts the third part, and merges it with the elements of the second that belong behind its least.
+    /// Sorts the third range and merges it with the elements of the second that are not less than its least.
     void sortInserted() const noexcept
     {
         auto const earlier = [this](E const& left, E const& right) { return keyIn(left) < keyIn(right); };
@@ -262,8 +262,8 @@ private:
         for (std::size_t place = m_sorted; place != m_list.size(); ++place)
             if (!isGap(place) && earlier(m_list[place], *least))
                 least = &m_list[place];
-        std::size_t first = m_sorted;   // of those that move
-        std::size_t behind = 0;         // the sorted ones among them
+        std::size_t first = m_sorted;   // of the elements that move
+        std::size_t behind = 0;         // the number of sorted elements among them
         for (std::size_t place = m_sorted; place != m_first; --place)
             if (!isGap(place - 1)) {
                 if (earlier(m_list[place - 1], *least))
@@ -289,7 +289,7 @@ private:
                 m_index.insert(hashAt(place), static_cast<std::uint32_t>(place));
     }
 
-    // Mutable: their order is not part of what the table holds.
+    // Mutable: the order is not part of the observable state.
     mutable List m_list;
     mutable Index m_index;
     mutable std::size_t m_first = 0;

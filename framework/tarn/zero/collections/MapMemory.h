@@ -9,13 +9,13 @@
 
 namespace tarn::zero::detail {
 
-/// What a keyed map held when a transaction first touched it, kept as the list of the steps since: adding n elements
-/// one by one costs n steps and not n copies. The memories of one map that are still wanted (of open savepoints, of
-/// reports that somebody reads) form a chain, the newest of which takes the steps.
+/// Undo log of a keyed map: its insertions and erasures since a transaction level first touched it (n insertions cost n
+/// entries, not n copies). All logs of one map that are still needed, by open savepoints or kept reports, form a list;
+/// only the newest records.
 template <class E, class Set>
 class MapMemory {
 public:
-    /// The end of a map's chain.
+    /// The newest log of a map's list.
     struct Chain {
         MapMemory* newest = nullptr;
     };
@@ -25,7 +25,7 @@ public:
     MapMemory& operator=(MapMemory const&) = delete;
     ~MapMemory() { forget(); }
 
-    /// Begins to remember a map that holds `size` elements now.
+    /// Starts a log of `set` in its present state.
     void begin(Chain& chain, Set const& set)
     {
         forget();
@@ -37,11 +37,11 @@ public:
 
     std::size_t size() const noexcept { return m_size; }
 
-    /// Records a step that is about to be made.
+    /// Records an insertion that is about to be made.
     void inserting(E const& element) { m_steps.push_back({element, true}); }
     void erasing(E const& element) { m_steps.push_back({element, false}); }
 
-    /// Hands the steps to the memory of the outer level, which begins here if it `has` none.
+    /// Moves the log into that of the outer level, which starts here unless it `has` one.
     void mergeInto(MapMemory& outer, bool has) noexcept
     {
         if (!has) {
@@ -58,7 +58,7 @@ public:
         forget();
     }
 
-    /// Ends remembering; an older memory of the same map takes the steps over.
+    /// Ends the log; an older log of the same map takes over its entries.
     void forget() noexcept
     {
         if (!m_chain)
@@ -69,15 +69,14 @@ public:
         m_steps.clear();
     }
 
-    /// The elements that the map held: those that left it or moved in it, in order of their first step, then the others
-    /// in order of their keys.
+    /// The old elements: those that were erased since, in order of their first entry, then the others in key order.
     std::vector<E> elements() const
     {
         std::vector<E> list;
         std::set<void const*> moved;
         for (MapMemory const* memory = this; memory; memory = memory->m_newer)
             for (Step const& step : memory->m_steps)
-                if (moved.insert(step.element.get()).second && !step.inserted)   // the first step tells
+                if (moved.insert(step.element.get()).second && !step.inserted)   // the first entry decides
                     list.push_back(step.element);
         for (E const& element : *m_set)
             if (moved.count(element.get()) == 0)
@@ -85,7 +84,7 @@ public:
         return list;
     }
 
-    /// Of a map that held one element: that one, if it left the map or moved in it; else null. Needs no memory.
+    /// The old element of a map that held one, if it was erased since; else null. Does not allocate.
     E const* movedOne() const noexcept
     {
         auto const left = std::find_if(m_steps.begin(), m_steps.end(), [](Step const& step) {
@@ -98,7 +97,7 @@ public:
         return left == m_steps.end() ? nullptr : &left->element;
     }
 
-    /// Empties `set` for good and takes it down for who still asks what the map held.
+    /// Clears `set`, logging every element as erased so that a kept report can still list the old contents.
     void clearing(Set& set)
     {
         for (E const& element : set)
@@ -106,18 +105,18 @@ public:
         set.clear();
     }
 
-    /// First pass of a roll back: what entered `set` leaves it, under the keys that the elements have now.
+    /// Rollback, first pass: erases inserted elements, under their present keys.
     void withdraw(Set& set) noexcept
     {
         for (Step const& step : m_steps)
             set.erase(step.element);
     }
 
-    /// Last pass: what `set` held comes back, under the keys that the elements have again, into the room that it left;
-    /// remembering ends.
+    /// Rollback, last pass: re-inserts erased elements, under their restored keys, into the capacity that they left;
+    /// ends the log.
     void reinstate(Set& set) noexcept
     {
-        // The first step of an element tells whether it was there.
+        // The first entry of an element says whether it was in the map.
         for (Step& step : m_steps) {
             if (!step.element->marked() && !step.inserted)
                 set.insert(step.element);
@@ -156,7 +155,7 @@ private:
     std::list<Step> m_steps;
     Set const* m_set = nullptr;
     std::size_t m_size = 0;
-    Chain* m_chain = nullptr;   // null: not remembering
+    Chain* m_chain = nullptr;   // null: no log
     MapMemory* m_older = nullptr;
     MapMemory* m_newer = nullptr;
 };

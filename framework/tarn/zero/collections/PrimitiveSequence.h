@@ -11,13 +11,13 @@
 
 namespace tarn::zero {
 
-/// Plain values that belong to an element, held in a `Container`.
+/// Plain values of an element, in a `Container`.
 template <class T, class Container>
 class PrimitiveCollection : public AbstractOwnedCollection, public GenericPrimitiveInterface {
 public:
     using value_type = T;
     using const_iterator = typename Container::const_iterator;
-    /// What a transaction remembers.
+    /// Old value in a storage: a copy.
     using Old = Container;
     using Kept = Container;
 
@@ -39,7 +39,7 @@ public:
     void reinstate(Old&) noexcept {}
     static void forget(Old& old) noexcept { old.clear(); }
     void dropAll() noexcept {}
-    /// Nothing: plain values have no placeholders.
+    /// No effect: plain values have no proxies.
     void resolveProxies() noexcept {}
     std::size_t sizeBefore(Old const& old) const noexcept { return old.size(); }
 
@@ -50,7 +50,7 @@ protected:
         : AbstractOwnedCollection{owner, featureIndex}
     {}
 
-    /// Announces a change and makes it, in the open transaction or one of its own. `change` is made whole or throws.
+    /// Announces a change and makes it, in the open transaction or in one of its own. `change` completes or throws.
     template <class Change>
     void modify(OCDChangeDescriptor::Kind kind, Change const& change)
     {
@@ -63,7 +63,7 @@ protected:
             alone->commit();
     }
 
-    /// The values as they are held.
+    /// The values.
     Container const& values() const noexcept { return m_values; }
 
 private:
@@ -76,8 +76,8 @@ private:
     Container m_values;
 };
 
-/// An ordered list of plain values; duplicates are allowed. An index past the end throws `std::out_of_range` and
-/// changes nothing. An argument may be a value of the list itself.
+/// Array of plain values; duplicates are allowed. An index past the end throws `std::out_of_range` and changes nothing.
+/// An argument may refer to a value of the array itself.
 template <class T>
 class PrimitiveSequence final : public PrimitiveCollection<T, std::vector<T>> {
     using Base = PrimitiveCollection<T, std::vector<T>>;
@@ -86,39 +86,39 @@ class PrimitiveSequence final : public PrimitiveCollection<T, std::vector<T>> {
 
 public:
     using typename Base::Old;
-    /// The place of what is not there.
+    /// The position of a value that is not there.
     static constexpr std::size_t npos = static_cast<std::size_t>(-1);
 
     PrimitiveSequence() = default;
     explicit PrimitiveSequence(Values values) : Base{std::move(values)} {}
     PrimitiveSequence(ModelElement::Impl& owner, unsigned long featureIndex) : Base{owner, featureIndex} {}
 
-    /// The value there.
+    /// The value at `index`.
     typename Values::const_reference at(std::size_t index) const { return this->values().at(index); }
     typename Values::const_reference operator[](std::size_t index) const { return at(index); }
-    /// The place of the first equal value, or `npos`.
+    /// The position of the first equal value, or `npos`.
     std::size_t indexOf(T const& value) const
     {
         auto const found = std::find(this->begin(), this->end(), value);
         return found == this->end() ? npos : static_cast<std::size_t>(found - this->begin());
     }
 
-    /// Adds a value at the end.
+    /// Appends a value.
     void push_back(T const& value)
     {
         this->modify(Kind::Add, [&](Values& values) { values.push_back(value); });
     }
-    /// Adds a value before `index`, which may be the end.
+    /// Inserts a value before `index`, which may be the end.
     void insert(std::size_t index, T const& value)
     {
         this->refuseUnmodifiable();
         requireIndex(index, this->size() + 1);
-        T copy = value;   // so that only moves, which do not throw, shift the rest
+        T copy = value;   // so that shifting the rest only moves, which cannot throw
         this->modify(Kind::Add, [&](Values& values) {
             values.insert(values.begin() + static_cast<std::ptrdiff_t>(index), std::move(copy));
         });
     }
-    /// Removes the value there.
+    /// Removes the value at `index`.
     void erase(std::size_t index)
     {
         this->refuseUnmodifiable();
@@ -136,7 +136,7 @@ public:
         erase(index);
         return true;
     }
-    /// Puts another value there.
+    /// Replaces the value at `index`.
     void replace(std::size_t index, T const& value)
     {
         this->refuseUnmodifiable();
@@ -160,7 +160,7 @@ public:
             insert(index, wanted);
     }
 
-    /// A sequence of its own with those values.
+    /// A detached sequence of `values`.
     static std::unique_ptr<PrimitiveSequence> detached(Values const& values)
     {
         return std::make_unique<PrimitiveSequence>(values);

@@ -49,7 +49,7 @@ ModelElement ReferenceCollection::resolveProxy(ProxyId const& id)
         return ModelElement{};
     if (ModelElement const standIn = proxy(id); standIn.get() && canReplace(standIn, element)) {
         Model::Impl& model = *ownerImpl()->getModelImpl();
-        if (model.isInTransaction()) {   // a roll back restores what it is that the read found
+        if (model.isInTransaction()) {   // rollback restores what the read found
             ownerImpl()->recordUntold(featureIndex());
             for (ModelElement const& moved : {standIn, element})
                 if (m_composite)
@@ -160,7 +160,7 @@ void ReferenceCollection::addAt(std::size_t index, ModelElement const& given)
     if (m_composite)
         element->checkCircularContainment(owner());
 
-    // One step needs no savepoint inside an open transaction: it fails before it has changed anything.
+    // One step needs no savepoint inside an open transaction: it throws before the first change or not at all.
     bool const isOneStep = !m_composite || element->isTopLevel();
     boost::optional<Operation> whole;
     if (!isOneStep || !ownerImpl()->isInTransaction())
@@ -190,7 +190,7 @@ void ReferenceCollection::checkType(ModelElement const& element) const
                                                                 refused(element->describe())});
 }
 
-/// Throws unless the collection can take the element from wherever it is.
+/// *Throws* unless the collection accepts the element from its present container.
 void ReferenceCollection::checkPlaceFor(ModelElement const& element) const
 {
     if (!element)

@@ -12,7 +12,7 @@
 
 namespace tarn::zero {
 
-/// A collection of elements of handle class `E`, held as handles in a `Container` that iterates in its order.
+/// Elements of handle class `E`, held as handles in a `Container` that defines their order.
 template <class E, class Container>
 class TypedReferenceCollection : public ReferenceCollection {
 public:
@@ -24,7 +24,7 @@ public:
     const_iterator begin() const noexcept { return m_elements.begin(); }
     const_iterator end() const noexcept { return m_elements.end(); }
 
-    /// By the meta class; by the C++ class, too, as elements outlive the registration of theirs.
+    /// Checks the meta class and also the C++ class, as elements outlive the registration of their class.
     bool accepts(ModelElement const& element) const noexcept override
     {
         return isInstance<E>(element) || dynamic_cast<typename E::Impl const*>(element.get());
@@ -32,9 +32,9 @@ public:
 
     /// Adds an element, as `addElement`.
     void add(E const& element) { addElement(element); }
-    /// Takes an element out, as `removeElement`.
+    /// Removes an element, as `removeElement`.
     bool remove(E const& element) { return removeElement(element); }
-    /// Takes every element out.
+    /// Removes all elements.
     void clear()
     {
         Operation operation{*this};
@@ -50,7 +50,7 @@ public:
                 element->destroyRecursively(false, runHooks, notify);
     }
 
-    /// What a `Value` holds of an element: the typed handle, or the plain one.
+    /// The element in a `Value`: as the typed handle or as the plain one.
     ModelElement elementIn(Value const& value) const
     {
         ModelElement const* const plain = value.peekValue<ModelElement>();
@@ -62,25 +62,25 @@ protected:
 
     ModelElement elementClass() const override { return E::metaClass(); }
     bool isAlike(ReferenceCollection const& other) const noexcept override { return typeid(other) == typeid(*this); }
-    /// The handle of the collection's own class. *Requires* an element that is accepted.
+    /// A handle of the collection's element class. *Requires* an accepted element.
     static E typed(ModelElement const& element) noexcept { return E{static_cast<typename E::Impl*>(element.get())}; }
 
-    /// The elements, in their order.
+    /// The elements, in order.
     Container m_elements;
 };
 
-/// The same with placeholders for elements of other models, in a table of their own.
+/// Elements of handle class `E` with proxies for elements of other models in a separate table.
 template <class E, class Container>
 class TypedReferenceCollectionWithProxies : public TypedReferenceCollection<E, Container> {
     using Base = TypedReferenceCollection<E, Container>;
 
 public:
-    /// Placeholders by identity.
+    /// Proxies by identity.
     using Proxies = std::map<ProxyId, E>;
 
     bool containsProxy(ProxyId const& id) const noexcept override { return findProxy(id) != nullptr; }
     bool hasProxies() const noexcept override { return m_proxies && !m_proxies->empty(); }
-    /// The placeholders, in no particular order.
+    /// The proxies, in no particular order.
     std::vector<E> proxies() const
     {
         std::vector<E> list;
@@ -99,22 +99,22 @@ public:
 protected:
     using Base::Base;
 
-    /// Adds a placeholder, of an identity that is free.
+    /// Adds a proxy. *Requires* a free identity.
     void addProxy(E const& element)
     {
         if (!m_proxies)
             m_proxies = std::make_unique<Proxies>();
         m_proxies->emplace(element->getProxyId(), element);
     }
-    /// True if that very placeholder is here.
+    /// True if it contains that proxy.
     bool holdsProxy(ModelElement const& element) const noexcept
     {
         E const* const found = findProxy(element->getProxyId());
         return found && *found == element;
     }
-    /// Takes out a placeholder that is here.
+    /// Removes a proxy. *Requires* that it is here.
     void removeProxy(ModelElement const& element) noexcept { m_proxies->erase(element->getProxyId()); }
-    /// Placeholders that are contained leave the owner with the collection.
+    /// Removes all proxies; contained ones leave their container.
     void clearProxies()
     {
         if (!m_proxies)
@@ -126,9 +126,9 @@ protected:
             }
         m_proxies.reset();
     }
-    /// A copy of the table of placeholders; null while there are none.
+    /// A copy of the proxy table; null if there are none.
     std::unique_ptr<Proxies> copyProxies() const { return m_proxies ? std::make_unique<Proxies>(*m_proxies) : nullptr; }
-    /// Exchanges the table.
+    /// Exchanges the proxy table.
     void swapProxies(std::unique_ptr<Proxies>& other) noexcept { m_proxies.swap(other); }
 
     ModelElement proxy(ProxyId const& id) const override
@@ -146,7 +146,7 @@ private:
         return found == m_proxies->end() ? nullptr : &found->second;
     }
 
-    std::unique_ptr<Proxies> m_proxies;   // null while there are none, which is nearly always
+    std::unique_ptr<Proxies> m_proxies;   // null if there are none, the usual case
 };
 
 }   // namespace tarn::zero

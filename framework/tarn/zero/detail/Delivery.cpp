@@ -14,9 +14,9 @@ namespace {
 
 using Reports = std::vector<ReportData const*>;
 
-constexpr std::size_t longestCircle = 16;   // commits that are searched for, and named
-constexpr std::size_t mostCommits = 8;      // that are named if they are no circle
-constexpr std::size_t mostElements = 3;     // of one commit that are named
+constexpr std::size_t longestCircle = 16;   // longest cycle that is searched for, in commits
+constexpr std::size_t mostCommits = 8;      // commits that are named if there is no cycle
+constexpr std::size_t mostElements = 3;     // elements named per commit
 
 std::string shortName(ModelElement::Impl const& element)
 {
@@ -40,7 +40,7 @@ bool changedTheSame(ReportData const& left, ReportData const& right)
                       [](auto const* one, auto const* other) { return one->element() == other->element(); });
 }
 
-/// After how many commits the last ones repeat what those before them changed; 0 if they do not.
+/// Length of the cycle in which the last commits repeat the changes of those before them; 0 if there is none.
 std::size_t circle(Reports const& reports)
 {
     for (std::size_t length = 1; length <= std::min(longestCircle, reports.size() / 2); ++length)
@@ -71,7 +71,7 @@ void Delivery::deliver(std::shared_ptr<ReportData> const& report, ListenerList::
     m_newest = &frame;
     ++m_depth;
 
-    // Frames that a listener's own commit has served to the end stay until their commit returns; skip them.
+    // Frames already completed by a nested commit stay in the list until their own commit returns; `serve` skips them.
     for (Frame* older = m_oldest; older; older = older->newer)
         serve(*older);
 

@@ -8,29 +8,29 @@
 
 namespace tarn::zero::detail {
 
-/// Hands reports to listeners in commit order. A commit made by a listener first hands the older reports to the
-/// listeners that have not had them, so everybody hears everything once and in order.
+/// Delivers reports to listeners in commit order. A commit made by a listener first delivers the older reports to the
+/// listeners that have not received them, so each listener receives each report once and in order.
 class Delivery {
 public:
-    /// Serves `report`, which the caller keeps, to the listeners of now and returns when all have had it; then rethrows
-    /// the first exception that a listener threw at it.
+    /// Delivers `report`, which the caller keeps, to `holders`; returns when all have received it. *Throws* the first
+    /// exception that a listener threw for this report.
     void deliver(std::shared_ptr<ReportData> const& report, ListenerList::Snapshot const& holders);
 
-    /// True if no report is under way.
+    /// True if no report is in delivery.
     bool isIdle() const noexcept { return m_oldest == nullptr; }
 
-    /// How many reports may be under way when another commit begins. Not 0.
+    /// The number of reports in delivery at which another commit is refused. Not 0.
     std::size_t limit() const noexcept { return m_limit; }
     void setLimit(std::size_t limit) noexcept { m_limit = limit; }
-    /// True if that many are.
+    /// True if the limit is reached.
     bool isFull() const noexcept { return m_depth >= m_limit; }
-    /// Throws `std::runtime_error`, whose text names what the newest reports under way changed.
+    /// *Throws* `std::runtime_error`, whose text names what the newest reports in delivery changed.
     [[noreturn]] void refuse() const;
 
 private:
     friend class tarn::zero::Invariants;
 
-    struct Frame;   // one report under way; lives on the stack of its commit
+    struct Frame;   // one report in delivery; lives on the stack of its commit
 
     static void serve(Frame& frame);
     std::vector<ReportData const*> reports() const;

@@ -8,7 +8,7 @@ namespace tarn::zero::detail {
 
 namespace {
 
-/// Dead elements and placeholders give way to who really has their UUID.
+/// False if the holder of a UUID is dead or a proxy and so gives up its slot.
 bool isTaken(ModelElement::Impl const& holder) noexcept
 {
     return holder.isAlive() && !holder.isProxy();
@@ -61,7 +61,7 @@ ModelElement::Impl* ElementTable::announce(Impl& element)
     Impl* const displaced = insert(element);
     if (element.m_indexed)
         m_unindexed.erase(&element);
-    element.removeRef();   // of the silent entry
+    element.removeRef();   // of the silent insertion
     return displaced;
 }
 

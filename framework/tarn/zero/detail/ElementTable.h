@@ -8,8 +8,9 @@
 
 namespace tarn::zero::detail {
 
-/// The elements of one model. It holds one reference on each and finds the first of each UUID: a later element with a
-/// UUID that is taken lives unindexed and is never promoted. Placeholders of elements of other models are not found.
+/// The elements of one model, one reference on each, with a hash index by UUID (open addressing with linear probing).
+/// It indexes the first element of each UUID: a later one with the same UUID is owned but not indexed, and never
+/// promoted. Dead elements and proxies give up their slot.
 class ElementTable {
 public:
     using Impl = ModelElement::Impl;
@@ -19,19 +20,19 @@ public:
     ElementTable& operator=(ElementTable const&) = delete;
     ~ElementTable();
 
-    /// The indexed element of that UUID, borrowed, if it is alive and no placeholder.
+    /// The indexed element of that UUID, borrowed; null if there is none, or it is dead or a proxy.
     Impl* find(boost::uuids::uuid const& uuid) const noexcept;
 
-    /// Enters a new element. Answers the dead element or the placeholder of the same UUID whose place it took, if there
-    /// was one; that one stays owned. Throws `std::bad_alloc` and leaves all as it was.
+    /// Inserts a new element. Returns the dead element or proxy of the same UUID that it replaced in the index, which
+    /// stays owned; null if there was none. *Throws* `std::bad_alloc` and changes nothing.
     Impl* insert(Impl& element);
-    /// Enters a new element that is not found.
+    /// Inserts a new element without indexing it.
     void insertSilently(Impl& element);
-    /// Has such an element found from now on; otherwise as `insert`.
+    /// Indexes an element that was inserted silently; otherwise as `insert`.
     Impl* announce(Impl& element);
-    /// Undoes `insert` and `announce`: gives the place back to `displaced` and lets go of `element`.
+    /// Undoes `insert` and `announce`: indexes `displaced` again and releases `element`.
     void remove(Impl& element, Impl* displaced) noexcept;
-    /// Lets go of an element whose death is final.
+    /// Releases an element whose death is final.
     void erase(Impl& element) noexcept;
 
     /// Calls `visit(Impl&)` for each element, in no particular order. The table must not change meanwhile.
@@ -44,7 +45,7 @@ public:
             visit(*element);
     }
     std::size_t size() const noexcept { return m_indexed.size() + m_unindexed.size(); }
-    /// Lets go of everything.
+    /// Releases all elements.
     void clear() noexcept;
 
 private:
@@ -55,7 +56,7 @@ private:
     static Index::Hash hashOf(boost::uuids::uuid const& uuid) noexcept;
     std::uint32_t placeOf(boost::uuids::uuid const& uuid) const noexcept;
 
-    std::vector<Impl*> m_indexed;   // dense, in no order; `m_index` finds them
+    std::vector<Impl*> m_indexed;   // dense, unordered; looked up through `m_index`
     Index m_index;
     std::unordered_set<Impl*> m_unindexed;
 };

@@ -8,7 +8,7 @@ namespace tarn::zero::detail {
 
 namespace {
 
-/// Room for `count` more, growing geometrically.
+/// Reserves capacity for `count` more, growing geometrically.
 template <class T>
 void grow(std::vector<T>& list, std::size_t count)
 {
@@ -16,7 +16,7 @@ void grow(std::vector<T>& list, std::size_t count)
         list.reserve(std::max(list.size() + count, list.capacity() * 2));
 }
 
-/// The bits that touching property `index` sets: the container has its own, and that of the property that names it.
+/// The bits set by touching property `index`: the container has its own bit and that of the property that names it.
 std::uint64_t bitsOf(ModelElement::Impl const& element, unsigned long index) noexcept
 {
     std::uint64_t const bit = index < 64 ? std::uint64_t{1} << index : 0;
@@ -82,7 +82,7 @@ void Journal::created(Impl& element, bool announced)
         (element.m_storage && element.m_storage->m_level != m_levels.size()))
         throw std::logic_error{"an element is created once, on one level: " + element.describe()};
     Storage& storage = enter(element);
-    // If this throws, an empty storage stays: nothing changed.
+    // If this throws, an empty storage remains: no change recorded.
     if (!announced)
         m_table.insertSilently(element);
     else if (element.m_entered)
@@ -177,7 +177,7 @@ void Journal::makeRoom(Storages& changes, std::vector<Impl const*>& classes) con
         classes.reserve(m_pools.size());
 }
 
-/// Ends the outermost level; `keep` says whether it takes a storage that still counts.
+/// Ends the outermost level; `keep` returns true if it takes over a storage to report.
 template <class Keep>
 void Journal::sealEach(Keep const& keep) noexcept
 {
@@ -238,7 +238,7 @@ void Journal::rollBack() noexcept
         if (storage.m_created)
             undoCreation(storage, element);
     });
-    // Created elements may hold each other: only now can they let go.
+    // Created elements may reference each other: release the references only now.
     eachBackwards([&](Storage& storage, Impl& element) {
         if (storage.m_created)
             element.dropReferences();
@@ -292,7 +292,7 @@ Journal::Storage* Journal::take(Impl& element)
     if (pool.free.empty()) {
         std::unique_ptr<Storage> storage = element.createStorage();
         storage->m_pool = &pool;
-        grow(pool.free, pool.made + 1);   // giving it back must not need memory
+        grow(pool.free, pool.made + 1);   // so that returning it never allocates
         ++pool.made;
         return storage.release();
     }
@@ -318,9 +318,9 @@ StoragePool& Journal::poolOf(Impl const& element)
         if (&pool->type == &type)
             return *pool;
     for (auto const& pool : m_pools)
-        if (pool->type == type)   // the same class, seen from another library
+        if (pool->type == type)   // same class, type_info of another shared library
             return *pool;
-    m_pools.push_back(std::unique_ptr<StoragePool>{new StoragePool{type, {}}});   // owned before there is room for it
+    m_pools.push_back(std::unique_ptr<StoragePool>{new StoragePool{type, {}}});   // owned before the vector grows
     return *m_pools.back();
 }
 

@@ -10,8 +10,9 @@
 
 namespace tarn::zero::detail {
 
-/// All that the open transaction of one model remembers: a storage for each element and level that touched it, in order
-/// of first touch. Kept between transactions, with its storages, so that a steady stream of writes allocates nothing.
+/// Undo log of one model's open transaction: a storage for each element and level that touched it, in order of first
+/// touch. Levels are savepoints. Kept between transactions, with its storages in free lists, so that a steady stream of
+/// writes allocates nothing.
 class Journal {
 public:
     using Impl = ModelElement::Impl;
@@ -25,61 +26,59 @@ public:
 
     bool isOpen() const noexcept { return !m_levels.empty(); }
     bool isNested() const noexcept { return m_levels.size() > 1; }
-    /// True if the level named `serial` is open (and the innermost one).
+    /// True if level `serial` is open; `isInnermost`: and is the innermost one.
     bool isOpen(std::uint64_t serial) const noexcept;
     bool isInnermost(std::uint64_t serial) const noexcept;
-    /// Opens a level and answers the number that names it.
+    /// Opens a level and returns its number.
     std::uint64_t begin();
 
-    /// An element is about to change, is being destroyed, is about to become a placeholder. Whatever throws, nothing is
-    /// recorded.
+    /// Saves property `index` of an element before its first change. If it throws, nothing is recorded.
     void touch(Impl& element, unsigned long index);
-    /// As `touch`, for a change that a roll back undoes and no report tells.
+    /// Saves property `index` for rollback only: the change is not reported.
     void touchUntold(Impl& element, unsigned long index);
-    /// An element was created, `announced` or silently.
+    /// Records that an element was created, announced or silently.
     void created(Impl& element, bool announced);
     void destroyed(Impl& element);
     void becomingProxy(Impl& element);
 
-    /// What paths through the model lead to may differ from now on, or once the open transaction ends.
+    /// Marks the structure as changed: at once if no transaction is open, else when the outermost one ends.
     void noteRestructuring() noexcept { ++(isOpen() ? m_restructurings : m_structure); }
-    /// The same of what a roll back does not undo, and no report tells.
+    /// Advances the structure version at once, also inside a transaction, for a change that no report mentions.
     void noteUntoldRestructuring() noexcept
     {
         noteRestructuring();
-        ++m_structure;   // at once: the next report does not follow the one before
+        ++m_structure;   // at once, so that the next report's `structureBefore` shows the gap
     }
     std::uint64_t structure() const noexcept { return m_structure; }
-    /// The number of the level that was opened last.
+    /// The number of the level opened last.
     std::uint64_t lastSerial() const noexcept { return m_lastSerial; }
 
-    /// Has what it takes to destroy an element, so that `destroyed` does not throw.
+    /// Allocates the element's storage now, so that `destroyed` cannot throw.
     void prepare(Impl& element) { enter(element); }
-    /// Takes back a creation on the innermost level: of an element that nothing refers to.
+    /// Undoes a creation on the innermost level. *Requires* that nothing refers to the element.
     void uncreate(Impl& element) noexcept;
 
-    /// Ends the innermost level into the one around it.
+    /// Commits the innermost level into the one around it.
     void mergeIntoOuter() noexcept;
-    /// Clears what ended up as it was. For the outermost level; may throw.
+    /// Clears the changed bits of values that equal their old ones. For the outermost level; may throw.
     void revertUnchanged();
-    /// What the outermost level did, if that was no more than to modify one element, and not what leads where; else
-    /// null.
+    /// The one storage of the outermost level, if it modified exactly one element and no structure; else null.
     Storage const* onlyChange() const noexcept;
-    /// Room for all that `seal` may move.
+    /// Reserves capacity for all that `seal` may move.
     void makeRoom(Storages& changes, std::vector<Impl const*>& classes) const;
-    /// Makes the outermost level's changes final and moves the storages that still count into `changes`, which is empty
-    /// like `classes` and has room; the latter gets the class of each of them, once.
+    /// Makes the outermost level final. Moves the storages to report into `changes` and the class of each, once, into
+    /// `classes`; both are empty and have capacity.
     void seal(Storages& changes, std::vector<Impl const*>& classes) noexcept;
-    /// The same when there is nobody to tell.
+    /// Makes the outermost level final without a report.
     void seal() noexcept;
-    /// Restores the state at the beginning of the innermost level, and ends it.
+    /// Restores the state at the beginning of the innermost level and ends that level.
     void rollBack() noexcept;
-    /// Rolls back from the innermost level to the one named `serial`, that one included.
+    /// Rolls back all levels from the innermost one to `serial`, inclusive.
     void rollBackTo(std::uint64_t serial) noexcept;
 
-    /// Takes used storages back for the next transactions.
+    /// Returns used storages to their free lists.
     void recycle(Storages& storages) noexcept;
-    /// Those will not come back.
+    /// Drops storages that a kept report still owns from the pool's count; they are not recycled.
     void lose(Storages const& storages) noexcept;
 
 private:
@@ -87,7 +86,7 @@ private:
 
     struct Level {
         std::uint64_t serial;
-        std::size_t first;   // where its storages begin
+        std::size_t first;   // index of its first storage
     };
     Storage& enter(Impl& element);
     Storage* take(Impl& element);
@@ -104,7 +103,7 @@ private:
     std::vector<std::unique_ptr<StoragePool>> m_pools;
     std::uint64_t m_lastSerial = 0;
     std::uint64_t m_structure = 1;
-    std::uint64_t m_restructurings = 0;   // by the open transaction
+    std::uint64_t m_restructurings = 0;   // in the open transaction
 };
 
 }   // namespace tarn::zero::detail

@@ -18,7 +18,7 @@ void ListenerList::add(std::shared_ptr<ListenerHolderBase> holder)
     changed->list.reserve(m_present.size() + 1);
     if (m_present.m_holders)
         for (auto const& present : m_present.m_holders->list)
-            if (present->listener())   // one whose removal found no memory
+            if (present->listener())   // skips those whose removal ran out of memory
                 changed->list.push_back(present);
     changed->list.push_back(std::move(holder));
     m_present = Snapshot{std::move(changed)};
@@ -39,7 +39,7 @@ void ListenerList::remove(Listener const* listener) noexcept
                 changed->list.push_back(present);
         m_present = Snapshot{std::move(changed)};
     } catch (...) {
-        // Without memory for a new list the invalidated holder stays in it, to be skipped.
+        // Out of memory for a new list: the invalidated holder stays in it and is skipped.
     }
     holder->invalidate();
 }

@@ -9,8 +9,8 @@
 
 namespace tarn::zero::detail {
 
-/// The listeners of one model in order of registration. A snapshot stays as it was when the list changes, so that a
-/// list may be changed while it is being served. Used on the model's thread: snapshots are counted without atomics.
+/// The listeners of one model in order of registration. A snapshot does not change with the list, so the list may
+/// change during a delivery. Used on the model's thread: snapshots are counted without atomics.
 class ListenerList {
     struct Holders {
         std::vector<std::shared_ptr<ListenerHolderBase>> list;
@@ -18,7 +18,7 @@ class ListenerList {
     };
 
 public:
-    /// The list as it was; keeps its holders.
+    /// An immutable copy of the list, shared; keeps its holders alive.
     class Snapshot {
     public:
         Snapshot() = default;
@@ -53,10 +53,10 @@ public:
     bool empty() const noexcept { return m_present.size() == 0; }
     Snapshot const& snapshot() const noexcept { return m_present; }
     bool contains(Listener const* listener) const noexcept { return find(listener) != m_present.size(); }
-    /// True if one of them concerns itself with a change; see `Listener::concerns`.
+    /// True if a change concerns at least one listener; see `Listener::concerns`.
     bool isConcerned(ModelElement::Impl const& element, std::uint64_t changed) const noexcept;
     void add(std::shared_ptr<ListenerHolderBase> holder);
-    /// Removes and invalidates the listener's holder, if it has one. Finishes whatever happens.
+    /// Removes and invalidates the listener's holder, if it has one. Never fails.
     void remove(Listener const* listener) noexcept;
     /// Invalidates every holder.
     void clear() noexcept;

@@ -9,12 +9,12 @@
 
 namespace tarn::zero::detail {
 
-/// The storages of one element class that wait for use; they fit each other.
+/// Free list of the storages of one element class.
 struct StoragePool {
     std::type_info const& type;   // of the elements
     std::vector<ModelElement::Impl::Storage*> free;
-    std::size_t made = 0;           // and not lost: `free` has room for them
-    std::uint64_t lastReport = 0;   // that has one of them
+    std::size_t made = 0;           // in circulation; `free` has capacity for all, so returning one never allocates
+    std::uint64_t lastReport = 0;   // serial of the last report that took one
 };
 
 }   // namespace tarn::zero::detail

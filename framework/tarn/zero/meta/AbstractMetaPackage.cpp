@@ -14,7 +14,7 @@ namespace {
 
 constexpr int LARGEST_INDEX = 63;
 
-/// A new named element, made whole by `settings(element)` or not at all.
+/// Creates a named element, completed by `settings(element)`, or nothing.
 template <class H, class Settings>
 H make(std::u16string const& name, boost::uuids::uuid const& uuid, Settings const& settings)
 {

@@ -16,7 +16,7 @@
 
 namespace tarn::zero::meta {
 
-/// What the registry knows of the C++ type behind a meta type.
+/// The C++ type behind a meta type.
 class STUDIO_DATA_EXPORT CollectionInstantiator {
 public:
     CollectionInstantiator() = default;
@@ -24,19 +24,20 @@ public:
     CollectionInstantiator& operator=(CollectionInstantiator const&) = delete;
     virtual ~CollectionInstantiator() = default;
 
-    /// The type of one value; of a class, its handle class.
+    /// The C++ type of one value; of a class, its handle class.
     virtual std::type_info const& valueType() const noexcept = 0;
     /// True for an enumeration.
     virtual bool isEnum() const noexcept = 0;
 
-    /// An empty collection that belongs to no element, as a value that holds a `CollectionRef`: a sequence, or elements
-    /// by their names. *Throws* `InvalidValue` where the type allows no such collection.
+    /// A new empty detached sequence of the type, as a value that holds a `CollectionRef`. *Throws* `InvalidValue` if
+    /// the type allows no sequence.
     virtual Value createSequence(Type const& type) const = 0;
-    /// The same, elements by their names.
+    /// A new empty detached map by name, as a value that holds a `CollectionRef`. *Throws* `InvalidValue` if the type
+    /// allows no map.
     virtual Value createMap(Type const& type) const = 0;
 };
 
-/// Elements that can be kept in a map: `getName()` gives them a key.
+/// Handle classes whose elements a map can hold: `getName()` returns the key.
 template <class T>
 concept NamedHandle = requires(typename T::Impl const& element)
 {
@@ -45,7 +46,7 @@ concept NamedHandle = requires(typename T::Impl const& element)
         } -> std::convertible_to<std::string_view>;
 };
 
-/// The same for the C++ type `T`: a plain value, an enumeration or a handle class.
+/// The instantiator of C++ type `T`: a plain value, an enumeration or a handle class.
 template <class T>
 class CollectionInstantiatorOf final : public CollectionInstantiator {
 public:
@@ -60,7 +61,7 @@ public:
             return detached<ElementSequence<T>>(type);
         else
             reportException(tarn0::messages::InvalidValue{
-                "a sequence of any elements"});   // the root class: nobody checks what goes in
+                "a sequence of any elements"});   // the root class: no type check possible
     }
     Value createMap(Type const& type) const override
     {

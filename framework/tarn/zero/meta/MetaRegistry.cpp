@@ -16,7 +16,7 @@ namespace {
 
 thread_local bool t_isMakingRegistry = false;
 
-/// Hears of schema elements that died, by whatever way.
+/// Listener that unregisters types when schema elements are destroyed.
 class Undertaker final : public Listener {
 public:
     using Reports = ReportList<ShallowChangeReport<NamedElement>>;
@@ -152,7 +152,7 @@ void MetaRegistry::unregisterRootPackage(std::u16string const& uri) noexcept
 {
     auto const found = m_rootPackages.find(uri);
     if (found != m_rootPackages.end())
-        forget(Package{found->second});   // a copy: the entry goes with the rest
+        forget(Package{found->second});   // a copy: the entry is erased meanwhile
 }
 
 Package MetaRegistry::findRootPackage(std::u16string const& uri) const

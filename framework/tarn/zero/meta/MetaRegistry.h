@@ -22,62 +22,61 @@ class Listener;
 
 namespace tarn::zero::meta {
 
-/// What the URI of every schema starts with. A name, not an address: nothing is fetched from there.
+/// Prefix of every schema's URI. A name, not an address: nothing is fetched.
 inline constexpr std::u16string_view SCHEMA_HOST = u"http://schema.studio-data.invalid";
 
-/// Makes an element of one class.
+/// Creates an element of one class.
 using ElementFactory = std::function<ModelElement(Model const& model, boost::uuids::uuid const& uuid)>;
 
-/// Every schema of the process: one frozen model of meta elements, the types in it by name, and what is known of the
-/// C++ types behind them. It forgets a type with the death of its element, so that it never outlives its package.
-/// Made on first use and never destroyed. Look-ups may run on any thread while nobody registers; packages register on
-/// one thread at a time.
+/// All schemas of the process: one frozen model of meta elements, its types by name, and the C++ types behind them. A
+/// type is unregistered when its element is destroyed, so it never outlives its package. Created on first use and never
+/// destroyed. Lookups may run on any thread while nothing is being registered; packages register on one thread at a
+/// time.
 class STUDIO_DATA_EXPORT MetaRegistry {
 public:
-    /// The one registry of the process.
+    /// The process's only registry.
     static MetaRegistry& getInstance();
 
     MetaRegistry(MetaRegistry const&) = delete;
     MetaRegistry& operator=(MetaRegistry const&) = delete;
     ~MetaRegistry();
 
-    /// The model of all meta elements, and what keeps it frozen.
+    /// The model of all meta elements.
     Model const& model() const noexcept { return m_model; }
-    /// What keeps that model frozen; packages thaw it while they register.
+    /// The guard that keeps the model frozen; packages thaw it while they register.
     Model::Freezer& freezer() noexcept { return m_freezer; }
-    /// The class that all element classes derive from.
+    /// The base class of all element classes.
     Class rootClass() const;
 
-    /// The live type that is registered under that name, dotted or with `::`; a null handle if there is none (or, for
-    /// the second, if it is not primitive).
+    /// The live type registered under that name, with dots or with `::`; a null handle if there is none.
     Type getType(std::u16string const& name) const;
-    /// The same, if it is a type of plain values.
+    /// The live primitive type registered under that name; a null handle if there is none or it is not primitive.
     PrimitiveType getPrimitiveType(std::u16string const& name) const;
     /// True if `typeId` is a name of `type`.
     bool isCorrectTypeForTypeId(PrimitiveType const& type, std::string const& typeId) const;
 
-    /// Makes a live type known; one that is known already keeps what it has. Without a factory no element of it can be
-    /// made by `createElement`. Throws `InvalidValue` for a dead type.
+    /// Registers a live type; no effect on a registered one. Without a factory `createElement` cannot create elements
+    /// of it. *Throws* `InvalidValue` for a dead type.
     void registerType(Type const& type, std::unique_ptr<CollectionInstantiator> instantiator,
                       ElementFactory factory = {});
-    /// Gives a live type its names. A name that another live type has stays with that one.
+    /// Registers the names of a live type. A name of another live type stays with that type.
     void registerTypeNames(Type const& type, std::string const& dotted, std::string const& scoped);
-    /// Lets go of every type whose element is dead or was rolled back.
+    /// Unregisters every type whose element is dead or was rolled back.
     void forgetDeadTypes() noexcept;
 
-    /// What was registered for the type, borrowed; null for an unknown or a null one.
+    /// The instantiator registered for the type, borrowed; null for an unknown or null type.
     CollectionInstantiator const* collectionInstantiator(Type const& type) const noexcept;
-    /// The C++ type of the type's values; null likewise.
+    /// The C++ type of the type's values; null for an unknown or null type.
     std::type_info const* valueTypeOf(Type const& type) const noexcept;
-    /// A new element of that class. Throws `NoSuchType` for a type that is not registered and `InvalidValue` for one
-    /// without a factory: an abstract class or a type of plain values.
+    /// Creates an element of class `type`. *Throws* `NoSuchType` for an unregistered type and `InvalidValue` for one
+    /// without a factory: an abstract class or a primitive type.
     ModelElement createElement(Type const& type, Model const& model, boost::uuids::uuid const& uuid) const;
 
-    /// Makes a live package findable by its URI; a URI that another live one has stays with that one.
+    /// Registers a live package by its URI; a URI of another live package stays with that one.
     void registerRootPackage(Package const& package);
-    /// Lets go of that package and of every type inside it; ignores an unknown URI.
+    /// Unregisters that package with all types inside it; no effect for an unknown URI.
     void unregisterRootPackage(std::u16string const& uri) noexcept;
-    /// A null handle for an unknown URI.
+    /// The package with that URI; a null handle if there is none.
     Package findRootPackage(std::u16string const& uri) const;
 
 private:
@@ -104,7 +103,7 @@ private:
 
 namespace internal {
 
-/// True for a type whose values are those of a C++ enumeration.
+/// True if the type's values are those of a C++ enumeration.
 STUDIO_DATA_EXPORT bool isEnumType(Type const& type);
 
 }   // namespace internal

@@ -11,9 +11,8 @@ template <class Impl>
 struct FeaturesOf;
 }   // namespace detail
 
-/// A part of a schema. Schemas consist of elements like any other, in the model of the meta registry, so that what a
-/// transaction adds to a schema is there wholly or not at all. All meta handles count their element, may be null, and
-/// give their implementation with `->`.
+/// A part of a schema. Schemas consist of model elements, in the model of the meta registry, so a transaction that
+/// extends a schema is atomic. Meta handles count their element, may be null, and give access to it by `->`.
 class STUDIO_DATA_EXPORT NamedElement : public ModelElement {
 public:
     class Impl;
@@ -26,20 +25,20 @@ public:
     Impl* operator->() const noexcept;
 };
 
-/// Every setter of a meta element joins the open transaction or makes one of its own; on a frozen model it throws
-/// `ModelFrozen`, on a dead element `std::logic_error`, and changes nothing.
+/// Implementation of a part of a schema. Every setter of a meta element joins the open transaction or opens its own.
+/// *Throws*, and changes nothing: `ModelFrozen` on a frozen model, `std::logic_error` on a dead element.
 class STUDIO_DATA_EXPORT NamedElement::Impl : public ModelElement::Impl {
 public:
     using ModelElement::Impl::Impl;
 
     static ModelElement::Impl* classImpl() noexcept;
 
-    /// The name within what contains the element.
+    /// The name within the container.
     std::u16string const& getName() const noexcept { return m_name; }
     void setName(std::u16string const& name);
 
-    /// The names of all containers and the own one, outermost first, joined by dots: u"studio.data.Property". Empty
-    /// names are skipped. A dead element answers what it was last.
+    /// The names of all containers and of the element, outermost first, joined by dots: u"studio.data.Property". Empty
+    /// names are skipped. Of a dead element: its last qualified name.
     std::u16string getQualifiedName() const;
     std::string nameInMessages() const override;
 
@@ -48,7 +47,7 @@ protected:
 
     ~Impl() override;
 
-    /// Moves this element into that collection of its new container; null takes it out of the present one.
+    /// Moves this element into the collection `place` of its new container; null removes it from the present one.
     void moveInto(ReferenceCollection* place);
 
 private:

@@ -9,13 +9,13 @@
 
 namespace tarn::zero::meta {
 
-/// A package that another one needs: a family of packages, and the oldest version that will do. A plain value.
+/// A package required by another: a package family and its minimum version. A plain value.
 class VersionInfo {
 public:
     /// The family of packages.
     std::u16string const& family() const noexcept { return m_family; }
     void setFamily(std::u16string family) { m_family = std::move(family); }
-    /// Empty: any version will do.
+    /// The minimum version; empty if any version will do.
     std::u16string const& minVersion() const noexcept { return m_minVersion; }
     void setMinVersion(std::u16string version) { m_minVersion = std::move(version); }
 
@@ -26,7 +26,7 @@ private:
     std::u16string m_minVersion;
 };
 
-/// A group of types and of packages within, named by a URI.
+/// A group of types and nested packages, named by a URI.
 class STUDIO_DATA_EXPORT Package : public NamedElement {
 public:
     class Impl;
@@ -40,27 +40,27 @@ public:
     Impl* operator->() const noexcept;
 };
 
-/// What a package holds. Its setters are those of every meta element.
+/// Implementation of a package.
 class STUDIO_DATA_EXPORT Package::Impl : public NamedElement::Impl {
 public:
     Impl(Model const& model, boost::uuids::uuid const& uuid);
 
     static ModelElement::Impl* classImpl() noexcept;
 
-    /// What names the package everywhere; a name, not an address.
+    /// The unique name of the package; not an address.
     std::u16string const& getUri() const noexcept { return m_uri; }
     void setUri(std::u16string const& uri);
-    /// Null for a root package.
+    /// The containing package; null for a root package.
     Package getParentPackage() const noexcept;
-    /// Throws `CircularContainment` if `parent` is this package or lies inside it.
+    /// Moves this package into `parent`. *Throws* `CircularContainment` if `parent` is this package or lies inside it.
     void setParentPackage(Package const& parent);
-    /// The packages that this one needs.
+    /// The required packages.
     PrimitiveSequence<VersionInfo> const& getImportedPackages() const noexcept { return m_importedPackages; }
     PrimitiveSequence<VersionInfo>& getImportedPackagesMutable() noexcept { return m_importedPackages; }
-    /// The packages within.
+    /// The nested packages.
     ElementSequence<Package> const& getPackages() const noexcept { return m_packages; }
     ElementSequence<Package>& getPackagesMutable() noexcept { return m_packages; }
-    /// The types of the package itself.
+    /// The types of the package, without those of nested packages.
     ElementSequence<Type> const& getTypes() const noexcept { return m_types; }
     ElementSequence<Type>& getTypesMutable() noexcept { return m_types; }
 

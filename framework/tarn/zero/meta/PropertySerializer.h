@@ -15,7 +15,7 @@
 
 namespace tarn::zero::meta {
 
-/// Turns the values of one type into text and back, for who stores models.
+/// Converts the values of one type to text and back, for callers that store models.
 class STUDIO_DATA_EXPORT PropertySerializer {
 public:
     PropertySerializer() = default;
@@ -23,32 +23,33 @@ public:
     PropertySerializer& operator=(PropertySerializer const&) = delete;
     virtual ~PropertySerializer() = default;
 
-    /// The text of `value`, which may also be an optional value that holds one; of an empty value the default's.
-    /// *Throws* `CannotCastIncompatibleTypes` for a value of another type.
+    /// The text of `value`, also of the value inside an optional; for an empty value, the text of the default. *Throws*
+    /// `CannotCastIncompatibleTypes` for a value of another type.
     virtual std::u16string serializeValue(Value const& value) = 0;
-    /// *Throws*, for a text that is none of the type's, whatever the type's own parser throws; so does the next.
+    /// The value of `text`. *Throws* what the type's parser throws for a text that is not of the type.
     virtual Value parseValue(std::u16string const& text) = 0;
-    /// The same as an optional value that holds one.
+    /// The value of `text` as an optional. *Throws* what the type's parser throws for a text that is not of the type.
     virtual Value parseOptionalValue(std::u16string const& text) = 0;
 
     /// The value of a default-constructed object of the type.
     virtual Value createDefaultValue() const = 0;
-    /// An optional value that holds none.
+    /// An empty optional value.
     virtual Value createEmptyOptionalValue() const = 0;
 
-    /// The values as one value that stands outside of any element: a vector, in the same order; a set, for types that
-    /// have an order. *Throws* `CannotCastIncompatibleTypes` if one is of another type, and `InvalidValue` for a set of
-    /// a type without an order.
+    /// The values as one unmanaged vector value, in the same order. *Throws* `CannotCastIncompatibleTypes` if one is of
+    /// another type.
     virtual Value combineAsUnmanagedSequenceValue(std::vector<Value> const& values) const = 0;
-    /// The same as a set.
+    /// The values as one unmanaged set value. *Throws* `CannotCastIncompatibleTypes` if one is of another type, and
+    /// `InvalidValue` for a type without an order.
     virtual Value combineAsUnmanagedSetValue(std::vector<Value> const& values) const = 0;
 };
 
-/// All of it for the C++ type `T`, but for the text of one value. Optional values are held as `boost::optional<T>`.
+/// Implements the serializer for C++ type `T`, except for the text of one value. Optional values are
+/// `boost::optional<T>`.
 template <class T>
 class DefaultPropertySerializer : public PropertySerializer {
 public:
-    /// Serves `type`, which it keeps; null when nobody needs the values' type.
+    /// A serializer of `type`, which it keeps; null if the values need no type.
     explicit DefaultPropertySerializer(Type const& type) : m_type{type} {}
 
     std::u16string serializeValue(Value const& value) override
@@ -89,13 +90,13 @@ public:
         }
     }
 
-    /// The text of one value.
+    /// The text of one value, implemented per type.
     virtual std::u16string doSerializeValue(T const& value) = 0;
-    /// The value of a text. *Throws* what the type's own parser throws.
+    /// The value of one text, implemented per type. *Throws* what the type's parser throws.
     virtual T doParseValue(std::u16string const& text) = 0;
 
 protected:
-    /// The type that is served.
+    /// The serialized type.
     Type const& type() const noexcept { return m_type; }
 
 private:

@@ -13,31 +13,31 @@ class NeverDestroyed;
 
 namespace tarn::zero::meta {
 
-/// The text serializers of all value types. Never destroyed. Every operation takes the registry's lock; who needs
-/// several of them to belong together, or uses a serializer that another thread may unlink, holds a `LockGuard`.
+/// The text serializers of all value types. Never destroyed. Every operation takes the registry's lock. Callers that
+/// need several operations to be atomic, or use a serializer that another thread may unlink, hold a `LockGuard`.
 class STUDIO_DATA_EXPORT PropertySerializerRegistry {
 public:
     class LockGuard;
 
-    /// The one registry of the process.
+    /// The process's only registry.
     static PropertySerializerRegistry& getInstance();
 
     PropertySerializerRegistry(PropertySerializerRegistry const&) = delete;
     PropertySerializerRegistry& operator=(PropertySerializerRegistry const&) = delete;
     ~PropertySerializerRegistry();
 
-    /// Takes the serializer of `type`. A type that has one keeps it. Throws `InvalidValue` for a null type or
+    /// Registers the serializer of `type`; no effect if it has one. *Throws* `InvalidValue` for a null type or
     /// serializer.
     void registerPropertySerializer(Type const& type, std::unique_ptr<PropertySerializer> serializer);
-    /// Borrowed; null if the type has none.
+    /// The serializer of `type`, borrowed; null if it has none.
     PropertySerializer* findPropertySerializer(Type const& type) const;
-    /// Gives the serializer of `type` up to the caller; null if it has none.
+    /// Unregisters the serializer of `type` and passes it to the caller; null if it has none.
     std::unique_ptr<PropertySerializer> unlinkPropertySerializer(Type const& type);
 
 private:
     friend class foundation::NeverDestroyed<PropertySerializerRegistry>;
     struct Entry {
-        Type type;   // keeps the key from being used again
+        Type type;   // keeps the key's address from being reused
         std::unique_ptr<PropertySerializer> serializer;
     };
 
@@ -47,10 +47,10 @@ private:
     std::unordered_map<ModelElement::Impl const*, Entry> m_serializers;
 };
 
-/// Keeps other threads away from the registry while it lives. One thread may hold several.
+/// Holds the registry's lock while it lives. Recursive on one thread.
 class STUDIO_DATA_EXPORT PropertySerializerRegistry::LockGuard {
 public:
-    /// Waits for who holds the lock.
+    /// Blocks until the lock is free.
     explicit LockGuard(PropertySerializerRegistry const& registry) : m_lock{registry.m_mutex} {}
 
 private:

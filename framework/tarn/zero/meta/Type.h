@@ -7,7 +7,7 @@
 
 namespace tarn::zero::meta {
 
-/// What values and elements can be of.
+/// A type of values or elements.
 class STUDIO_DATA_EXPORT Type : public NamedElement {
 public:
     class Impl;
@@ -20,17 +20,17 @@ public:
     Impl* operator->() const noexcept;
 };
 
-/// What every type has.
+/// Implementation of a type.
 class STUDIO_DATA_EXPORT Type::Impl : public NamedElement::Impl {
 public:
     using NamedElement::Impl::Impl;
 
     static ModelElement::Impl* classImpl() noexcept;
 
-    /// The name that stored models know the type by, such as "studio.data.Property".
+    /// The name that stored models use for the type, such as "studio.data.Property".
     std::string const& getTypeId() const noexcept { return m_typeId; }
     void setTypeId(std::string const& typeId);
-    /// Null while no package has the type.
+    /// The package of the type; null while it has none.
     Package getOwningPackage() const noexcept;
     void setOwningPackage(Package const& package);
 
@@ -61,7 +61,7 @@ public:
     Impl* operator->() const noexcept;
 };
 
-/// A type of plain values has a name, and nothing inside.
+/// Implementation of a primitive type: a name without contents.
 class STUDIO_DATA_EXPORT PrimitiveType::Impl : public Type::Impl {
 public:
     using Type::Impl::Impl;
@@ -85,14 +85,14 @@ public:
     Impl* operator->() const noexcept;
 };
 
-/// What a type with properties holds.
+/// Implementation of a type with properties.
 class STUDIO_DATA_EXPORT StructuredType::Impl : public Type::Impl {
 public:
     Impl(Model const& model, boost::uuids::uuid const& uuid);
 
     static ModelElement::Impl* classImpl() noexcept;
 
-    /// The properties of the type itself, not those of its superclass.
+    /// The type's own properties, without inherited ones.
     ElementSequence<Property> const& getProperties() const noexcept { return m_properties; }
     ElementSequence<Property>& getPropertiesMutable() noexcept { return m_properties; }
 
@@ -121,14 +121,14 @@ public:
     Impl* operator->() const noexcept;
 };
 
-/// What a type with operations holds.
+/// Implementation of a type with operations.
 class STUDIO_DATA_EXPORT OperatableType::Impl : public StructuredType::Impl {
 public:
     Impl(Model const& model, boost::uuids::uuid const& uuid);
 
     static ModelElement::Impl* classImpl() noexcept;
 
-    /// The operations of the type itself, not those of its superclass.
+    /// The type's own operations, without inherited ones.
     ElementSequence<Operation> const& getOperations() const noexcept { return m_operations; }
     ElementSequence<Operation>& getOperationsMutable() noexcept { return m_operations; }
 
@@ -158,20 +158,20 @@ public:
     Impl* operator->() const noexcept;
 };
 
-/// What a class holds beside its properties and operations.
+/// Implementation of a class.
 class STUDIO_DATA_EXPORT Class::Impl : public OperatableType::Impl {
 public:
     using OperatableType::Impl::Impl;
 
     static ModelElement::Impl* classImpl() noexcept;
 
-    /// Null for the root of all classes.
+    /// The superclass; null for the root class.
     Class const& getSuperclass() const noexcept { return m_superclass; }
-    /// The same, borrowed.
+    /// The superclass, borrowed; null for the root class.
     Class::Impl const* superclassImpl() const noexcept { return static_cast<Impl const*>(m_superclass.get()); }
-    /// Throws `CircularContainment` if `superclass` is this class or derives from it.
+    /// Sets the superclass. *Throws* `CircularContainment` if `superclass` is this class or derives from it.
     void setSuperclass(Class const& superclass);
-    /// True if no element is of the class itself.
+    /// True if the class can have no elements of its own.
     bool isAbstract() const noexcept { return m_isAbstract; }
     void setIsAbstract(bool isAbstract);
     /// True if no class may derive from it.
@@ -208,7 +208,7 @@ public:
     Impl* operator->() const noexcept;
 };
 
-/// An interface holds properties and operations, and no more.
+/// Implementation of an interface: properties and operations only.
 class STUDIO_DATA_EXPORT Interface::Impl : public OperatableType::Impl {
 public:
     using OperatableType::Impl::Impl;

@@ -9,7 +9,7 @@
 
 namespace tarn::zero::meta {
 
-/// What has a type and a multiplicity: a property, an operation (its result), an argument.
+/// Base of parts with a type and a multiplicity: properties, operations (their result) and arguments.
 class STUDIO_DATA_EXPORT TypedElement : public NamedElement {
 public:
     class Impl;
@@ -22,23 +22,23 @@ public:
     Impl* operator->() const noexcept;
 };
 
-/// The type and the multiplicity.
+/// Implementation of a part with a type and a multiplicity.
 class STUDIO_DATA_EXPORT TypedElement::Impl : public NamedElement::Impl {
 public:
     using NamedElement::Impl::Impl;
 
     static ModelElement::Impl* classImpl() noexcept;
 
-    /// Null when the type is not known.
+    /// The type; null if unknown.
     Type getType() const noexcept;
     void setType(Type const& type);
-    /// True if the order of several values counts.
+    /// True if several values are ordered.
     bool isOrdered() const noexcept { return m_isOrdered; }
     void setIsOrdered(bool isOrdered);
-    /// How many values there are at least.
+    /// The minimum number of values.
     unsigned int getLower() const noexcept { return m_lower; }
     void setLower(unsigned int lower);
-    /// How many values there are at most.
+    /// The maximum number of values.
     unsigned int getUpper() const noexcept { return m_upper; }
     void setUpper(unsigned int upper);
 
@@ -54,20 +54,20 @@ private:
     template <class>
     friend struct detail::FeaturesOf;
 
-    ModelElement m_type;   // a Type, which is declared in terms of this class
+    ModelElement m_type;   // a Type, incomplete here
     bool m_isOrdered = false;
     unsigned int m_lower = 0;
     unsigned int m_upper = 1;
 };
 
-/// What a property holds. The codes are part of every schema.
+/// What a property holds. The numbers are part of every schema.
 enum class ValueFlags : unsigned int {
     Single = 1,          ///< one value
     OrderedValues = 2,   ///< an ordered list of plain values
-    KeyedElements = 5    ///< elements by a key
+    KeyedElements = 5    ///< elements by key
 };
 
-/// One property of a class. Its index is the number by which elements of the class announce and remember changes.
+/// One property of a class. Its index is the number by which elements of the class announce and store changes.
 class STUDIO_DATA_EXPORT Property : public TypedElement {
 public:
     class Impl;
@@ -78,46 +78,46 @@ public:
     static Property create(Model const& model, boost::uuids::uuid const& uuid);
     static Class metaClass();
 
-    /// 0 for a null handle and for a property that has no index yet.
+    /// The property's index; 0 for a null handle and for a property without an index.
     inline unsigned long index() const noexcept;
 
     Impl* operator->() const noexcept;
 };
 
-/// What a property tells of itself.
+/// Implementation of a property.
 class STUDIO_DATA_EXPORT Property::Impl : public TypedElement::Impl {
 public:
     using TypedElement::Impl::Impl;
 
     static ModelElement::Impl* classImpl() noexcept;
 
-    /// The class that has the property; null while none does.
+    /// The type that owns the property; null while none does.
     StructuredType getOwningType() const noexcept;
     void setOwningType(StructuredType const& owner);
-    /// The property at the other end of a reference that is kept in step; null for none.
+    /// The property at the other end of a bidirectional reference; null if there is none.
     Property const& getOpposite() const noexcept { return m_opposite; }
     void setOpposite(Property const& opposite);
-    /// The property of the contained elements that is their key; null for none.
+    /// The property of the contained elements that is their key; null if there is none.
     Property const& getQualifiedBy() const noexcept { return m_qualifiedBy; }
     void setQualifiedBy(Property const& key);
-    /// True if every key stands for one element.
+    /// True if every key is unique.
     bool isQualificationUnique() const noexcept { return m_isQualificationUnique; }
     void setIsQualificationUnique(bool isUnique);
-    /// True if no value may be held twice.
+    /// True if duplicates are not allowed.
     bool isUnique() const noexcept { return m_isUnique; }
     void setIsUnique(bool isUnique);
-    /// The default as the text of its type's serializer; empty for none: the C++ type's own default holds.
+    /// The default value as text of the type's serializer; empty if the C++ type's default applies.
     boost::optional<std::u16string> const& getDefaultValue() const noexcept { return m_defaultValue; }
     void setDefaultValue(boost::optional<std::u16string> const& text);
-    /// What the property holds.
+    /// Kind of the property's contents: one value, values or keyed elements.
     ValueFlags getValueFlags() const noexcept { return m_valueFlags; }
     void setValueFlags(ValueFlags flags);
-    /// True if it holds several values.
+    /// True if the property holds several values.
     bool isCollection() const noexcept { return m_valueFlags != ValueFlags::Single; }
-    /// True if it contains its elements: they go with the owner.
+    /// True if the property contains its elements: they are destroyed with the owner.
     bool isComposite() const noexcept { return m_isComposite; }
     void setIsComposite(bool isComposite);
-    /// The number of the property in its class; 0 before it has one.
+    /// The index of the property in its class; 0 if it has none.
     unsigned long getIndex() const noexcept { return m_index; }
     void setIndex(unsigned long index);
 
@@ -167,17 +167,17 @@ public:
     Impl* operator->() const noexcept;
 };
 
-/// What an argument tells of itself.
+/// Implementation of an argument.
 class STUDIO_DATA_EXPORT Argument::Impl : public TypedElement::Impl {
 public:
     using TypedElement::Impl::Impl;
 
     static ModelElement::Impl* classImpl() noexcept;
 
-    /// Null while no operation has the argument.
+    /// The operation of the argument; null while it has none.
     Operation getOperation() const noexcept;
     void setOperation(Operation const& operation);
-    /// True if the caller gives it.
+    /// True for an input argument.
     bool isInput() const noexcept { return m_isInput; }
     void setIsInput(bool isInput);
 
@@ -194,7 +194,7 @@ private:
     bool m_isInput = false;
 };
 
-/// One operation of a class; its type and multiplicity are those of the result.
+/// One operation of a class; its type and multiplicity describe the result.
 class STUDIO_DATA_EXPORT Operation : public TypedElement {
 public:
     class Impl;
@@ -208,26 +208,26 @@ public:
     Impl* operator->() const noexcept;
 };
 
-/// What an operation tells of itself.
+/// Implementation of an operation.
 class STUDIO_DATA_EXPORT Operation::Impl : public TypedElement::Impl {
 public:
     Impl(Model const& model, boost::uuids::uuid const& uuid);
 
     static ModelElement::Impl* classImpl() noexcept;
 
-    /// Null while no class has the operation.
+    /// The type that owns the operation; null while none does.
     OperatableType getOwningType() const noexcept;
     void setOwningType(OperatableType const& owner);
-    /// True if only derived classes have it.
+    /// True if only derived classes implement it.
     bool isAbstract() const noexcept { return m_isAbstract; }
     void setIsAbstract(bool isAbstract);
-    /// True if it belongs to the class and not to its elements.
+    /// True if it belongs to the class, not to an element.
     bool isStatic() const noexcept { return m_isStatic; }
     void setIsStatic(bool isStatic);
-    /// True if it is for everybody.
+    /// True if it is public.
     bool isPublic() const noexcept { return m_isPublic; }
     void setIsPublic(bool isPublic);
-    /// The arguments, in their order.
+    /// The arguments, in order.
     ElementSequence<Argument> const& getArguments() const noexcept { return m_arguments; }
     ElementSequence<Argument>& getArgumentsMutable() noexcept { return m_arguments; }
 

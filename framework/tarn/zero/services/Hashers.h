@@ -12,14 +12,14 @@
 
 namespace tarn::zero::services::hashers {
 
-/// The hash of the framework's own tables; `std::hash` where nothing better is known of the key.
+/// Hash of the framework's own tables; `std::hash` unless specialised.
 template <class Key>
 struct TARN0Hasher {
-    /// The hash of a key.
+    /// The hash of `key`.
     std::size_t operator()(Key const& key) const noexcept { return std::hash<Key>{}(key); }
 };
 
-/// All 16 bytes take part, so identities that were counted up by hand spread as well as random ones.
+/// Mixes all 16 bytes, so that consecutive UUIDs spread as well as random ones.
 template <>
 struct TARN0Hasher<boost::uuids::uuid> {
     std::size_t operator()(boost::uuids::uuid const& key) const noexcept
@@ -35,7 +35,7 @@ struct TARN0Hasher<boost::uuids::uuid> {
     }
 };
 
-/// Eight bytes a step, a few nanoseconds for a name.
+/// Reads eight bytes per step; a few nanoseconds for a name.
 template <>
 struct TARN0Hasher<std::string_view> {
     std::size_t operator()(std::string_view key) const noexcept
@@ -46,7 +46,7 @@ struct TARN0Hasher<std::string_view> {
         if (size >= 8) {
             for (std::size_t at = 0; at + 8 < size; at += 8)
                 hash = mix(hash, word<std::uint64_t>(bytes + at));
-            hash = mix(hash, word<std::uint64_t>(bytes + size - 8));   // may overlap the one before
+            hash = mix(hash, word<std::uint64_t>(bytes + size - 8));   // may overlap the previous word
         } else if (size >= 4) {
             hash = mix(hash, std::uint64_t{word<std::uint32_t>(bytes)} << 32 | word<std::uint32_t>(bytes + size - 4));
         } else if (size != 0) {
@@ -65,7 +65,7 @@ private:
         std::memcpy(&read, bytes, sizeof read);
         return read;
     }
-    /// Both halves of the product: each bit of the input reaches each bit of the result.
+    /// Folds both halves of the product: each input bit affects each bit of the result.
     static std::uint64_t mix(std::uint64_t hash, std::uint64_t read) noexcept
     {
         __extension__ using Product = unsigned __int128;

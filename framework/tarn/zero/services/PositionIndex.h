@@ -8,20 +8,20 @@
 
 namespace tarn::zero::services {
 
-/// Finds the places of a list by the hashes of what stands there: a table of 10 to 12 bytes an entry, probed in line,
-/// that looks into the list only where a hash agrees. Erasing leaves no gaps and gives no room back, so what was taken
-/// out can always be put in again.
+/// Open-addressing hash index (linear probing, backward-shift deletion) from 32-bit hashes to positions in the caller's
+/// vector; the caller compares keys. 10 to 12 bytes per entry. Never shrinks, so re-inserting an erased entry cannot
+/// throw.
 class PositionIndex {
 public:
-    /// The part of a hash that an entry keeps.
+    /// A 32-bit hash, kept in each entry.
     using Hash = std::uint32_t;
-    /// No place.
+    /// No position.
     static constexpr std::uint32_t NOWHERE = ~std::uint32_t{0};
 
-    /// The upper half of a 64-bit hash knows all of its input.
+    /// Folds a 64-bit hash to 32 bits; both halves count.
     static Hash fold(std::size_t hash) noexcept { return static_cast<Hash>(hash ^ hash >> 32); }
 
-    /// The first place of that hash that `isWanted(place)`; else `NOWHERE`.
+    /// The first position with that hash for which `isWanted(place)` is true; `NOWHERE` if there is none.
     template <class Test>
     std::uint32_t find(Hash hash, Test const& isWanted) const noexcept
     {
@@ -33,7 +33,7 @@ public:
         return NOWHERE;
     }
 
-    /// Room for `count` entries in all. *Throws* `std::bad_alloc`, and has the room it had then.
+    /// Reserves capacity for `count` entries in all. *Throws* `std::bad_alloc` and changes nothing.
     void reserve(std::size_t count)
     {
         if (count + count / 4 < m_size)
@@ -46,7 +46,7 @@ public:
         *this = std::move(larger);
     }
 
-    /// Enters a place; there is room.
+    /// Inserts a position. *Requires* capacity.
     void insert(Hash hash, std::uint32_t place) noexcept
     {
         std::uint32_t at = home(hash);
@@ -55,11 +55,11 @@ public:
         m_slots[at] = {hash, place + 1};
         ++m_count;
     }
-    /// Takes out a place that is there.
+    /// Erases a position. *Requires* that it is in the index.
     void erase(Hash hash, std::uint32_t place) noexcept
     {
         std::uint32_t gap = slotOf(hash, place);
-        // What was probed over the gap moves into it.
+        // Backward shift: an entry that was probed over the gap moves into it.
         for (std::uint32_t at = after(gap); m_slots[at].place != 0; at = after(at))
             if (distance(home(m_slots[at].hash), at) >= distance(gap, at)) {
                 m_slots[gap] = m_slots[at];
@@ -68,9 +68,9 @@ public:
         m_slots[gap] = {};
         --m_count;
     }
-    /// What stood at `from` stands at `to` now.
+    /// Changes the position of an entry from `from` to `to`.
     void move(Hash hash, std::uint32_t from, std::uint32_t to) noexcept { m_slots[slotOf(hash, from)].place = to + 1; }
-    /// Forgets all places and keeps the room.
+    /// Erases all entries and keeps the capacity.
     void clear() noexcept
     {
         for (std::size_t at = 0; m_count != 0 && at != m_size; ++at)
@@ -78,15 +78,15 @@ public:
         m_count = 0;
     }
 
-    /// Empty, with no room.
+    /// Empty, without capacity.
     PositionIndex() noexcept = default;
-    /// Takes everything over; `other` is empty then.
+    /// Takes over all entries; `other` is empty afterwards.
     PositionIndex(PositionIndex&& other) noexcept
         : m_slots{std::move(other.m_slots)},
           m_size{std::exchange(other.m_size, 0)},
           m_count{std::exchange(other.m_count, 0)}
     {}
-    /// The same.
+    /// Replaces all entries by those of `other`, which is empty afterwards.
     PositionIndex& operator=(PositionIndex&& other) noexcept
     {
         m_slots = std::move(other.m_slots);
@@ -106,7 +106,7 @@ private:
         : m_slots{std::make_unique<Slot[]>(size)}, m_size{static_cast<std::uint32_t>(size)}
     {}
 
-    /// Where the entries of a hash begin: a share of the table, so that it may have any size.
+    /// The home slot of a hash: scaled to the table, so that it may have any size.
     std::uint32_t home(Hash hash) const noexcept
     {
         return static_cast<std::uint32_t>(std::uint64_t{hash} * m_size >> 32);
@@ -125,7 +125,7 @@ private:
         return at;
     }
 
-    std::unique_ptr<Slot[]> m_slots;   // at most four fifths in use
+    std::unique_ptr<Slot[]> m_slots;   // load factor at most 4/5
     std::uint32_t m_size = 0;
     std::uint32_t m_count = 0;
 };

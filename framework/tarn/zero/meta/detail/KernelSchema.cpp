@@ -17,7 +17,7 @@ using Slot = std::atomic<ModelElement::Impl*>;
 
 struct Row {
     Slot* type;
-    Slot* superclass;   // of a row further up; null for the root
+    Slot* superclass;   // of an earlier row; null for the root
     char const* name;
     ElementFactory factory;   // empty: abstract
     std::unique_ptr<CollectionInstantiator> (*instantiator)();
@@ -76,7 +76,7 @@ Package makePackage(MetaRegistry& registry, std::u16string const& name, std::u16
 void makeKernelSchema(MetaRegistry& registry)
 {
     auto const rows = kernelRows();
-    // First all classes: from then on elements know their class, and collections can test it.
+    // Create all classes first: then each element has its class, and collections can check it.
     for (Row const& row : rows) {
         Class const type = Class::create(registry.model(), schemaUuid(kernelUri(std::string{"#"} + row.name)));
         row.type->store(type.get(), std::memory_order_release);

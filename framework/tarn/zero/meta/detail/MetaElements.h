@@ -8,13 +8,12 @@
 
 namespace tarn::zero::meta::detail {
 
-/// The class of the elements behind handle class `H`; null until the registry has made it. Set for good by the
-/// registry.
+/// The class of the elements of handle class `H`; null until the registry has created it. Set once, by the registry.
 template <class H>
 STUDIO_DATA_LOCAL inline std::atomic<ModelElement::Impl*> kernelClass{nullptr};
 
-/// Makes the registry if need be, and with it the class of every meta element. While the registry makes itself it
-/// answers a null handle for a class that is not there yet.
+/// Creates the registry, and with it the class of every meta element, unless it exists. No effect while the registry is
+/// under construction.
 void ensureKernelClasses();
 
 template <class H>
@@ -25,7 +24,7 @@ Class metaClassOf()
     return Class{static_cast<Class::Impl*>(kernelClass<H>.load(std::memory_order_acquire))};
 }
 
-// What a transaction remembers of each meta element: its branch's features, then its own.
+// The features of each meta element: those of its base classes, then its own.
 
 template <>
 struct FeaturesOf<NamedElement::Impl> {
@@ -154,7 +153,7 @@ struct FeaturesOf<Package::Impl> {
     }
 };
 
-/// The element behind handle class `H`: its fields and setters, joined to its features.
+/// Implementation of handle class `H`: its fields and setters, joined with its features.
 template <class H>
 class MetaElement final : public ElementImplOf<MetaElement<H>, typename H::Impl> {
     using Base = ElementImplOf<MetaElement<H>, typename H::Impl>;
@@ -173,7 +172,7 @@ public:
     using Base::Base;
 
     static constexpr auto features() { return FeaturesOf<typename H::Impl>::list(); }
-    // The schema of schemas ends here: meta elements have classes but no properties that reflection could name.
+    // The recursion ends here: meta elements have classes but no meta properties.
     static Property propertyAt(unsigned long) { return Property{}; }
 };
 

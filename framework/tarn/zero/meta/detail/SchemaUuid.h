@@ -9,7 +9,7 @@
 
 namespace tarn::zero::meta::detail {
 
-/// The identity of a schema element that was given none: derived from its URI, so that it is the same in every process.
+/// Default UUID of a schema element: derived from its URI, so that it is the same in every process.
 inline boost::uuids::uuid schemaUuid(std::u16string const& uri)
 {
     return boost::uuids::name_generator_sha1{boost::uuids::ns::url()}(fl::i18n::ustring_to_utf8_lossy(uri));
