@@ -253,10 +253,18 @@ public:
     Stale stale() const
     {
         Stale found;
-        for (auto const& [text, expression] : expressions)
-            if (Value const fresh = evaluate(*expression); !(fresh == expression->value) && fresh == fresh)
-                for (std::string const& name : expression->symbols)
-                    found[text].insert("the leaves of " + name);
+        for (auto const& [text, expression] : expressions) {
+            Value const fresh = evaluate(*expression);
+            bool const isStale = !(fresh == expression->value) && fresh == fresh;
+            for (std::string const& name : expression->symbols) {
+                std::string const released = name + " was released by hand for " + text;
+                auto const known = symbols.find(name);
+                if (known == symbols.end() || known->second.texts.count(text) == 0)
+                    found[released];
+                if (isStale)
+                    found[text].insert({"the leaves of " + name, released});
+            }
+        }
         for (auto const& [name, symbol] : symbols) {
             Symbol anew;
             const_cast<PlainEngine*>(this)->bind(name, anew, 0, root);
