@@ -16,7 +16,7 @@ class HandleRecord;
 class Invariants;   // of the tests: may look at everything
 
 /// A hold on one context of a view. It reads the view's mirror of the context. Its callback runs once, with an empty
-/// `ContextData`, if the view detaches it. Changes of the context make no call; they are seen by reading.
+/// `ContextData`, when it is detached. Changes of the context make no call; they are seen by reading.
 ///
 /// Owned by one side, native or host. It may outlive its view: it is then detached, reads empty and is safe to destroy.
 /// All calls come on the thread of the shared model.

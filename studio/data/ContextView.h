@@ -73,10 +73,11 @@ public:
     static std::unique_ptr<ContextView> create(tarn::zero::Model const& model);
 
     /// Returns a new handle on the context of that id; null if the id has no living provider, or the view is being
-    /// destroyed. `callback`, which may be empty, is called only if the view detaches the handle. *Notifies*: the
-    /// listeners of the view's model, if the context was not mirrored yet. *Throws* any failure, and what those
-    /// listeners throw; no handle and no record is left then. *Lifetime*: the handle keeps the provider alive. *Cost*:
-    /// for a context with handles only the handle, otherwise a clone of everything it reaches that is not mirrored yet.
+    /// destroyed. `callback`, which may be empty, is called only when the handle is detached. *Notifies*: the listeners
+    /// of the view's model, if the context was not mirrored yet. *Throws* `std::bad_alloc`, and what copying `callback`
+    /// and those listeners throw; no handle and no new record is left then. *Lifetime*: the handle keeps the provider
+    /// alive. *Cost*: for a context with handles only the handle, otherwise a clone of everything it reaches that is
+    /// not mirrored yet.
     std::unique_ptr<ContextHandleImpl> acquire(Id const& id, ContextHandleImpl::Callback const& callback);
     /// Releases a handle; its `release` calls this. Ignores null and handles that are not in their record. Throws
     /// nothing.

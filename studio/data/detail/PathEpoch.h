@@ -20,7 +20,7 @@ namespace studio::data::detail {
 /// Otherwise the path is walked. Pending reports need no care: until the last one is processed, the versions differ.
 ///
 /// A new epoch begins when a report may have changed a path without touching its bindings:
-/// - its structure version before does not follow the last processed one: the structure changed without a report;
+/// - its version before is not the one after the last processed report: the structure changed without a report;
 /// - it renames or moves a property, which leaves the bindings at its old place untouched;
 /// - a property with a dot in its name is created or destroyed, which hides paths without being on them;
 /// - a transaction is open while it is processed, so that back references wait for its end, or processing it failed.
