@@ -11,7 +11,7 @@ std::uint64_t s_count = 0;
 
 }   // namespace
 
-// The GNU C library's own functions, under the names that remain when theirs are taken.
+// The GNU C library's functions, under the names that remain when malloc is replaced.
 extern "C" {
 
 void* __libc_malloc(std::size_t size);

@@ -4,13 +4,14 @@
 
 namespace benchmarks {
 
-// The program's own malloc counts.
+// The program replaces malloc with one that counts.
 
-/// How many allocations there have been, in the library too.
+/// Returns the number of allocations so far, including the library's.
 std::uint64_t allocationCount() noexcept;
-/// The bytes that are allocated now, with what the allocator puts in front of each piece.
+/// Returns the bytes allocated now, including the allocator's header of each block.
 std::uint64_t heapBytes() noexcept;
-/// Has large pieces come from the heap as well, for good, so that getting and giving them back costs no system call.
+/// Makes large blocks come from the heap as well, permanently, so that allocating and freeing them costs no system
+/// call.
 void keepMemory() noexcept;
 
 }   // namespace benchmarks

@@ -24,7 +24,7 @@ Task writeHeard(Peer const& peer, int expressions)
             [=] { return peer->heard == peer->written + expressions; }};
 }
 
-/// Writes properties, each with an expression of its own, at the places that `places` gives.
+/// Writes properties that are read by one expression each, in the order that `places` gives.
 template <class Peer, class Places>
 Task writeSpread(Peer const& peer, int properties, Places const& places)
 {
@@ -53,7 +53,7 @@ private:
     std::size_t number = 0;
 };
 
-/// Five contexts, each the child of the one before: `a.b.c.d.e` leads from the first to a number of the last.
+/// Makes five contexts, each the child of the one before: `a.b.c.d.e` leads from the first to a number of the last.
 template <class Peer>
 std::vector<ContextOf<Peer>> makeChain(Peer const& peer, double leaf)
 {
@@ -83,7 +83,7 @@ Task writeLeaf(Peer const& peer)
             [=] { return peer->heard == peer->written + 1; }};
 }
 
-/// Leads the path through one half of another chain and back. `crowd` other symbols have leaves in each of the two
+/// Switches the path through one half of another chain and back. `crowd` other symbols have leaves in each of the two
 /// contexts that `b` refers to, along other paths.
 template <class Peer>
 Task repoint(Peer const& peer, int crowd)
@@ -109,7 +109,7 @@ Task repoint(Peer const& peer, int crowd)
             [=] { return peer->heard == (*isOther ? 3.0 : 2.0); }};
 }
 
-/// Acquires all texts, or releases what was acquired, over a thousand properties.
+/// Acquires all texts over a thousand properties, or releases them.
 template <class Peer>
 Task acquire(Peer const& peer, std::vector<std::string> const& texts, bool isReleased)
 {

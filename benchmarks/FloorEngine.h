@@ -13,8 +13,8 @@
 
 namespace benchmarks::floor {
 
-/// Expressions over the slots that paths from one root context lead to: evaluated once after each commit that touches
-/// one of them, told to their handles if the value differs.
+/// Evaluates expressions over slots reached along paths from one root context: once after each commit that touches one
+/// of them. Calls their handles if the value differs.
 class Engine final : public Store::Listener {
 public:
     using Callback = std::function<void(std::string const& text, Value const& value)>;
@@ -41,7 +41,7 @@ public:
     Engine& operator=(Engine const&) = delete;
     ~Engine() override;
 
-    /// Calls back with the present value, and after each change of it.
+    /// Subscribes: calls back with the present value, and after each change of it.
     std::unique_ptr<Handle> acquire(std::string const& text, Callback callback);
 
     void committed(Store::Report const& report) override;
@@ -49,7 +49,7 @@ public:
 private:
     struct Symbol {
         std::vector<std::uint32_t> names;   // of the parts of its path
-        std::vector<std::uint32_t> slots;   // that they lead to, as far as they do
+        std::vector<std::uint32_t> slots;   // the slots along the path, as far as it can be followed
         std::vector<Expression*> readers;
     };
     struct Use {
@@ -79,7 +79,7 @@ struct Engine::Expression {
     std::vector<std::uint32_t> symbols;   // by the number that the program has for them
     Value value;
     std::vector<Handle*> handles;
-    std::uint32_t stamp = 0;   // the last report that touched it
+    std::uint32_t stamp = 0;   // number of the last report that touched it
 };
 
 }   // namespace benchmarks::floor

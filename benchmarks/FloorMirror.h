@@ -7,8 +7,8 @@
 
 namespace benchmarks::floor {
 
-/// A second store with a copy of all that one context of the first reaches through references. A context is copied
-/// with its first reference and goes with its last.
+/// A second store with a copy of all that one context of the first reaches through references. A context is copied with
+/// its first reference and removed with its last.
 class Mirror final : public Store::Listener {
 public:
     Mirror(Store& source, std::uint32_t root);
@@ -16,13 +16,13 @@ public:
     Mirror& operator=(Mirror const&) = delete;
     ~Mirror() override;
 
-    /// The value of the copy of a slot; null if there is none.
+    /// Returns the value of the copy of a slot; null if there is none.
     Value const* find(std::uint32_t slot) const;
 
     void committed(Store::Report const& report) override;
 
 private:
-    /// Of a context of the source.
+    /// The copy of one context of the source.
     struct Copy {
         std::uint32_t context = Store::NONE;
         std::uint32_t references = 0;

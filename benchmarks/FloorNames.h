@@ -9,10 +9,10 @@
 
 namespace benchmarks::floor {
 
-/// Gives every text a small number from 1 on, the same one each time.
+/// Interns texts: gives each a number from 1 on.
 class Names {
 public:
-    /// The number of a text; 0 if it never got one.
+    /// Returns the number of a text; 0 if it has none.
     std::uint32_t find(std::string_view text) const
     {
         for (std::size_t place = hash(text) & mask();; place = (place + 1) & mask()) {
@@ -47,7 +47,7 @@ private:
             place = (place + 1) & mask();
         places[place] = number;
     }
-    /// Eight bytes at a time, then the rest.
+    /// Hashes eight bytes at a time, then the rest.
     static std::size_t hash(std::string_view text)
     {
         std::uint64_t sum = text.size() * 0x9FB21C651E98DF25U;
@@ -67,7 +67,7 @@ private:
     }
 
     std::vector<std::string> texts;
-    std::vector<std::uint32_t> places = std::vector<std::uint32_t>(64);   // numbers, at their hash or right after it
+    std::vector<std::uint32_t> places = std::vector<std::uint32_t>(64);   // linear probing; holds the numbers
 };
 
 }   // namespace benchmarks::floor

@@ -13,7 +13,7 @@
 
 namespace benchmarks {
 
-/// The floor, behind the words in which workloads are written. `LibraryPeer` has the same ones.
+/// The baseline, behind the operations in which workloads are written; `LibraryPeer` has them, too.
 class FloorPeer {
 public:
     using Context = std::uint32_t;
@@ -39,13 +39,13 @@ public:
         return number(&store.slots[slot(context, name)].value);
     }
 
-    /// A new engine on that context.
+    /// Makes a new engine on that context.
     void listen(Context root)
     {
         engine.reset();
         engine = std::make_unique<floor::Engine>(store, root);
     }
-    /// Acquires an expression; its callback says what it was told in `heard`.
+    /// Acquires an expression; its callback stores the value in `heard`.
     void hear(std::string const& text)
     {
         handles.push_back(engine->acquire(

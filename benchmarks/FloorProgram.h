@@ -11,7 +11,7 @@
 
 namespace benchmarks::floor {
 
-/// What an evaluation holds: a value that is not owned. Without initializers, so that a stack of them costs nothing.
+/// A value during an evaluation, not owned. No initializers, so that a stack of them costs nothing.
 struct Cell {
     enum class Kind : std::uint8_t { undefined, number, logical, text };
 
@@ -54,7 +54,7 @@ struct Cell {
     };
 };
 
-/// Arithmetic over numbered symbols, compiled for a machine with a stack. Numbers are all that it computes with.
+/// Sums of numbers and numbered symbols, compiled for a stack machine. Computes with numbers only.
 class Program {
 public:
     enum class Code : std::uint8_t { number, load, add, subtract, multiply, divide };
@@ -64,10 +64,10 @@ public:
         double number = 0;
     };
 
-    /// Compiles terms with " + " between them, each a number or a name; `numbered` gives the number of a name.
+    /// Compiles terms with " + " between them, each a number or a name; `numbered` returns the number of a name.
     Program(std::string_view text, std::function<std::uint32_t(std::string_view name)> const& numbered);
 
-    /// `load` answers the cell of a symbol.
+    /// Evaluates; `load` returns the cell of a symbol.
     template <class Load>
     Cell evaluate(Load const& load) const
     {

@@ -11,10 +11,10 @@
 #include <utility>
 #include <vector>
 
-/// The floor: the steps of the library's main job by hand, for contexts of named values and nothing else. A write finds
-/// interned names, keeps old values, drops what did not change and reports; an engine evaluates compiled programs once
-/// each and calls back; a mirror follows. There are no elements, handles, classes, identities of properties, errors,
-/// nor callbacks that may do anything: what they cost is what a figure has on top of this.
+/// The baseline: the steps of the library's main job by hand, for contexts of named values and nothing else. A write
+/// finds interned names, keeps old values, drops what did not change and reports; an engine evaluates compiled programs
+/// once each and calls back; a mirror is updated. There are no elements, handles, classes, identities of properties or
+/// errors, and callbacks may not change anything: a figure above this baseline is the cost of those.
 namespace benchmarks::floor {
 
 /// Contexts with named slots, written in transactions.
@@ -26,7 +26,7 @@ public:
         Value value;
         std::uint32_t context;
         std::uint32_t name;
-        std::uint32_t stamp = 0;   // the last transaction that kept its old value
+        std::uint32_t stamp = 0;   // number of the last transaction that kept its old value
     };
     struct Old {
         std::uint32_t slot;
@@ -44,14 +44,14 @@ public:
     };
     struct Context {
         Identity identity;
-        std::vector<Entry> entries;   // at the hash of the name, or right after it
+        std::vector<Entry> entries;   // open addressing with linear probing
         std::uint32_t used = 0;
     };
 
     std::uint32_t addContext();
     std::uint32_t addSlot(std::uint32_t context, std::string_view name, Value value);
 
-    /// The public write: one transaction, or part of the open one. Unknown names are ignored.
+    /// Writes a value, in one transaction or as part of the open one. Ignores unknown names.
     void set(std::uint32_t context, std::string_view name, Value value)
     {
         if (std::memchr(name.data(), '.', name.size()))
@@ -91,7 +91,7 @@ public:
         journal.clear();
     }
 
-    /// The slot of that name; NONE if there is none.
+    /// Returns the slot of that name; NONE if there is none.
     std::uint32_t find(std::uint32_t context, std::uint32_t name) const
     {
         std::vector<Entry> const& entries = contexts[context].entries;

@@ -7,7 +7,7 @@
 
 namespace benchmarks::floor {
 
-/// What names a context: 128 bits.
+/// The 128-bit identity of a context.
 struct Identity {
     std::uint64_t high = 0;
     std::uint64_t low = 0;
@@ -22,7 +22,7 @@ struct IdentityHash {
     }
 };
 
-/// The kinds of the library's own values, in the same order.
+/// A value of the same kinds as the library's, in the same order.
 using Value = std::variant<std::monostate, Identity, double, bool, std::string>;
 
 }   // namespace benchmarks::floor

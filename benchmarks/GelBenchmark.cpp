@@ -19,7 +19,7 @@ namespace benchmarks {
 
 namespace {
 
-/// Every symbol below. What E2 and E3 name is such that all of it is asked for.
+/// All symbols. E2 and E3 evaluate every symbol that they name.
 std::pair<char const*, floor::Value> const s_symbols[] = {
     {"a", 1.0},
     {"b", 2.0},
@@ -42,7 +42,7 @@ std::pair<char const*, floor::Value> const s_symbols[] = {
     {"dbg.active", true},
 };
 
-/// Values by name, found without making a text: the same table for both peers.
+/// Values by name, found without constructing a string: the table of both peers.
 template <class Value>
 class Table {
 public:
@@ -50,7 +50,7 @@ public:
     Value const& find(std::string_view name) const { return values.find(name)->second; }
 
 private:
-    /// Lets exceptions out, so that the standard library keeps the hash of each name beside it.
+    /// May throw, so that the standard library stores the hash of each name beside it.
     struct Hash {
         using is_transparent = void;
         std::size_t operator()(std::string_view name) const { return std::hash<std::string_view>()(name); }
@@ -95,7 +95,7 @@ private:
     Table<gel::Value> table;
 };
 
-/// Has the compiler believe that a value is used, and that memory may have changed.
+/// Makes the compiler assume that a value is used, and that memory may have changed.
 template <class T>
 void keep(T const& value)
 {
@@ -121,7 +121,7 @@ bool e3(ByName const& by)
            by.logical("dbg.active");
 }
 
-/// An expression and its value. In the pattern, five digits stand for `%05d`.
+/// An expression and its value. In the pattern, `%05d` stands for five digits.
 template <class Result>
 struct Expression {
     char const* id;
@@ -130,7 +130,7 @@ struct Expression {
     Result value;
 };
 
-/// `byHand` is the same expression in C++.
+/// Adds the peers of an expression; `byHand` is that expression in C++.
 template <auto byHand, class Result>
 Task evaluateByHand(Expression<Result> const& expression)
 {
@@ -156,7 +156,7 @@ Task evaluate(Expression<Result> const& expression)
             [=] { return *last == gel::Value(expression.value); }};
 }
 
-/// Evaluates one text after the other, so many that none is still known when its turn comes again.
+/// Evaluates texts one after the other, so many that none is still cached when its turn comes again.
 template <class Result>
 Task compile(Expression<Result> const& expression)
 {
@@ -174,7 +174,7 @@ Task compile(Expression<Result> const& expression)
                 }
             },
             [=] {
-                // The digits make a number differ a little.
+                // The digits change the number slightly.
                 return last->isDouble() ? std::abs(last->getDouble() - expression.value) < 1
                                         : *last == gel::Value(expression.value);
             }};

@@ -21,7 +21,7 @@ void count(Workload const& workload, Peer const& peer)
     if (task.prepare)
         task.prepare();
     else
-        task.run(times);   // makes what is made once
+        task.run(times);   // one-time work is done here
     std::string const reason =
         workload.id + '\t' + peer.name + '\t' + std::to_string(static_cast<double>(times) * workload.units);
     CALLGRIND_START_INSTRUMENTATION;

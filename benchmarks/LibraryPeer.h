@@ -15,7 +15,7 @@
 
 namespace benchmarks {
 
-/// The library as its users see it, behind the words in which workloads are written.
+/// The library through its public interface, behind the operations in which workloads are written.
 class LibraryPeer {
 public:
     using Context = std::shared_ptr<studio::data::ContextProvider>;
@@ -44,13 +44,13 @@ public:
         return number(context->getPropertyValue(name));
     }
 
-    /// A new engine on that context.
+    /// Makes a new engine on that context.
     void listen(Context const& root)
     {
         engine.reset();
         engine = std::make_unique<studio::data::ExpressionEngine>(root);
     }
-    /// Acquires an expression; its callback says what it was told in `heard`.
+    /// Acquires an expression; its callback stores the value in `heard`.
     void hear(std::string const& text)
     {
         handles.push_back(engine->acquireExpression(

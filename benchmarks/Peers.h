@@ -15,7 +15,7 @@
 
 namespace benchmarks {
 
-/// A workload that is written once, as `make(peer)`, for both peers.
+/// Makes a workload written once, as `make(peer)`, for both peers.
 template <class Make>
 Workload both(std::string id, Workload::Kind kind, double units, Make const& make)
 {
@@ -23,11 +23,11 @@ Workload both(std::string id, Workload::Kind kind, double units, Make const& mak
             [=] { return make(std::make_shared<LibraryPeer>()); }};
 }
 
-/// The context type of a peer that is held by a shared pointer.
+/// The context type of a peer, given the shared pointer that holds it.
 template <class Peer>
 using ContextOf = typename Peer::element_type::Context;
 
-/// "property07"
+/// Returns the name of a property: "property07".
 inline std::string propertyName(int number)
 {
     char text[24];
@@ -43,10 +43,10 @@ inline std::vector<std::string> propertyNames(int count)
     return names;
 }
 
-/// Distinct expressions over a thousand properties: "property07 + 1007"
+/// Returns distinct expressions over a thousand properties: "property07 + 1007".
 std::vector<std::string> manyExpressions(int count);
 
-/// A context with that many properties, all 0.
+/// Makes a context with that many properties, all 0.
 template <class Peer>
 ContextOf<Peer> makeContext(Peer const& peer, int properties)
 {
@@ -56,7 +56,7 @@ ContextOf<Peer> makeContext(Peer const& peer, int properties)
     return context;
 }
 
-/// Numbers below `count`, each once before the first comes again, far from the one before.
+/// Visits the numbers below `count`, each once before the first repeats, far from the one before.
 class FarJumps {
 public:
     explicit FarJumps(std::size_t count) : count{count}, step{count * 618 / 1000}

@@ -22,7 +22,7 @@ constexpr int FAILED = 3;
     throw std::system_error(errno, std::generic_category(), call);
 }
 
-/// In the new process.
+/// Runs in the new process.
 [[noreturn]] void answer(int pipe, std::function<Figures()> const& measure)
 {
     try {

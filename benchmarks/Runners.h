@@ -10,20 +10,21 @@ struct Effort {
     double seconds = 0.01;   ///< of one repetition, at least
 };
 
-// Each measures one workload, of whichever peers do it, and prints the figures.
+// Each measures one workload for every peer that has it, and prints the figures.
 
-/// Time, the least of all repetitions, and allocations per unit: Google Benchmark runs the peers in turns.
+/// Measures time, the least of all repetitions, and allocations per unit: Google Benchmark runs the peers in turns.
 void measureTime(Workload const& workload, Effort const& effort);
-/// Bytes per unit.
+/// Measures bytes per unit.
 void measureMemory(Workload const& workload);
-/// Under callgrind: a dump for each peer, with `workload TAB peer TAB units` as its reason. Prints nothing.
+/// Counts instructions under callgrind: a dump for each peer, with `workload TAB peer TAB units` as its reason. Prints
+/// nothing.
 void countInstructions(Workload const& workload);
-/// Whether callgrind is what runs this program.
+/// Returns true if the program runs under callgrind.
 bool canCountInstructions();
 
-/// Prints one figure, a line of its own: workload, peer, metric and value between tabs.
+/// Prints one figure on a line of its own: workload, peer, metric and value, separated by tabs.
 void printFigure(Workload const& workload, Peer const& peer, char const* metric, double value);
-/// Throws if the last run of a task did not leave what it should have.
+/// Throws if the last run of a task did not have the expected result.
 void require(bool isRight, Workload const& workload, Peer const& peer);
 
 }   // namespace benchmarks

@@ -41,7 +41,7 @@ void repeat(benchmark::State& state, Task const& task)
     if (task.prepare)
         task.prepare();
     else
-        task.run(times);   // takes the caches back from the other peer
+        task.run(times);   // refills the caches after the other peer's run
     std::uint64_t const before = allocationCount();
     std::uint64_t allocations = 0;
     while (state.KeepRunningBatch(state.max_iterations)) {
@@ -51,7 +51,7 @@ void repeat(benchmark::State& state, Task const& task)
     state.counters["alloc"] = static_cast<double>(allocations) / static_cast<double>(times);
 }
 
-/// Nanoseconds and allocations per unit, peer by peer; the peers take turns.
+/// Measures nanoseconds and allocations per unit; the peers take turns.
 Figures measured(Workload const& workload, std::vector<Peer> const& peers, Effort const& effort)
 {
     std::vector<Task> tasks;
@@ -94,7 +94,7 @@ void measureTime(Workload const& workload, Effort const& effort)
             print(workload, peers[i], figures[2 * i], figures[2 * i + 1]);
         return;
     }
-    // What allocates and frees a great deal is not to find the holes that the other peer has left.
+    // A task that allocates a great deal must not find the holes that the other peer has left in the heap.
     constexpr int rounds = 3;
     Effort const less{std::max(1, effort.repetitions / rounds), effort.seconds};
     std::vector<Figures> best(peers.size());

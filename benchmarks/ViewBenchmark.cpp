@@ -6,7 +6,7 @@ namespace {
 
 std::string const s_name = propertyName(7);
 
-/// A mirrored root with a property for each of the others, to refer to it with.
+/// Makes a mirrored root with a property for each of the others, to refer to it.
 template <class Peer>
 struct Crowd {
     Crowd(Peer const& madeBy, int count) : peer{madeBy}, root{peer->makeContext()}

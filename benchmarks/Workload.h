@@ -7,16 +7,16 @@
 
 namespace benchmarks {
 
-/// A workload as one peer does it, set up and ready to run.
+/// A workload set up for one peer and ready to run.
 struct Task {
     std::function<void(std::uint64_t times)> run;
-    /// Whether the last run left what it should have: the value of the last callback, of the last evaluation.
+    /// Returns true if the last run had the expected result: the value of the last callback or evaluation.
     std::function<bool()> isRight;
     /// Undoes the last run, unmeasured; empty if that is not needed.
     std::function<void()> prepare = {};
 };
 
-/// Who does a workload.
+/// An implementation that runs workloads.
 struct Peer {
     char const* name;
     std::function<Task()> make;
@@ -33,8 +33,8 @@ struct Workload {
     std::string id;
     Kind kind = Kind::steady;
     double units = 1;                ///< of one run: figures are per unit
-    std::function<Task()> floor;     ///< by hand; may be empty
-    std::function<Task()> library;   ///< through the public face
+    std::function<Task()> floor;     ///< the baseline; may be empty
+    std::function<Task()> library;   ///< the library through its public interface
 
     std::vector<Peer> peers() const
     {
@@ -44,18 +44,18 @@ struct Workload {
     }
 };
 
-/// How large the large ones are: counting instructions takes fifty times as long as running them.
+/// The sizes of the large workloads: counting instructions takes fifty times as long as running them.
 struct Sizes {
-    std::vector<int> spread;    ///< properties with an expression each
-    int expressions;            ///< acquired and released, and elsewhere
-    std::vector<int> mirrors;   ///< contexts in a view; the last is the one that has no number in its name
-    int contexts;               ///< made to weigh them
+    std::vector<int> spread;    ///< numbers of properties with an expression each
+    int expressions;            ///< for acquiring and releasing, and elsewhere
+    std::vector<int> mirrors;   ///< numbers of contexts in a view; the last has no number in its workload's name
+    int contexts;               ///< made to measure their memory
 
     static Sizes full() { return {{1'000, 10'000, 100'000}, 100'000, {1'000, 10'000}, 100'000}; }
     static Sizes small() { return {{1'000, 10'000}, 2'000, {1'000, 3'000}, 2'000}; }
 };
 
-// Each adds its own to the list.
+// Each adds its workloads to the list.
 
 void addWrites(std::vector<Workload>& list, Sizes const& sizes);        // W1, W5
 void addExpressions(std::vector<Workload>& list, Sizes const& sizes);   // W2 to W4, W6, W7

@@ -8,7 +8,7 @@ constexpr int PROPERTIES = 20;
 constexpr int SUMMANDS = 1'000;
 std::string const s_name = propertyName(7);
 
-/// Writes one property that nobody listens to.
+/// Writes one property that no expression reads.
 template <class Peer>
 Task writeOne(Peer const& peer)
 {
@@ -20,7 +20,7 @@ Task writeOne(Peer const& peer)
             [=] { return peer->value(context, s_name) == peer->written; }};
 }
 
-/// The same while many expressions listen to other properties, in another context.
+/// Writes one property that no expression reads, while many expressions read properties of another context.
 template <class Peer>
 Task writeOneOfMany(Peer const& peer, int expressions)
 {
@@ -31,7 +31,7 @@ Task writeOneOfMany(Peer const& peer, int expressions)
     return writeOne(peer);
 }
 
-/// Writes many properties in one transaction; for each thousand of them there is an expression that sums them up.
+/// Writes many properties in one transaction; one expression per thousand sums them up.
 template <class Peer>
 Task writeAll(Peer const& peer, int properties)
 {

@@ -92,7 +92,7 @@ std::vector<Workload> workloads(Arguments const& arguments)
     return list;
 }
 
-/// Google Benchmark takes from a command line what it has no function for.
+/// Passes Google Benchmark a setting that it takes only from a command line.
 void setUpGoogleBenchmark(char* program)
 {
     std::string interleaved = "--benchmark_enable_random_interleaving=true";

@@ -6,13 +6,13 @@
 
 namespace workbench {
 
-/// A command line that makes no sense; `what()` is one line.
+/// The error for an invalid command line; `what()` is one line.
 class UsageError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// What the command line requests.
+/// The parsed command line.
 struct Arguments {
     bool help = false;
     bool version = false;

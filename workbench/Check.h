@@ -9,8 +9,8 @@
 
 namespace workbench {
 
-/// Compares what expressions did with what they should have done, in values and in silence, and keeps the first
-/// differences, a line each.
+/// Compares the values and callbacks of expressions with the expected ones, and keeps the first differences, a line
+/// each.
 class Check {
 public:
     explicit Check(std::vector<Expression> const& expressions) : expressions{expressions} {}
@@ -18,17 +18,18 @@ public:
     void initial(std::vector<studio::data::PropertyValue> const& expected,
                  std::vector<studio::data::PropertyValue> const& found);
 
-    /// `expected` in ascending order of expressions, as in the result; `number` counts steps from 1.
+    /// Compares one step. `expected` is in ascending order of expressions, as in the result; `number` counts steps from
+    /// 1.
     void step(std::size_t number, std::vector<Answer> const& expected, StepResult const& result);
 
     std::size_t differences() const noexcept { return count; }
 
-    // How many were compared.
+    // The number of comparisons.
 
     std::size_t initialValues() const noexcept { return valueCount; }
     std::size_t steps() const noexcept { return stepCount; }
 
-    /// The first differences.
+    /// Returns the first differences.
     std::vector<std::string> const& first() const noexcept { return lines; }
 
 private:

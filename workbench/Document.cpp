@@ -19,14 +19,14 @@ namespace {
 struct Word {
     std::string_view spelling;
     Kind kind;
-    std::size_t length;   // of the whole list, the word included
+    std::size_t length;   // of the whole list, including the word
 };
 constexpr std::array s_words{
     Word{"new", Kind::create, 2}, Word{"set", Kind::set, 4},   Word{"del", Kind::remove, 3},
     Word{"link", Kind::link, 4},  Word{"drop", Kind::drop, 2}, Word{"active", Kind::activate, 3},
 };
 
-// Every key that an object of a file may have. What is only for people is not read, but must be of its kind.
+// Every key that an object of a file may have. Keys that are only for readers are not used, but their kind is checked.
 
 constexpr std::array s_expressionFile{
     Member{"format", JsonKind::number, true},
@@ -63,7 +63,7 @@ void expectFormat(Node const& document)
         format.fail("only format 1 is known");
 }
 
-/// Reads operations in the order in which they will happen, so it knows which contexts there are at each.
+/// Reads operations in the order in which they will happen, so that it knows which contexts exist at each.
 class OperationReader {
 public:
     explicit OperationReader(Node const& contexts) : declared{contexts} {}
@@ -85,7 +85,7 @@ public:
 private:
     Operation operation(Node const& node)
     {
-        Node const name = node.item(0);   // named, for gcc 14 takes the word for a part of it
+        Node const name = node.item(0);   // named, because gcc 14 takes a temporary for part of the word
         Word const& word = wordOf(name);
         if (node.size() != word.length)
             node.fail(inQuotes(word.spelling) + " takes " + counted(word.length - 1, "argument") + ", not " +

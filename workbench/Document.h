@@ -9,13 +9,13 @@
 
 namespace workbench {
 
-/// A text that a host would evaluate, and where it comes from (for people; may be empty).
+/// An expression text, and where it comes from (for readers; may be empty).
 struct Expression {
     std::string text;
     std::string source;
 };
 
-/// One thing that happens to one context. Contexts are numbered; 0 is the root.
+/// An operation on one context. Contexts are numbered; 0 is the root.
 struct Operation {
     enum class Kind { create, set, remove, link, drop, activate };
 
@@ -33,7 +33,7 @@ struct Answer {
     studio::data::PropertyValue value;
 };
 
-/// Operations that belong together, and what is recorded of their effect.
+/// Operations applied in one transaction, and their recorded effect.
 struct Step {
     std::string during;   ///< what the user was doing; may be empty
     std::vector<Operation> operations;
@@ -42,22 +42,22 @@ struct Step {
 };
 
 struct Recording {
-    std::size_t contexts = 1;   ///< how many there ever are, the root included
+    std::size_t contexts = 1;   ///< number of contexts ever made, the root included
     std::vector<Operation> initial;
     std::vector<Step> steps;
     /// Absent when nothing is recorded; otherwise a value for each expression.
     std::optional<std::vector<studio::data::PropertyValue>> initialValues;
 
-    /// Whether any answer is recorded, be it that a step changes nothing.
+    /// Returns true if any answer is recorded, even that a step changes nothing.
     bool hasAnswers() const;
 };
 
-/// The expressions in a file. Throws `DocumentError`, also for a text that does not parse and for a key that no
-/// expression has.
+/// Loads the expressions of a file. Throws `DocumentError` for an unusable file, for a text that does not parse and for
+/// an unknown key.
 std::vector<Expression> loadExpressions(std::string const& file);
 
-/// The recording in a file, made over so many expressions. Throws `DocumentError`, also for an operation that does not
-/// fit those before it, so that whatever is returned can be replayed, and for a key that no session has.
+/// Loads the recording of a file, made over that many expressions. Throws `DocumentError` for an unusable file, for an
+/// unknown key, and for an operation that does not fit those before it, so that whatever is returned can be replayed.
 Recording loadRecording(std::string const& file, std::size_t expressions);
 
 }   // namespace workbench

@@ -58,7 +58,7 @@ std::string pathOf(std::string const& parent, std::size_t index)
 }
 
 /// Builds a document from the events of the parser, without recursion. The library's own builder keeps the last of
-/// several equal keys; this one refuses them.
+/// several equal keys; this one rejects them.
 class Builder : public nlohmann::json_sax<json> {
 public:
     Builder(std::string const& file, std::string const& text) : file{file}, text{text} {}
@@ -104,7 +104,7 @@ public:
 private:
     struct Level {
         json* container;
-        string_t key;   // of the member that is read, in an object
+        string_t key;   // of the member being read, in an object
     };
 
     json* add(json value)
@@ -125,8 +125,7 @@ private:
 
     bool open(json container)
     {
-        levels.push_back(
-            {add(std::move(container)), {}});   // stays in place: what is around it waits until it is closed
+        levels.push_back({add(std::move(container)), {}});   // open until what is in it is closed
         return true;
     }
 
@@ -136,7 +135,7 @@ private:
         return true;
     }
 
-    /// The path to the container at a depth; one that is too long to be shown ends early.
+    /// Returns the path to the container at a depth; one that is too long to be shown ends early.
     std::string path(std::size_t depth) const
     {
         std::string result;

@@ -22,7 +22,7 @@ Mirror::Mirror(std::shared_ptr<ContextProvider> provider)
       view{ContextView::create(tarn::zero::Model{})},
       handle{view->acquire(root->getId(), nullptr)}
 {
-    root->getModel()->addDeepListener(this);   // after the view, so that it is served after it
+    root->getModel()->addDeepListener(this);   // after the view, so that it is notified after it
 }
 
 Mirror::~Mirror()

@@ -19,25 +19,25 @@ class ContextView;
 
 namespace workbench {
 
-/// A view with a handle on the root of a session, compared with the providers: every context that the root reaches and
-/// every property. Keeps the first differences, a line each.
+/// Compares a view, which has a handle on the root of a session, with the providers: every context that the root
+/// reaches and every property. Keeps the first differences, a line each.
 class Mirror : public tarn::zero::Listener {
 public:
     explicit Mirror(std::shared_ptr<studio::data::ContextProvider> root);
     ~Mirror() override;
 
-    /// `when` is what the lines begin with.
+    /// Compares now. `when` is the beginning of each line.
     void compare(std::string const& when);
 
     std::size_t differences() const noexcept { return count; }
     std::vector<std::string> const& first() const noexcept { return lines; }
 
-    // Of the last comparison.
+    // Of the last comparison:
 
     std::size_t contexts() const noexcept { return contextCount; }
     std::size_t properties() const noexcept { return propertyCount; }
 
-    /// Notes which clones have seen a change of their source: from then on their active contexts are the source's.
+    /// Records which clones have been updated from their source: from then on they have its active contexts.
     void transactionCommitted(tarn::zero::ShallowChangeReport<studio::data::ContextData> const& report);
 
 private:

@@ -5,13 +5,13 @@
 
 namespace workbench {
 
-/// A bar on the terminal's last line while work goes on; nothing at all when output goes elsewhere.
+/// A progress bar on the terminal's last line; nothing if the output goes elsewhere.
 class Progress {
 public:
     Progress(std::size_t total, bool wanted);
     Progress(Progress const&) = delete;
     Progress& operator=(Progress const&) = delete;
-    ~Progress();   ///< takes the bar away
+    ~Progress();   ///< erases the bar
 
     void advance();
 

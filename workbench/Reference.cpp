@@ -93,7 +93,7 @@ gel::Value Reference::Source::lookup(std::string const& symbol) const
     return find(0, symbol);
 }
 
-/// A property of the whole name comes first; otherwise the first dot leads into a child.
+/// Looks up a symbol. A property of the whole name takes precedence; otherwise the first dot leads into a child.
 gel::Value Reference::Source::find(std::size_t context, std::string_view path) const
 {
     for (auto here = contexts.find(context); here != contexts.end();) {

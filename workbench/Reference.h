@@ -16,21 +16,21 @@
 
 namespace workbench {
 
-/// The host that does without the library: contexts are maps, and after every step every expression is evaluated anew.
-/// It says what each value has to be, and what finding that out this way costs.
+/// The same host without the library: contexts are maps, and every expression is evaluated after every step. The
+/// reference for values and for cost.
 class Reference {
 public:
-    /// What stands in a property that refers to a context, by the context's number.
+    /// Returns the value of a property that refers to a context, by the context's number.
     using Names = std::function<studio::data::PropertyValue(std::size_t context)>;
 
     Reference(std::vector<Expression> const& expressions, std::vector<Operation> const& initial, Names names);
 
-    /// Applies a step and evaluates everything; the answer is what changed, in ascending order of expressions.
+    /// Applies a step and evaluates everything. Returns the changes in ascending order of expressions.
     std::vector<Answer> step(std::vector<Operation> const& operations);
 
     std::vector<studio::data::PropertyValue> const& values() const noexcept { return current; }
 
-    /// How many evaluations the steps took, and how long.
+    /// The number of evaluations in all steps, and their time.
     std::size_t evaluations() const noexcept { return evaluated; }
     std::chrono::nanoseconds time() const noexcept { return spent; }
 

@@ -15,7 +15,7 @@ namespace workbench {
 
 namespace {
 
-/// How long each step takes with nothing beside. In the run that is compared, evaluating everything empties the
+/// Measures how long each step takes by itself. In the run that is compared, evaluating everything empties the
 /// processor's caches between the steps, and a view is updated within them.
 std::vector<std::chrono::nanoseconds> timesAlone(std::vector<Expression> const& expressions, Recording const& recording)
 {

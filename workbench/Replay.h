@@ -10,7 +10,7 @@
 
 namespace workbench {
 
-/// A session to replay, and what it is called in the output.
+/// A session to replay, and its title in the output.
 struct Material {
     std::string title;
     Recording recording;

@@ -16,7 +16,7 @@ namespace {
 constexpr std::size_t TEXT_WIDTH = 72;
 constexpr std::size_t SOURCE_WIDTH = 48;
 
-/// `part` of `whole` with the digits that a small share needs; nothing is 0 %.
+/// Returns `part` of `whole` in percent, with the digits that a small share needs; 0 % if `whole` is 0.
 std::string percent(std::size_t part, std::size_t whole)
 {
     double const share = whole == 0 ? 0 : 100.0 * static_cast<double>(part) / static_cast<double>(whole);

@@ -16,20 +16,20 @@
 
 namespace workbench {
 
-/// Writes for a person what happened in one session. Throws `std::runtime_error` when the output cannot be written.
+/// Writes a readable account of one session. Throws `std::runtime_error` when the output cannot be written.
 class Report {
 public:
-    /// `title` names the session; `width` is that of the terminal, if there is one.
+    /// Writes about the session `title`; `width` is that of the terminal, if there is one.
     Report(std::ostream& out, std::string const& title, std::vector<Expression> const& expressions,
            std::optional<std::size_t> width)
         : out{out}, title{oneLine(title)}, expressions{expressions}, width{width}
     {}
 
     void opening(Recording const& recording);
-    /// One step and what it changed, each line cut to the terminal's width; `number` counts from 1.
+    /// Writes a step and its changes, each line cut to the terminal's width; `number` counts from 1.
     void step(std::size_t number, Step const& step, StepResult const& result);
     void summary(Statistics const& statistics);
-    /// What the host that evaluates everything needed for the same.
+    /// Writes the cost of the host that evaluates everything, for comparison.
     void comparison(Reference const& reference, Statistics const& statistics);
     void verdict(std::string const& against, Check const& check, Statistics const& statistics);
     void verdict(Mirror const& mirror, bool everyStep);

@@ -22,7 +22,7 @@ using Kind = Operation::Kind;
 
 namespace {
 
-/// Sums the callbacks of a step up: per expression the first `from` and the last `to`.
+/// Merges the callbacks of a step: per expression the first `from` and the last `to`.
 void netChanges(std::vector<Change>& calls, StepResult& result)
 {
     std::stable_sort(calls.begin(), calls.end(),

@@ -17,7 +17,7 @@ class ExpressionHandle;
 
 namespace workbench {
 
-/// A host at work: live contexts, an engine over them, and a subscription to every expression.
+/// Acts as a host: owns live contexts, an engine over them, and a subscription to every expression.
 class Session {
 public:
     /// Makes the initial contexts in one transaction, then subscribes: `values()` holds the initial values.
@@ -29,12 +29,12 @@ public:
     /// Applies the operations of a step in one transaction of the shared model.
     StepResult run(Step const& step);
 
-    /// What each expression's callback was told last.
+    /// The last value passed to each expression's callback.
     std::vector<studio::data::PropertyValue> const& values() const noexcept { return told; }
 
     std::shared_ptr<studio::data::ContextProvider> const& root() const noexcept { return contexts[0]; }
 
-    /// The value that stands in a property that refers to a context; it still names a context that was dropped.
+    /// The value of a property that refers to the context; still names a context that was dropped.
     studio::data::PropertyValue reference(std::size_t context) const { return references[context]; }
 
 private:
@@ -43,12 +43,12 @@ private:
     void write(Operation const& operation, studio::data::PropertyValue const& value);
     void subscribe(std::size_t expression, std::string const& text);
 
-    // Handles go first, then the engine, then the contexts.
+    // Destroyed in reverse order: handles, then the engine, then the contexts.
     std::vector<std::shared_ptr<studio::data::ContextProvider>> contexts;
     std::vector<studio::data::PropertyValue> references;
     std::unique_ptr<studio::data::ExpressionEngine> engine;
     std::vector<studio::data::PropertyValue> told;
-    std::vector<Change> calls;   // of the step that runs: each callback, with what the expression was told before
+    std::vector<Change> calls;   // the running step's callbacks, each with the expression's value before
     std::vector<std::unique_ptr<studio::data::ExpressionHandle>> handles;
 };
 

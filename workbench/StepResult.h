@@ -8,7 +8,7 @@
 
 namespace workbench {
 
-/// What a step did to one expression, from before it to after it.
+/// The change of one expression in a step: its values before and after.
 struct Change {
     std::size_t expression = 0;
     studio::data::PropertyValue from;

@@ -6,18 +6,18 @@
 
 namespace workbench {
 
-/// How many columns the terminal has that the standard output goes to: what the environment variable `COLUMNS` says, or
-/// else the terminal itself. None when the output goes elsewhere, and when neither says.
+/// Returns the width in columns of the standard output's terminal: the environment variable `COLUMNS`, otherwise what
+/// the terminal reports. Empty if the output goes elsewhere, or neither is known.
 std::optional<std::size_t> terminalWidth();
 
-/// Whether a person can answer: the standard input and the standard error are both a terminal.
+/// Returns true if a user can be prompted: the standard input and the standard error are both a terminal.
 bool canConfirm();
 
 /// Writes a question to the standard error. Returns true if the line read from the standard input is `y` or `yes`.
 bool confirm(std::string const& question);
 
-/// Occupies each standard stream that was closed when the program started, so that no file opened later takes its
-/// place; a write to it fails. A write to a broken pipe fails as well, instead of ending the program.
+/// Opens each standard stream that was closed when the program started, so that no file opened later takes its place;
+/// writing to it fails. Makes writes to a broken pipe fail as well, instead of ending the program.
 void protectStandardStreams();
 
 }   // namespace workbench

@@ -24,7 +24,7 @@ struct Character {
 
 constexpr Character BAD{0xFFFD, 1};
 
-/// The character that starts a text, which is not empty. A byte that starts none is `BAD`.
+/// Returns the first character of a text that is not empty. A byte that begins no character is `BAD`.
 Character firstCharacter(std::string_view text)
 {
     auto const byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
@@ -44,7 +44,7 @@ Character firstCharacter(std::string_view text)
     return code < least[length] || surrogate || code > 0x10FFFF ? BAD : Character{code, length};
 }
 
-/// Controls, C0 and C1, and what else a terminal takes for the end of a line.
+/// True for control characters, C0 and C1, and for what else a terminal takes for the end of a line.
 bool isControl(char32_t code)
 {
     return code < 0x20 || (code >= 0x7F && code < 0xA0) || code == 0x2028 || code == 0x2029;
@@ -84,7 +84,7 @@ std::string shown(PropertyValue const& value)
     if (value.isString())
         return json(value.getString()).dump(-1, ' ', false, json::error_handler_t::replace);
     double const number = value.getDouble();
-    constexpr double exact = 9007199254740992.0;   // up to here a double holds every whole number
+    constexpr double exact = 9007199254740992.0;   // up to here a double represents every integer
     if (std::trunc(number) == number && std::abs(number) < exact)
         return json(static_cast<std::int64_t>(number)).dump();
     return std::isfinite(number) ? json(number).dump() : value.asString();

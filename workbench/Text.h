@@ -9,24 +9,24 @@
 
 namespace workbench {
 
-// How things are written for people.
+// How values are written in output.
 
-/// A value as it would be written in an expression or in JSON; a text that is no UTF-8 shows its bad bytes replaced.
+/// Returns a value as an expression or JSON would write it; bytes of a text that are not UTF-8 are replaced.
 std::string shown(studio::data::PropertyValue const& value);
 
-/// A count with its thousands apart: 12,345.
+/// Returns a count with thousands separators: 12,345.
 std::string counted(std::size_t count);
-/// A count and its unit, in the plural where that is due: "1 step", "12 steps".
+/// Returns a count and its unit, in the plural where needed: "1 step", "12 steps".
 std::string counted(std::size_t count, std::string const& unit);
 
-/// In the unit that leaves a number below a thousand: 12 µs, 3.4 ms.
+/// Returns a time in the unit that leaves a number below a thousand: 12 µs, 3.4 ms.
 std::string lasting(std::chrono::nanoseconds time);
 
-/// A name in double quotes, on one line and at most 60 columns wide.
+/// Returns a name in double quotes, on one line and at most 60 columns wide.
 std::string inQuotes(std::string_view name);
 
-/// On one line, at most `width` columns wide on a terminal: control characters become spaces, bytes that are no UTF-8
-/// become U+FFFD, and "..." stands for what is cut off. Never cuts within a character.
+/// Returns a text as one line, at most `width` columns wide on a terminal: control characters become spaces, bytes that
+/// are not UTF-8 become U+FFFD, and "..." stands for what is cut off. Never cuts within a character.
 std::string oneLine(std::string_view text, std::size_t width = std::string::npos);
 
 }   // namespace workbench

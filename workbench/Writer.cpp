@@ -91,7 +91,7 @@ std::string lines(Items const& items, ToJson const& toJson)
     throw DocumentError(name, "cannot be written", std::strerror(error));
 }
 
-/// A complete file under a name of its own, removed unless it is moved to its place.
+/// A complete file under a temporary name, removed unless it is renamed to its final one.
 class Draft {
 public:
     explicit Draft(File const& file) : place{file.name}, name{file.name + "." + std::to_string(getpid()) + ".new"}

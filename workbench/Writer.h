@@ -7,12 +7,12 @@
 
 namespace workbench {
 
-// What loadExpressions() and loadRecording() read, a line for each expression and step.
+// Writes the format of loadExpressions() and loadRecording(), a line for each expression and step.
 
 std::string expressionsText(std::vector<Expression> const& expressions);
 std::string recordingText(Recording const& recording);
 
-/// The first of these names that something stands under; empty if none is taken.
+/// Returns the first of these names that is taken in the file system; empty if none is.
 std::string presentAmong(std::vector<std::string> const& names);
 
 struct File {
@@ -20,8 +20,8 @@ struct File {
     std::string text;
 };
 
-/// Writes files that belong together. All are written beside their places first and moved there only when each is
-/// complete. Throws `DocumentError` when a file cannot be written; what stood in a place is then still there.
+/// Writes several files as a unit: first to temporary files beside them, which are renamed once all are complete.
+/// Throws `DocumentError` when a file cannot be written; the existing file is then unchanged.
 void writeFiles(std::vector<File> const& files);
 
 }   // namespace workbench

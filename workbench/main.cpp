@@ -24,7 +24,7 @@ namespace {
 
 enum ExitCode { GOOD = 0, DIFFERENT = 1, UNUSABLE = 2 };
 
-/// Every session, read before any is replayed: a file that cannot be used is refused before there is output.
+/// Loads every session before any is replayed: an unusable file is rejected before there is output.
 std::vector<Material> loadMaterials(Arguments const& arguments, std::size_t expressions)
 {
     std::vector<Material> materials;
@@ -36,7 +36,8 @@ std::vector<Material> loadMaterials(Arguments const& arguments, std::size_t expr
     return materials;
 }
 
-/// The sample's answers come from the host that evaluates everything, so that replaying the files checks the library.
+/// Writes the sample's files. Their answers come from the host that evaluates everything, so that replaying the files
+/// checks the library.
 void saveSample(std::string const& folder, bool force)
 {
     std::vector<std::string> const files{folder + "/expressions.json", folder + "/session.json"};
@@ -57,7 +58,7 @@ void saveSample(std::string const& folder, bool force)
     writeFiles({{files[0], expressionsText(expressions)}, {files[1], recordingText(recording)}});
 }
 
-/// Says which of several sessions agreed.
+/// Prints which of several sessions agreed.
 void summarize(std::vector<std::string> const& different, std::size_t sessions)
 {
     std::cout << '\n'

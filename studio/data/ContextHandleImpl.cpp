@@ -8,7 +8,7 @@
 
 namespace studio::data {
 
-/// A callback that runs: holds the function meanwhile and gives it back if the handle is still there.
+/// A running callback: owns the function meanwhile and returns it if the handle still exists.
 struct ContextHandleImpl::Call : private boost::noncopyable {
     explicit Call(ContextHandleImpl const& called) : handle{&called}, function{std::move(called.callback)}
     {
@@ -36,8 +36,8 @@ ContextHandleImpl::ContextHandleImpl(boost::uuids::uuid const& id, Callback func
 ContextHandleImpl::~ContextHandleImpl()
 {
     release();
-    leaveRecord();   // one that it entered without its view
-    unlink();        // it may wait for its call
+    leaveRecord();   // of a record that it joined without its view
+    unlink();        // it may be waiting for its call
     if (running)
         running->handle = nullptr;
     callback = nullptr;
@@ -72,7 +72,7 @@ void ContextHandleImpl::detach()
         if (living)
             living->undoEmptyRecord(left);
         if (!waiting)
-            return;   // what ended with the record has detached it too, or destroyed it
+            return;   // detached or destroyed by what ended with the record
     }
     if (!position)
         return;

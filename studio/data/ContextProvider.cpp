@@ -39,7 +39,7 @@ std::shared_ptr<ContextProvider> childOf(Property::Impl const* property)
     return model::getContextProvider(property->getValue().getUUID());
 }
 
-/// The property of that name, which has dots.
+/// Returns the property whose own name is this dotted path.
 Property::Impl* hidingIn(ContextData const& context, std::string_view path)
 {
     if (!context || !context->getProperties().hasPaths())
@@ -47,7 +47,7 @@ Property::Impl* hidingIn(ContextData const& context, std::string_view path)
     return context->getProperties().findImpl(path);
 }
 
-/// Does not touch its arguments after listeners were called: they may be gone then.
+/// Writes in one transaction. Does not use its arguments after listeners were called: they may be destroyed.
 void write(Property::Impl* property, PropertyValue const& value)
 {
     if (property)
@@ -79,7 +79,7 @@ ContextProvider::ContextProvider()
         });
     } catch (...) {
         detail::ProviderTable::instance().abandon(getId());
-        // Still there if a listener threw: the element is committed then, and nobody else would take it back.
+        // If a listener threw, the element is committed, and nothing else would destroy it.
         destroyElement();
         throw;
     }
@@ -133,8 +133,8 @@ PropertyValue ContextProvider::getPropertyValue(std::string const& name) const
 
 Property::Impl* ContextProvider::findPropertyAt(std::string_view path) const
 {
-    // The dots are followed to their end even when the value is known: a provider in mid-destruction on the way is an
-    // error wherever it stands.
+    // The dots are followed to their end even when the value is known: a provider under destruction anywhere on the
+    // path is an error.
     Property::Impl* hiding = nullptr;
     std::shared_ptr<ContextProvider> child;
     ContextProvider const* provider = this;
@@ -187,8 +187,8 @@ void ContextProvider::setPropertyValue(std::string const& name, PropertyValue co
     if (dot == std::string_view::npos)
         return write(propertyOf(element, name), value);
 
-    // The whole way is looked up before the first write. The callbacks of that write may release what comes after it,
-    // this provider too, so all of it is held.
+    // Look up the whole path before the first write, and hold it: the callbacks of a write may release any provider on
+    // it, this one too.
     struct Child {
         std::shared_ptr<ContextProvider> provider;
         std::string_view rest;
@@ -231,10 +231,10 @@ void ContextProvider::destroyElement() noexcept
     if (!element)
         return;
     try {
-        element->destroy();   // which no depth of commits refuses
+        element->destroy();   // possible at any depth of transactions
     } catch (...) {
-        // A listener's exception: the element is gone all the same. Without the memory for a transaction it stays,
-        // and nothing refers to it.
+        // If a listener threw, the element is gone. If there was no memory for a transaction, it stays, and nothing
+        // refers to it.
     }
 }
 

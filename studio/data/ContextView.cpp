@@ -16,7 +16,7 @@ namespace studio::data {
 
 namespace {
 
-/// A provider that cannot be shared, because it is being destroyed or was never whole, is none.
+/// Returns the provider of that id; null also for one that is under destruction or was never complete.
 std::shared_ptr<ContextProvider> livingProvider(boost::uuids::uuid const& id)
 {
     try {
@@ -26,7 +26,7 @@ std::shared_ptr<ContextProvider> livingProvider(boost::uuids::uuid const& id)
     }
 }
 
-/// A clone on the way of a walk, and where the walk stands in it. Chains of contexts may be long: no walk recurses.
+/// A clone on the path of a walk, and the walk's position in it. Walks do not recurse: chains of contexts may be long.
 struct Place {
     explicit Place(ContextData const& context) : clone{context}, next{context->getProperties().begin()} {}
 
@@ -34,8 +34,8 @@ struct Place {
     ContextData::Impl::Properties::const_iterator next;
 };
 
-/// Calls `enter(uuid)` for each UUID that a property of `clone` holds, in order of names; it answers the clone to walk
-/// on into before the next property, or null.
+/// Calls `enter(uuid)` for each UUID that a property of `clone` holds, ordered by name. `enter` returns the clone to
+/// walk into before the next property, or null.
 template <class Enter>
 void walk(ContextData const& clone, Enter const& enter)
 {
@@ -77,7 +77,7 @@ ContextView::~ContextView()
     life->ending = true;
     while (HandleRecord* const record = recordOrder->first()) {
         forget(*record);
-        delete record;   // its callbacks may end others
+        delete record;   // its callbacks may end other records
     }
     life->view = nullptr;
     data.clear();
@@ -97,9 +97,9 @@ std::unique_ptr<ContextHandleImpl> ContextView::acquire(Id const& id, ContextHan
     if (life->ending)
         return nullptr;
     auto const watched = life;
-    Id const context = id;   // a listener may take the caller's along
-    // First, so that nobody's code runs between finding the record and entering the handle. To copy a callback may run
-    // anything, and listeners on the view's model may end the record that was just made, or the view.
+    Id const context = id;   // a copy: a listener may destroy the caller's
+    // First, so that no foreign code runs between finding the record and adding the handle: copying a callback may run
+    // anything. Below, listeners on the view's model may end the new record, or the view.
     ContextHandleImpl::Callback function = callback;
     if (watched->ending)
         return nullptr;
@@ -183,7 +183,7 @@ void ContextView::destroyRecord(HandleRecord* record)
     auto const watched = life;
     forget(*record);
     graph->removeRecord(id);
-    delete record;   // runs callbacks, and what hears of the provider's end
+    delete record;   // runs callbacks, and whatever reacts to the provider's end
     if (watched->view)
         discardOrphans();
 }
@@ -209,7 +209,7 @@ void ContextView::mirror(Id const& id)
         createClosure(clone);
 }
 
-/// The new clone of a context; null if it has one, or does not exist.
+/// Makes the clone of a context; null if it has one, or does not exist.
 ContextData ContextView::mirrorOne(Id const& id)
 {
     if (liveData(id))
@@ -258,8 +258,8 @@ void ContextView::discardOrphans()
     change.commit();
 }
 
-/// The clone of that context, borrowed; null if there is none. One that a roll back of somebody else's transaction, or
-/// a holder, has destroyed is forgotten.
+/// Returns the clone of that context, borrowed; null if there is none. Drops a clone that a holder, or the roll back of
+/// a foreign transaction, has destroyed.
 ContextData* ContextView::liveData(Id const& id)
 {
     auto const found = data.find(id);
@@ -289,7 +289,7 @@ void ContextView::enterGraph(Id const& id, ContextData const& clone)
             graph->addReference(id, property->getValue().getUUID());
 }
 
-/// Makes the graph anew if a transaction of the view was rolled back.
+/// Rebuilds the graph if a transaction of the view was rolled back.
 void ContextView::refresh()
 {
     if (!stale)
@@ -306,20 +306,20 @@ void ContextView::refresh()
     stale = false;
 }
 
-/// Takes a record out of the tables.
+/// Removes a record from the tables.
 void ContextView::forget(HandleRecord& record) noexcept
 {
     records.erase(record.provider->getId());
     recordOrder->remove(record);
 }
 
-/// False for null. A record that is ending has no provider, or stands in no table any more.
+/// Returns false for null, and for a record that is ending: it has no provider, or is in no table.
 bool ContextView::owns(HandleRecord const* record) const noexcept
 {
     return record && record->provider && getRecord(record->provider->getId()) == record;
 }
 
-/// Ends the record if it has no handle. Orphans that cannot be discarded now go with the next ones.
+/// Ends the record if it has no handle. Orphans that cannot be destroyed now are left to the next call.
 void ContextView::undoEmptyRecord(HandleRecord* record) noexcept
 {
     if (!record || !record->handles.empty())
@@ -327,7 +327,7 @@ void ContextView::undoEmptyRecord(HandleRecord* record) noexcept
     try {
         destroyRecord(record);
     } catch (...) {
-        // A listener of the view's model threw, and the orphans are gone; or memory was short.
+        // Either a listener of the view's model threw, and the orphans are gone; or memory was short.
     }
 }
 

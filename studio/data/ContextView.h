@@ -31,9 +31,8 @@ class ViewMirrors;
 /// Mirrors contexts into a model of its own, for holders that only read.
 ///
 /// A handle names one context. The view keeps a clone of it, and of every context that it reaches through properties
-/// whose value is a UUID, and after each commit of the shared model brings the clones up to date. A clone keeps the
-/// UUID of its source, and its properties those of theirs. A clone that no handle's context reaches any more is
-/// destroyed.
+/// whose value is a UUID, and updates the clones after each commit of the shared model. A clone and its properties have
+/// the UUIDs of their sources. A clone that no handle's context reaches any more is destroyed.
 ///
 /// By design:
 /// - The active contexts of a fresh clone are empty until its source is modified next.
@@ -43,81 +42,84 @@ class ViewMirrors;
 ///   never updated, next to the one that everybody reads.
 /// - Renaming the only property of a context is not followed until the context itself is modified.
 ///
-/// Used on the thread of the shared model. The callbacks that it makes, of handles that it detaches, may do anything;
-/// so may listeners on a model that was given to it. They may destroy the view.
+/// Used on the thread of the shared model. The callbacks of handles that it detaches, and listeners on a model that was
+/// given to it, may do anything, including destroying the view.
 class STUDIO_DATA_EXPORT ContextView : public rook::factory::CppAndLumenOwned,
                                        public tarn::zero::Listener,
                                        private boost::noncopyable {
 public:
-    /// The id of a provider, which is the UUID of its element and of every clone of that.
+    /// The UUID of a provider's element and of all its clones.
     using Id = boost::uuids::uuid;
-    /// For tables by id.
+    /// Hash function for tables keyed by id.
     using IdHasher = tarn::zero::services::hashers::TARN0Hasher<Id>;
     /// A set of contexts.
     using IdSet = std::unordered_set<Id, IdHasher>;
 
-    /// The name of the class: one text for all modules of a process, so that the pointers compare equal.
+    /// The class name: the same pointer in all modules of a process, so that pointers may be compared.
     static char const* const TypeName;
-    /// The name under which a scripting host knows the class; one text for all modules, too.
+    /// The class name for scripting hosts: the same pointer in all modules of a process.
     static char const* const ROOKTypeName;
 
-    /// Keeps its clones in `model`, with a null handle in a new one of its own. A model serves one view. The clones
-    /// in a given model outlast the view. A transaction on it that is rolled back takes along what the view did there
-    /// meanwhile.
+    /// Keeps its clones in `model`; a null handle stands for a new model of the view's own. A model serves one view.
+    /// The clones in a given model outlast the view. If a caller's transaction on that model rolls back, so does what
+    /// the view did in it.
     explicit ContextView(tarn::zero::Model const& model);
-    /// Detaches every handle that is left: context by context in the order in which they were first acquired, all of a
-    /// context first, then their callbacks run in order of acquisition. A callback that throws ends the process.
-    /// Otherwise lets nothing out.
+    /// Detaches every remaining handle: context by context in order of first acquisition, all handles of a context
+    /// first, then their callbacks run in order of acquisition. A callback that throws ends the process. Throws nothing
+    /// otherwise.
     ~ContextView() override;
 
-    /// A view owned by the caller.
+    /// Makes a view that the caller owns.
     static std::unique_ptr<ContextView> create(tarn::zero::Model const& model);
 
-    /// A new handle on the context of that id; null if the id has no living provider, or the view is being destroyed.
-    /// `callback`, which may be empty, is called if the view detaches the handle, and never else.
-    /// *Notifies*: the listeners of the view's model, if the context was not mirrored yet.
-    /// *Throws* what stands in the way, and what those listeners throw: there is no handle then, and no record for it.
-    /// *Lifetime*: the handle keeps the provider alive. *Cost*: for a context with handles only the handle, else a
-    /// clone of what it reaches and is not mirrored yet.
+    /// Returns a new handle on the context of that id; null if the id has no living provider, or the view is being
+    /// destroyed. `callback`, which may be empty, is called only when the handle is detached. *Notifies*: the listeners
+    /// of the view's model, if the context was not mirrored yet. *Throws* `std::bad_alloc`, and what copying `callback`
+    /// and those listeners throw; no handle and no new record is left then. *Lifetime*: the handle keeps the provider
+    /// alive. *Cost*: for a context with handles only the handle, otherwise a clone of everything it reaches that is
+    /// not mirrored yet.
     std::unique_ptr<ContextHandleImpl> acquire(Id const& id, ContextHandleImpl::Callback const& callback);
-    /// What a handle's `release` calls. Ignores null and handles that are not in their record. Lets nothing out.
+    /// Releases a handle; its `release` calls this. Ignores null and handles that are not in their record. Throws
+    /// nothing.
     void release(ContextHandleImpl* handle) noexcept;
 
-    /// The clone of that context, shared; a null handle if it is not mirrored.
+    /// Returns the clone of that context, shared; a null handle if it is not mirrored.
     ContextData getData(Id const& id) const;
 
     // Records. Handles make and end them; a record that is made directly has no handle, and stays until it gets one or
     // is destroyed.
 
-    /// Null if nobody has a handle on that context.
+    /// Returns the record of that context; null if it has none.
     HandleRecord* getRecord(Id const& id) const;
-    /// The record of that context, made if there is none; null as `acquire` answers null. *Notifies*, *throws* like it.
+    /// Returns the record of that context, made if there is none; null where `acquire` returns null. *Notifies* and
+    /// *throws* like `acquire`.
     HandleRecord* createRecord(Id const& id);
-    /// Detaches the record's handles, ends it, and then whatever became an orphan. Ignores null and foreign records.
+    /// Detaches the record's handles, ends it, and destroys the clones that become orphans. Ignores null and foreign
+    /// records.
     void destroyRecord(HandleRecord* record);
 
     // Clones
 
-    /// A new clone in the view's model, known to nobody; null if the shared model has no such context.
+    /// Makes a new clone in the view's model, outside of its tables; null if the shared model has no such context.
     ContextData cloneData(Id const& id);
-    /// Mirrors whatever a clone reaches and is not mirrored yet, in order of names, depth first.
+    /// Mirrors every context that a clone reaches and that is not mirrored yet, ordered by name, depth first.
     void createClosure(ContextData const& clone);
-    /// Takes out of `pending` what the clone reaches (the record's context, and what that reaches) through contexts
-    /// that are in it.
+    /// Removes from `pending` what the clone reaches (the record's context, and what that reaches) through contexts in
+    /// `pending`.
     void removeDescendents(ContextData const& clone, IdSet& pending) const;
     void removeDescendents(HandleRecord* record, IdSet& pending) const;
-    /// Destroys the clones that no record reaches, in a transaction, which joins an open one.
-    /// *Cost*: what was held up by the references and records that went since the last call; nothing for the rest.
+    /// Destroys the clones that no record reaches, in a transaction, which joins an open one. *Cost*: proportional to
+    /// what the references and records removed since the last call held; nothing for the rest.
     void discardOrphans();
 
-    // Reports of the shared model. *Cost*: a look-up for each change; a transaction of the view's model only if one of
-    // them concerns a clone. A changed number or logical allocates nothing. A property that came, went, moved or was
-    // renamed costs the same in a context of any size, except that the first such change of a context, and the first
-    // one after changes of which no report tells it all, compares all of its properties.
+    // Reports of the shared model. *Cost*: a look-up per change; a transaction of the view's model only if one of them
+    // concerns a clone. A changed number or logical allocates nothing. A property that is created, destroyed, moved or
+    // renamed costs the same in a context of any size, with one exception: the first such change of a context, and the
+    // first one after changes that reports show only in part, compares all of its properties.
 
-    /// False for what is in no context that the view mirrors.
+    /// Returns false for an element that is in no mirrored context.
     bool concerns(tarn::zero::ElementImpl const& element, std::uint64_t changed) const noexcept override;
-    /// Brings changed values up to date, and follows references that came or went.
+    /// Updates changed values, and follows references that were added or removed.
     void transactionCommitted(tarn::zero::ShallowChangeReport<Property> const& report);
     void transactionCommitted(tarn::zero::ShallowChangeReport<ContextData> const& report);
 
@@ -160,13 +162,13 @@ private:
     std::unordered_map<Id, HandleRecord*, IdHasher> records;   // owned
     std::unordered_map<Id, ContextData, IdHasher> data;
 
-    std::unique_ptr<detail::ViewGraph> graph;   // over the keys of data
+    std::unique_ptr<detail::ViewGraph> graph;   // nodes: the keys of `data`, and what they refer to
     std::unique_ptr<detail::ViewMirrors> mirrors;
-    std::uint64_t cloneChanges = 0;   // of data, and of what clones consist of
+    std::uint64_t cloneChanges = 0;   // version of the clones: advanced when a clone or its property comes or goes
     std::unique_ptr<RecordList> recordOrder;
-    bool stale = false;   // the graph: a transaction was rolled back
-    IdSet exact;          // contexts whose clones differ from them by no more than what reports under way tell
-    std::uint64_t halfFollowed = 0;   // the report of which the changed contexts are still to be followed
+    bool stale = false;   // the graph is outdated: a transaction was rolled back
+    IdSet exact;          // contexts that differ from their clones by no more than what unprocessed reports list
+    std::uint64_t halfFollowed = 0;   // number of the report whose changed contexts are still to be followed
     std::shared_ptr<ContextHandleImpl::Life> life;
 };
 

@@ -12,24 +12,24 @@
 
 namespace studio::data {
 
-/// What has to become of the properties of a clone.
+/// The differences between the properties of a context and of its clone.
 struct ContextView::Comparison {
     struct Pair {
         Property::Impl* source;
         Property::Impl* copy;
     };
 
-    /// Both stand under one name; either may be null. What stands under its name with another UUID was replaced.
+    /// Compares two properties of one name; either may be null. One with another UUID was replaced.
     STUDIO_DATA_LOCAL void compare(Property::Impl* source, Property::Impl* copy);
     STUDIO_DATA_LOCAL void compareAll(ContextData::Impl::Properties const& sources,
                                       ContextData::Impl::Properties const& copies);
 
     std::vector<Pair> changed;
     std::vector<Property> gone;
-    std::vector<Property> missing;   // in the source
+    std::vector<Property> missing;   // to be added to the clone
 };
 
-/// What one report has the view do. Its transaction opens with the first change.
+/// The work of one report. Its transaction opens with the first change.
 struct ContextView::Update {
     struct Addition {
         Property source;
@@ -41,7 +41,7 @@ struct ContextView::Update {
         Id to;
     };
 
-    /// Where the report has put a property or taken it away.
+    /// A context and name at which the report adds or removes a property.
     struct Place {
         ContextData::Impl const* owner;
         std::string_view name;
@@ -80,7 +80,7 @@ struct ContextView::Update {
     std::vector<Reference> gained;   // to contexts with a living provider
     std::optional<std::vector<Place>> places;
     bool orphansPossible = false;
-    bool isLasting = false;   // nothing that the clones follow may still be taken back, and neither may they
+    bool isLasting = false;   // no open transaction can still roll back the sources or the clones
     bool isDone = false;
 };
 
@@ -91,7 +91,7 @@ std::optional<boost::uuids::uuid> uuidIn(PropertyValue const& value)
     return value.isUUID() ? std::optional{value.getUUID()} : std::nullopt;
 }
 
-/// A provider in the middle of its destruction is none.
+/// True if the id has a living provider; false also for one under destruction.
 bool namesProvider(boost::uuids::uuid const& id)
 {
     try {
@@ -101,13 +101,14 @@ bool namesProvider(boost::uuids::uuid const& id)
     }
 }
 
-/// Not quite equality: NaN differs from itself only when it was written.
+/// Like !=, except that two NaNs are the same value.
 bool differ(PropertyValue const& left, PropertyValue const& right)
 {
     return !(left == right) && (left == left || right == right);
 }
 
-/// The property of `clone` that mirrors `source`: the one of its UUID, else the one of its name, else null.
+/// Returns the property of `clone` that mirrors `source`: the one of its UUID, otherwise the one of its name, otherwise
+/// null.
 Property::Impl* copyOf(Property::Impl const& source, ContextData::Impl const& clone)
 {
     auto const& copies = clone.getProperties();
@@ -119,8 +120,8 @@ Property::Impl* copyOf(Property::Impl const& source, ContextData::Impl const& cl
     return renamed != copies.end() ? renamed->operator->() : named;
 }
 
-/// Calls `visit(owner, name)` for where a transaction found a property and where it left it, if it was made, destroyed,
-/// moved or renamed. The owner may be null.
+/// Calls `visit(owner, name)` for a property's place before and after a transaction that created, destroyed, moved or
+/// renamed it. The owner may be null.
 template <class Visit>
 void eachPlace(tarn::zero::ReportData::Storage const& storage, Visit const& visit)
 {
@@ -185,7 +186,7 @@ void ContextView::transactionCommitted(tarn::zero::ShallowChangeReport<ContextDa
     finish(update);
 }
 
-/// The clone of a context of the shared model. Clones that some view keeps there have none.
+/// Returns the clone of a context of the shared model; null for a clone that some view keeps in that model.
 ContextData const* ContextView::cloneOf(ContextData::Impl const& source)
 {
     ContextData const* const clone = liveData(source.identifier());
@@ -194,15 +195,15 @@ ContextData const* ContextView::cloneOf(ContextData::Impl const& source)
     return clone;
 }
 
-/// The property that mirrors `source`; null if there is none.
+/// Returns the property that mirrors `source`; null if there is none.
 Property::Impl* ContextView::copyFor(Property::Impl& source)
 {
-    // A later transaction may have destroyed or taken out what this one modified.
+    // A later transaction may have destroyed or removed what this one modified.
     ContextData::Impl const* const owner = source.isAlive() ? source.ownerImpl() : nullptr;
     if (!owner)
         return nullptr;
     tarn::zero::Model::Impl const& shared = *ContextProvider::sharedModel().get();
-    bool const isIdle = !shared.isInTransaction();   // else its structure says nothing
+    bool const isIdle = !shared.isInTransaction();   // inside a transaction the structure version is meaningless
     detail::ViewMirrors::Age const now{shared.structure(), cloneChanges};
     if (Property::Impl* const copy = isIdle ? mirrors->find(source, now) : nullptr)
         return copy;
@@ -235,8 +236,8 @@ void ContextView::followActiveContexts(ContextData::Impl const& source, ContextD
         sequence.push_back(context);
 }
 
-/// Additions wait until every removal of the report is done, so that a property that moved or was renamed takes its
-/// UUID along.
+/// Records additions for later, when every removal of the report is done, so that a property that was moved or renamed
+/// keeps its UUID.
 void ContextView::followProperties(ContextData::Impl const& source, ContextData const& clone, Update& update)
 {
     Comparison found;
@@ -265,7 +266,7 @@ void ContextView::Comparison::compare(Property::Impl* source, Property::Impl* co
         missing.emplace_back(source);
 }
 
-/// In order of names.
+/// Compares all properties, ordered by name.
 void ContextView::Comparison::compareAll(ContextData::Impl::Properties const& sources,
                                          ContextData::Impl::Properties const& copies)
 {
@@ -280,14 +281,14 @@ void ContextView::Comparison::compareAll(ContextData::Impl::Properties const& so
         compare(nullptr, copy->operator->());
 }
 
-/// Compares what stands under the names that the report tells of, in their order. False, with nothing found, if that is
-/// not all that may differ.
+/// Compares only the properties whose names the report lists, in order. Returns false, with nothing found, if others
+/// may differ.
 bool ContextView::Update::compareChanged(ContextData::Impl const& source, ContextData::Impl const& clone,
                                          Comparison& found)
 {
     if (view.exact.count(source.identifier()) == 0 ||
         report.lastTransaction() != ContextProvider::sharedModel()->lastTransaction())
-        return false;   // or the source is already ahead of the report
+        return false;   // or the source is already newer than the report
     if (!places) {
         places.emplace();
         for (tarn::zero::ReportData::Storage const* const storage : report.storages())
@@ -309,14 +310,14 @@ bool ContextView::Update::compareChanged(ContextData::Impl const& source, Contex
     return false;
 }
 
-/// False where a transaction that is not the view's may still be rolled back.
+/// Returns false while an open transaction can still roll back the shared model or the view's model.
 bool ContextView::isQuiet() const noexcept
 {
     return !ContextProvider::sharedModel()->isInTransaction() && !model->isInTransaction();
 }
 
-/// Takes out of `exact` whatever the report changes without telling so by a change of the context: properties of a
-/// context that counts as unmodified, and contexts that came or went under a UUID.
+/// Removes contexts from `exact` that the report changes without listing them as modified: owners of properties that
+/// came or went, and contexts that were created or destroyed under a UUID.
 void ContextView::doubt(tarn::zero::ReportData const& report)
 {
     if (!isQuiet() || (halfFollowed != 0 && halfFollowed != report.lastTransaction()))
@@ -382,7 +383,7 @@ void ContextView::finish(Update& update)
         add(addition.source, addition.clone, update);
     for (Update::Reference const& reference : update.gained)
         mirror(reference.to);
-    // What else their owners refer to and was not followed, because it had no living provider, is followed with it.
+    // Then follow the other references of these contexts that were skipped because they had no living provider.
     for (Update::Reference const& reference : update.gained)
         if (graph->isOpen(reference.from))
             createClosure(getData(reference.from));
@@ -390,7 +391,7 @@ void ContextView::finish(Update& update)
         discardOrphans();
     if (update.change)
         update.change->commit();
-    update.isDone = true;   // the view may be gone
+    update.isDone = true;   // the view may be destroyed
 }
 
 }   // namespace studio::data

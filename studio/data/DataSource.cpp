@@ -21,7 +21,7 @@ PropertyValue DataSource::toPropertyValue(gel::Value value)
         return PropertyValue{value.getDouble()};
     if (value.isLogical())
         return PropertyValue{value.getBool()};
-    if (value.isNumeric())   // a number of any other kind that the language may come to have
+    if (value.isNumeric())   // any numeric kind that the language may add
         return PropertyValue{value.getNumeric()};
     if (value.isString())
         return PropertyValue{value.getString()};

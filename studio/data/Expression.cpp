@@ -11,7 +11,7 @@
 
 namespace studio::data {
 
-/// Answers from the symbols, which know where their paths end.
+/// Resolves the symbols of an evaluation to the ends of their bound paths.
 class Expression::Source final : public gel::DataSource {
 public:
     explicit Source(Expression const& reader) noexcept : expression{reader} {}
@@ -34,7 +34,7 @@ Expression::Expression(std::string const& expressionText, ExpressionEngine* owne
 {
     if (engine->rootProvider) {
         symbols.resize(program.symbolCount());
-        // In order of their names, whatever order the text has.
+        // Ordered by name, whatever their order in the text.
         boost::container::small_vector<std::size_t, 8> order(symbols.size());
         std::iota(order.begin(), order.end(), std::size_t{0});
         std::sort(order.begin(), order.end(), [this](std::size_t left, std::size_t right) {
@@ -125,7 +125,7 @@ void Expression::notifyHandles()
     if (handles.empty())
         return;
     Pass const pass{*this};
-    std::size_t const count = handles.size();   // handles that a callback acquires have had their first call
+    std::size_t const count = handles.size();   // handles acquired by a callback have had their first call
     for (std::size_t i = 0; i != count; ++i)
         if (ExpressionHandle const* const handle = handles[i])
             handle->call(*this);

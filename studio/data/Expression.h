@@ -21,8 +21,8 @@ namespace detail {
 struct ExpressionSymbol;
 }
 
-/// The one state of a text inside an engine: its symbols, its value and who watches it. Kept alive by the engine while
-/// it has handles, and by whatever call is running on it. Counted without atomics: an engine lives on one thread.
+/// The shared state of one expression text in an engine: symbols, value and handles. Kept alive by the engine while it
+/// has handles, and by any call that is running on it. The count is not atomic: an engine lives on one thread.
 class Expression : private boost::noncopyable {
 public:
     using Pin = boost::intrusive_ptr<Expression>;
@@ -32,26 +32,26 @@ public:
     Expression(std::string const& text, ExpressionEngine* engine);
     ~Expression();
 
-    /// Computes the value anew and, if it differs, calls every handle that is there at the beginning, in order of
-    /// acquisition, with what the value then is. Handles released meanwhile are skipped. *Throws* what a look-up or a
-    /// callback throws: in the first case nothing has changed, in the second the later handles are not called.
+    /// Re-evaluates. If the value differs, calls every handle present at the start, in order of acquisition, with the
+    /// value current at each call. Handles released meanwhile are skipped. *Throws* what a look-up throws: nothing has
+    /// changed then. *Throws* what a callback throws: the later handles are not called.
     void evaluate();
 
-    /// *Throws* `std::bad_alloc`; the handle is not in then.
+    /// Adds a handle. *Throws* `std::bad_alloc`; the handle is not added then.
     void addHandle(ExpressionHandle& handle);
-    /// False if the handle is not one of this expression.
+    /// Removes a handle. Returns false if it is not one of this expression.
     bool removeHandle(ExpressionHandle& handle) noexcept;
     bool hasHandles() const noexcept { return handles.size() != gaps; }
-    /// Detaches every handle: the engine goes.
+    /// Detaches every handle, before the engine is destroyed.
     void detachHandles() noexcept;
-    /// The engine let go: releases the symbols at once, also while a call keeps the expression.
+    /// Releases the symbols when the engine has removed the expression, even if a running call still keeps it alive.
     void retire() noexcept;
-    /// The engine could not take it in: its symbols stay bound, as after a construction that failed.
+    /// Marks an expression that the engine failed to add. Its symbols stay bound, as after a failed construction.
     void abandon() noexcept { retired = true; }
     bool isRetired() const noexcept { return retired; }
-    /// The distinct names that the text names, in ascending order, also without a root.
+    /// Returns the distinct symbols of the text in ascending order, even if the engine has no root.
     std::vector<std::string> symbolNames() const;
-    /// True if the text names that symbol of the engine.
+    /// True if the text contains that symbol of the engine.
     bool names(detail::ExpressionSymbol const& symbol) const noexcept;
 
 private:
@@ -69,30 +69,30 @@ private:
     void notifyHandles();
     void closeGaps() noexcept;
 
-    // In three cache lines, the last of which is touched only to tell the handles.
+    // Spans three cache lines; the last one is needed only to notify handles.
     std::uint32_t pins = 0;
-    std::uint32_t passes = 0;   // walks over the handles that are under way
+    std::uint32_t passes = 0;   // running iterations over the handles
 
 public:
     ExpressionEngine* const engine;
 
 private:
-    std::uint64_t stamp = 0;   // the last report that touched it
+    std::uint64_t stamp = 0;   // number of the last report that affected it
     gel::Program program;
-    // By their numbers in the program; none if there is no root.
+    // By symbol number of the program; empty if there is no root.
     boost::container::small_vector<detail::ExpressionSymbol*, 1> symbols;
 
 public:
     PropertyValue value{false};
 
 private:
-    std::uint64_t number;   // by acquisition
+    std::uint64_t number;   // ascending in order of acquisition
     std::uint32_t gaps = 0;
     bool retired = false;
-    boost::container::small_vector<ExpressionHandle*, 1> handles;   // by acquisition; null where one was released
+    boost::container::small_vector<ExpressionHandle*, 1> handles;   // in order of acquisition; null where released
 
 public:
-    std::string const& text;   // the program's
+    std::string const& text;   // owned by the program
 };
 
 }   // namespace studio::data

@@ -47,11 +47,11 @@ ExpressionEngine::~ExpressionEngine()
 std::unique_ptr<ExpressionHandle> ExpressionEngine::acquireExpression(std::string const& text, Callback const& callback)
 {
     Presence const here{*this};
-    auto handle = std::make_unique<ExpressionHandle>(nullptr, callback);   // to copy a callback may run anything
+    auto handle = std::make_unique<ExpressionHandle>(nullptr, callback);   // copying a callback may run anything
     if (here.engineGone)
         return nullptr;
     Expression::Pin expression{tables->expressions.find(text)};
-    PropertyValue value;   // copied before anybody is subscribed: to unsubscribe would unbind symbols
+    PropertyValue value;   // copied before the handle is added: removing it would unbind symbols
     if (expression) {
         value = expression->value;
         expression->addHandle(*handle);
@@ -111,7 +111,7 @@ void ExpressionEngine::updateExpression(std::string const& text) const
         pinned->evaluate();
 }
 
-/// Enters a new expression, which is evaluated from now on when a symbol of its changes.
+/// Adds a new expression to its symbols' readers: their changes evaluate it from now on.
 void ExpressionEngine::attach(Expression& expression)
 {
     try {
@@ -146,7 +146,7 @@ void ExpressionEngine::removeReader(Symbol& symbol, Expression const& expression
     auto const reader = std::find(readers.begin(), readers.end(), &expression);
     if (reader == readers.end())
         return;
-    *reader = readers.back();   // readers are evaluated by their numbers, not by position
+    *reader = readers.back();   // order does not matter: readers are evaluated by number
     readers.pop_back();
 }
 
@@ -254,7 +254,7 @@ void ExpressionEngine::removeLeaf(std::string_view name, Leaf const& leaf,
     symbol->provisional &= !symbol->leaves.empty();
 }
 
-/// The symbol of that name; null if it is unknown.
+/// Returns the symbol of that name; null if it is unknown.
 ExpressionEngine::Symbol* ExpressionEngine::symbolAt(std::string_view name, unsigned long offset) const
 {
     if (offset > name.size())
@@ -263,9 +263,9 @@ ExpressionEngine::Symbol* ExpressionEngine::symbolAt(std::string_view name, unsi
     return tables->symbols.find(name);
 }
 
-/// Walks a path from `offset` on along the references of now. Calls `step(provider, offset, name, property)` for each
-/// component that it reaches; `property` is null for one that is absent. Returns false if more than these properties
-/// decides what the path reads: a name with dots hides the rest of it, or a reference has no living provider.
+/// Walks a path from `offset` on along the present references. Calls `step(provider, offset, name, property)` for each
+/// component that it reaches; `property` is null for one that is absent. Returns false if the value of the path depends
+/// on more than these properties: a dotted name hides the rest of it, or a reference has no living provider.
 template <class Step>
 bool ExpressionEngine::walk(Symbol const& symbol, unsigned long offset, std::shared_ptr<ContextProvider> provider,
                             Step const& step) const
@@ -287,7 +287,7 @@ bool ExpressionEngine::walk(Symbol const& symbol, unsigned long offset, std::sha
     }
 }
 
-/// Binds a path from `offset` on. `isPrefixWhole`: the leaves before `offset` are those of the path.
+/// Binds a path from `offset` on. `isPrefixWhole`: the leaves before `offset` are the whole path up to there.
 void ExpressionEngine::bindPath(Symbol& symbol, unsigned long offset, std::shared_ptr<ContextProvider> const& provider,
                                 bool isPrefixWhole)
 {
@@ -309,7 +309,7 @@ void ExpressionEngine::bindPath(Symbol& symbol, unsigned long offset, std::share
         symbol.epoch = tables->epoch.number();
 }
 
-/// Walks the path of a symbol and compares it with the leaves. True if they are the whole path.
+/// Walks the path of a symbol and compares it with the leaves. Returns true if they are the whole path.
 bool ExpressionEngine::verify(Symbol& symbol)
 {
     auto const& leaves = symbol.leaves;
@@ -338,7 +338,7 @@ void ExpressionEngine::unbindFrom(Symbol& symbol, unsigned long offset) noexcept
         symbol.provisional = false;
 }
 
-/// The property that an evaluation reads for a symbol, borrowed; null if there is none. See PathEpoch.
+/// Returns the property that an evaluation reads for a symbol, borrowed; null if there is none. See PathEpoch.
 Property::Impl const* ExpressionEngine::endOf(Symbol& symbol)
 {
     detail::PathEpoch const& epoch = tables->epoch;

@@ -29,24 +29,24 @@ struct ExpressionLeaf;
 struct ExpressionSymbol;
 }   // namespace detail
 
-/// Evaluates expressions over the properties of one root context and tells its subscribers when a value changes.
+/// Evaluates expressions over the properties of one root context and notifies its subscribers when a value changes.
 ///
-/// An expression is shared by all who acquire its text. Each of its symbols is bound along its dotted path to *leaves*,
-/// the properties that the path goes through; a committed transaction that touches one of them, creates it or takes it
-/// away has the expression evaluated once, and its handles are called if the value differs.
+/// All subscribers of one text share one expression. Each of its symbols is bound along its dotted path to *leaves*,
+/// the properties that the path goes through. When a committed transaction changes, creates or removes one of them, the
+/// expression is evaluated once, and its handles are called if the value differs.
 ///
 /// Callbacks run inside the commit, on its thread, after the state is final. They may do anything: write, acquire,
 /// release their own or any other handle, drop providers, destroy the engine.
 class STUDIO_DATA_EXPORT ExpressionEngine : public tarn::zero::Listener {
 public:
-    /// What a subscriber is called with: the text and the value.
+    /// A subscriber's callback; gets the text and the value.
     using Callback = ExpressionHandle::Callback;
 
     /// One step of a symbol's path: the component of `symbol` that begins at `offset`.
     struct Leaf {
         /// The whole path, as the expression names it.
-        std::string_view symbol;   // good for as long as an expression names it
-        /// Where in it the component begins, in bytes.
+        std::string_view symbol;   // valid while an expression names it
+        /// Byte offset of the component in the path.
         unsigned long offset;
 
         friend bool operator==(Leaf const& left, Leaf const& right) noexcept
@@ -54,69 +54,69 @@ public:
             return left.offset == right.offset && left.symbol == right.symbol;
         }
     };
-    /// For tables by leaf.
+    /// Hash function for tables keyed by leaf.
     struct STUDIO_DATA_EXPORT LeafHash {
-        /// The hash of a leaf.
+        /// Returns the hash of a leaf.
         std::size_t operator()(Leaf const& leaf) const noexcept;
     };
 
-    /// Symbols are read from `provider`. With null every symbol is undefined and nothing is ever bound.
+    /// Reads symbols from `provider`. With null every symbol is undefined and nothing is ever bound.
     explicit ExpressionEngine(std::shared_ptr<ContextProvider> provider);
-    /// The same with the provider of that id, null if there is none.
+    /// Reads symbols from the provider of that id; if there is none, every symbol is undefined.
     explicit ExpressionEngine(boost::uuids::uuid id);
-    /// Detaches every handle that is left.
+    /// Detaches every remaining handle.
     ~ExpressionEngine() override;
 
-    /// Subscribes to a text; null if copying `callback` ended the engine. *Notifies*: `callback` gets the present value
-    /// before this returns, and again after each commit that changes it. Texts that differ in spacing are different
-    /// expressions.
-    /// *Throws* `gel::ParseError` for a text that does not parse, and what the first call throws: nobody is subscribed
-    /// then. *Cost*: for a new text a parse, a walk along each symbol and an evaluation; else only the handle.
+    /// Subscribes to a text; returns null if copying `callback` destroyed the engine. Texts that differ in spacing are
+    /// different expressions. *Notifies*: `callback` gets the present value before this returns, and again after each
+    /// commit that changes it. *Throws* `gel::ParseError` for a text that does not parse, and what the first call
+    /// throws; nothing is subscribed then. *Cost*: for a new text a parse, a walk along each symbol and an evaluation;
+    /// otherwise only the handle.
     std::unique_ptr<ExpressionHandle> acquireExpression(std::string const& text, Callback const& callback);
-    /// What a handle's destructor calls: takes it out, and with the last one the expression. Ignores foreign handles.
+    /// Removes a handle, and with the last one its expression. Called by the handle's destructor. Ignores foreign
+    /// handles.
     void releaseExpression(ExpressionHandle* handle) noexcept;
 
-    /// The expression of that text; null if nobody holds it.
+    /// Returns the expression of that text; null if it has no handle.
     Expression* findExpression(std::string const& text) const;
-    /// The texts of the expressions that name `symbol`; null if there are none.
+    /// Returns the texts of the expressions that name `symbol`; null if there are none.
     std::unordered_set<std::string> const* findExpressions(std::string const& symbol) const;
-    /// The leaves that pass through property `name` of the context of that id, in no particular order.
+    /// Returns the leaves bound to property `name` of the context of that id, in no particular order.
     std::vector<Leaf> findLeaves(boost::uuids::uuid const& id, std::string_view name) const;
-    /// Evaluates an acquired text now; ignores one that nobody holds.
+    /// Evaluates an acquired text now; ignores one that has no handle.
     void updateExpression(std::string const& text) const;
 
     // Binding. Expressions and reports call these.
 
-    /// Notes `symbol` for `text`, and binds its path anew: a change of it evaluates the expression of that text from
-    /// now on. Does nothing without a root. *Throws* `std::bad_alloc`, and what a look-up throws; the symbol may be
-    /// bound in part then.
+    /// Registers `symbol` for `text` and rebinds its path: from now on a change of the symbol evaluates the expression
+    /// of that text. Does nothing without a root. *Throws* `std::bad_alloc`, and what a look-up throws; the symbol may
+    /// be partly bound then.
     void acquireSymbol(std::string const& symbol, std::string const& text);
-    /// Takes back what `acquireSymbol` noted, and unbinds the path. A change of the symbol no longer evaluates the
-    /// expression of that text. Ignores an unknown symbol.
+    /// Undoes `acquireSymbol`: unbinds the path, and a change of the symbol no longer evaluates the expression of that
+    /// text. Ignores an unknown symbol.
     // By design: unbinds the symbol for every expression that names it, not only for `text`; a later acquisition binds
     // it again. Hosts rely on a release costing no look at the others.
     void releaseSymbol(std::string const& symbol, std::string const& text) noexcept;
-    /// Binds the path of a known symbol from `offset` on, beginning at `provider`; a null one binds nothing, and an
-    /// unknown symbol is ignored. *Throws* `std::out_of_range` for an offset past the symbol's end, before anything is
-    /// bound.
+    /// Binds the path of a known symbol from `offset` on, beginning at `provider`. Ignores a null provider and an
+    /// unknown symbol. *Throws* `std::out_of_range` for an offset past the symbol's end; nothing is bound then.
     void acquireLeaf(std::string_view symbol, unsigned long offset, std::shared_ptr<ContextProvider> provider);
-    /// Unbinds whatever a symbol holds from `offset` on, whatever its references are by now. *Throws*
-    /// `std::out_of_range` for an offset past the symbol's end.
+    /// Unbinds all leaves of a symbol from `offset` on, wherever the path now goes. *Throws* `std::out_of_range` for an
+    /// offset past the symbol's end.
     void releaseLeaf(std::string_view symbol, unsigned long offset);
-    /// Unbinds what a walk from `offset` on finds now, beginning at `provider`: the leaf of each component that the
-    /// present references reach. Leaves along former references stay. A null provider unbinds nothing. *Throws*
-    /// `std::out_of_range` for an offset past the symbol's end, and what a look-up throws.
+    /// Unbinds the leaves that a walk from `offset`, beginning at `provider`, finds along the present references.
+    /// Leaves along former references stay. A null provider unbinds nothing. *Throws* `std::out_of_range` for an offset
+    /// past the symbol's end, and what a look-up throws.
     void releaseLeaf(std::string_view symbol, unsigned long offset, std::shared_ptr<ContextProvider> provider);
-    /// Unbinds along the walk that begins at the provider of that id. Without such a provider only the leaf at `offset`
-    /// goes, and that only if it is of the last component. *Throws* `std::out_of_range` for an offset past the symbol's
-    /// end, and what a look-up throws.
+    /// Unbinds the leaves along the walk that begins at the provider of that id. If there is no such provider, only the
+    /// leaf at `offset` is unbound, and only if it is of the last component. *Throws* `std::out_of_range` for an offset
+    /// past the symbol's end, and what a look-up throws.
     void releaseLeaf(std::string_view symbol, unsigned long offset, boost::uuids::uuid const& providerId);
-    /// Unbinds one leaf, which stands under `name` of the context of that id. Ignores one that is not bound there.
+    /// Unbinds one leaf, bound to property `name` of the context of that id. Ignores one that is not bound there.
     void removeLeaf(std::string_view name, Leaf const& leaf, boost::uuids::uuid const& providerId) noexcept;
 
     // Changes. The model calls these.
 
-    /// False for a value that no symbol goes through.
+    /// Returns false for a change of values that no symbol depends on.
     bool concerns(tarn::zero::ElementImpl const& element, std::uint64_t changed) const noexcept override;
     /// Finds the paths that a committed transaction touched, evaluates each of their expressions once, and calls
     /// handles.
@@ -170,11 +170,11 @@ private:
     STUDIO_DATA_LOCAL void collect(Symbol const& symbol, Batch& batch) const;
 
     std::shared_ptr<ContextProvider> rootProvider;
-    std::unique_ptr<Tables> tables;   // the expressions by text, the symbols by name, the leaves by context and name
+    std::unique_ptr<Tables> tables;   // expressions by text, symbols by name, leaves by context and name
     std::uint64_t lastNumber = 0;
     std::uint64_t lastStamp = 0;
-    Presence* running = nullptr;                        // the innermost that was begun and has not ended
-    std::vector<std::unique_ptr<Batch>> spareBatches;   // as many as reports were under way at once
+    Presence* running = nullptr;                        // the innermost guard
+    std::vector<std::unique_ptr<Batch>> spareBatches;   // one for each report ever processed at once
     std::size_t batchCount = 0;
 };
 

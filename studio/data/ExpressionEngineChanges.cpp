@@ -36,7 +36,8 @@ void ExpressionEngine::transactionCommitted(tarn::zero::DeepChangeReport<Propert
 
 void ExpressionEngine::transactionCommitted(tarn::zero::ShallowChangeReport<ContextData> const& report)
 {
-    // A report that has both was worked off whole with its properties: what reads several changes is evaluated once.
+    // A report of both was processed with its properties, so that an expression that reads several changes is evaluated
+    // once.
     if (!report.report().containsElementChanges(Property::Impl::classImpl()))
         process(report.report());
 }
@@ -80,7 +81,7 @@ void ExpressionEngine::process(tarn::zero::ReportData const& report)
         throw;
     }
     for (Batch::Reader const& reader : frame->batch->readers)
-        if (!reader.expression->isRetired())   // by a callback, or with the engine, which may be gone by now
+        if (!reader.expression->isRetired())   // retired by a callback, or with the engine, which may be destroyed
             reader.expression->evaluate();
 }
 
@@ -88,7 +89,7 @@ void ExpressionEngine::touchAll(tarn::zero::ReportData const& report, Batch& bat
 {
     using tarn::zero::ReportData;
     tarn::zero::Model::Impl const& model = tables->model;
-    // Else a later commit, whose report comes next, has changed the structure again.
+    // False if a later commit, whose report is still to come, has already changed the structure.
     bool const isSettled = report.structure() == model.structure() && !model.isInTransaction();
     if (isSettled)
         tables->leaves.settle();
@@ -97,9 +98,9 @@ void ExpressionEngine::touchAll(tarn::zero::ReportData const& report, Batch& bat
         tarn::zero::ModelElement const& element = storage->element();
         auto* const property = tarn::zero::elementCast<Property>(element);
         if (property && isRelocated(*storage))
-            tables->epoch.restart();   // also for one that a later transaction has destroyed by now
+            tables->epoch.restart();   // also if a later transaction has destroyed the property
         if (!element && kind != ReportData::Kind::Destroyed)
-            continue;   // its end comes with the report of that transaction
+            continue;   // its destruction is in the report of that transaction
         if (property)
             touchProperty(*property, *storage, isSettled, batch);
         else if (kind != ReportData::Kind::Modified)
@@ -136,7 +137,7 @@ void ExpressionEngine::touchContext(boost::uuids::uuid const& id, Batch& batch)
     detail::ExpressionContext const* const context = tables->leaves.findContext(id);
     if (!context)
         return;
-    // What was destroyed may have been a copy under the same UUID.
+    // The destroyed context may have been a copy under the same UUID.
     bool const exists = static_cast<bool>(tables->model.findElement(id, 1));
     for (detail::ExpressionPlace const& place : context->places)
         for (detail::ExpressionPlace::Leaf const& leaf : place.leaves)
@@ -147,7 +148,7 @@ void ExpressionEngine::touch(detail::ExpressionLeaf const& leaf, bool keepsLeaf,
 {
     Symbol& symbol = *leaf.symbol;
     if (leaf.isLast && keepsLeaf && !symbol.provisional)
-        return collect(symbol, batch);   // leads nowhere else: in a large system one look at far memory, not three
+        return collect(symbol, batch);   // the end of the path: nothing to rebind (saves two cache misses)
     Symbol::Cut const cut{leaf.offset, keepsLeaf};
     if (symbol.stamp == lastStamp) {
         symbol.cut = std::min(symbol.cut, cut);
@@ -158,13 +159,13 @@ void ExpressionEngine::touch(detail::ExpressionLeaf const& leaf, bool keepsLeaf,
     symbol.cut = cut;
 }
 
-/// Binds a touched symbol as a fresh acquisition would: what lies beyond the cut is unbound, and the path is walked
-/// once from there along the values of now.
+/// Rebinds a touched symbol: unbinds what lies beyond the cut, and walks the path once from there along the present
+/// values.
 void ExpressionEngine::rebind(Symbol& symbol)
 {
     Symbol::Cut const cut = symbol.cut;
     if (symbol.provisional) {
-        // The root's leaf stays: without memory to bind it again nothing would ever touch the symbol.
+        // The root's leaf stays: if binding it again ran out of memory, no report would ever touch the symbol.
         boost::uuids::uuid const root = rootProvider->getId();
         tables->leaves.unbindIf(
             symbol, [&](Symbol::Leaf const& leaf) { return leaf.offset != 0 || leaf.place->context->id != root; });
@@ -182,7 +183,7 @@ void ExpressionEngine::rebind(Symbol& symbol)
     bindPath(symbol, cut.offset, cut.offset == 0 ? rootProvider : model::getContextProvider(provider), isPrefixWhole);
 }
 
-/// Adds the expressions that read a symbol, each once.
+/// Adds the expressions that read a symbol to the batch, each once.
 void ExpressionEngine::collect(Symbol const& symbol, Batch& batch) const
 {
     for (Expression* const expression : symbol.readers)

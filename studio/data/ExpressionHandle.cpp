@@ -8,7 +8,7 @@
 
 namespace studio::data {
 
-/// A callback that runs: holds the function meanwhile and gives it back if the handle is still there.
+/// A running callback: owns the function meanwhile and returns it if the handle still exists.
 struct ExpressionHandle::Call : private boost::noncopyable {
     explicit Call(ExpressionHandle const& handle) : handle{&handle}
     {
@@ -54,13 +54,13 @@ void ExpressionHandle::notify() const
 
 void ExpressionHandle::call(Expression const& pinned) const
 {
-    call(pinned, PropertyValue{pinned.value});   // a copy stays what it is while the callback changes things
+    call(pinned, PropertyValue{pinned.value});   // a copy: the callback may change the value
 }
 
 void ExpressionHandle::call(Expression const& pinned, PropertyValue const& value) const
 {
     if (running)
-        return running->function(pinned.text, value);   // a change from inside the callback
+        return running->function(pinned.text, value);   // called from inside the callback
     Call lent{*this};
     lent.function(pinned.text, value);
 }

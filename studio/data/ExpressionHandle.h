@@ -14,22 +14,22 @@ namespace studio::data {
 class Expression;
 class Invariants;   // of the tests: may look at everything
 
-/// A subscriber's hold on one expression of an engine: the value, and a callback for its changes. Destroying it ends
-/// the subscription, also from inside its own callback. It may outlive its engine: it is then detached, reads undefined
-/// and stays silent.
+/// A subscription to one expression of an engine: the value, and a callback for its changes. Destroying it ends the
+/// subscription, also from inside its own callback. It may outlive its engine: it is then detached, reads undefined and
+/// makes no calls.
 class STUDIO_DATA_EXPORT ExpressionHandle : private boost::noncopyable {
 public:
-    /// What a subscriber is called with: the text and the value.
+    /// A subscriber's callback; gets the text and the value.
     using Callback = std::function<void(std::string const& text, PropertyValue const& value)>;
 
     /// For the engine. A null expression makes a detached handle.
     ExpressionHandle(Expression* expression, Callback const& callback);
-    /// Ends the subscription; the last handle of an expression takes it away.
+    /// Ends the subscription; with its last handle the expression is removed.
     ~ExpressionHandle();
 
-    /// The value of the last evaluation; undefined when detached.
+    /// Returns the value of the last evaluation; undefined if detached.
     PropertyValue getValue() const;
-    /// Calls the callback with the text and the value; does nothing when detached. *Throws* what the callback throws,
+    /// Calls the callback with the text and the value; does nothing if detached. *Throws* what the callback throws,
     /// `std::bad_function_call` if it is empty. *Lifetime*: the callback stays alive until it returns, whatever it
     /// does.
     void notify() const;
@@ -45,7 +45,7 @@ private:
     STUDIO_DATA_LOCAL void call(Expression const& pinned, PropertyValue const& value) const;
 
     Expression* expression;      // not owned; null once detached
-    mutable Callback callback;   // lent to the running call, so that it survives the handle
+    mutable Callback callback;   // moved to the running call meanwhile, so that it survives the handle
     mutable Call* running = nullptr;
     std::size_t position = 0;   // among the handles of its expression
 };

@@ -14,7 +14,7 @@ HandleRecord::HandleRecord(std::shared_ptr<ContextProvider> contextProvider) noe
 HandleRecord::~HandleRecord()
 {
     handles.clear();
-    ContextHandleImpl* waiting = nullptr;   // in order of acquisition; a handle that is destroyed leaves the list
+    ContextHandleImpl* waiting = nullptr;   // in order of acquisition; a destroyed handle leaves the list
     while (ContextHandleImpl* const handle = newest) {
         handle->record = nullptr;
         handle->unlink();
@@ -23,7 +23,7 @@ HandleRecord::~HandleRecord()
     }
     while (ContextHandleImpl* const handle = waiting)
         handle->detach();
-    std::shared_ptr<ContextProvider> const last = std::move(provider);   // its end may call out, and finds none here
+    std::shared_ptr<ContextProvider> const last = std::move(provider);   // its end may call out and must find none here
 }
 
 void HandleRecord::add(ContextHandleImpl& handle)

@@ -10,19 +10,19 @@ namespace studio::data {
 class ContextHandleImpl;
 class ContextProvider;
 
-/// What a view keeps of one context that handles name: the provider, which lives for as long as there are handles, and
-/// the handles. The context's id is the provider's.
+/// One context that handles hold in a view: the handles, and the provider, which lives as long as there are handles.
+/// The context's id is the provider's.
 class HandleRecord : private boost::noncopyable {
 public:
     explicit HandleRecord(std::shared_ptr<ContextProvider> contextProvider) noexcept;
-    /// Takes its handles out, marks all of them detached, and then calls them, in order of acquisition. A callback may
-    /// destroy any of them; one that throws ends the process. Last, the provider goes.
+    /// Removes its handles, marks all of them detached, and then calls them, in order of acquisition. A callback may
+    /// destroy any of them; one that throws ends the process. Releases the provider last.
     virtual ~HandleRecord();
 
-    /// Takes the handle out of the record that it is in. Ignores one that is in this record, or detached. *Throws*
-    /// `std::bad_alloc`; the handle is where it was then.
+    /// Moves the handle here from the record that it is in. Ignores one that is in this record, or detached. *Throws*
+    /// `std::bad_alloc`; the handle stays where it was.
     void add(ContextHandleImpl& handle);
-    /// False if the handle is not in this record.
+    /// Removes a handle. Returns false if it is not in this record.
     bool remove(ContextHandleImpl& handle) noexcept;
 
     std::shared_ptr<ContextProvider> provider;
@@ -33,10 +33,10 @@ private:
 
     HandleRecord* next = nullptr;   // in the list of its view
     HandleRecord** position = nullptr;
-    ContextHandleImpl* newest = nullptr;   // the same handles, each leading to the one acquired before it
+    ContextHandleImpl* newest = nullptr;   // the handles in reverse order of acquisition
 };
 
-/// The records of a view in the order in which they were made. Owns none of them.
+/// A view's records in order of creation. Owns none of them.
 class RecordList : private boost::noncopyable {
 public:
     HandleRecord* first() const noexcept { return oldest; }

@@ -4,8 +4,7 @@
 
 namespace studio::data {
 
-/// A source that is being asked for its triggers: alive until it has answered, whatever it does to itself or its
-/// service.
+/// A source whose `getTriggers` is running: alive until it returns, whatever it does to itself or its service.
 struct PropertyService::Asked : private boost::noncopyable {
     Asked(PropertyService& owner, PropertySource& source) : service{&owner}, source{&source}, outer{owner.asked}
     {
@@ -23,14 +22,14 @@ struct PropertyService::Asked : private boost::noncopyable {
     std::unique_ptr<PropertySource> removed;   // the source, once the service no longer owns it
 };
 
-// One by one, so that the registry is whole whenever a service is destroyed.
+// One by one, so that the registry is consistent whenever a service is destroyed.
 PropertyService::Services::~Services()
 {
     while (!empty())
         extract(begin());
 }
 
-// Before other statics: those of a program that links the archive may register services while they are built.
+// Before other statics: in a program that links the archive, their constructors may register services.
 [[gnu::init_priority(1000)]] PropertyService::Services PropertyService::s_services;
 
 PropertyService::PropertyService(std::string const& name) : name{name} {}
@@ -58,7 +57,7 @@ PropertyService* PropertyService::get(std::string const& name)
 
 void PropertyService::remove(std::string const& name)
 {
-    // Out of the registry first: the service's destructor may look there.
+    // Remove first: the service's destructor may use the registry.
     auto const removed = s_services.extract(name);
 }
 
@@ -68,13 +67,13 @@ void PropertyService::addSource(std::unique_ptr<PropertySource> source)
     if (!added)
         return;
     if (!sources.try_emplace(added, std::move(source)).second) {
-        static_cast<void>(source.release());   // two owners of one object: the service keeps it whole
+        static_cast<void>(source.release());   // owned twice: keep the service's owner
         return;
     }
     Asked frame{*this, *added};
     std::unordered_set<std::string> const names = added->getTriggers();
     if (frame.removed)
-        return;   // by itself or with the service, which may be gone
+        return;   // removed by itself or with the service, which may be destroyed
     for (std::string const& property : names)
         triggers[property].insert(added);
 }

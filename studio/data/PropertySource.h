@@ -10,12 +10,12 @@
 
 namespace studio::data {
 
-/// Something that has to run again when one of the properties that it names has changed. Clients implement it and give
-/// it to a `PropertyService`, which asks for the names once and then only answers with the source's address; running it
-/// is the client's business.
+/// Work that runs again when one of the properties that it names has changed. Clients implement it and add it to a
+/// `PropertyService`, which reads the names once and later only returns the source's address. The client runs the
+/// source.
 ///
-/// An implementation is `final` and comes from plain `new` (or `make_unique`). It derives from this interface first:
-/// its own address is then the one that services answer with. *Lifetime*: owned by a `std::unique_ptr<PropertySource>`.
+/// An implementation is `final` and is created with plain `new` (or `make_unique`). This interface is its first base
+/// class, so that services return the object's own address. *Lifetime*: owned by a `std::unique_ptr<PropertySource>`.
 // By design: the destructor is not virtual. The service runs the interface's destructor and frees the memory; that of
 // the implementation never runs, so what it would release is leaked. Hosts give sources plain pointers to what they
 // need.
@@ -25,12 +25,13 @@ public:
     PropertySource(PropertySource const&) = delete;
     PropertySource& operator=(PropertySource const&) = delete;
 
-    /// For the client: what the source is called when people read of it. The service never calls it.
+    /// For the client: the source's name for messages. The service never calls it.
     virtual std::string getName() const { return {}; }
-    /// For the client: does the work again after these properties changed. The service never calls it.
+    /// For the client: repeats the work after these properties changed. The service never calls it.
     virtual void run(std::vector<std::string> const& /*changed*/) {}
-    /// The names of the properties whose change triggers the source. Asked once, while it is being added; may add and
-    /// remove sources of that service, this one too, which then lives on until it has answered.
+    /// Returns the names of the properties whose change triggers the source. Called once, while the source is being
+    /// added. It may add and remove sources of that service, this one too, which is then destroyed after the call
+    /// returns.
     virtual std::unordered_set<std::string> getTriggers() = 0;
 
 protected:
@@ -41,11 +42,11 @@ protected:
 
 }   // namespace studio::data
 
-/// Frees a source of any class through the interface: the interface's destructor, then the memory, of whatever size.
+/// Frees a source of any class through the interface: runs the interface's destructor, then frees the memory.
 template <>
 struct std::default_delete<studio::data::PropertySource> {
     constexpr default_delete() noexcept = default;
-    /// Takes over from a `std::unique_ptr` to an implementation.
+    /// Converts from the deleter of a `std::unique_ptr` to an implementation.
     template <class Source>
     requires std::is_convertible_v<Source*, studio::data::PropertySource*> default_delete(default_delete<Source> const&)
     noexcept
@@ -55,7 +56,7 @@ struct std::default_delete<studio::data::PropertySource> {
 
     void operator()(studio::data::PropertySource* source) const noexcept
     {
-        void* const memory = dynamic_cast<void*>(source);   // of the whole object, wherever the interface stands in it
+        void* const memory = dynamic_cast<void*>(source);   // start of the whole object
         source->studio::data::PropertySource::~PropertySource();
         ::operator delete(memory);
     }

@@ -37,7 +37,7 @@ std::string decimalText(double number)
     return std::string{text.data(), end.ptr};
 }
 
-/// The shortest text that reads back as the number.
+/// Returns the shortest text that reads back as the number.
 std::string exactText(double number)
 {
     std::array<char, 32> text;
@@ -45,7 +45,7 @@ std::string exactText(double number)
     return std::string{text.data(), end.ptr};
 }
 
-/// In quotes; what would break a line or hide on it is escaped, all else stays, UTF-8 or not.
+/// Quotes a text. Escapes line breaks and invisible characters and keeps all else, UTF-8 or not.
 std::string quoted(std::string const& text)
 {
     constexpr char DIGITS[] = "0123456789abcdef";
@@ -119,7 +119,7 @@ std::string PropertyValue::asString() const
         return *text;
     if (boost::uuids::uuid const* const uuid = std::get_if<boost::uuids::uuid>(&value))
         return boost::uuids::to_string(*uuid);
-    // A variant that a throwing assignment left without a value may have been handed to the constructor.
+    // The constructor may have been given a variant that a throwing assignment left valueless.
     require(isUndefined(), "Value cannot be represented as a string\n");
     return "undefined";
 }

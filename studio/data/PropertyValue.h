@@ -28,32 +28,32 @@ concept Arithmetic = std::is_arithmetic_v<T>;
 /// context is held as that context's UUID. A plain value: copies are independent, concurrent reads are safe.
 class STUDIO_DATA_EXPORT PropertyValue {
 public:
-    /// The kind tests compare the index of the alternative, so the order is fixed.
+    /// The alternatives in a fixed order: the kind tests compare the index.
     using Variant = std::variant<undefined, boost::uuids::uuid, double, bool, std::string>;
 
-    /// Undefined.
+    /// Makes an undefined value.
     PropertyValue() noexcept = default;
-    /// The value of that alternative.
+    /// Makes the value of that alternative.
     PropertyValue(Variant variant) noexcept : value{std::move(variant)} {}
-    /// A number.
+    /// Makes a number.
     PropertyValue(double number) noexcept : value{number} {}
-    /// A logical.
+    /// Makes a logical.
     PropertyValue(bool logical) noexcept : value{logical} {}
-    /// A text: any bytes. The expression language reads them as UTF-8.
+    /// Makes a text of any bytes. The expression language reads them as UTF-8.
     PropertyValue(std::string text) noexcept : value{std::move(text)} {}
-    /// A text. *Throws* std::logic_error for a null pointer.
+    /// Makes a text. *Throws* std::logic_error for a null pointer.
     PropertyValue(char const* text) : PropertyValue{std::string(text)} {}
-    /// A UUID, of a context or of anything else.
+    /// Makes a UUID, of a context or of anything else.
     PropertyValue(boost::uuids::uuid const& uuid) noexcept : value{uuid} {}
-    /// The id of the provider, undefined for null. *Lifetime*: the value does not keep the provider alive.
+    /// Makes the UUID of the provider, undefined for null. *Lifetime*: the value does not keep the provider alive.
     PropertyValue(std::shared_ptr<ContextProvider> const& provider);
 
-    /// Any other arithmetic type is a number; integers above 2^53 round to the nearest one.
+    /// Makes a number from any other arithmetic type. Integers above 2^53 round to the nearest double.
     template <Arithmetic T>
     PropertyValue(T number) noexcept : PropertyValue{static_cast<double>(number)}
     {}
 
-    /// Refused at compile time: other pointers would silently become logicals.
+    /// Refused at compile time: any other pointer would silently become a logical.
     template <class T>
     PropertyValue(T* pointer) = delete;
     template <class T, class Class>
@@ -63,8 +63,8 @@ public:
     PropertyValue(PropertyValue&&) noexcept = default;
     PropertyValue& operator=(PropertyValue const& other)
     {
-        // Numbers first, the most common case: a fifth of what the variant takes. What may find no memory is assigned,
-        // not copied: libstdc++ 12 leaves a variant whose copying fails in no defined state.
+        // Numbers first, the most common case: a fifth of the variant's cost. Kinds that may allocate are assigned, not
+        // copied: in libstdc++ 12 a variant whose copy throws has no defined state.
         if (double const* const number = std::get_if<double>(&other.value))
             value = *number;
         else if (bool const* const logical = std::get_if<bool>(&other.value))
@@ -76,7 +76,7 @@ public:
     PropertyValue& operator=(PropertyValue&&) noexcept = default;
     ~PropertyValue() = default;
 
-    /// True for the absence of a value.
+    /// True if there is no value.
     bool isUndefined() const noexcept { return value.index() == 0; }
     /// True for a UUID, whether or not a provider has it.
     bool isUUID() const noexcept { return value.index() == 1; }
@@ -88,32 +88,34 @@ public:
     bool isString() const noexcept { return value.index() == 4; }
     /// True for a number and for a logical.
     bool isNumeric() const noexcept { return isDouble() || isLogical(); }
-    /// True for the UUID of a provider that lives now: the answer changes when that provider comes or goes.
-    /// *Throws* std::bad_weak_ptr while that provider is being destroyed.
+    /// True for the UUID of a living provider; changes when that provider is created or destroyed. *Throws*
+    /// std::bad_weak_ptr while that provider is being destroyed.
     bool isContextProvider() const;
 
-    // Each getter throws std::invalid_argument when the value is of no kind that it accepts.
+    // Each getter throws std::invalid_argument if the value is of a kind that it does not accept.
 
-    /// The absence of a value.
+    /// Returns the undefined value; accepts no other kind.
     undefined getUndefined() const;
-    /// The UUID.
+    /// Returns the UUID.
     boost::uuids::uuid getUUID() const;
-    /// The number.
+    /// Returns the number.
     double getDouble() const;
-    /// The number, or 1 and 0 for the logicals. A text is not parsed.
+    /// Returns the number, or 1 or 0 for a logical. A text is not parsed.
     double getNumeric() const;
-    /// The truth of a condition: a logical's own, a number other than 0 (NaN too), a text that is not empty.
+    /// Returns the value as a condition: a logical as it is; true for a number other than 0 (NaN too) and for a text
+    /// that is not empty.
     bool getBool() const;
-    /// *Lifetime*: refers into this value, until it is assigned to or dies.
+    /// Returns the text. *Lifetime*: a reference into this value, valid until it is assigned to or destroyed.
     std::string const& getString() const;
-    /// The living provider that the UUID names. *Throws* also as isContextProvider does.
+    /// Returns the living provider that the UUID names. *Throws* std::bad_weak_ptr while that provider is being
+    /// destroyed.
     std::shared_ptr<ContextProvider> getContextProvider() const;
 
-    /// The value as text, whatever its kind and the locale. An integral number has no decimal point, and one outside
-    /// the range of a 32-bit int gives "-2147483648"; every other number has six decimals.
+    /// Returns a value of any kind as text, independent of the locale. An integral number has no decimal point, and one
+    /// outside the range of a 32-bit int gives "-2147483648"; every other number has six decimals.
     std::string asString() const;
 
-    /// True for the same kind and the same value: 1 is neither `true` nor "1", and NaN differs from itself.
+    /// True for equal values of one kind: 1 equals neither `true` nor "1", and NaN does not equal itself.
     friend bool operator==(PropertyValue const& left, PropertyValue const& right) noexcept
     {
         // The kinds first: values of different kinds, by far the most common difference, cost one comparison.
@@ -124,9 +126,9 @@ public:
         return equalOfOneKind(left, right);
     }
 
-    /// Writes the value as a person reads it in a log or in a failed test: texts quoted and escaped, so that 1, "1",
-    /// true and undefined look different, and numbers so that they read back as they are. Whatever the stream's locale
-    /// and flags; its width counts for the whole.
+    /// Writes the value for logs and failed tests. Texts are quoted and escaped, so that 1, "1", true and undefined
+    /// look different; numbers have the digits needed to read them back. Independent of the stream's locale and flags;
+    /// its width applies to the whole output.
     STUDIO_DATA_EXPORT friend std::ostream& operator<<(std::ostream& out, PropertyValue const& value);
 
 private:

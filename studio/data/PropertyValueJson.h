@@ -15,7 +15,7 @@ namespace studio::data {
 
 namespace detail {
 
-/// -1 for what is no hexadecimal digit.
+/// Returns the value of a hexadecimal digit; -1 for any other character.
 constexpr int digitOf(char character) noexcept
 {
     if (character >= '0' && character <= '9')
@@ -27,8 +27,8 @@ constexpr int digitOf(char character) noexcept
     return -1;
 }
 
-/// The UUID that the text is: 8-4-4-4-12 hexadecimal digits and nothing else, which is all that a lexical cast takes.
-/// A cast would throw for every ordinary text.
+/// Parses a UUID: 8-4-4-4-12 hexadecimal digits and nothing else, as a lexical cast accepts it; `nullopt` for any other
+/// text. Unlike a cast it does not throw, since most texts are no UUIDs.
 inline std::optional<boost::uuids::uuid> uuidOf(std::string_view text) noexcept
 {
     constexpr std::size_t LENGTH = 36;
@@ -51,11 +51,11 @@ inline std::optional<boost::uuids::uuid> uuidOf(std::string_view text) noexcept
 
 }   // namespace detail
 
-// For users of nlohmann::json, whose values convert from and to property values where this header is included. It names
-// nothing of that library, so who does not use it pays nothing.
+// Conversions for users of nlohmann::json, in effect where this header is included. The header names nothing of that
+// library, so it costs nothing if you do not use it.
 
-/// Has `json = value` give the JSON of a value: null for undefined, and the 36 characters for a UUID. Numbers that are
-/// not finite stay numbers until the JSON is written, as null.
+/// Implements `json = value`: null for undefined, the 36 characters for a UUID. Numbers that are not finite stay
+/// numbers until the JSON is written, as null.
 template <class Json>
 void to_json(Json& json, PropertyValue const& value)
 {
@@ -71,8 +71,8 @@ void to_json(Json& json, PropertyValue const& value)
         json = nullptr;
 }
 
-/// Has `json.get<PropertyValue>()` give the value of a null, a logical, a number or a text. *Throws*
-/// `std::invalid_argument` for what no value can hold, arrays and objects: `value` is as before.
+/// Implements `json.get<PropertyValue>()` for a null, a logical, a number or a text. *Throws* `std::invalid_argument`
+/// for arrays and objects; `value` is unchanged.
 // By design: a text that looks like a UUID comes back as one, for so are references to contexts kept.
 template <class Json>
 void from_json(Json const& json, PropertyValue& value)

@@ -20,7 +20,7 @@ ProviderTable& ProviderTable::instance()
 
 namespace {
 
-// Built at load; by `instance`, because another library's static provider may come before it.
+// Built at load, through `instance`, since a static provider of another library may be initialized earlier.
 [[maybe_unused]] ProviderTable const& s_builtAtLoad = ProviderTable::instance();
 
 }   // namespace
@@ -50,7 +50,7 @@ std::shared_ptr<ContextProvider> ProviderTable::find(boost::uuids::uuid const& i
     ContextProvider* const provider = entry->second;
     if (!provider)
         throw std::bad_weak_ptr{};
-    // Shares the owners' count and keeps the pointer: the entry's type makes a checked cast down needless.
+    // Shares the owners' count and keeps the pointer: the entry has the right type, so no cast is needed.
     return std::shared_ptr<ContextProvider>{provider->shared_from_this(), provider};
 }
 
@@ -61,7 +61,7 @@ std::shared_ptr<ContextProvider> model::getContextProvider(boost::uuids::uuid co
     return detail::ProviderTable::instance().find(id);
 }
 
-// The members of PropertyValue that need providers
+// Members of PropertyValue that need providers
 
 PropertyValue::PropertyValue(std::shared_ptr<ContextProvider> const& provider)
 {

@@ -10,14 +10,14 @@ namespace machine {
 
 namespace {
 
-std::size_t s_left = 0;   // look-ups until the one that fails; none does at 0
+std::size_t s_left = 0;   // look-ups until the one that fails; 0: none fails
 std::size_t s_evaluations = 0;
 
 }   // namespace
 
 using Provider = std::shared_ptr<studio::data::ContextProvider>;
 
-// What the linker calls instead of the look-up, and the look-up.
+// The symbol that the linker calls instead of the look-up, and the look-up itself.
 Provider wrappedLookUp(boost::uuids::uuid const& id) asm(
     "__wrap__ZN6studio4data5model18getContextProviderERKN5boost5uuids4uuidE");
 Provider realLookUp(boost::uuids::uuid const& id) asm(

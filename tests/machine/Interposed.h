@@ -4,12 +4,12 @@
 
 namespace machine {
 
-// For programs whose linker leads the calls of two functions of the library here first (`--wrap`).
+// For programs whose linker redirects the calls of two library functions to this file (`--wrap`).
 
-/// How many evaluations there have been, but for the first one of each expression.
+/// Returns the number of evaluations, not counting the first one of each expression.
 std::size_t evaluationCount() noexcept;
 
-/// Lets one look-up of a provider throw `std::bad_weak_ptr`: the one after the next `skipped`. Ends with its scope.
+/// Makes one provider look-up throw `std::bad_weak_ptr`: the one after the next `skipped`. Ends with its scope.
 class FailingLookUp {
 public:
     explicit FailingLookUp(std::size_t skipped) noexcept;

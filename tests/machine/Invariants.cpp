@@ -22,7 +22,7 @@
 
 namespace {
 
-/// Gathers what does not hold.
+/// Collects the violations.
 class Findings {
 public:
     void require(bool holds, char const* what)
@@ -193,7 +193,7 @@ std::string Invariants::of(ExpressionEngine const& engine)
 
 namespace {
 
-/// The graph of a view that has not been interrupted.
+/// Checks the graph of a view none of whose updates was interrupted.
 template <class Nodes>
 void checkGraph(Nodes const& nodes, std::size_t clones, Findings& found)
 {
@@ -238,7 +238,7 @@ std::string Invariants::of(ContextView const& view, bool touched)
         checkGraph(nodes, view.data.size(), found);
     for (auto const& [id, clone] : view.data) {
         if (!clone && view.stale)
-            continue;   // of a transaction that was rolled back; the next look forgets it
+            continue;   // of a transaction that was rolled back; the next use drops it
         found.require(clone && clone.Uuid() == id && clone->getModel() == view.model, "a clone is not of its context");
         std::map<Id, std::size_t> references;
         for (Property const& property : clone->getProperties())

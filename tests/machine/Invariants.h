@@ -10,14 +10,15 @@
 #include <set>
 #include <string>
 
-// What always holds between two calls, looked up inside. Each check answers what does not hold, a line each; nothing if
-// all is well.
+// Invariants of the internal state between two calls. Each check returns the violations, a line each; empty if there
+// are none.
 
 namespace tarn::zero {
 
 class Invariants {
 public:
-    /// The table of elements, the journal at that many open transactions, the delivery, and who contains whom.
+    /// Checks the table of elements, the journal with that many open transactions, the report delivery, and
+    /// containment.
     static std::string of(Model const& model, std::size_t openTransactions);
 };
 
@@ -33,15 +34,15 @@ class Invariants {
 public:
     using Id = boost::uuids::uuid;
 
-    /// The registry of providers has `living`, dead entries of failed constructions, and no others.
+    /// Checks that the registry of providers has `living`, null entries of failed constructions, and no others.
     static std::string ofRegistry(std::set<Id> const& living);
-    /// The tables of symbols, leaves, expressions and handles tell the same.
+    /// Checks that the tables of symbols, leaves, expressions and handles agree.
     static std::string of(ExpressionEngine const& engine);
-    /// Records, clones and the graph over them tell the same. A roll back leaves the graph to be made anew by what the
-    /// view does next; it must have been, when everything is `touched`.
+    /// Checks that records, clones and the graph over them agree. After a roll back the graph is rebuilt by the view's
+    /// next operation; once everything was `touched`, it must be up to date.
     static std::string of(ContextView const& view, bool touched);
 
-    /// Every symbol, by how many texts it is named, and its leaves in order: "`a.b`*1 0#context 2#context".
+    /// Returns every symbol with its number of texts and its leaves in order: "`a.b`*1 0#context 2#context".
     static std::string leaves(ExpressionEngine const& engine, std::function<std::string(Id const&)> const& name);
     static std::map<Id, ContextData> clones(ContextView const& view);
 };

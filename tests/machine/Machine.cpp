@@ -13,7 +13,7 @@ namespace machine {
 
 namespace {
 
-/// The elements of the shared model; none in the beginning, whatever a run that failed left there.
+/// Returns the elements of the shared model.
 std::vector<tarn::zero::ModelElement> elements()
 {
     return studio::data::ContextProvider::sharedModel()->elements();
@@ -27,7 +27,7 @@ std::string joined(std::set<std::string> const& lines)
     return text;
 }
 
-/// The leaves that a text of leaves tells of, one each.
+/// Splits a text of leaves into one entry per leaf.
 std::set<std::string> eachLeaf(std::string const& text)
 {
     std::set<std::string> leaves;
@@ -45,7 +45,7 @@ std::set<std::string> eachLeaf(std::string const& text)
     return leaves;
 }
 
-/// A symbol may have been bound further, and none has been unbound.
+/// Returns true if no symbol was unbound; symbols may have been bound further.
 bool isKept(std::string const& before, std::string const& after)
 {
     std::set<std::string> const old = eachLeaf(before);
@@ -59,7 +59,7 @@ Machine::Machine(Bytes const& bytes) : m_script{bytes}, m_real{m_script, m_ids},
 {
     for (tarn::zero::ModelElement const& left : elements())
         left->destroy();
-    static std::uint64_t s_machines = 0;   // each has identities of its own, the same in every process
+    static std::uint64_t s_machines = 0;   // gives each its own identities, equal in every process
     tarn::zero::detail::seedUuids(++s_machines);
 }
 
@@ -99,7 +99,7 @@ std::string const& Machine::run(Fault fault)
     return m_difference;
 }
 
-/// Everything that a failed step must leave as it was.
+/// Returns the state that a failed step must leave unchanged.
 std::string Machine::visible() const
 {
     return m_real.contents() + joined(m_real.values()) + m_real.handles() + m_real.mirrors();
@@ -108,7 +108,7 @@ std::string Machine::visible() const
 void Machine::takeWithFaults(Op const& original, Fault fault)
 {
     Op op = original;
-    op.name = op.name.substr(op.name.rfind('.') + 1);   // each write of a dotted one is a step of its own
+    op.name = op.name.substr(op.name.rfind('.') + 1);   // each write of a dotted path is a step of its own
     bool const isCompound = op.kind == Kind::Batch || op.kind == Kind::BatchBack;
     std::string const contents = m_real.contents();
     std::string const done = contents + m_real.handles() + m_real.present();
@@ -125,7 +125,7 @@ void Machine::takeWithFaults(Op const& original, Fault fault)
             return acceptMark(op);
         if (op.kind != Kind::Bind && !isKept(leaves, m_real.leaves()))
             m_difference += "a step that failed has unbound a symbol: " + leaves + " to " + m_real.leaves();
-        if (visible() != before)   // an update on demand is done when its value is there, called or not
+        if (visible() != before)   // an update on demand is done once its value is set, even if no callback ran
             return acceptMark(op.kind == Kind::Bind ? op : Op::of(Kind::Nothing));
         if (op.kind == Kind::Create)
             m_real.buryNameless();
@@ -136,7 +136,7 @@ void Machine::takeWithFaults(Op const& original, Fault fault)
     m_plain.take(op);
 }
 
-/// False if the step was done without a fault.
+/// Runs a step with one fault. Returns false if no fault occurred.
 bool Machine::tryWithFault(Op const& op, Fault fault, std::size_t skipped)
 {
     support::Exempt const ours;
@@ -155,8 +155,8 @@ bool Machine::tryWithFault(Op const& op, Fault fault, std::size_t skipped)
     }
 }
 
-/// The step was done, and not everybody has heard of it: what they know is of before or of now, and when everything has
-/// been touched, of now.
+/// Accepts a step that took effect although not all listeners were notified: values must be those before or after it.
+/// Once everything has been rewritten, they must be those after it.
 void Machine::acceptMark(Op const& op)
 {
     std::set<std::string> known = m_plain.values();
@@ -171,7 +171,7 @@ void Machine::acceptMark(Op const& op)
     m_plain.bury();
     compareTexts("contents", m_real.contents(), m_plain.contents());
     compareTexts("handles", m_real.handles(), m_plain.handles());
-    for (int i = 0; i != 2; ++i) {   // what the first one has mirrored anew the second one completes
+    for (int i = 0; i != 2; ++i) {   // the second completes what the first has mirrored
         m_real.touchAll();
         m_plain.touchAll();
     }
@@ -211,7 +211,7 @@ void Machine::compareTexts(char const* what, std::string const& real, std::strin
         m_difference += std::string{what} + " are\n" + real + "\nand not\n" + plain + "\n";
 }
 
-/// Values are those of a fresh evaluation, and mirrors their sources, but for what is documented to stay behind.
+/// Checks that values are those of a fresh evaluation and mirrors equal their sources, except for documented staleness.
 void Machine::checkFreshness()
 {
     if (m_plain.isInTransaction())

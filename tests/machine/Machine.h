@@ -10,30 +10,31 @@
 
 namespace machine {
 
-/// Takes the steps that bytes decide, in the system and in the naive model of it, and compares all that can be seen.
+/// Model-based test: runs the steps decoded from bytes in the system under test and in its reference model, and
+/// compares all observable state.
 class Machine {
 public:
-    /// What goes wrong inside of a step: one allocation, all from that one on, a call-out that throws, or a look-up of
-    /// a provider.
+    /// The fault injected into a step: one allocation fails, all allocations from one on fail, a callback throws, or
+    /// the look-up of a provider fails.
     enum class Fault { None, Allocation, Allocations, CallOut, LookUp };
 
     explicit Machine(Bytes const& bytes);
     ~Machine();
 
-    /// Takes the next step; false when there is none left or something differed. With a fault it is taken again and
-    /// again, the fault a little later each time, until it is done or has left its mark: then the mark must be one that
-    /// is documented, and gone when everything has been touched.
+    /// Runs the next step. Returns false if there is none or a difference was found. With a fault, repeats the step
+    /// with the fault injected one call later each time, until it succeeds or leaves a visible effect. That effect must
+    /// be a documented one and must be gone once every property has been rewritten.
     bool step(Fault fault = Fault::None);
-    /// All steps, and the end of everything. What differed first and at which step, or nothing.
+    /// Runs all steps and destroys everything. Returns the first difference and its step; empty if there is none.
     std::string const& run(Fault fault = Fault::None);
 
     std::string const& difference() const noexcept { return m_difference; }
     std::size_t taken() const noexcept { return m_taken; }
     Script const& script() const noexcept { return m_script; }
-    /// Everything that was called out, so far.
+    /// Returns the log of all callbacks so far.
     std::string const& log() const noexcept { return m_log; }
 
-    /// How many faults there have been, by the kind of the steps.
+    /// Returns the number of faults per kind of step.
     std::map<Kind, std::size_t> const& faults() const noexcept { return m_faults; }
 
 private:
@@ -53,12 +54,12 @@ private:
     std::string m_log;
     std::string m_difference;
     std::map<Kind, std::size_t> m_faults;
-    Stale m_lag;   // what is behind on purpose
+    Stale m_lag;   // documented staleness
 };
 
-/// The fewest steps of `bytes` that still make a difference.
+/// Returns the fewest steps of `bytes` that still show a difference.
 Bytes shrink(Bytes bytes, Machine::Fault fault = Machine::Fault::None);
-/// The steps, a line each.
+/// Returns the steps as text, a line each.
 std::string describe(Bytes const& bytes);
 
 }   // namespace machine

@@ -8,8 +8,8 @@
 #include <iostream>
 #include <optional>
 
-// machine_log SEEDS STEPS [--beside]: a line for each run of the machine, with a sum over all that it called out. The
-// lines of two builds must be the same, and so must they be with an engine and a view beside that nobody uses.
+// machine_log SEEDS STEPS [--beside]: prints a line per run, with a checksum of all its callbacks. The lines of two
+// builds must be equal, also with an unused engine and view beside.
 
 int main(int count, char** arguments)
 {

@@ -20,7 +20,7 @@ std::size_t fromEnvironment(char const* name, std::size_t otherwise)
 
 using Faults = std::map<Kind, std::size_t>;
 
-/// Runs seeds, and shows the fewest steps of one that differs.
+/// Runs seeds. On a difference, reports the shortest sequence of steps that shows it.
 Faults runSeeds(std::size_t count, std::size_t steps, Machine::Fault fault = Machine::Fault::None)
 {
     Faults faults;
@@ -38,7 +38,7 @@ Faults runSeeds(std::size_t count, std::size_t steps, Machine::Fault fault = Mac
         }
         if (difference.empty())
             continue;
-        if (std::getenv("STUDIO_DATA_NO_SHRINKING")) {   // for who only wants to know whether
+        if (std::getenv("STUDIO_DATA_NO_SHRINKING")) {   // to skip the slow search for fewer steps
             ADD_FAILURE() << "STUDIO_DATA_SEED=" << seed << '\n' << difference;
             break;
         }
@@ -64,7 +64,7 @@ TEST(Machine, AgreesWhenCallOutsThrow)
 struct Sweep {
     char const* name;
     Machine::Fault fault;
-    std::vector<Kind> kinds;   // that must have met faults
+    std::vector<Kind> kinds;   // kinds that must have met faults
 };
 class MachineSweep : public testing::TestWithParam<Sweep> {};
 

@@ -15,7 +15,7 @@
 
 namespace machine {
 
-/// Who lives: providers by number, owned by whoever holds them.
+/// The living providers by number, with shared owners.
 class PlainProviders {
 public:
     struct Provider {
@@ -47,13 +47,14 @@ public:
     std::map<int, std::weak_ptr<Provider>> living;
 };
 
-/// What all listeners look at.
+/// The state that all listeners read.
 struct PlainSystem {
     PlainStore store;
     PlainProviders providers;
     std::size_t evaluations = 0;
 
-    /// The value of a name, by the rule: what the dots lead to, hidden by a property that is literally so named.
+    /// Returns the value of a name: follows dots through children; a property whose own name is the dotted path takes
+    /// precedence.
     Value read(int id, std::string const& name) const
     {
         Value result;
@@ -66,10 +67,10 @@ struct PlainSystem {
     }
 };
 
-/// What is behind the values of now, each with what may excuse it.
+/// Out-of-date values, each with the possible reasons.
 using Stale = std::map<std::string, std::set<std::string>>;
 
-/// One of those to whom reports are handed, in order of registration.
+/// A recipient of reports; recipients are called in order of registration.
 class PlainListener {
 public:
     virtual ~PlainListener() = default;
@@ -142,7 +143,7 @@ public:
     }
     void releaseSymbol(std::string const& name, std::string const& text)
     {
-        releaseLeaf(name, 0);   // also for the others that read it
+        releaseLeaf(name, 0);   // for all of its readers
         auto const known = symbols.find(name);
         bool const isRead = std::any_of(expressions.begin(), expressions.end(),
                                         [&](auto const& entry) { return entry.second->symbols.count(name) != 0; });
@@ -165,7 +166,7 @@ public:
         cut(known->second, offset);
         known->second.provisional &= !known->second.leaves.empty();
     }
-    /// Takes out what a walk along the references of now finds.
+    /// Unbinds the leaves that a walk along the present references finds.
     void releaseAlong(std::string const& name, std::size_t offset, PlainProviders::Owner provider)
     {
         while (provider) {
@@ -233,7 +234,7 @@ public:
                 update(*expression);
     }
 
-    /// Every symbol with the number of its texts and its leaves, as text.
+    /// Returns every symbol with its number of texts and its leaves, as text.
     std::string leaves() const
     {
         std::string text;
@@ -248,8 +249,8 @@ public:
         }
         return text;
     }
-    /// The texts whose value is not what an evaluation would give now, and the symbols that a new binding would bind
-    /// otherwise. Each with what excuses it, if that was behind already.
+    /// Returns the texts whose value differs from an evaluation now, and the symbols that binding now would bind
+    /// differently, each with the documented reasons for it.
     Stale stale() const
     {
         Stale found;
@@ -283,11 +284,11 @@ private:
             return left.context == right.context && left.offset == right.offset;
         }
     };
-    using Cut = std::pair<std::size_t, bool>;   // the first offset touched; whether the leaf there stays
+    using Cut = std::pair<std::size_t, bool>;   // the first offset touched; whether its leaf stays
     struct Symbol {
         std::set<std::string> texts;
         std::vector<Leaf> leaves;
-        bool provisional = false;   // bound inside a transaction, or beside what it had: bound anew when touched
+        bool provisional = false;   // bound inside a transaction, or beside other leaves: rebound when touched
     };
     struct Expression {
         std::string text;
@@ -295,11 +296,11 @@ private:
         int number;
         std::set<std::string> symbols;
         Value value;
-        std::vector<int> handles;   // in order of acquisition, 0 where one was released
+        std::vector<int> handles;   // in order of acquisition, 0 where released
         bool retired;
     };
 
-    /// Without those at contexts that have no data: nothing is reported of the end of such a provider.
+    /// Omits leaves at contexts that have no data: the end of such a provider is not reported.
     std::vector<Leaf> withData(std::vector<Leaf> leaves) const
     {
         leaves.erase(std::remove_if(leaves.begin(), leaves.end(),
@@ -350,7 +351,7 @@ private:
         if (!cut.second)
             return PlainEngine::cut(symbol, cut.first);
         if (name.find('.', cut.first) == std::string::npos)
-            return;   // the path ends here, whoever bound it
+            return;   // the path ends here
         int const context = std::find_if(symbol.leaves.begin(), symbol.leaves.end(), [&](Leaf const& leaf) {
                                 return leaf.offset == cut.first;
                             })->context;
@@ -401,7 +402,7 @@ private:
     int lastNumber = 0;
 };
 
-/// A view: values in maps, and orphans by one walk over everything.
+/// A view: values in maps, and orphans found by one walk over everything.
 class PlainView final : public PlainListener {
 public:
     using Call = std::function<void(int handle)>;
@@ -416,7 +417,7 @@ public:
 
     PlainView(PlainSystem& lookedAt, Call detached) : system{lookedAt}, call{std::move(detached)} {}
 
-    /// Record by record in the order in which they were made, all of one record first detached and then called.
+    /// Ends the records in order of creation; all handles of a record are first detached and then called.
     void end()
     {
         gone = true;
@@ -450,7 +451,7 @@ public:
         record->handles.push_back(handle);
         return true;
     }
-    /// By hand: as a release, and a call.
+    /// Detaches a handle directly: releases it, then calls it.
     void detach(int handle)
     {
         if (has(handle)) {
@@ -476,7 +477,7 @@ public:
                 return;
             PlainProviders::Owner last = std::move(record->provider);
             records.erase(record);
-            last.reset();   // what hears of its end may end this view
+            last.reset();   // may end this view
             if (!gone)
                 discard();
             return;
@@ -632,9 +633,9 @@ private:
 
     PlainSystem& system;
     Call call;
-    std::vector<Record> records;   // in the order in which they were made
-    std::vector<int> ending;       // handles that a record that ends is about to call
-    std::set<int> detaching;       // handles that are detached by hand and wait for what ends with their records
+    std::vector<Record> records;   // in order of creation
+    std::vector<int> ending;       // handles that an ending record is about to call
+    std::set<int> detaching;       // handles being detached directly, while what ends with their records ends
 };
 
 }   // namespace machine

@@ -13,10 +13,10 @@
 
 namespace machine {
 
-struct Refused {};            // two properties under one name, or one that is dead
-constexpr int NOWHERE = -1;   // the owner of a property that no context contains
+struct Refused {};            // thrown for a second property of the same name and for a destroyed property
+constexpr int NOWHERE = -1;   // the owner of an uncontained property
 
-/// What contexts hold, as plain maps that are copied to be remembered and compared to be reported.
+/// The contents of contexts as plain maps: a snapshot is a copy, and a report is a comparison of two.
 class PlainStore {
 public:
     struct Property {
@@ -28,7 +28,7 @@ public:
     };
     struct Context {
         bool alive = true;
-        std::map<std::string, int> properties{};   // by number, never reused
+        std::map<std::string, int> properties{};   // by number; numbers are never reused
         std::vector<std::string> active{};
         int mapWrites = 0;
         int activeWrites = 0;
@@ -49,9 +49,9 @@ public:
     struct Entry {
         Change change;
         Element element;
-        std::set<int> changed{};   // of a modified one, by meta index
+        std::set<int> changed{};   // meta indexes, of a modified element
     };
-    /// What a transaction changed, in order of first touch, and the state before it.
+    /// The elements that a transaction changed, in order of first change, and the state before it.
     struct Report {
         std::vector<Entry> entries;
         State before;
@@ -72,7 +72,7 @@ public:
         auto const found = m_now.contexts.find(id);
         return found != m_now.contexts.end() && found->second.alive ? &found->second : nullptr;
     }
-    /// The number of a property; none if there is none of that name.
+    /// Returns the number of a property; none if the name is unknown.
     std::optional<int> find(int id, std::string const& name) const
     {
         Context const* const holder = context(id);
@@ -158,7 +158,7 @@ public:
         m_now.properties[index(*found)].name = newName;
         enter(id, *found);
     }
-    /// Moves a property to another context; NOWHERE takes it out of its own.
+    /// Moves a property to another context; NOWHERE takes it out of its owner.
     void move(int property, int newOwner)
     {
         Property const& moved = m_now.properties[index(property)];
@@ -186,9 +186,9 @@ public:
         std::size_t const made = m_now.properties.size();
         m_now = std::move(m_levels.back().before);
         m_levels.pop_back();
-        m_now.properties.resize(made, {-1, "", {}, false});   // their numbers are used up
+        m_now.properties.resize(made, {-1, "", {}, false});   // their numbers are not reused
     }
-    /// Ends the innermost transaction; the outermost one tells what it changed, all in all.
+    /// Ends the innermost transaction. The outermost one returns the net changes.
     Report commit()
     {
         Level const level = std::move(m_levels.back());
@@ -261,7 +261,8 @@ private:
             changed.insert(3);
         return changed;
     }
-    /// A map counts as unchanged only if it was and is empty, or holds the one element that it held.
+    /// Returns the changed meta indexes of a context. A map counts as unchanged only if it was and is empty, or holds
+    /// the one element that it held.
     static std::set<int> changes(Context const& old, Context const& is)
     {
         std::set<int> changed;

@@ -15,12 +15,12 @@
 
 namespace machine {
 
-/// The ids that the system gave to contexts, as texts, by the number of their creation.
+/// The contexts' ids in the system under test, as texts by creation number.
 using Ids = std::map<int, std::string>;
-/// What stands for the id of no context.
+/// Stands for the id of no context.
 inline char const* const STRANGER = "01234567-89ab-4def-8123-456789abcdef";
 
-/// The value that an operation means by `choice`.
+/// Returns the value that `choice` means in an operation.
 inline Value valueFor(int choice, std::array<int, SLOTS> const& lastIn)
 {
     if (choice < SLOTS)
@@ -40,13 +40,13 @@ inline Value valueFor(int choice, std::array<int, SLOTS> const& lastIn)
     return s_values[static_cast<std::size_t>(choice - SLOTS)];
 }
 
-/// The names that `Activate` writes.
+/// Returns the names that `Activate` writes.
 inline std::vector<std::string> activeNames(Op const& op)
 {
     return std::vector<std::string>(static_cast<std::size_t>(op.other % 3), op.newName);
 }
 
-/// The names of properties that `touchAll` touches: all that there are.
+/// Returns the names of properties that `touchAll` touches: all that exist.
 inline std::vector<std::string> const& touchedNames()
 {
     static std::vector<std::string> const s_names{"", "r", "s", "a", "b", "r.a", "s.r.a", "r.s"};
@@ -58,7 +58,8 @@ inline Value touched()
     return std::string{"touched"};
 }
 
-/// The naive model: it does everything the slow and obvious way, and keeps the order in which reports are handed out.
+/// The reference model: the simplest implementation of every operation, including the order in which reports are
+/// delivered.
 class PlainWorld final : public World {
 public:
     PlainWorld(Script const& script, Ids const& ids) : World{script}, m_ids{ids} {}
@@ -136,7 +137,7 @@ public:
         }
         return out.str();
     }
-    /// What is behind the values of now: texts and symbols of engines, and contexts whose mirrors differ.
+    /// Returns what is out of date now: texts and symbols of engines, and contexts whose mirrors differ.
     Stale stale() const
     {
         Stale found;
@@ -155,7 +156,7 @@ public:
                         found["view " + std::to_string(i) + ": " + nameOf(id)];
         return found;
     }
-    /// How many there have been after a report.
+    /// Returns the number of evaluations that reports have caused.
     std::size_t evaluations() const { return m_system.evaluations; }
     bool isInTransaction() const { return m_system.store.isOpen(); }
     std::size_t elements() const
@@ -196,7 +197,7 @@ public:
 private:
     struct Slot {
         PlainProviders::Owner provider;
-        int last = -1;   // who is or was here
+        int last = -1;   // the present or last context
     };
     struct Foreign final : PlainListener {
         Foreign(PlainWorld& world, int listener) : world{world}, listener{listener} {}
@@ -216,7 +217,7 @@ private:
         std::exception_ptr failure = nullptr;
     };
 
-    // ---- what steps do
+    // ---- steps
 
     void create(int slot) override
     {
@@ -251,7 +252,7 @@ private:
     {
         try {
             inTransaction([&] { m_system.store.destroy(id); });
-        } catch (...) {   // lets nothing out
+        } catch (...) {   // throws nothing
         }
     }
     void drop(int slot) override
@@ -295,7 +296,7 @@ private:
             store.move(*property, op.kind == Kind::Bounce ? id : owner);
         });
     }
-    /// The whole way is found first and held; then its end is written, then outward.
+    /// Looks up and holds the whole path first; then writes its end, then outward.
     void write(int id, std::string const& path, Value const& value)
     {
         std::vector<std::pair<PlainProviders::Owner, std::string>> children;
@@ -437,7 +438,7 @@ private:
         }
         deliver(m_system.store.commit());
     }
-    /// To everybody who is there now, but first what is older to those who have not had it.
+    /// Delivers a report to all present listeners; each gets older pending reports first.
     void deliver(PlainStore::Report report)
     {
         if (report.entries.empty())
@@ -506,7 +507,7 @@ private:
                 text += name + ',';
         }
         if (entry.changed.count(2) != 0) {
-            std::set<std::string> names;   // of now
+            std::set<std::string> names;   // current names
             for (auto const& old : before.contexts.at(entry.element.id).properties)
                 names.insert(m_system.store.now().properties[PlainStore::index(old.second)].name);
             text += " 2:";
@@ -516,7 +517,7 @@ private:
         return text;
     }
 
-    // ---- telling
+    // ---- state as text
 
     std::string nameOf(int id) const
     {
@@ -539,7 +540,7 @@ private:
                 return shown(engine->valueOf(handle));
         return "undefined";
     }
-    /// The mirror of a context that is gone stays as it was until the next look for orphans.
+    /// Returns false for the mirror of a destroyed context: it stays as it was until the next look for orphans.
     bool isFresh(int id, PlainView::Clone const& clone, PlainView const& view) const
     {
         PlainStore::Context const* const context = m_system.store.context(id);
@@ -564,7 +565,7 @@ private:
     Ids const& m_ids;
     PlainSystem m_system;
     std::array<Slot, SLOTS> m_slots;
-    std::array<std::optional<int>, MOST_LIFTED> m_lifted;   // properties that are held
+    std::array<std::optional<int>, MOST_LIFTED> m_lifted;   // held properties
     std::set<int> m_creating;                               // slots
     std::set<int> m_known;                                  // contexts whose creation has returned
     std::array<std::shared_ptr<PlainEngine>, ENGINES> m_engines;

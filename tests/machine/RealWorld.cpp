@@ -25,7 +25,7 @@ using tarn::zero::ReportEntry;
 
 namespace {
 
-/// Calls the system: only what is allocated there may fail.
+/// Calls the system under test: only allocations made there may fail.
 template <class Call>
 decltype(auto) inSystem(Call const& call)
 {
@@ -35,7 +35,7 @@ decltype(auto) inSystem(Call const& call)
 
 }   // namespace
 
-/// Somebody else who listens to the shared model.
+/// A listener on the shared model besides engines and views.
 class RealWorld::Foreign final : public tarn::zero::Listener {
 public:
     using Reports =
@@ -67,7 +67,7 @@ public:
     }
 
 private:
-    RealWorld& world;   // outlives the listener; the listener may not outlive its call
+    RealWorld& world;   // outlives the listener; the listener may be destroyed during its call
     int listener;
 };
 
@@ -78,7 +78,7 @@ RealWorld::~RealWorld()
     end();
 }
 
-// ---- what steps do
+// ---- steps
 
 void RealWorld::create(int slot)
 {
@@ -112,7 +112,7 @@ void RealWorld::change(Op const& op)
     Slot const& place = m_slots[PlainStore::index(op.slot)];
     if (!place.provider)
         return;
-    ContextProvider& provider = *place.provider;   // held by its slot alone: a callback may let it go
+    ContextProvider& provider = *place.provider;   // held only by its slot: a callback may release it
     std::array<int, SLOTS> lastIn{};
     for (std::size_t i = 0; i != SLOTS; ++i)
         lastIn[i] = m_slots[i].last;
@@ -152,7 +152,7 @@ void RealWorld::lift(Property const& property, Property& held)
         property->setOwner(ContextData{});
     } catch (std::bad_alloc const&) {
         if (property.owner())
-            held = before;   // it is where it was
+            held = before;   // it stays where it was
         throw;
     }
 }
@@ -265,7 +265,7 @@ void RealWorld::release(int handle)
 
 void RealWorld::detach(int handle)
 {
-    studio::data::ContextHandleImpl& doomed = *m_contextHandles.at(handle);   // its call may destroy it
+    studio::data::ContextHandleImpl& doomed = *m_contextHandles.at(handle);   // its callback may destroy it
     inSystem([&] { doomed.detach(); });
 }
 
@@ -324,7 +324,7 @@ void RealWorld::touchAll()
             }
         }
     Provider const somebody = ContextProvider::create();
-    for (auto const& view : m_views)   // a handle that goes takes orphans along
+    for (auto const& view : m_views)   // destroying a handle destroys orphans, too
         if (view)
             view->acquire(somebody->getId(), {});
 }
@@ -362,7 +362,7 @@ std::string RealWorld::nameOfException() const
     } catch (gel::ParseError const&) {
         return "does not parse";
     } catch (std::logic_error const&) {
-        return "refused";   // the element is dead
+        return "refused";   // the element is destroyed
     } catch (std::bad_alloc const&) {
         return "";
     } catch (std::bad_weak_ptr const&) {
@@ -379,7 +379,7 @@ RealWorld::Subject RealWorld::subjectOf(tarn::zero::ModelElement const& element)
             property ? property->getName() : std::string{}};
 }
 
-// ---- telling
+// ---- state as text
 
 PropertyValue RealWorld::realValue(Value const& value) const
 {

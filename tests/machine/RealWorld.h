@@ -17,27 +17,27 @@
 
 namespace machine {
 
-/// The system itself, through its public face.
+/// The system under test, through its public interface.
 class RealWorld final : public World {
 public:
     using Provider = std::shared_ptr<studio::data::ContextProvider>;
 
-    /// Notes in `ids` what ids its contexts have.
+    /// Stores the ids of its contexts in `ids`.
     RealWorld(Script const& script, Ids& ids);
     ~RealWorld() override;
 
     void touchAll() override;
     void bury() override;
-    /// The same for contexts that a failed construction found no memory to take back.
+    /// Destroys the data that failed constructions left for lack of memory.
     void buryNameless();
-    /// Which engines, views and listeners there are.
+    /// Returns which engines, views and listeners exist.
     std::string present() const;
     std::string contents() const;
     std::set<std::string> values() const;
     std::string read(int slot, std::string const& path) const;
     std::string leaves() const;
     std::string mirrors() const;
-    /// What does not hold inside, if anything.
+    /// Returns the violated invariants; empty if there are none.
     std::string checkInvariants(bool touched = false) const;
 
 private:
@@ -75,9 +75,9 @@ private:
     std::string line(tarn::zero::ReportEntry const& entry, tarn::zero::ReportData const& report) const;
 
     Ids& m_ids;
-    std::map<boost::uuids::uuid, int> m_numbers;   // of contexts whose creation has returned
+    std::map<boost::uuids::uuid, int> m_numbers;   // contexts whose creation has returned
     std::array<Slot, SLOTS> m_slots;
-    std::array<studio::data::Property, MOST_LIFTED> m_lifted;   // properties that are held
+    std::array<studio::data::Property, MOST_LIFTED> m_lifted;   // held properties
     std::set<int> m_creating;
     std::vector<std::unique_ptr<tarn::zero::Transaction>> m_open;
     std::array<std::unique_ptr<studio::data::ExpressionEngine>, ENGINES> m_engines;

@@ -11,15 +11,15 @@ namespace machine {
 namespace {
 
 constexpr std::array NAMES{"r", "s", "a", "b"};
-constexpr std::array ABSENT{"c", "d"};   // named, and hardly ever there
+constexpr std::array ABSENT{"c", "d"};   // named in texts, rarely created
 constexpr std::array LITERAL_PATHS{"r.a", "s.r.a", "r.s", ""};
 constexpr int PLAIN_VALUES = 12;
-constexpr std::uint8_t SPELT_OUT = 255;   // the first byte of a step whose kind, slot, other and name follow
+constexpr std::uint8_t SPELT_OUT = 255;   // first byte of a step whose kind, slot, other and name are given
 
 struct Share {
     char const* name;
     unsigned outer;   // of steps
-    unsigned inner;   // of what callbacks and batches do
+    unsigned inner;   // of callbacks and batches
 };
 constexpr std::array<Share, KINDS + 1> SHARES{{{"set", 60, 60},
                                                {"add", 16, 12},
@@ -74,7 +74,7 @@ Script::Script(Bytes bytes) : m_bytes{std::move(bytes)}
 {
     if (m_bytes.size() < HEADER)
         return;
-    // Each run leaves some kinds out and prefers others: few kinds in many combinations find more than all at once.
+    // Each run omits some kinds and prefers others: few kinds in many combinations find more than all at once.
     Dice dice{number(m_bytes.data())};
     m_manyReferences = !dice.oneIn(4);
     m_salt = dice.next() % 1000;
@@ -122,7 +122,7 @@ std::string Script::path(Dice& dice)
 Op Script::fill(Kind kind, Dice& dice) const
 {
     Op op = Op::of(kind);
-    op.slot = dice.below(dice.oneIn(3) ? ENGINES : SLOTS);   // roots more often than others
+    op.slot = dice.below(dice.oneIn(3) ? ENGINES : SLOTS);   // prefers the roots
     op.other = dice.below(SLOTS * static_cast<int>(MOST_HANDLES));
     op.value = dice.below(SLOTS + PLAIN_VALUES);
     op.name = dice.oneIn(14) ? dice.pick(LITERAL_PATHS) : dice.pick(NAMES);
@@ -146,8 +146,8 @@ Kind Script::choose(Weights const& weights, std::uint64_t choice)
     return static_cast<Kind>(kind);
 }
 
-/// Contexts full of properties, an engine on each root and a view make a world worth acting in, in half of the runs
-/// with a listener in front of them; then anything comes.
+/// Begins with contexts full of properties, an engine on each root and a view; in half of the runs with a listener
+/// before them. Any steps may follow.
 Bytes Script::generate(std::uint64_t seed, std::size_t steps)
 {
     Dice dice{seed};

@@ -6,20 +6,20 @@
 #include <string>
 #include <vector>
 
-/// What the machine may do, as plain data that follows from bytes alone.
+/// The steps of the model-based test, as plain data decoded from bytes alone.
 namespace machine {
 
-constexpr int SLOTS = 4;   ///< places for contexts; the first two are roots of engines
+constexpr int SLOTS = 4;   ///< places for contexts; the first two are the engines' roots
 constexpr int ENGINES = 2;
 constexpr int VIEWS = 2;
-constexpr int LISTENERS = 2;   ///< foreign ones
+constexpr int LISTENERS = 2;   ///< listeners besides engines and views
 constexpr std::size_t MOST_LIFTED = 3;
 constexpr std::size_t MOST_HANDLES = 12;
 constexpr std::size_t DEEPEST = 3;   ///< transactions open at once
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// Choices that follow from a number, for whatever needs more of them than a step has bytes.
+/// Random choices determined by a seed, where a step has too few bytes for them.
 class Dice {
 public:
     explicit Dice(std::uint64_t seed) noexcept : m_state{seed} {}
@@ -31,7 +31,7 @@ public:
         mixed = (mixed ^ (mixed >> 27)) * 0x94d049bb133111ebu;
         return mixed ^ (mixed >> 31);
     }
-    /// One of 0 ... `count` - 1.
+    /// Returns one of 0 ... `count` - 1.
     int below(int count) noexcept { return static_cast<int>(next() % static_cast<std::uint64_t>(count)); }
     bool oneIn(int count) noexcept { return below(count) == 0; }
     template <class List>
@@ -53,64 +53,64 @@ enum class Kind : std::uint8_t {
     Create,
     Drop,
     Activate,
-    WriteHeld,   ///< a property that is held, wherever it is
+    WriteHeld,   ///< a held property, wherever it is
     Rename,
     Move,
-    Lift,     ///< a property out of its context, to be held
-    Land,     ///< a property that is held, into a context
-    Bounce,   ///< a property out of its context and back, in one transaction
+    Lift,     ///< takes a property out of its context and holds it
+    Land,     ///< puts a held property into a context
+    Bounce,   ///< takes a property out of its context and back, in one transaction
     Begin,
     Commit,
     RollBack,
     Acquire,
     Release,
-    ReleaseSelf,   ///< in a callback, the handle that is called
+    ReleaseSelf,   ///< in a callback: releases the handle that is called
     MakeEngine,
     EndEngine,
     MakeView,
     EndView,
-    Watch,   ///< a context, through a view
+    Watch,   ///< acquires a context from a view
     Unwatch,
-    Detach,   ///< the handle of a context, by hand; it stays held
-    Bind,     ///< a symbol by hand, as expressions do it: acquires or releases it, or its leaves from a component on
+    Detach,   ///< detaches a context handle directly; it stays held
+    Bind,     ///< acquires or releases a symbol, or its leaves from a component on, as expressions do
     AddListener,
     RemoveListener,
     Throw,
-    Nothing   ///< is never drawn
+    Nothing   ///< never chosen at random
 };
 constexpr std::size_t KINDS = static_cast<std::size_t>(Kind::Nothing);
 
-/// One public operation. Which of the fields count follows from the kind.
+/// One public operation. The kind determines which fields are used.
 struct Op {
     Kind kind;
     int slot = 0;
-    int other = 0;      ///< another slot, an engine, a view, a listener, the how-manieth handle
-    int value = 0;      ///< below SLOTS a reference to what is or was in that slot, then a plain value
+    int other = 0;      ///< another slot, an engine, a view, a listener, or the index of a handle
+    int value = 0;      // below SLOTS: a reference to the present or last context of that slot; else a plain value
     std::string name;   ///< of a property, or a path
     std::string newName;
-    std::uint64_t seed = 0;   ///< of what is inside a batch, and of what a callback does
-    std::uint64_t text = 0;   ///< of an expression
+    std::uint64_t seed = 0;   ///< for the contents of a batch and for a callback's actions
+    std::uint64_t text = 0;   ///< selects an expression
 
     static Op of(Kind kind) { return {kind, 0, 0, 0, {}, {}, 0, 0}; }
     std::string line() const;
 };
 
-/// Everything that the bytes of a run decide: how often each kind of step comes, and the steps.
+/// Everything that the bytes of a run determine: the frequency of each kind of step, and the steps.
 class Script {
 public:
     static constexpr std::size_t HEADER = 8;
-    static constexpr std::size_t STEP = 8;   ///< bytes
+    static constexpr std::size_t STEP = 8;   ///< in bytes
 
     explicit Script(Bytes bytes);
 
     std::size_t size() const noexcept { return m_bytes.size() < HEADER ? 0 : (m_bytes.size() - HEADER) / STEP; }
     Op step(std::size_t number) const;
-    /// What a callback does, or one of the steps of a batch.
+    /// Returns the operation of a callback or of a step in a batch.
     Op inner(Dice& dice, bool inCallback) const;
-    /// The symbols that texts name, so that writes meet them.
+    /// Returns a symbol that texts use, so that writes meet expressions.
     static std::string path(Dice& dice);
 
-    /// The bytes of a generated run.
+    /// Returns the bytes of a generated run.
     static Bytes generate(std::uint64_t seed, std::size_t steps);
 
 private:
@@ -123,7 +123,7 @@ private:
     Weights m_outer{};
     Weights m_inner{};
     bool m_manyReferences = true;
-    std::uint64_t m_salt = 0;   // of the texts
+    std::uint64_t m_salt = 0;   // varies the texts
 };
 
 }   // namespace machine

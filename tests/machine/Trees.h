@@ -12,12 +12,12 @@
 
 namespace machine {
 
-/// A context by the number of its creation; -1 is a UUID that no context has.
+/// A context by its creation number; -1 stands for a UUID that no context has.
 struct Ref {
     int number;
     friend bool operator==(Ref left, Ref right) { return left.number == right.number; }
 };
-/// A value, without the library.
+/// A value, independent of the library.
 using Value = std::variant<std::monostate, Ref, double, bool, std::string>;
 
 inline std::string numberText(double number)
@@ -25,12 +25,13 @@ inline std::string numberText(double number)
     return std::isnan(number) ? "nan" : std::to_string(static_cast<long long>(number));
 }
 
-/// An expression as a tree: printed for the library, and evaluated here by rules of its own. References are texts.
+/// An expression as a tree: printed for the library, and evaluated here by a second implementation. References are
+/// texts.
 class Tree {
 public:
     using LookUp = std::function<Value(std::string const& symbol)>;
 
-    /// The text that follows from `seed`; one in forty does not parse.
+    /// Makes the text determined by `seed`; one in forty does not parse.
     static Tree fromSeed(std::uint64_t seed)
     {
         Dice dice{seed};
@@ -77,7 +78,7 @@ private:
     static Tree leaf(std::string symbol) { return Tree{"symbol", {}, std::move(symbol), {}}; }
     static Tree of(std::string literal) { return Tree{"literal", {}, {}, std::move(literal)}; }
 
-    /// A text that shows every change of what it names.
+    /// Makes a text whose value shows every change of its symbols.
     static Tree list(Dice& dice)
     {
         Tree tree = orDash(dice);
@@ -149,7 +150,7 @@ private:
 public:
     std::string sign;   // an operator, "literal" or "symbol"
     std::vector<Tree> parts{};
-    std::string name{};   // of a symbol
+    std::string name{};   // a symbol's name
     Value literal{};
     bool isBroken = false;   // does not parse
 };

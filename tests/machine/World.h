@@ -14,11 +14,11 @@
 
 namespace machine {
 
-struct Planned {};   // what a call-out throws
-struct Fault {};     // a look-up or an allocation that was made to fail has left an operation
+struct Planned {};   // what a callback throws
+struct Fault {};     // an injected failure of a look-up or an allocation has left an operation
 
-/// What the system and its naive model share: the numbers that name things, a log of everything that is called out, and
-/// what call-outs do. Each of the two runs a step whole; they must say the same words and end alike.
+/// What the system under test and its reference model share: the numbers of objects, the log of all callbacks, and the
+/// callbacks' actions. Each runs every step on its own; logs and final states must be equal.
 class World {
 public:
     explicit World(Script const& script) : m_script{script} {}
@@ -26,7 +26,7 @@ public:
     World& operator=(World const&) = delete;
     virtual ~World() = default;
 
-    /// Takes one step. `throwAt` makes that call-out throw, counted from 1; in a `quiet` step call-outs do nothing.
+    /// Runs one step. `throwAt` makes that callback throw, counted from 1; in a `quiet` step callbacks do nothing.
     void take(Op const& op, int throwAt = 0, bool quiet = false)
     {
         m_throwAt = throwAt;
@@ -41,12 +41,12 @@ public:
         }
         m_throwAt = 0;
     }
-    /// Changes every property and every context and puts them back, a transaction for each change.
+    /// Changes every property and every context and restores it, each change in a transaction of its own.
     virtual void touchAll() = 0;
-    /// Destroys the data of contexts that have no provider any more: the end of one that found no memory leaves it, and
-    /// so does one in a transaction that is rolled back.
+    /// Destroys the data of contexts without a provider. Such data is left if a provider's end ran out of memory or was
+    /// rolled back.
     virtual void bury() = 0;
-    /// Ends everything, in an order that depends on how the run went; call-outs do nothing any more.
+    /// Destroys everything, in an order that depends on the run. Callbacks do nothing from now on.
     void end()
     {
         m_actionsLeft = m_throwAt = 0;
@@ -69,7 +69,7 @@ public:
         releaseAll();
         dropAll();
     }
-    /// Who has not been released, as text.
+    /// Returns the handles that have not been released, as text.
     std::string handles() const
     {
         std::string text;
@@ -77,7 +77,7 @@ public:
             text += std::to_string(handle) + (m_detached.count(handle) != 0 ? "d " : isContext ? "c " : "e ");
         return text;
     }
-    /// Goes on from where `other` stands: what a fault kept from being called was not called.
+    /// Copies the counters of `other`: callbacks that a fault prevented do not count.
     void countLike(World const& other)
     {
         m_calls = other.m_calls;
@@ -92,7 +92,7 @@ public:
     std::string takeLog() { return std::exchange(m_log, {}); }
     bool didSomethingLagging() { return std::exchange(m_lagging, false); }
     int calls() const { return m_calls; }
-    /// Leaves mirrors of contexts that are gone out of what is told: after a fault they may be there or not.
+    /// Omits mirrors of destroyed contexts from the state that is compared: after a fault they may be there or not.
     void tellNoMoreOfTheGone() { m_tellsOfTheGone = false; }
 
 protected:
@@ -100,8 +100,8 @@ protected:
         std::uint64_t seed;
         int calls = 0;
     };
-    /// What `Bind` does: to a symbol for a text, to its leaves from `offset` on, which begin at the context of
-    /// `slot`, or to the text.
+    /// What `Bind` does: to a symbol for a text, to its leaves from `offset` on, which begin at the context of `slot`,
+    /// or to the text.
     struct Binding {
         enum What {
             AcquireSymbol,
@@ -129,31 +129,30 @@ protected:
     virtual void commit() = 0;
     virtual void rollBack() = 0;
     virtual std::size_t depth() const = 0;
-    virtual bool acquire(int engine, Tree const& tree, int handle) = 0;   // false: there is nothing to acquire from
+    virtual bool acquire(int engine, Tree const& tree, int handle) = 0;   // false: there is no such engine or view
     virtual bool watch(int view, int slot, int handle) = 0;
     virtual void bind(int engine, Binding const& binding) = 0;
     virtual void release(int handle) = 0;
-    virtual void detach(int handle) = 0;   // of a context
+    virtual void detach(int handle) = 0;   // a context handle
     virtual void setEngine(int engine, bool present) = 0;
     virtual void setView(int view, bool present) = 0;
     virtual void setListener(int listener, bool present) = 0;
-    virtual std::string nameOfException() const = 0;   // empty: a fault that was planted
-    virtual int slotOf(int context) const = 0;         // that holds the provider of that context; -1 for none
+    virtual std::string nameOfException() const = 0;   // empty: an injected fault
+    virtual int slotOf(int context) const = 0;         // the slot that holds the provider of that context; -1 if none
 
-    /// What an entry of a report is about: a property, by the context and the name that it has now, or a context.
+    /// The subject of a report's entry: a context, or a property by its present context and name.
     struct Subject {
         int context;
         bool isProperty;
         std::string name;
     };
 
-    /// The number of the next context.
+    /// Returns the number for the next context.
     int nextContext() { return m_numbers.context++; }
 
     void log(std::string const& line) { m_log += line + '\n'; }
-    /// Something was called out, and may now do what it likes: what, follows from the seed and the how-manieth call it
-    /// is. `self` is the handle that is called.
-    /// A listener is called with the subjects of its report: half of what it does is done to one of them.
+    /// Runs a callback's action, chosen by `seed` and the ordinal of the call. `self` is the handle that is called. For
+    /// a listener, `subjects` are those of its report: half of its actions apply to one of them.
     void calledOut(std::string const& line, std::uint64_t seed, int self, bool mayThrow,
                    std::vector<Subject> const& subjects = {})
     {
@@ -178,7 +177,7 @@ protected:
             m_lagging = true;
             if (mayThrow)
                 throw;
-            log("[kept in]");   // what a detach callback throws would end the process
+            log("[kept in]");   // an exception from a detach callback would end the process
         }
     }
     void heard(int handle, std::string const& line, bool mayThrow)
@@ -187,7 +186,7 @@ protected:
         calledOut(line, info.seed * 31 + static_cast<std::uint64_t>(++info.calls), handle, mayThrow);
     }
     bool isHeld(int handle) const { return m_held.count(handle) != 0; }
-    /// The handles that have not been released: true are those of contexts.
+    /// The handles that have not been released; true for context handles.
     std::map<int, bool> const& held() const { return m_held; }
 
     template <class Slots>
@@ -198,7 +197,7 @@ protected:
                 return static_cast<int>(i);
         return -1;
     }
-    /// A letter for each that is there, a dash for each that is not.
+    /// Returns a letter for each that exists, a dash for each that does not.
     template <class Places>
     static std::string marks(Places const& places, char letter)
     {
@@ -209,7 +208,7 @@ protected:
     }
 
     bool m_tellsOfTheGone = true;
-    bool m_lagging = false;   // something happened that leaves values or mirrors behind, by design
+    bool m_lagging = false;   // something left values or mirrors stale, as documented
 
 private:
     struct Numbers {
@@ -269,7 +268,7 @@ private:
             return change(op);
         }
     }
-    /// Up to twelve operations in one transaction.
+    /// Runs up to twelve operations in one transaction.
     void batch(Op const& op, int self)
     {
         if (depth() == DEEPEST + 2)
@@ -344,20 +343,20 @@ private:
     }
     void releaseHandle(int handle)
     {
-        m_lagging |= !m_held[handle];   // others that name its symbols are unbound with it
+        m_lagging |= !m_held[handle];   // unbinds other expressions' symbols, too
         m_held.erase(handle);
         release(handle);
     }
 
     Script const& m_script;
     std::map<int, bool> m_held;
-    std::set<int> m_detached;   // by hand
+    std::set<int> m_detached;   // detached directly
     std::map<int, HandleInfo> m_handles;
     std::string m_log;
     Numbers m_numbers;
     int m_calls = 0;
     int m_depth = 0;
-    int m_batches = 0;   // that are under way: their transactions are theirs to end
+    int m_batches = 0;   // running batches, which end their own transactions
     int m_throwAt = 0;
     int m_actionsLeft = 0;
 };

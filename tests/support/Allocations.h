@@ -4,16 +4,17 @@
 
 namespace support {
 
-// The test program's own operator new counts, and can be made to fail. Of the calling thread only.
+// The test program's own operator new: counts per thread, and can be made to fail.
 
-/// How many allocations there have been, and of how many bytes in all.
+/// Returns the number of allocations of the calling thread; `allocatedBytes`, their bytes in all.
 std::size_t allocationCount() noexcept;
 std::size_t allocatedBytes() noexcept;
-/// How many of them have not been freed; one that another thread frees counts for good.
+/// Returns the number of the calling thread's allocations not freed by it; one that another thread frees counts for
+/// good.
 std::size_t liveAllocations() noexcept;
 
-/// Lets one allocation throw `std::bad_alloc`: the one after the next `skipped`; with `Sticky::Yes` every one from then
-/// on. Ends with its scope.
+/// Makes one allocation throw `std::bad_alloc`: the one after the next `skipped`; with `Sticky::Yes` every one from
+/// then on. Ends with its scope.
 class FailingAllocation {
 public:
     enum class Sticky { No, Yes };
@@ -26,7 +27,8 @@ public:
     bool happened() const noexcept;
 };
 
-/// Whether allocations in a scope fail and count: what a test does on its own account need not, what it calls does.
+/// Sets whether allocations in a scope fail and count: those of the test itself need not, those of the calls under test
+/// do.
 class Exempt {
 public:
     explicit Exempt(bool exempt = true) noexcept;

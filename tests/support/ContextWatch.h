@@ -5,7 +5,7 @@
 
 namespace support {
 
-/// Hears of every commit of the shared model: notes what changed, one word each, and then does what the test wants.
+/// Listens to every commit of the shared model: records what changed, one word each, and then runs the test's action.
 class ContextWatch : public tarn::zero::Listener {
 public:
     ContextWatch() { studio::data::ContextProvider::sharedModel()->addDeepListener(this); }
@@ -14,11 +14,11 @@ public:
     void transactionCommitted(tarn::zero::ShallowChangeReport<Property> const& report) { note(report, onProperties); }
     void transactionCommitted(tarn::zero::ShallowChangeReport<ContextData> const& report) { note(report, onContexts); }
 
-    /// What was noted since the last time, with spaces between.
+    /// Returns the words recorded since the last call, separated by spaces.
     std::string takeHeard() { return std::exchange(m_heard, {}); }
 
     std::function<void()> onProperties, onContexts;
-    tarn::zero::ModelElement last;   ///< the newest context that was heard of
+    tarn::zero::ModelElement last;   ///< the newest context in a report
 
 private:
     template <class Report>
@@ -34,7 +34,7 @@ private:
     std::string m_heard;
 };
 
-/// The id of a provider whose construction failed: to look it up throws `std::bad_weak_ptr`.
+/// Returns the id of a provider whose construction failed: looking it up throws `std::bad_weak_ptr`.
 inline boost::uuids::uuid deadEntry()
 {
     struct Refusal {};

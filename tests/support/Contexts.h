@@ -11,13 +11,13 @@
 #include <string>
 #include <utility>
 
-/// The words of a test about contexts: make them, change them, hear what expressions say.
+/// Helpers for tests of contexts: make and change them, and record the callbacks of expressions.
 namespace support {
 
 using Provider = std::shared_ptr<studio::data::ContextProvider>;
 using Handle = std::unique_ptr<studio::data::ExpressionHandle>;
 
-/// A context with these properties.
+/// Makes a context with these properties.
 inline Provider context(std::initializer_list<std::pair<char const*, studio::data::PropertyValue>> properties = {})
 {
     Provider provider = studio::data::ContextProvider::create();
@@ -26,7 +26,7 @@ inline Provider context(std::initializer_list<std::pair<char const*, studio::dat
     return provider;
 }
 
-/// A callback whose copying ends what it is meant for.
+/// A callback that destroys `doomed` when it is copied.
 template <class T>
 struct EndsWhenCopied {
     explicit EndsWhenCopied(std::unique_ptr<T>& doomed) : ended{doomed} {}
@@ -37,7 +37,7 @@ struct EndsWhenCopied {
     std::unique_ptr<T>& ended;
 };
 
-/// Does it all in one transaction of the shared model.
+/// Makes all changes in one transaction of the shared model.
 template <class Change>
 void inTransaction(Change const& change)
 {
@@ -46,7 +46,7 @@ void inTransaction(Change const& change)
     transaction.commit(boost::none);
 }
 
-/// Does it all and undoes it.
+/// Makes all changes in one transaction and rolls it back.
 template <class Change>
 void rolledBack(Change const& change)
 {
@@ -54,7 +54,7 @@ void rolledBack(Change const& change)
     change();
 }
 
-/// A value as an expression would write it.
+/// Returns a value as an expression would write it.
 inline std::string shown(studio::data::PropertyValue const& value)
 {
     if (value.isDouble()) {
@@ -67,19 +67,20 @@ inline std::string shown(studio::data::PropertyValue const& value)
     return value.isUndefined() ? "undefined" : value.asString();
 }
 
-/// Hears expressions and notes each call, as in "x + 1=3; y=2".
+/// Subscribes to expressions and records each call, as in "x + 1=3; y=2".
 class CallRecorder {
 public:
     explicit CallRecorder(studio::data::ExpressionEngine& engine) : m_engine{engine} {}
 
-    /// Subscribes to `text`; the first call is noted too. A name tells handles of one text apart: "h:x=1".
+    /// Subscribes to `text` and records every call, the first one too. A name distinguishes handles of one text:
+    /// "h:x=1".
     Handle hear(std::string const& text, std::string const& name = {})
     {
         return m_engine.acquireExpression(text, [=, this](std::string const& heard, auto const& value) {
             note((name.empty() ? name : name + ':') + heard + '=' + shown(value));
         });
     }
-    /// The same, without the note of the first call. `then` runs after each note.
+    /// Subscribes to `text` and records every call but the first. `then` runs after each record.
     Handle watch(std::string const& text, std::function<void()> then = {})
     {
         auto const isOn = std::make_shared<bool>(false);
@@ -94,7 +95,7 @@ public:
     }
 
     void note(std::string const& what) { m_heard += m_heard.empty() ? what : "; " + what; }
-    /// What was noted since the last time.
+    /// Returns the calls recorded since the last `take`.
     std::string take() { return std::exchange(m_heard, {}); }
 
 private:

@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <string>
 
-/// The words of a test about elements: make them, show them, tell how an operation ended.
+/// Helpers for tests of elements: make them, print them, and classify how an operation ended.
 namespace support {
 
 using studio::data::ContextData;
@@ -30,7 +30,7 @@ inline boost::uuids::uuid uuid(std::uint8_t last)
     return id;
 }
 
-/// Does it all in one transaction.
+/// Makes all changes in one transaction.
 template <class Change>
 void commit(Model const& model, Change const& change)
 {
@@ -39,7 +39,7 @@ void commit(Model const& model, Change const& change)
     transaction.commit(boost::none);
 }
 
-/// Does it all and undoes it.
+/// Makes all changes in one transaction and rolls it back.
 template <class Change>
 void rollBack(Model const& model, Change const& change)
 {
@@ -52,7 +52,7 @@ inline ContextData newContext(Model const& model)
     return ContextData::create(model, {});
 }
 
-/// A property on its own.
+/// Makes an uncontained property.
 inline Property newProperty(Model const& model, std::string const& name, PropertyValue const& value = {})
 {
     Property const property = Property::create(model, {});
@@ -61,7 +61,7 @@ inline Property newProperty(Model const& model, std::string const& name, Propert
     return property;
 }
 
-/// A property in a context.
+/// Makes a property in a context.
 inline Property add(ContextData const& context, std::string const& name, PropertyValue const& value = {})
 {
     Property const property = newProperty(context->getModel(), name, value);
@@ -69,14 +69,15 @@ inline Property add(ContextData const& context, std::string const& name, Propert
     return property;
 }
 
-/// A value on its own, without a slot.
+/// Returns a value that holds `payload` itself.
 template <class T>
 tarn::zero::Value boxed(T const& payload)
 {
     return tarn::zero::Value{tarn::zero::ValueMeta{}, payload};
 }
 
-/// "x,y: a=1 b=2": the active contexts, and the properties in the order of the map, under the keys that find them.
+/// Returns "x,y: a=1 b=2": the active contexts, and the properties in the order of the map, under the keys that find
+/// them.
 inline std::string shown(ContextData const& context)
 {
     std::string text;
@@ -90,7 +91,7 @@ inline std::string shown(ContextData const& context)
     return text;
 }
 
-/// Context c with a=1 and b=2 and the active contexts x and y, context d with nothing, and a lone property.
+/// Context c with a=1 and b=2 and the active contexts x and y, an empty context d, and an uncontained property.
 struct World {
     Model model = newModel();
     ContextData c = newContext(model);
@@ -107,7 +108,7 @@ struct World {
     std::string state() const { return shown(c) + " | " + shown(d) + " | " + lone.name() + (lone.owner() ? "*" : ""); }
 };
 
-/// The key of the one of these messages that was thrown; empty if it is another exception.
+/// Returns the key of that one of these messages that was thrown; empty for another exception.
 template <class... Messages>
 std::string keyOf(std::exception const& thrown)
 {
@@ -117,7 +118,8 @@ std::string keyOf(std::exception const& thrown)
     return key;
 }
 
-/// What `operation` threw: the key of a message, "logic_error", "out_of_range", or nothing. Lets others pass.
+/// Returns what `operation` threw: the key of a message, "logic_error" or "out_of_range"; empty if nothing. Rethrows
+/// other exceptions.
 template <class Operation>
 std::string thrownBy(Operation const& operation)
 {

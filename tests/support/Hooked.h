@@ -11,7 +11,7 @@
 
 namespace support {
 
-/// An element that contains others of its class, and whose hooks do what the test wants.
+/// An element that contains others of its class, and whose hooks run the test's function.
 class Hooked : public tarn::zero::ModelElement {
 public:
     class Impl;
@@ -47,7 +47,7 @@ public:
     void aboutToDestroy() override { call('-'); }
     void didCreate() override { call('+'); }
 
-    /// What every hook calls: a sign that tells them apart, and the element.
+    /// Called by every hook with a sign that identifies the hook, and the element.
     static inline std::function<void(char sign, Hooked const& element)> hook;
     tarn::zero::ElementSequence<Hooked> parts;
 
@@ -78,7 +78,7 @@ class Hooked::Builder final : public tarn::zero::BuilderOf<Hooked::Impl, Hooked:
 public:
     explicit Builder(Model const& model) : BuilderOf{1, model} {}
 
-    /// One more part, with that UUID.
+    /// Adds a part with that UUID.
     void addPart(boost::uuids::uuid const& id)
     {
         m_parts.push_back(std::make_unique<Builder>(model()));

@@ -8,7 +8,7 @@ namespace support {
 
 namespace {
 
-constexpr unsigned long long TRAP = 0x100;   // the flag that has the processor trap after each instruction
+constexpr unsigned long long TRAP = 0x100;   // the flag that makes the processor trap after each instruction
 
 std::size_t volatile s_count = 0;
 
@@ -17,7 +17,7 @@ void count(int)
     s_count = s_count + 1;
 }
 
-/// The processor traps while this lives.
+/// Makes the processor trap while it is in scope.
 class Trapping {
 public:
     Trapping()

@@ -13,14 +13,15 @@
 
 namespace support {
 
-/// The context of that id in the shared model, borrowed.
+/// Returns the context of that id in the shared model, borrowed.
 inline studio::data::ContextData::Impl* source(boost::uuids::uuid const& id)
 {
     return tarn::zero::elementCast<studio::data::ContextData>(
         studio::data::ContextProvider::sharedModel()->findElement(id, 1));
 }
 
-/// All that a context holds, with the UUIDs of its properties, so that a mirror can be compared with its source.
+/// Returns the contents of a context, with the UUIDs of its properties, so that a mirror can be compared with its
+/// source.
 inline std::string whole(studio::data::ContextData const& context)
 {
     if (!context)

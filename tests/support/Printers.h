@@ -5,7 +5,7 @@
 
 #include <ostream>
 
-// What a failed expectation shows of identities, which would else be shown as sixteen numbers. Found by argument
+// Prints identities in failed expectations, which would otherwise show sixteen numbers. Found by argument-dependent
 // lookup. Values print themselves.
 
 namespace boost::uuids {

@@ -8,12 +8,12 @@
 
 namespace support {
 
-/// Numbers that follow from a seed alone, on every platform.
+/// Pseudo-random numbers, the same for a seed on every platform.
 class Random {
 public:
     explicit Random(std::uint64_t seed) : m_engine{seed} {}
 
-    /// One of 0 ... `count` - 1.
+    /// Returns one of 0 ... `count` - 1.
     std::size_t below(std::size_t count) { return static_cast<std::size_t>(m_engine() % count); }
     bool oneIn(std::size_t count) { return below(count) == 0; }
     template <class List>
@@ -26,8 +26,8 @@ private:
     std::mt19937_64 m_engine;
 };
 
-/// The seeds of a generated test: 1 ... `fixed` and one of the system's choice. With STUDIO_DATA_SEED in the
-/// environment only that one, which is how a failure is repeated.
+/// Returns the seeds of a generated test: 1 ... `fixed` and a random one. If STUDIO_DATA_SEED is in the environment,
+/// only that one, to repeat a failure.
 inline std::vector<std::uint64_t> seeds(std::uint64_t fixed)
 {
     if (char const* const wanted = std::getenv("STUDIO_DATA_SEED"))

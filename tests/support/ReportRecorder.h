@@ -10,7 +10,8 @@
 
 namespace support {
 
-/// What a report lists, as in "+a b -c": a `+` was created, a `-` destroyed. A context is called "context".
+/// Returns the elements of a report, as in "+a b -c": `+` marks a created one, `-` a destroyed one. A context is called
+/// "context".
 template <class Report>
 std::string listed(Report const& report)
 {
@@ -27,8 +28,7 @@ std::string listed(Report const& report)
     return text;
 }
 
-/// Hears of every commit of one model and notes what it is told, a piece for each of its two overloads: "+a b;
-/// context".
+/// Listens to every commit of one model and records a part for each of its two overloads: "+a b; context".
 class ReportRecorder : public tarn::zero::Listener {
 public:
     using Data = std::shared_ptr<tarn::zero::ReportData>;
@@ -36,14 +36,14 @@ public:
     explicit ReportRecorder(Model heardOf) : model{std::move(heardOf)} { model->addDeepListener(this); }
     ~ReportRecorder() override { model->removeListener(this); }
 
-    /// What was heard since the last time.
+    /// Returns the parts recorded since the last call.
     std::string take() { return std::exchange(heard, {}); }
 
     void transactionCommitted(tarn::zero::DeepChangeReport<Property> const& report) { note(report, onProperties); }
     void transactionCommitted(tarn::zero::ShallowChangeReport<ContextData> const& report) { note(report, onContexts); }
     void listenerRemoved() override { ++removals; }
 
-    /// What the test wants done after each piece. May destroy this.
+    /// Called after each part. May destroy this object.
     std::function<void(Data const&)> onProperties, onContexts;
     int removals = 0;
 

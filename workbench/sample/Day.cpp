@@ -14,7 +14,8 @@ namespace {
 
 constexpr std::size_t ROOT = 0;
 
-/// Writes a day down. What it calls step() becomes one step of the recording; the verbs between them are its contents.
+/// Writes the recording of a day. Each call of step() adds one step; the operations called since the last one are its
+/// contents.
 class Diary {
 public:
     Recording write();
@@ -49,7 +50,7 @@ private:
     void note(Operation operation) { operations.push_back(std::move(operation)); }
     void step(std::string const& during) { recording.steps.push_back({during, std::exchange(operations, {}), {}}); }
 
-    /// A step of one write.
+    /// Adds a step of one write.
     void change(std::size_t context, char const* name, PropertyValue value, std::string const& during)
     {
         set(context, name, std::move(value));
@@ -58,7 +59,7 @@ private:
 
     int below(int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); }
 
-    // What happens at the editor.
+    // Actions at the editor.
 
     void start();
     void focus(char const* where);
@@ -131,7 +132,7 @@ void Diary::panel(char const* which)
     change(window, "panel", which, *which ? std::string("show the panel ") + which : "hide the panel");
 }
 
-/// Someone tries out every way to look at the window.
+/// Adds steps for every way to change the window.
 void Diary::look()
 {
     for (double const factor : {0.5, 1.25, 3.0, 1.0})
@@ -164,13 +165,13 @@ void Diary::open(std::string const& name, std::string const& language, int lines
     set(opened.selection, "line", 1);
     set(opened.selection, "column", 1);
     set(opened.selection, "carets", 1);
-    step("load " + name);   // nothing shows it yet: silent
+    step("load " + name);   // nothing shows it yet: no change
     files[name] = opened;
     set(window, "files", files.size());
     show(name);
 }
 
-/// One transaction turns everything that reads the editor or its selection to another file.
+/// Switches everything that reads the editor or its selection to another file, in one transaction.
 void Diary::show(std::string const& name)
 {
     current = name;
@@ -180,7 +181,7 @@ void Diary::show(std::string const& name)
     step("show " + name);
 }
 
-/// The next file takes the place first, so that nothing refers to what is dropped.
+/// Switches to the next file first, so that nothing refers to what is dropped.
 void Diary::close(std::string const& name, std::string const& next)
 {
     File const closed = files.at(name);
@@ -359,7 +360,8 @@ void Diary::pull(int commits, int conflicts)
         change(file().editor, "conflicts", left, "resolve a conflict");
 }
 
-/// Every stop is a new frame; the one before is dropped with the reference to it already turned.
+/// Adds `stops` stops of the debugger. Each stop is a new frame; the one before is dropped after the reference to it
+/// was changed.
 void Diary::debugUntil(std::string const& function, int stops)
 {
     set(debug, "state", "running");
@@ -393,7 +395,7 @@ void Diary::stopDebugging()
     step("stop debugging");
 }
 
-/// A stretch of plain work in one file.
+/// Adds steps of ordinary work in one file.
 void Diary::edit(std::string const& name, int times)
 {
     show(name);

@@ -6,10 +6,10 @@
 
 namespace workbench::sample {
 
-/// What a small editor asks of its contexts: when commands are enabled, what menus show, what labels say.
+/// The expressions of a small editor: when commands are enabled, what menus show, what labels say.
 std::vector<Expression> expressions();
 
-/// A day at that editor, the same at every call: files, two projects, a debugger. It holds no recorded answers.
+/// A day at that editor, equal at every call: files, two projects, a debugger. It holds no recorded answers.
 Recording day();
 
 }   // namespace workbench::sample

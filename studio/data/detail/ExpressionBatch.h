@@ -11,10 +11,10 @@
 
 namespace studio::data {
 
-/// What one report has an engine do. Reused, so that a steady stream of reports allocates nothing.
+/// The symbols and expressions that one report affects. Reused, so that a steady stream of reports allocates nothing.
 struct ExpressionEngine::Batch {
     struct Reader {
-        std::uint64_t number;   // of the expression: they are sorted without a look at them
+        std::uint64_t number;   // of the expression; a copy, so that sorting does not touch the expressions
         Expression* expression;
     };
 
@@ -42,11 +42,11 @@ struct ExpressionEngine::Batch {
         readers.clear();
     }
 
-    std::vector<Symbol*> symbols;   // to bind anew; valid until the first callback
+    std::vector<Symbol*> symbols;   // to rebind; valid until the first callback
     std::vector<Reader> readers;    // to evaluate, in order of acquisition; pinned
 };
 
-/// Learns if the engine goes while others run.
+/// Stack guard: reports to a function that calls out whether the engine was destroyed meanwhile.
 struct ExpressionEngine::Presence {
     explicit Presence(ExpressionEngine& owner) noexcept : engine{owner}, outer{std::exchange(owner.running, this)} {}
     Presence(Presence const&) = delete;
@@ -62,7 +62,7 @@ struct ExpressionEngine::Presence {
     bool engineGone = false;
 };
 
-/// One report that an engine is working on: takes a batch and gives it back.
+/// Stack guard of one report being processed: takes a batch from the spare ones and returns it.
 struct ExpressionEngine::Frame : Presence {
     explicit Frame(ExpressionEngine& owner) : Presence{owner}, batch{take(owner)} {}
     ~Frame()
@@ -70,14 +70,14 @@ struct ExpressionEngine::Frame : Presence {
         if (engineGone)
             return;
         batch->clear();
-        engine.spareBatches.push_back(std::move(batch));   // there is room: it was made when the batch was
+        engine.spareBatches.push_back(std::move(batch));   // has capacity: reserved when the batch was made
     }
 
     static std::unique_ptr<Batch> take(ExpressionEngine& engine)
     {
         auto& spare = engine.spareBatches;
         if (spare.empty()) {
-            spare.reserve(engine.batchCount + 1);   // giving it back must not need memory
+            spare.reserve(engine.batchCount + 1);   // so that returning it never allocates
             auto made = std::make_unique<Batch>();
             ++engine.batchCount;
             return made;

@@ -12,7 +12,7 @@ namespace studio::data::detail {
 namespace {
 
 constexpr std::size_t MOST_SPARE = 16;
-constexpr std::size_t FEW = 4;   // places that are found as fast without a table
+constexpr std::size_t FEW = 4;   // up to this many places are searched linearly
 
 template <class T>
 std::unique_ptr<T> takeSpare(std::vector<std::unique_ptr<T>>& spare)
@@ -75,7 +75,7 @@ std::size_t ExpressionLeaves::bind(ExpressionSymbol& symbol, unsigned long offse
     if (present == own.end())
         add(symbol, offset, *place);
     if (ContextProvider::sharedModel()->isInTransaction())
-        place->doubt(unpinned);   // what is there now, or not, may never have been
+        place->doubt(unpinned);   // a roll back may undo the present property, or its absence
     else
         settle(*place, property);
     return position;
@@ -110,7 +110,7 @@ void ExpressionLeaves::repin(Property::Impl& property, Place* place, bool isSett
         return;
     if (!isSettled)
         return place->doubt(unpinned);
-    // A copy of a context may live in the model under the same UUID: only what providers find is followed.
+    // A copy of a context may be in the model under the same UUID: link only what providers find.
     tarn::zero::ModelElement const context = ContextProvider::sharedModel()->findElement(place->context->id, 1);
     if (property.isAlive() && context.get() == property.ownerImpl())
         settle(*place, &property);
@@ -215,7 +215,7 @@ ExpressionLeaves::Place& ExpressionLeaves::enterIn(Context& context, std::string
     return *place.release();
 }
 
-/// Enters a place into the table, and with the first one that of all that are there.
+/// Adds a place to the table, and all others of its context if it is the first.
 void ExpressionLeaves::index(Context& context, Place& entering)
 {
     indexed.insert(&entering);
@@ -243,7 +243,7 @@ void ExpressionLeaves::remove(ExpressionSymbol::Leaf const& leaf) noexcept
     place.leaves.pop_back();
     if (place.leaves.empty())
         return dropIfEmpty(place);
-    // The name may be a view into the symbol that leaves: make it one into a symbol that stays.
+    // The name may refer to the text of the symbol that is removed: make it refer to one that stays.
     Place::Leaf const& other = place.leaves.front();
     place.name = other.symbol->componentAt(other.offset);
 }

@@ -20,8 +20,8 @@ class Invariants;   // of the tests: may look at everything
 
 namespace studio::data::detail {
 
-struct OfContext;   // names the list of a context's places
-struct Unpinned;    // and that of places whose property may not lead to them
+struct OfContext;   // tag: the list of a context's places
+struct Unpinned;    // tag: the list of places whose link from the property may be stale
 template <class Tag>
 using PlaceHook = boost::intrusive::list_base_hook<boost::intrusive::tag<Tag>,
                                                    boost::intrusive::link_mode<boost::intrusive::auto_unlink>>;
@@ -29,30 +29,30 @@ template <class Place, class Tag>
 using PlaceList = boost::intrusive::list<Place, boost::intrusive::base_hook<PlaceHook<Tag>>,
                                          boost::intrusive::constant_time_size<false>>;
 
-/// A context that leaves are bound in.
+/// A context with bound leaves.
 struct ExpressionContext {
     boost::uuids::uuid id{};
     PlaceList<ExpressionPlace, OfContext> places{};
-    std::size_t count = 0;    // of these
-    bool isIndexed = false;   // they stand in a table, too: a few are found as fast without
+    std::size_t count = 0;    // of `places`
+    bool isIndexed = false;   // its places are also in `indexed`; up to four are searched linearly
 };
 
-/// A symbol whose path goes through a place.
+/// A leaf as its place lists it.
 struct ExpressionLeaf {
     ExpressionSymbol* symbol;
-    std::uint32_t at;            // among the leaves of the symbol
-    std::uint32_t offset : 31;   // as there
-    std::uint32_t isLast : 1;    // the path ends here
+    std::uint32_t at;            // index in the symbol's `leaves`
+    std::uint32_t offset : 31;   // byte offset of the component in the symbol
+    std::uint32_t isLast : 1;    // it is of the last component
 };
 
-/// What a report of a property touches of its place, in front of the rest.
+/// The part of a place that the report of a property uses, laid out first.
 struct ExpressionPlaceLeaves : PropertyWatch {
     using PropertyWatch::PropertyWatch;
     boost::container::small_vector<ExpressionLeaf, 1> leaves;
 };
 
-/// A property that paths go through, there or not: the leaves of one name of one context. While its property is there
-/// and nothing is in doubt it is pinned to it.
+/// All leaves bound to one property name of one context, whether or not the property exists. Pinned to the property
+/// while it exists and the pin is known to be right.
 struct ExpressionPlace : ExpressionPlaceLeaves, PlaceHook<OfContext>, PlaceHook<Unpinned> {
     using Leaf = ExpressionLeaf;
     using ExpressionPlaceLeaves::ExpressionPlaceLeaves;
@@ -64,14 +64,14 @@ struct ExpressionPlace : ExpressionPlaceLeaves, PlaceHook<OfContext>, PlaceHook<
     }
 
     ExpressionContext* context = nullptr;
-    std::string_view name;   // a view of a symbol that has a leaf here
+    std::string_view name;   // refers to the text of a symbol that has a leaf here
 };
 
-/// The table of an engine's leaves, by context and by name, and the short way to them that leads from a property.
+/// An engine's leaves by context and property name, with a cached link from each property to its place.
 ///
-/// The short way holds while the engine has heard of every change of structure. A property that has a place, but may
-/// not lead to it, because it was bound inside a transaction or in the middle of a report that others have overtaken,
-/// has it in the list of the unpinned.
+/// The links are valid while the engine has processed every change of structure. A place whose link may be stale,
+/// because it was bound inside a transaction or while a newer report was pending, is in `unpinned` until `settle`
+/// revalidates it.
 class ExpressionLeaves {
 public:
     using Id = boost::uuids::uuid;
@@ -83,17 +83,17 @@ public:
     ExpressionLeaves& operator=(ExpressionLeaves const&) = delete;
     ~ExpressionLeaves();
 
-    /// The place of that property; null if no leaf is bound there.
+    /// Returns the place of that property; null if no leaf is bound to it.
     Place* find(Id const& context, std::string_view name) const noexcept;
-    /// The places of a context; null if there are none.
+    /// Returns the context of that id; null if no leaf is bound in it.
     Context* findContext(Id const& id) const noexcept;
 
-    /// Binds a leaf, unless the symbol has it; returns its position among those of the symbol. `property`, what stands
-    /// there now, may be null. *Throws* `std::bad_alloc`; nothing is bound then.
+    /// Binds a leaf, unless the symbol has it, and returns its index in the symbol's leaves. `property` is the property
+    /// of that name now, or null. *Throws* `std::bad_alloc`; nothing is bound then.
     std::size_t bind(ExpressionSymbol& symbol, unsigned long offset, Id const& context, Property::Impl* property);
-    /// What stands at a place of an idle model was looked up: `property`, which may be null.
+    /// Updates the link of a place after a look-up in an idle model. `property` is what was found, or null.
     void settle(Place& place, Property::Impl* property) noexcept;
-    /// Unbinds the leaves of a symbol that `isLeaving` chooses.
+    /// Unbinds the leaves of a symbol for which `isLeaving` returns true.
     template <class Test>
     void unbindIf(ExpressionSymbol& symbol, Test const& isLeaving) noexcept
     {
@@ -110,26 +110,26 @@ public:
         symbol.leaves.resize(kept);
     }
 
-    // The short way. It is to be trusted only when `settle` was called for an idle model all of whose changes of
-    // structure were reported, and none has come since.
+    // Cached links. They are valid only if `settle` was called while the model was idle and all its changes of
+    // structure were reported, and the structure has not changed since.
 
-    /// The place that a property leads to. `isCertain` is false if only `find` knows.
+    /// The place that a property is linked to. If `isCertain` is false, call `find`.
     struct Way {
         Place* place;
         bool isCertain;
     };
     Way from(Property::Impl const& property) const noexcept;
-    /// A report of this property was looked up: `place`, which may be null, is what it should lead to from now on.
+    /// Updates the link of a property after the look-up for its report. `place` is what was found, or null.
     void repin(Property::Impl& property, Place* place, bool isSettled) noexcept;
-    /// True if `settle` has something to do.
+    /// True if `settle` has work to do.
     bool isInDoubt() const noexcept { return !unpinned.empty(); }
-    /// Pins what can be pinned now.
+    /// Revalidates the places in `unpinned`.
     void settle() noexcept
     {
         if (!unpinned.empty())
             settleAll();
     }
-    /// A report was not worked off to its end.
+    /// Marks every link as stale, after a report that was not processed to its end.
     void distrust() noexcept;
 
 private:
@@ -178,10 +178,10 @@ private:
 
     void const* watcher;
     boost::unordered_flat_map<Id, Context*, ContextHash> contexts;      // owned, with their places
-    boost::unordered_flat_set<Place*, PlaceHash, PlaceEqual> indexed;   // the places of indexed contexts
+    boost::unordered_flat_set<Place*, PlaceHash, PlaceEqual> indexed;   // places of indexed contexts
     PlaceList<Place, Unpinned> unpinned;
-    std::vector<std::unique_ptr<Context>> spareContexts;   // a few, so that a path that swings to and fro
-    std::vector<std::unique_ptr<Place>> sparePlaces;       // asks for no memory
+    std::vector<std::unique_ptr<Context>> spareContexts;   // free list, short: a path that alternates
+    std::vector<std::unique_ptr<Place>> sparePlaces;       // free list: between two targets does not allocate
 };
 
 }   // namespace studio::data::detail

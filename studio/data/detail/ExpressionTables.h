@@ -12,7 +12,7 @@
 
 namespace studio::data {
 
-/// What an engine knows. Expressions refer to symbols, which refer to leaves, and back.
+/// An engine's tables. Expressions refer to symbols, symbols to leaves, and leaves back to symbols.
 struct ExpressionEngine::Tables {
     explicit Tables(ExpressionEngine const& engine) noexcept : leaves{&engine} {}
 
@@ -21,7 +21,7 @@ struct ExpressionEngine::Tables {
     detail::PathEpoch epoch{model};
     detail::ExpressionTexts<std::unique_ptr<Symbol>> symbols;
     detail::ExpressionTexts<Expression::Pin> expressions;
-    bool hasNotedTexts = false;   // a symbol may be noted for a text that does not name it
+    bool hasNotedTexts = false;   // a symbol may be registered for a text that does not name it
 };
 
 }   // namespace studio::data

@@ -10,12 +10,12 @@
 
 namespace studio::data::detail {
 
-/// Objects of an engine, each found by its `text`, which is kept nowhere else. `Pointer` owns one.
+/// Set of an engine's objects keyed by their `text`, which is not stored a second time. `Pointer` owns one object.
 template <class Pointer>
 class ExpressionTexts {
     struct Hash {
         using is_transparent = void;
-        using is_avalanching = void;   // for the table: all bits of the hash are good
+        using is_avalanching = void;   // for the table: all bits of the hash are well mixed
         std::size_t operator()(std::string_view text) const noexcept
         {
             return tarn::zero::services::hashers::TARN0Hasher<std::string_view>{}(text);
@@ -40,15 +40,15 @@ public:
         auto const found = table.find(text);
         return found == table.end() ? nullptr : &**found;
     }
-    /// *Throws* `std::bad_alloc`; the object is not in then.
+    /// Adds an object. *Throws* `std::bad_alloc`; the object is destroyed then.
     auto& insert(Pointer object) { return **table.insert(std::move(object)).first; }
-    /// Takes the object of that text out, to be let go of by the caller; null if there is none.
+    /// Removes the object of that text and returns it for the caller to release; null if there is none.
     Pointer extract(std::string_view text) noexcept
     {
         auto const found = table.find(text);
         if (found == table.end())
             return Pointer{};
-        Pointer object = std::move(const_cast<Pointer&>(*found));   // what hashes it lies behind the pointer
+        Pointer object = std::move(const_cast<Pointer&>(*found));   // its key lies behind the pointer
         table.erase(found);
         return object;
     }

@@ -2,7 +2,7 @@
 
 namespace studio::data {
 
-// Here, because the element knows its notes only by name.
+// Defined here because PropertyImpl.h only declares PropertyWatch.
 Property::Impl::~Impl()
 {
     while (PropertyWatch* const watch = watches) {

@@ -6,8 +6,8 @@
 
 namespace studio::data {
 
-/// A note that an engine or a view pins to a property, so that a report of it needs no look-up. The property forgets
-/// its notes when it goes for good, and a note takes itself off.
+/// Back reference from a property to a record of an engine or a view, so that a report of the property needs no
+/// look-up. The property unlinks its back references when it is destroyed; a back reference unlinks itself.
 class PropertyWatch {
 public:
     explicit PropertyWatch(void const* owner) noexcept : watcher{owner} {}
@@ -15,7 +15,7 @@ public:
     PropertyWatch& operator=(PropertyWatch const&) = delete;
     virtual ~PropertyWatch() { unpin(); }
 
-    /// What it is pinned to; null if to nothing.
+    /// The property that refers to it; null if none.
     Property::Impl* property() const noexcept { return pinnedTo; }
     void pin(Property::Impl& property) noexcept
     {
@@ -35,13 +35,13 @@ public:
         pinnedTo = nullptr;
     }
 
-    /// The property went for good, and the note was taken off it.
+    /// Called when the property was destroyed, after the back reference was unlinked.
     virtual void propertyGone() noexcept {}
 
-    /// What a search for a note found.
+    /// The result of a search for a back reference.
     struct Found {
         PropertyWatch* watch;   // null if there is none
-        bool isCertain;         // false: there are so many notes that a look-up is cheaper
+        bool isCertain;         // false: too many to search; look it up elsewhere
     };
     static constexpr std::size_t FEW = 8;
     static Found find(Property::Impl const& property, void const* watcher, std::size_t mostLookedAt) noexcept

@@ -14,21 +14,21 @@ class Invariants;   // of the tests: may look at everything
 
 namespace detail {
 
-/// The providers of the process by id. Owns none of them: it reaches their owners through `shared_from_this`. Used on
-/// the thread of the shared model.
+/// The providers of the process by id. Owns none of them: it shares ownership through `shared_from_this`. Used on the
+/// thread of the shared model.
 class ProviderTable {
 public:
-    /// The one table: there once the library is loaded, and for as long as any code runs.
+    /// The one table. Exists once the library is loaded, and is never destroyed.
     static ProviderTable& instance();
 
-    /// Enters a provider whose construction goes on. The first entry of an id stays.
+    /// Adds a provider under construction. If the id has an entry, that one stays.
     void add(boost::uuids::uuid const& id, ContextProvider* provider);
-    /// The construction of the provider failed: its entry stays and holds null.
+    /// Marks the construction of a provider as failed: its entry stays and holds null.
     void abandon(boost::uuids::uuid const& id) noexcept;
-    /// Takes the entry out, if there is one.
+    /// Removes the entry of that id, if there is one.
     void remove(boost::uuids::uuid const& id) noexcept;
 
-    /// What `model::getContextProvider` answers.
+    /// Implements `model::getContextProvider`.
     std::shared_ptr<ContextProvider> find(boost::uuids::uuid const& id) const;
 
 private:

@@ -11,7 +11,7 @@
 
 namespace studio::data {
 
-/// One transaction of a view's model. If it rolls back, the view's graph is made anew from the clones that are left.
+/// One transaction of a view's model. If it rolls back, the view's graph is rebuilt from the remaining clones.
 class ContextView::Change {
 public:
     explicit Change(ContextView& view) : life{view.life}, transaction{view.model->beginTransaction(true)} {}
@@ -23,14 +23,14 @@ public:
             life->view->stale = true;
     }
 
-    /// Once it returns, or throws, the view may be gone: the model may have listeners.
+    /// Commits. The view may be destroyed when this returns or throws: the model may have listeners.
     void commit()
     {
         try {
             transaction.commit(boost::none);
             open = false;
         } catch (...) {
-            open = life->view && life->view->model->isInTransaction();   // else final: a listener threw
+            open = life->view && life->view->model->isInTransaction();   // if false, committed: a listener threw
             throw;
         }
     }

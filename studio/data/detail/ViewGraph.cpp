@@ -6,7 +6,7 @@ namespace studio::data::detail {
 
 namespace {
 
-/// Room for `count` in all, growing geometrically.
+/// Reserves capacity for `count` elements in all, growing geometrically.
 template <class T>
 void makeRoom(std::vector<T>& list, std::size_t count)
 {
@@ -20,7 +20,7 @@ void ViewGraph::enter(Id const& id)
 {
     Node& entered = node(id);
     setMirrored(entered, true);
-    // Nothing hangs on it yet, so whatever refers to it may hold it without closing a circle of holds.
+    // It has no subtree yet, so any incoming edge may be its hold without making a cycle.
     entered.hold = entered.in;
     if (!entered.hold)
         doubt(entered);
@@ -164,7 +164,7 @@ void ViewGraph::settle() noexcept
     doubts.resize(kept);
 }
 
-/// Adds to the doubts what hangs on them.
+/// Adds the subtrees of the doubtful nodes to the doubts.
 void ViewGraph::gather()
 {
     for (Node* const node : doubts)
@@ -176,13 +176,13 @@ void ViewGraph::gather()
                 continue;
             target.hold = nullptr;
             if (target.hasRecord)
-                continue;   // reached all the same
+                continue;   // still reachable
             target.pending = true;
             doubt(target);
         }
 }
 
-/// Takes out of the doubts what something outside of them refers to, and what that reaches.
+/// Removes from the doubts the nodes with an edge from outside of them, and what those reach.
 void ViewGraph::rescue()
 {
     for (Node* const node : doubts)

@@ -14,11 +14,11 @@ class Invariants;   // of the tests: may look at everything
 
 namespace studio::data::detail {
 
-/// Which contexts of a view its records reach, kept up to date reference by reference.
+/// Reachability graph: which contexts of a view its records reach, updated reference by reference.
 ///
-/// A node is a context that the view mirrors, or that one of those refers to. Each mirrored node that was found reached
-/// remembers one reference, its *hold*, by which it is. Taking away any other reference therefore needs no look at all;
-/// when a hold goes, or a record, only what hung on it is in doubt, and only that is searched.
+/// A node is a context that the view mirrors, or that one of those refers to. Every reachable mirrored node stores one
+/// incoming edge as proof, its *hold*; together the holds are a spanning forest. Removing another edge costs nothing.
+/// Removing a hold or a record makes only the subtree of that node doubtful, and only that is searched.
 class ViewGraph {
 public:
     using Id = boost::uuids::uuid;
@@ -27,28 +27,28 @@ public:
     ViewGraph(ViewGraph const&) = delete;
     ViewGraph& operator=(ViewGraph const&) = delete;
 
-    // What happens to the view. The first three throw only `std::bad_alloc`, and leave a graph that can be cleared.
+    // Updates. The first three throw only `std::bad_alloc`, and leave a graph that can be cleared.
 
-    /// The context, which was not mirrored, is from now on; it has no references yet.
+    /// Adds a mirrored context, which has no references yet. It must not be mirrored already.
     void enter(Id const& id);
-    /// A property of the mirrored context `from` now names `to`, mirrored or not. References of one context to another
-    /// are counted.
+    /// Adds a reference: a property of the mirrored context `from` names `to`, mirrored or not. References between the
+    /// same two contexts are counted.
     void addReference(Id const& from, Id const& to);
     void addRecord(Id const& id);
-    /// One such property less; a reference that is not there is ignored.
+    /// Removes one reference from one context to another; ignores one that does not exist.
     void removeReference(Id const& from, Id const& to) noexcept;
     void removeRecord(Id const& id) noexcept;
-    /// The context is mirrored no more: its own references go. Ignores one that never came in.
+    /// Removes a mirrored context and its outgoing references. Ignores one that is not mirrored.
     void leave(Id const& id) noexcept;
     void clear() noexcept;
 
     /// True if the mirrored context refers to one that is not mirrored.
     bool isOpen(Id const& id) const noexcept;
 
-    /// The mirrored contexts that no record reaches through mirrored ones.
-    /// *Cost*: what hung on the records and references that were taken away since the last call, and its neighbours.
+    /// Returns the mirrored contexts that no record reaches through mirrored ones. *Cost*: proportional to the subtrees
+    /// below the records and references removed since the last call, and their neighbours.
     std::vector<Id> orphans();
-    /// Forgets what is no longer in doubt, and nodes that are of no more use.
+    /// Drops nodes that are no longer doubtful from the list, and unused nodes from the graph.
     void settle() noexcept;
 
 private:
@@ -60,19 +60,19 @@ private:
         Node* from;
         Node* to;
         std::size_t count;
-        Edge* previous;   // among those to the same node
+        Edge* previous;   // in the list of edges to the same node
         Edge* next;
     };
     struct Node {
         Id id;
         std::unordered_map<Node*, Edge> out{};
-        Edge* in = nullptr;     // the first
-        Edge* hold = nullptr;   // one of `in`
-        std::size_t open = 0;   // of `out`, those that lead to nodes that are not mirrored
+        Edge* in = nullptr;     // first incoming edge
+        Edge* hold = nullptr;   // one of the incoming edges
+        std::size_t open = 0;   // number of edges in `out` to nodes that are not mirrored
         bool mirrored = false;
         bool hasRecord = false;
         bool doubtful = false;   // listed in `doubts`
-        bool pending = false;    // not found reached by the search under way
+        bool pending = false;    // not found reachable by the running search
     };
 
     Node& node(Id const& id);
@@ -84,8 +84,8 @@ private:
     void rescue();
 
     std::unordered_map<Id, Node, tarn::zero::services::hashers::TARN0Hasher<Id>> nodes;
-    std::vector<Node*> doubts;   // has room for all nodes, so that taking away needs no memory
-    std::vector<Node*> search;   // has too
+    std::vector<Node*> doubts;   // capacity for all nodes, so that removal never allocates
+    std::vector<Node*> search;   // likewise
 };
 
 }   // namespace studio::data::detail

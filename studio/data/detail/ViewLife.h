@@ -4,7 +4,7 @@
 
 namespace studio::data {
 
-/// Tells who may outlast a view, its handles and its own functions that call out, whether it is still there.
+/// Shared by a view, its handles and its functions that call out: says whether the view still exists.
 struct ContextHandleImpl::Life {
     ContextView* view;     // null once the last record is gone
     bool ending = false;   // the destructor has begun

@@ -6,7 +6,7 @@ namespace studio::data::detail {
 
 namespace {
 
-/// The two ends of a note.
+/// The two back references of an entry.
 struct OnSource : PropertyWatch {
     using PropertyWatch::PropertyWatch;
 };
@@ -44,7 +44,7 @@ void ViewMirrors::note(Property::Impl& source, Property::Impl& copy, Age const& 
     Note* note = noteOf(source);
     if (!note) {
         if (!PropertyWatch::find(source, this, PropertyWatch::FEW).isCertain)
-            return;   // it would not be found
+            return;   // the entry would not be found
         note = new (std::nothrow) Note{*this};
         if (!note)
             return;

@@ -8,12 +8,11 @@
 
 namespace studio::data::detail {
 
-/// The short way of a view from a property that changed to its copy: a note on both, made when the copy was looked up,
-/// which goes with either. It holds for as long as neither the structure of the shared model nor the clones are others
-/// than those it was made for.
+/// A view's cache from source properties to their copies. An entry is removed with either property, and is valid only
+/// for the structure version and the clone version for which it was made.
 class ViewMirrors {
 public:
-    /// What a note was made for.
+    /// The versions for which an entry was made.
     struct Age {
         std::uint64_t structure;
         std::uint64_t clones;
@@ -28,11 +27,11 @@ public:
     ViewMirrors& operator=(ViewMirrors const&) = delete;
     ~ViewMirrors();
 
-    /// The copy of a property; null if it must be looked up.
+    /// Returns the cached copy of a property; null if it must be looked up.
     Property::Impl* find(Property::Impl const& source, Age const& now) const noexcept;
-    /// True if a copy of the property was looked up before: false says nothing.
+    /// True if there is an entry, even an outdated one. False does not mean that no copy exists.
     bool knows(Property::Impl const& source) const noexcept { return noteOf(source) != nullptr; }
-    /// The copy was looked up. Without memory the next time looks it up again.
+    /// Caches a looked-up copy. Does nothing if memory is short.
     void note(Property::Impl& source, Property::Impl& copy, Age const& now) noexcept;
 
 private:

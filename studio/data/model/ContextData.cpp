@@ -98,7 +98,7 @@ void ContextData::Impl::addProperty(std::string const& name, PropertyValue const
     try {
         properties.add(property);
     } catch (...) {
-        property->uncreate();   // an open transaction may go on
+        property->uncreate();   // an enclosing transaction may go on
         throw;
     }
     transaction.commit();
@@ -113,7 +113,7 @@ ContextData ContextData::Impl::cloneTo(tarn::zero::Model const& model, bool clon
     Properties& copies = clone->properties;
     copies.reserve(getProperties().size());
     for (Property const& source : getProperties())
-        copies.add(source->cloneTo(model, cloneUUID));   // refuses a second element under one name
+        copies.add(source->cloneTo(model, cloneUUID));   // throws for a second property of the same name
     for (Property const& source : properties.proxies()) {
         Property const copy = Property::create(model, source.Uuid());
         copy->convertToProxy(propertyAt(PROPERTIES), source->getProxyId(), clone);

@@ -31,14 +31,14 @@ public:
     ContextData() = default;
     explicit ContextData(Impl* impl) noexcept;
 
-    /// A new, empty context in `model`; a nil UUID asks for a fresh one. A UUID that is taken is no error: the model
-    /// goes on finding the first element of that UUID.
+    /// Makes a new, empty context in `model`; a nil UUID stands for a fresh one. A UUID that is taken is no error: the
+    /// model still finds the first element of that UUID.
     static ContextData create(tarn::zero::Model const& model, boost::uuids::uuid const& uuid);
     static tarn::zero::meta::Class metaClass();
-    /// The element as a context; null if it is none.
+    /// Returns the element as a context; null if it is not one.
     static ContextData from(tarn::zero::ModelElement const& element) noexcept;
 
-    /// The element's own properties, in order of their names, shared: the answer keeps the element.
+    /// Returns the element's own properties, ordered by name. The result shares ownership of the element.
     tarn::zero::CollectionRef<PropertyMap> properties() const;
 
     Impl* operator->() const noexcept;   // complete in ContextDataImpl.h

@@ -12,12 +12,12 @@
 
 namespace studio::data {
 
-/// A context's collections, and what happens to its properties with it.
+/// A context's collections and the rules for changing them.
 class STUDIO_DATA_EXPORT ContextData::Impl final : public tarn::zero::ElementImplOf<ContextData::Impl> {
 public:
-    /// What a transaction remembers of a context.
+    /// The state of a context before a transaction.
     class Storage;
-    /// What a kept report tells of a context.
+    /// The changes of a context as a kept report lists them.
     class Changes;
     class BuilderImpl;
     template <class B>
@@ -43,28 +43,28 @@ public:
     static tarn::zero::ModelElement::Impl* classImpl() noexcept;
     static tarn::zero::meta::Property propertyAt(unsigned long index);
 
-    /// The names of the active contexts, in their order.
+    /// The names of the active contexts, in order.
     ActiveContexts const& getActiveContexts() const noexcept { return activeContexts; }
     ActiveContexts& getActiveContextsMutable() noexcept { return activeContexts; }
     bool hasActiveContexts() const noexcept { return !activeContexts.empty(); }
 
-    /// The properties in order of their names; of a dead context none.
+    /// Returns the properties, ordered by name; none for a destroyed context.
     // By design: refuses a proxy with `CannotModifyProxy` although it only reads; hosts rely on never being shown the
     // properties of a placeholder.
     Properties const& getProperties() const;
     Properties& getPropertiesMutable() noexcept { return properties; }
     bool hasProperties() const noexcept { return !properties.empty(); }
 
-    /// Makes a property with a name that is free and a value, contained at once. All of it or, throwing, nothing:
-    /// `UniquenessConstraint`, and before anything is touched `std::logic_error` on a dead context and
+    /// Makes a property with a name that is free and a value, contained at once. Completes or changes nothing. *Throws*
+    /// `UniquenessConstraint`; and before anything is changed `std::logic_error` on a destroyed context and
     /// `CannotModifyProxy` on a proxy.
     void addProperty(std::string const& name, PropertyValue const& value);
-    /// Makes a property from its builder, contained at once. Throws `UniquenessConstraint` if its name is taken and
+    /// Makes a property from its builder, contained at once. *Throws* `UniquenessConstraint` if its name is taken and
     /// `InvalidValue` for an empty wrapper; nothing is made then.
     Property createIntoProperties(Property::BuilderWrapper builder, boost::uuids::uuid const& uuid);
 
-    /// A copy in `model` with copies of all properties; with the UUIDs of the originals if `cloneUUID`, else with fresh
-    /// ones. All of it or, throwing, nothing.
+    /// Returns a copy in `model` with copies of all properties; with the UUIDs of the originals if `cloneUUID`,
+    /// otherwise with fresh ones. If it throws, nothing is made.
     // By design: the copy's active contexts are empty; whoever mirrors contexts fills them in itself.
     ContextData cloneTo(tarn::zero::Model const& model, bool cloneUUID) const;
 
@@ -82,7 +82,7 @@ public:
     using ChangesOf::ChangesOf;
 };
 
-/// The values of a context before it exists.
+/// The values of a context that is yet to be made.
 class STUDIO_DATA_EXPORT ContextData::Impl::BuilderImpl {
 public:
     /// The names of the active contexts.
@@ -91,7 +91,7 @@ public:
     std::vector<std::unique_ptr<tarn::zero::ModelElement::Builder>> properties;
 };
 
-/// What builders of such elements share, of classes derived from this one too.
+/// The shared part of context builders, also for classes derived from this one.
 template <class B>
 class ContextData::Impl::BuilderBase : public tarn::zero::BuilderOf<ContextData::Impl, B> {
 public:
@@ -108,17 +108,17 @@ public:
     Builder();
     explicit Builder(tarn::zero::Model const& model);
 
-    /// One more active context.
+    /// Adds an active context.
     void doAddActiveContexts(std::string const& name);
     void doAddActiveContexts(std::initializer_list<std::string> names);
-    /// No active contexts.
+    /// Removes all active contexts.
     void doClearActiveContexts() noexcept;
-    /// One more property. *Throws* `InvalidValue`, and adds nothing, for null and for a builder of another class.
+    /// Adds a property. *Throws* `InvalidValue` for null and for a builder of another class; nothing is added then.
     void doAddProperties(std::unique_ptr<tarn::zero::ModelElement::Builder> builder);
-    /// No properties.
+    /// Removes all properties.
     void doClearProperties() noexcept;
 
-    /// Adds a value by its meta property: the property's index, or -1 for one that does not fit.
+    /// Adds a value by its meta property. Returns the property's index, or -1 for one that does not fit.
     long doSetOrAdd(tarn::zero::meta::Property const& property, tarn::zero::Value const& value);
     long doSetOrAdd(tarn::zero::meta::Property const& property,
                     std::unique_ptr<tarn::zero::ModelElement::Builder>& builder);

@@ -31,19 +31,19 @@ std::u16string uriOf(std::u16string const& path)
     return std::u16string{meta::SCHEMA_HOST} + u"/tarn0/studio_data/1.0" + path;
 }
 
-/// Registration and clean-up, of whichever instance.
+/// Serializes registration and clean-up of all instances.
 std::recursive_mutex& packageMutex()
 {
     static foundation::NeverDestroyed<std::recursive_mutex> s_mutex;
     return *s_mutex;
 }
 
-// Who answers for the package. Without destructors, so that it outlives every static object.
+// The current package. Has no destructor, so that it outlives every static object.
 std::atomic<MetaPackageStudio_data const*> s_instance{nullptr};
 std::atomic<bool> s_gone{false};
 thread_local MetaPackageStudio_data const* t_beingMade = nullptr;
 
-/// What a property holds, by the class or type of the package; text is the registry's own.
+/// What a property holds: a class or type of the package, or the registry's text type.
 enum class Held { Text, PropertyValue, ContextData, Property };
 
 constexpr unsigned int REQUIRED = 1;
@@ -57,7 +57,7 @@ void setRequired(meta::TypedElement const& element, meta::Type const& type)
 
 }   // namespace
 
-/// A property; its place among its class's rows is its index.
+/// A property; its position among the rows of its class is its index.
 struct MetaPackageStudio_data::PropertyRow {
     char16_t const* name;   // null: the class has fewer properties
     ValueFlags flags;
@@ -67,7 +67,7 @@ struct MetaPackageStudio_data::PropertyRow {
     bool isUnique;
     bool saysNoDefault;
     Held held;
-    unsigned long opposite;      // an index in the class that it holds; 0: none
+    unsigned long opposite;      // index in the class that it holds; 0: none
     unsigned long qualifiedBy;   // likewise
 };
 
@@ -174,7 +174,7 @@ MetaPackageStudio_data::MetaPackageStudio_data()
 MetaPackageStudio_data::~MetaPackageStudio_data()
 {
     for (std::size_t i = 0; i != cleanups.size(); ++i) {
-        std::function<void()> const callback = std::move(cleanups[i]);   // it may add another one
+        std::function<void()> const callback = std::move(cleanups[i]);   // a callback may add another one
         callback();
     }
     retract();
@@ -336,7 +336,7 @@ void MetaPackageStudio_data::retract() noexcept
     s_propertyClass.store(nullptr, std::memory_order_release);
 }
 
-/// Takes out of the registries whatever of this package is in them.
+/// Removes everything of this package from the registries.
 void MetaPackageStudio_data::unregister() noexcept
 try {
     meta::MetaRegistry& registry = meta::MetaRegistry::getInstance();
@@ -355,7 +355,7 @@ try {
     }
     registry.forgetDeadTypes();
 } catch (...) {
-    // Without memory the registry keeps elements that nobody finds any more.
+    // If memory is short, the registry keeps elements that can no longer be found.
 }
 
 MetaPackageStudio_data const* MetaPackageStudio_data::current()

@@ -9,37 +9,36 @@
 
 namespace studio::data {
 
-/// The schema of the package studio.data: the classes ContextData and Property and the value type PropertyValue, known
-/// to the meta registry from the first use of any of them until the process exits. Its names, UUIDs and indexes are
-/// part of every stored model.
+/// The schema of the package studio.data: the classes ContextData and Property and the value type PropertyValue, in the
+/// meta registry from the first use of any of them until the process exits. Its names, UUIDs and indexes are part of
+/// every stored model.
 ///
-/// The element classes ask the static functions below, which are safe at any time: before the package is made (those
-/// that answer a handle make it), while it makes itself (they answer what is there), and after it was destroyed at exit
-/// (they answer null), so that static objects that hold contexts may go before or after it.
+/// The element classes call the static functions below, which are safe at any time. Before the package is made, those
+/// that return a handle make it. While it is being made they return what there is. After it was destroyed at exit they
+/// return null, so that static objects that hold contexts may be destroyed before or after it.
 class STUDIO_DATA_EXPORT MetaPackageStudio_data : public tarn::zero::meta::AbstractMetaPackage {
 public:
-    /// The one instance, made by the first caller while others wait. *Throws* `NoSuchType` if the registry lacks the
-    /// type "StdString", or whatever else stands in the way: nothing is registered then and the next call tries again.
-    /// Not to be called after the instance was destroyed at exit.
+    /// Returns the one instance, made by the first caller while others wait. *Throws* `NoSuchType` if the registry
+    /// lacks the type "StdString", and any other error of registration: nothing is registered then, and the next call
+    /// tries again. Must not be called after the instance was destroyed at exit.
     static MetaPackageStudio_data& getInstance();
 
-    /// The meta classes, and their properties by index (null for an index that the class does not have). *Throws* like
-    /// `getInstance`.
+    /// Returns the meta class of contexts. *Throws* like `getInstance`, as do the three functions below.
     static tarn::zero::meta::Class contextDataClass();
-    /// The property of that index of contexts.
+    /// Returns the property of contexts with that index; null if there is none.
     static tarn::zero::meta::Property contextDataProperty(unsigned long index);
-    /// The meta class of properties.
+    /// Returns the meta class of properties.
     static tarn::zero::meta::Class propertyClass();
-    /// The property of that index of properties.
+    /// Returns the property of properties with that index; null if there is none.
     static tarn::zero::meta::Property propertyProperty(unsigned long index);
-    /// The same classes, borrowed, for class tests; null while the package is not whole. They do not make it: before
-    /// it there are no elements.
+    /// Returns the meta class of contexts, borrowed, for class tests; null while the package is incomplete. Does not
+    /// make the package: before it there are no elements.
     static tarn::zero::ModelElement::Impl* contextDataClassImpl() noexcept;
-    /// The class of properties.
+    /// Returns the meta class of properties, borrowed; null while the package is incomplete.
     static tarn::zero::ModelElement::Impl* propertyClassImpl() noexcept;
 
-    /// Runs `callback` when the package is destroyed, after those added before; it still finds the package whole. One
-    /// that throws ends the process.
+    /// Runs `callback` when the package is destroyed, after those added before and while the package is still complete.
+    /// A callback that throws ends the process.
     void addCleanup(std::function<void()> callback);
 
 private:
@@ -47,7 +46,7 @@ private:
     struct PropertyRow;
     struct ClassRow;
 
-    /// One element class with its parts, in the order of their making.
+    /// One element class and its properties, in order of creation.
     struct ClassHandles {
         tarn::zero::meta::Class type;
         std::array<tarn::zero::meta::Property, 3> properties;   // by index, from 1; null where there is none
@@ -82,7 +81,7 @@ private:
 
     STUDIO_DATA_LOCAL static ClassRow const s_contextData;
     STUDIO_DATA_LOCAL static ClassRow const s_property;
-    static std::atomic<tarn::zero::ModelElement::Impl*> s_contextDataClass;   // null but while the instance is whole
+    static std::atomic<tarn::zero::ModelElement::Impl*> s_contextDataClass;   // null unless the instance is complete
     static std::atomic<tarn::zero::ModelElement::Impl*> s_propertyClass;
 
     tarn::zero::meta::Package rootPackage;

@@ -14,7 +14,7 @@ class Property;
 
 namespace tarn::zero {
 
-/// Listeners get the reports of properties before those of contexts.
+/// Delivers the reports of properties before those of contexts.
 constexpr ElementList<studio::data::Property, studio::data::ContextData> reportedElements(Listener const*) noexcept
 {
     return {};
@@ -36,13 +36,13 @@ public:
     Property() = default;
     explicit Property(Impl* impl) noexcept;
 
-    /// A new property in `model`, without a name, a value and an owner; a nil UUID asks for a fresh one.
+    /// Makes a new property in `model`, without a name, a value and an owner; a nil UUID stands for a fresh one.
     static Property create(tarn::zero::Model const& model, boost::uuids::uuid const& uuid);
     static tarn::zero::meta::Class metaClass();
 
-    /// The name; empty for a null handle. Of a destroyed property the last one.
+    /// Returns the name; empty for a null handle, the last one for a destroyed property.
     std::string name() const;
-    /// The context that holds the property, null when none does. Of a destroyed property the last one.
+    /// Returns the context that holds the property; null if none does, the last one for a destroyed property.
     ContextData owner() const;
 
     Impl* operator->() const noexcept;   // complete in PropertyImpl.h

@@ -14,9 +14,9 @@ namespace studio::data {
 
 class PropertyWatch;
 
-/// A property's fields and the rules for changing them. Every setter joins the open transaction or makes one of its
-/// own, throws `CannotModifyProxy` on a proxy and `std::logic_error` on a dead element, and on any exception leaves
-/// everything as it was.
+/// A property's fields and the rules for changing them. Every setter joins the open transaction or opens one of its
+/// own. It *throws* `CannotModifyProxy` on a proxy and `std::logic_error` on a destroyed element; after any exception
+/// the state is unchanged.
 class STUDIO_DATA_EXPORT Property::Impl final : public tarn::zero::ElementImplOf<Property::Impl> {
 public:
     class Storage;
@@ -32,8 +32,8 @@ public:
 
     using ElementImplOf::ElementImplOf;
 
-    /// A property of `model` with a name and a value from the start; a nil UUID asks for a fresh one. All of it or,
-    /// throwing, nothing.
+    /// Makes a property of `model` that has a name and a value from the start; a nil UUID stands for a fresh one. If it
+    /// throws, nothing is made.
     static Property createWith(tarn::zero::Model const& model, boost::uuids::uuid const& uuid, std::string const& name,
                                PropertyValue const& value);
 
@@ -47,29 +47,30 @@ public:
     static tarn::zero::ModelElement::Impl* classImpl() noexcept;
     static tarn::zero::meta::Property propertyAt(unsigned long index);
 
-    /// The name; of a destroyed property the last one.
+    /// Returns the name; the last one for a destroyed property.
     std::string const& getName() const noexcept { return name; }
-    /// The value, in place; of a destroyed property the last one.
+    /// Returns the value in place; the last one for a destroyed property.
     PropertyValue const& getValue() const noexcept { return value; }
-    /// The context that holds the property; null when none does.
+    /// Returns the context that holds the property; null if none does.
     ContextData getOwner() const noexcept;
-    /// The owner, borrowed; null when uncontained.
+    /// Returns the owner, borrowed; null if uncontained.
     ContextData::Impl* ownerImpl() const noexcept;
     bool hasOwner() const noexcept { return !isTopLevel(); }
 
-    /// Renames; inside an owner the property is found under the new name from then on. The present name changes
-    /// nothing. Throws `UniquenessConstraint` if the owner has another property of that name.
+    /// Renames the property; its owner then finds it under the new name. Does nothing for the present name. *Throws*
+    /// `UniquenessConstraint` if the owner has another property of that name.
     void setName(std::string const& newName);
-    /// Changes the value. An equal value changes nothing; NaN equals no value.
+    /// Changes the value. Does nothing for an equal value; NaN equals no value.
     void setValue(PropertyValue const& newValue);
-    /// Moves the property to another context of its model; null takes it out of the present one. Throws
-    /// `UniquenessConstraint` if the new owner has a property of that name, `CannotCreateCrossModelAssociation` for one
-    /// of another model.
+    /// Moves the property to another context of its model; null takes it out of the present one. *Throws*
+    /// `UniquenessConstraint` if the new owner has a property of that name, `CannotCreateCrossModelAssociation` for a
+    /// context of another model.
     void setOwner(ContextData const& newOwner);
-    /// Sets the link to the owner and tells nobody.
+    /// Sets the link to the owner without notifying anyone.
     void basicSetOwner(ContextData const& newOwner) noexcept;
 
-    /// A copy in `model` without an owner; with this property's UUID if `cloneUUID`, else with a fresh one.
+    /// Returns a copy in `model` without an owner; with this property's UUID if `cloneUUID`, otherwise with a fresh
+    /// one.
     Property cloneTo(tarn::zero::Model const& model, bool cloneUUID) const;
 
 private:
@@ -78,8 +79,8 @@ private:
     ~Impl() override;
     bool endsInOneStep() const noexcept override { return true; }
 
-    // What a report, an evaluation and a mirror touch comes first.
-    PropertyWatch* watches = nullptr;   // of the engines and views that follow it
+    // Members used by reports, evaluations and mirrors come first.
+    PropertyWatch* watches = nullptr;   // back references of engines and views
     PropertyValue value;
     std::string name;
 };
@@ -93,7 +94,7 @@ public:
     using ChangesOf::ChangesOf;
 };
 
-/// The values of a property before it exists.
+/// The values of a property that is yet to be made.
 class STUDIO_DATA_EXPORT Property::Impl::BuilderImpl {
 public:
     /// The name.
@@ -102,7 +103,7 @@ public:
     PropertyValue value;
 };
 
-/// What builders of such elements share, of classes derived from this one too.
+/// The shared part of property builders, also for classes derived from this one.
 template <class B>
 class Property::Impl::BuilderBase : public tarn::zero::BuilderOf<Property::Impl, B> {
 public:
@@ -119,32 +120,32 @@ public:
     Builder();
     explicit Builder(tarn::zero::Model const& model);
 
-    /// Gives it a name.
+    /// Sets the name.
     void doSetName(std::string const& name);
-    /// The name that it will have.
+    /// Returns the name that the property will have.
     std::string const& getName() const noexcept { return m_values.name; }
-    /// Gives it a value.
+    /// Sets the value.
     void doSetValue(PropertyValue const& value);
-    /// The value that it will have.
+    /// Returns the value that the property will have.
     PropertyValue const& getValue() const noexcept { return m_values.value; }
 
-    /// Sets a value by its meta property: the property's index, or -1 for one that does not fit.
+    /// Sets a value by its meta property. Returns the property's index, or -1 for one that does not fit.
     long doSetOrAdd(tarn::zero::meta::Property const& property, tarn::zero::Value const& value);
     long doSetOrAdd(tarn::zero::meta::Property const& property,
                     std::unique_ptr<tarn::zero::ModelElement::Builder>& builder);
     /// Writes the values into the new element.
     void fill(Impl& property);
-    /// Nothing: a property contains nothing.
+    /// Does nothing: a property contains no elements.
     void cascadeCreation(Impl& property, bool notify);
 
 private:
     Impl::BuilderImpl m_values;
 };
 
-/// A property builder on its way into a context.
+/// Owns a property builder that is passed to a context.
 class STUDIO_DATA_EXPORT Property::BuilderWrapper {
 public:
-    /// Owns that builder from now on; null makes an empty wrapper.
+    /// Takes ownership of `builder`; null makes an empty wrapper.
     BuilderWrapper(std::unique_ptr<Builder> builder) noexcept : m_builder{std::move(builder)} {}
 
     Builder& operator*() const noexcept { return *m_builder; }
