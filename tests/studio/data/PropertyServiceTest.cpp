@@ -91,7 +91,7 @@ TEST_F(PropertyServiceTest, AnswersWhichSourcesAChangeTriggers)
     }
 }
 
-// By design: the names that a removed source still yield its address. Its memory is freed, wherever the
+// By design: the names of a removed source still yield its address. Its memory is freed, wherever the
 // interface stands in it, and its destructor does not run.
 TEST_F(PropertyServiceTest, RemovalFreesTheSourceAndLeavesTheNames)
 {
