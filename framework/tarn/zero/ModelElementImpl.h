@@ -119,9 +119,9 @@ public:
     void basicSetContainer(Impl* container, unsigned long featureIndex) noexcept;
     /// Saves the present container as the old one, before it changes.
     void recordContainer();
-    /// Saves the container (`recordUntold`: property `index`) for rollback only: the change that follows is not
-    /// reported.
+    /// Saves the container for rollback only: the change that follows is not reported.
     void recordContainerUntold();
+    /// Saves property `index` for rollback only: the change that follows is not reported.
     void recordUntold(unsigned long index);
     /// Makes this element the container of `child` without announcing it; inside a transaction the old container is
     /// saved for rollback. *Throws* `std::logic_error` for a dead child, and `InvalidValue` unless `feature` is a

@@ -91,6 +91,7 @@ public:
     }
 
 protected:
+    /// What a change does.
     using Kind = OCDChangeDescriptor::Kind;
 
     bool hasRoom(ModelElement const& element) const noexcept override { return !containsElement(element); }
