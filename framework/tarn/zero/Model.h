@@ -6,7 +6,7 @@
 
 namespace tarn::zero {
 
-/// Specification of a model to create.
+/// What a new model is made from.
 struct ModelSpec {
     std::u16string name;   ///< for display; may be empty and need not be unique
 };
@@ -17,7 +17,7 @@ public:
     ModelConstellation() = default;
     explicit ModelConstellation(ModelSpec mainModel) : m_mainModel{std::move(mainModel)} {}
 
-    /// The specification of the set's only model.
+    /// What the set's only model is made from.
     ModelSpec const& mainModel() const noexcept { return m_mainModel; }
 
 private:

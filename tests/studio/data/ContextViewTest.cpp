@@ -241,14 +241,14 @@ Restructuring const RESTRUCTURINGS[] = {
          one->addProperty("y", 1);
      }},
     {"renames the only one", [](auto&, auto& other) { nOf(other)->setName("m"); }, true},
-    {"makes the only one anew under its UUID",
+    {"replaces the only one under its UUID",
      [](auto&, auto& other) {
          Id const id = nOf(other).Uuid();
          nOf(other)->destroy();
          Property::Impl::createWith(ContextProvider::sharedModel(), id, "m", 2)->setOwner(other);
      },
      true},
-    {"makes the context anew under its UUID",
+    {"replaces the context under its UUID",
      [](auto&, auto& other) {
          Id const id = other.Uuid();
          other->destroy();
