@@ -13,6 +13,7 @@ import subprocess
 import sys
 import tempfile
 import termios
+import threading
 
 PROGRAM, MANUAL = map(os.path.abspath, sys.argv[1:3])
 FAILED = []
@@ -241,17 +242,24 @@ def on_terminal(*arguments, columns=0, answer="", **variables):
     terminal, own = pty.openpty()
     fcntl.ioctl(own, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
     os.write(terminal, answer.encode())
+    out = bytearray()
+
+    def read():
+        while not out.endswith(b"\0"):
+            out.extend(os.read(terminal, 65536))
+
+    reader = threading.Thread(target=read, daemon=True)
+    reader.start()
     environment = {name: value for name, value in os.environ.items() if name != "COLUMNS"}
-    with subprocess.Popen([PROGRAM, *arguments], stdin=own, stdout=own, stderr=own, env={**environment, **variables}) as started:
-        os.close(own)
-        out = b""
-        try:
-            while piece := os.read(terminal, 65536):
-                out += piece
-        except OSError:   # the other side is closed
-            pass
+    code = subprocess.run([PROGRAM, *arguments], stdin=own, stdout=own, stderr=own, env={**environment, **variables},
+                          check=False).returncode
+    # Some systems drop what has not been read when the last process closes the terminal. So it stays open here, and a
+    # null byte marks the end.
+    os.write(own, b"\0")
+    reader.join()
+    os.close(own)
     os.close(terminal)
-    return started.returncode, out.decode().replace("\r\n", "\n")
+    return code, out[:-1].decode().replace("\r\n", "\n")
 
 
 # Of the terminal: its columns and the variable COLUMNS; then the line that --trace shows of a change of an expression.
