@@ -88,7 +88,7 @@ ContextProvider::ContextProvider()
 ContextProvider::~ContextProvider()
 {
     detail::ProviderTable::instance().remove(getId());
-    sharedModel()->noteUntoldRestructuring();
+    sharedModel()->bumpStructureVersionNow();
     destroyElement();
     rook::factory::full::retract(this);
 }

@@ -204,13 +204,13 @@ Property::Impl* ContextView::copyFor(Property::Impl& source)
         return nullptr;
     tarn::zero::Model::Impl const& shared = *ContextProvider::sharedModel().get();
     bool const isIdle = !shared.isInTransaction();   // inside a transaction the structure version is meaningless
-    detail::ViewMirrors::Age const now{shared.structure(), cloneChanges};
+    detail::ViewMirrors::Age const now{shared.structureVersion(), cloneChanges};
     if (Property::Impl* const copy = isIdle ? mirrors->find(source, now) : nullptr)
         return copy;
     ContextData const* const clone = cloneOf(*owner);
     Property::Impl* const copy = clone ? copyOf(source, *clone->operator->()) : nullptr;
     if (copy && isIdle)
-        mirrors->note(source, *copy, {shared.structure(), cloneChanges});
+        mirrors->note(source, *copy, {shared.structureVersion(), cloneChanges});
     return copy;
 }
 
@@ -322,7 +322,7 @@ void ContextView::doubt(tarn::zero::ReportData const& report)
 {
     if (!isQuiet() || (halfFollowed != 0 && halfFollowed != report.lastTransaction()))
         return exact.clear();
-    if (report.structure() == report.structureBefore())
+    if (report.structureVersion() == report.structureVersionBefore())
         return;
     for (tarn::zero::ReportData::Storage const* const storage : report.storages()) {
         tarn::zero::ModelElement::Impl const& element = *storage->element().get();

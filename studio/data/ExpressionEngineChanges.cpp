@@ -90,7 +90,7 @@ void ExpressionEngine::touchAll(tarn::zero::ReportData const& report, Batch& bat
     using tarn::zero::ReportData;
     tarn::zero::Model::Impl const& model = tables->model;
     // False if a later commit, whose report is still to come, has already changed the structure.
-    bool const isSettled = report.structure() == model.structure() && !model.isInTransaction();
+    bool const isSettled = report.structureVersion() == model.structureVersion() && !model.isInTransaction();
     if (isSettled)
         tables->leaves.settle();
     for (ReportData::Storage const* const storage : report.storages()) {

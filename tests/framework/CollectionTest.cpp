@@ -508,7 +508,7 @@ TEST(Proxy, IsResolvedByReadingWithoutAReportAndOnlyWhereThatCanBe)
             auto const state = [&] { return shown(w.c) + (w.map.hasProxies() ? " + proxy" : ""); };
             std::string const before = state();
             ReportRecorder recorder{w.model};
-            std::uint64_t const structure = w.model->structure();
+            std::uint64_t const structure = w.model->structureVersion();
             {
                 std::optional<Transaction> transaction, inner;
                 if (around != Around::Nothing)
@@ -520,7 +520,7 @@ TEST(Proxy, IsResolvedByReadingWithoutAReportAndOnlyWhereThatCanBe)
                     frozen.emplace(w.model);
                 EXPECT_EQ(thrownBy([&] { w.c->getPropertyValue(ofContext(2), publicAccess); }), "");
                 EXPECT_EQ(state(), around == Around::Frozen ? before : row.read);
-                EXPECT_EQ(w.model->structure() != structure, state() != before);
+                EXPECT_EQ(w.model->structureVersion() != structure, state() != before);
                 if (inner)
                     inner->commit(boost::none), inner.reset();
                 if (around != Around::Nothing && around != Around::RolledBack)

@@ -69,9 +69,9 @@ bool Model::Impl::isInTransaction() const noexcept
     return m_journal->isOpen();
 }
 
-std::uint64_t Model::Impl::structure() const noexcept
+std::uint64_t Model::Impl::structureVersion() const noexcept
 {
-    return m_journal->structure();
+    return m_journal->structureVersion();
 }
 
 std::uint64_t Model::Impl::lastTransaction() const noexcept
@@ -79,14 +79,14 @@ std::uint64_t Model::Impl::lastTransaction() const noexcept
     return m_journal->lastSerial();
 }
 
-void Model::Impl::noteRestructuring() noexcept
+void Model::Impl::bumpStructureVersion() noexcept
 {
-    m_journal->noteRestructuring();
+    m_journal->bumpStructureVersion();
 }
 
-void Model::Impl::noteUntoldRestructuring() noexcept
+void Model::Impl::bumpStructureVersionNow() noexcept
 {
-    m_journal->noteUntoldRestructuring();
+    m_journal->bumpStructureVersionNow();
 }
 
 ModelElement Model::Impl::findElement(boost::uuids::uuid const& uuid, FindElementBehavior) const
@@ -155,9 +155,9 @@ std::shared_ptr<ReportData> Model::Impl::seal(std::uint64_t serial)
     std::shared_ptr<ReportData> report = takeReport();
     journal.makeRoom(report->m_storages, report->m_classes);
     journal.revertUnchanged();
-    report->m_structureBefore = journal.structure();
+    report->m_structureVersionBefore = journal.structureVersion();
     journal.seal(report->m_storages, report->m_classes);
-    report->m_structure = journal.structure();
+    report->m_structureVersion = journal.structureVersion();
     report->m_lastTransaction = journal.lastSerial();
     return report;
 }

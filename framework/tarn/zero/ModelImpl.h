@@ -66,14 +66,14 @@ public:
     /// Version of the model's structure. Grows whenever a finished transaction creates, destroys, renames or moves an
     /// element or changes a reference. A path resolved at one version stays valid while the version stays the same.
     /// Meaningless while a transaction is open.
-    std::uint64_t structure() const noexcept;
+    std::uint64_t structureVersion() const noexcept;
     /// Number of the last transaction opened. While it equals a report's `ReportData::lastTransaction`, the state is
     /// the one that the report describes.
     std::uint64_t lastTransaction() const noexcept;
     /// Announces a change of structure in the open transaction. Called by element classes before the change.
-    void noteRestructuring() noexcept;
+    void bumpStructureVersion() noexcept;
     /// Advances the structure version at once, also inside a transaction, for a change that no report announces.
-    void noteUntoldRestructuring() noexcept;
+    void bumpStructureVersionNow() noexcept;
 
     /// The name given at creation.
     std::u16string const& name() const noexcept { return m_name; }

@@ -50,11 +50,11 @@ public:
     /// The records of all elements, in order of first touch; borrowed.
     std::vector<Storage*> const& storages() const noexcept { return m_storages; }
     bool empty() const noexcept { return m_storages.empty(); }
-    /// Structure version before this transaction. If it differs from the previous report's `structure()`, the structure
-    /// changed in between without a report.
-    std::uint64_t structureBefore() const noexcept { return m_structureBefore; }
+    /// Structure version before this transaction. If it differs from the previous report's `structureVersion()`, the
+    /// structure changed in between without a report.
+    std::uint64_t structureVersionBefore() const noexcept { return m_structureVersionBefore; }
     /// Structure version after this transaction.
-    std::uint64_t structure() const noexcept { return m_structure; }
+    std::uint64_t structureVersion() const noexcept { return m_structureVersion; }
     /// `Model::Impl::lastTransaction` after this transaction: while the model still has that number, no other
     /// transaction has been opened since.
     std::uint64_t lastTransaction() const noexcept { return m_lastTransaction; }
@@ -66,8 +66,8 @@ private:
 
     std::vector<Storage*> m_storages;     // owned, in order of first touch
     std::vector<Impl const*> m_classes;   // of the elements, each once
-    std::uint64_t m_structureBefore = 0;
-    std::uint64_t m_structure = 0;
+    std::uint64_t m_structureVersionBefore = 0;
+    std::uint64_t m_structureVersion = 0;
     std::uint64_t m_lastTransaction = 0;
     mutable std::unordered_map<Impl const*, Storage const*> m_byElement;   // built by the first lookup in a long report
 };

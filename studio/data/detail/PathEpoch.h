@@ -9,9 +9,9 @@ namespace studio::data::detail {
 
 /// Validates the cached bindings of paths.
 ///
-/// The shared model counts the changes of its structure (`Model::Impl::structure`). The engine keeps two numbers: the
-/// structure version after the last processed report, and an *epoch*. A symbol keeps the epoch in which its bindings
-/// were found to be its whole path. They are the whole path now if
+/// The shared model counts the changes of its structure (`Model::Impl::structureVersion`). The engine keeps two
+/// numbers: the structure version after the last processed report, and an *epoch*. A symbol keeps the epoch in which
+/// its bindings were found to be its whole path. They are the whole path now if
 /// - the model is idle and its structure version is that after the last processed report, so that no report is missing,
 ///   and
 /// - the epochs are equal, so that every report since has left the path alone or has touched one of its bindings, in
@@ -27,20 +27,20 @@ namespace studio::data::detail {
 class PathEpoch {
 public:
     explicit PathEpoch(tarn::zero::Model::Impl const& sharedModel) noexcept
-        : model{sharedModel}, processed{sharedModel.structure()}
+        : model{sharedModel}, processed{sharedModel.structureVersion()}
     {}
 
     /// True if the structure version is the one after the last processed report and the model is idle.
-    bool isUpToDate() const noexcept { return !model.isInTransaction() && processed == model.structure(); }
+    bool isUpToDate() const noexcept { return !model.isInTransaction() && processed == model.structureVersion(); }
     /// The number of the present epoch; 0 stands for none.
     std::uint64_t number() const noexcept { return epoch; }
 
     /// Records that a report was processed.
     void follow(tarn::zero::ReportData const& report) noexcept
     {
-        if (report.structureBefore() != processed || model.isInTransaction())
+        if (report.structureVersionBefore() != processed || model.isInTransaction())
             restart();
-        processed = report.structure();
+        processed = report.structureVersion();
     }
     /// Begins a new epoch: bindings found before are no longer valid.
     void restart() noexcept { ++epoch; }

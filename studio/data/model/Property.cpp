@@ -98,7 +98,7 @@ void Property::Impl::setValue(PropertyValue const& newValue)
         return;
     OwnTransaction transaction{*this};
     if (value.isUUID() || newValue.isUUID())
-        getModelImpl()->noteRestructuring();
+        getModelImpl()->bumpStructureVersion();
     notifyModifying(VALUE);
     value = newValue;
     transaction.commit();

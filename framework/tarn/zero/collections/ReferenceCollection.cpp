@@ -60,7 +60,7 @@ ModelElement ReferenceCollection::resolveProxy(ProxyId const& id)
             standIn->basicSetContainer(nullptr, 0);
             element->basicSetContainer(ownerImpl(), featureIndex());
         }
-        model.noteUntoldRestructuring();
+        model.bumpStructureVersionNow();
     }
     return containsElement(element) ? element : ModelElement{};
 }
@@ -97,7 +97,7 @@ void ReferenceCollection::modifying(OCDChangeDescriptor const& descriptor)
 {
     AbstractOwnedCollection::modifying(descriptor);
     if (!isDetached())
-        ownerImpl()->getModelImpl()->noteRestructuring();
+        ownerImpl()->getModelImpl()->bumpStructureVersion();
 }
 
 void ReferenceCollection::basicAdd(ModelElement const& element)

@@ -92,7 +92,7 @@ void Journal::created(Impl& element, bool announced)
     element.m_entered = true;
     element.m_announced = announced;
     storage.m_created = true;
-    noteRestructuring();
+    bumpStructureVersion();
 }
 
 void Journal::destroyed(Impl& element)
@@ -100,7 +100,7 @@ void Journal::destroyed(Impl& element)
     if (!isOpen())
         throw std::logic_error{"a destruction needs an open transaction: " + element.describe()};
     enter(element).m_destroyed = true;
-    noteRestructuring();
+    bumpStructureVersion();
 }
 
 void Journal::becomingProxy(Impl& element)
@@ -108,7 +108,7 @@ void Journal::becomingProxy(Impl& element)
     if (!isOpen())
         throw std::logic_error{"a change needs an open transaction: " + element.describe()};
     enter(element).m_madeProxy = true;
-    noteUntoldRestructuring();
+    bumpStructureVersionNow();
 }
 
 void Journal::uncreate(Impl& element) noexcept
@@ -163,7 +163,7 @@ void Journal::revertUnchanged()
 
 ModelElement::Impl::Storage const* Journal::onlyChange() const noexcept
 {
-    if (m_touched.size() != 1 || m_restructurings != 0)
+    if (m_touched.size() != 1 || m_pendingStructureChanges != 0)
         return nullptr;
     Storage const* const only = m_touched.front();
     return only->m_created || only->m_destroyed || only->m_madeProxy ? nullptr : only;
@@ -194,7 +194,7 @@ void Journal::sealEach(Keep const& keep) noexcept
     }
     m_touched.clear();
     m_levels.pop_back();
-    m_structure += std::exchange(m_restructurings, 0);
+    m_structureVersion += std::exchange(m_pendingStructureChanges, 0);
 }
 
 void Journal::seal(Storages& changes, std::vector<Impl const*>& classes) noexcept
@@ -248,7 +248,7 @@ void Journal::rollBack() noexcept
     m_touched.resize(first);
     m_levels.pop_back();
     if (!isOpen())
-        m_structure += std::exchange(m_restructurings, 0);
+        m_structureVersion += std::exchange(m_pendingStructureChanges, 0);
 }
 
 void Journal::rollBackTo(std::uint64_t serial) noexcept

@@ -42,14 +42,14 @@ public:
     void becomingProxy(Impl& element);
 
     /// Marks the structure as changed: at once if no transaction is open, else when the outermost one ends.
-    void noteRestructuring() noexcept { ++(isOpen() ? m_restructurings : m_structure); }
+    void bumpStructureVersion() noexcept { ++(isOpen() ? m_pendingStructureChanges : m_structureVersion); }
     /// Advances the structure version at once, also inside a transaction, for a change that no report mentions.
-    void noteUntoldRestructuring() noexcept
+    void bumpStructureVersionNow() noexcept
     {
-        noteRestructuring();
-        ++m_structure;   // at once, so that the next report's `structureBefore` shows the gap
+        bumpStructureVersion();
+        ++m_structureVersion;   // at once, so that the next report's `structureVersionBefore` shows the gap
     }
-    std::uint64_t structure() const noexcept { return m_structure; }
+    std::uint64_t structureVersion() const noexcept { return m_structureVersion; }
     /// The number of the level opened last.
     std::uint64_t lastSerial() const noexcept { return m_lastSerial; }
 
@@ -102,8 +102,8 @@ private:
     std::vector<Level> m_levels;
     std::vector<std::unique_ptr<StoragePool>> m_pools;
     std::uint64_t m_lastSerial = 0;
-    std::uint64_t m_structure = 1;
-    std::uint64_t m_restructurings = 0;   // in the open transaction
+    std::uint64_t m_structureVersion = 1;
+    std::uint64_t m_pendingStructureChanges = 0;   // in the open transaction
 };
 
 }   // namespace tarn::zero::detail
