@@ -1,89 +1,64 @@
 #include "studio/data/ContextHandleImpl.h"
 
-#include "studio/data/ContextView.h"
 #include "studio/data/HandleRecord.h"
-#include "studio/data/detail/ViewLife.h"
+#include "studio/data/detail/ViewState.h"
 
 #include <utility>
 
 namespace studio::data {
 
-/// A running callback: owns the function meanwhile and returns it if the handle still exists.
-struct ContextHandleImpl::Call : private boost::noncopyable {
-    explicit Call(ContextHandleImpl const& called) : handle{&called}, function{std::move(called.callback)}
-    {
-        handle->running = this;
-    }
-    ~Call()
-    {
-        if (!handle)
-            return;
-        handle->callback = std::move(function);
-        handle->running = nullptr;
-    }
-
-    ContextHandleImpl const* handle;   // null once the handle is destroyed
-    Callback function;
-};
-
 constinit char const* const ContextHandleImpl::TypeName = "ContextHandle";
 constinit char const* const ContextHandleImpl::ROOKTypeName = "studio.data.ContextHandle";
 
 ContextHandleImpl::ContextHandleImpl(boost::uuids::uuid const& id, Callback function, ContextView* owner)
-    : uuid{id}, callback{std::move(function)}, view{owner}, life{owner ? owner->life : nullptr}
+    : uuid{id}, callback{std::move(function)}, view{owner ? &detail::ViewState::of(*owner) : nullptr}
 {}
 
 ContextHandleImpl::~ContextHandleImpl()
 {
     release();
     leaveRecord();   // of a record that it joined without its view
-    unlink();        // it may be waiting for its call
-    if (running)
-        running->handle = nullptr;
-    callback = nullptr;
+    link.unlink();   // it may be waiting for its call
+    callback.reset();
     tearDown();
 }
 
 ContextData ContextHandleImpl::getData() const
 {
-    ContextView const* const living = livingView();
+    detail::ViewState const* const living = livingView();
     return living ? living->getData(uuid) : ContextData{};
 }
 
 void ContextHandleImpl::notify(ContextData const& data) const
 {
-    if (running)
-        return running->function(data);   // from inside the callback
-    if (!callback)
-        return;
-    Call lent{*this};
-    lent.function(data);
+    if (callback)
+        callback(data);
 }
 
 void ContextHandleImpl::detach()
 {
-    ContextHandleImpl* waiting = nullptr;   // this handle, until it is called or destroyed
+    HandleRecord::List waiting;   // this handle, until it is called or destroyed
     if (!detached) {
-        ContextView* const living = livingView();
+        boost::intrusive_ptr<detail::ViewState> const living{livingView()};
         HandleRecord* const left = record;
         leaveRecord();
         cutOff();
-        link(waiting);
+        waiting.push_back(*this);
         if (living)
             living->undoEmptyRecord(left);
-        if (!waiting)
+        if (waiting.empty())
             return;   // detached or destroyed by what ended with the record
     }
-    if (!position)
+    if (!link.is_linked())
         return;
-    unlink();
+    link.unlink();
     notify(ContextData{});
 }
 
 void ContextHandleImpl::release() noexcept
 {
-    if (ContextView* const living = livingView())
-        living->release(this);
+    if (detail::ViewState* const living = livingView())
+        living->release(*this);
 }
 
 void ContextHandleImpl::leaveRecord() noexcept
@@ -95,32 +70,12 @@ void ContextHandleImpl::leaveRecord() noexcept
 void ContextHandleImpl::cutOff() noexcept
 {
     detached = true;
-    view = nullptr;
+    view.reset();
 }
 
-ContextView* ContextHandleImpl::livingView() const noexcept
+detail::ViewState* ContextHandleImpl::livingView() const noexcept
 {
-    return detached || !life ? nullptr : life->view;
-}
-
-void ContextHandleImpl::link(ContextHandleImpl*& first) noexcept
-{
-    next = first;
-    if (next)
-        next->position = &next;
-    first = this;
-    position = &first;
-}
-
-void ContextHandleImpl::unlink() noexcept
-{
-    if (!position)
-        return;
-    *position = next;
-    if (next)
-        next->position = position;
-    position = nullptr;
-    next = nullptr;
+    return view && !view->hasEnded ? view.get() : nullptr;
 }
 
 }   // namespace studio::data

@@ -1,9 +1,12 @@
 #pragma once
 
+#include "foundation/LentFunction.h"
 #include "rook/factory/CppAndLumenOwned.h"
 #include "studio/data/model/ContextData.h"
 
 #include <boost/core/noncopyable.hpp>
+#include <boost/intrusive/list_hook.hpp>
+#include <boost/smart_ptr/intrusive_ptr.hpp>
 #include <boost/uuid/uuid.hpp>
 
 #include <functional>
@@ -13,7 +16,9 @@ namespace studio::data {
 
 class ContextView;
 class HandleRecord;
-class Invariants;   // of the tests: may look at everything
+namespace detail {
+class ViewState;
+}
 
 /// A hold on one context of a view. It reads the view's mirror of the context. Its callback runs once, with an empty
 /// `ContextData`, when it is detached. Changes of the context make no call; they are seen by reading.
@@ -55,29 +60,20 @@ public:
     char const* getFullyQualifiedRookTypeName() const override { return ROOKTypeName; }
 
 private:
-    friend class ContextView;
     friend class HandleRecord;
-    friend class Invariants;
-
-    struct Call;
-    struct Life;
+    friend class detail::ViewState;
 
     STUDIO_DATA_LOCAL void leaveRecord() noexcept;
     STUDIO_DATA_LOCAL void cutOff() noexcept;
-    STUDIO_DATA_LOCAL ContextView* livingView() const noexcept;
-    STUDIO_DATA_LOCAL void link(ContextHandleImpl*& first) noexcept;
-    STUDIO_DATA_LOCAL void unlink() noexcept;
+    STUDIO_DATA_LOCAL detail::ViewState* livingView() const noexcept;
 
     boost::uuids::uuid uuid;
-    mutable Callback callback;   // moved to the running call meanwhile, so that it survives the handle
-    ContextView* view;           // not owned; null once detached; use it only through livingView
+    foundation::LentFunction<void(ContextData const&)> callback;
+    boost::intrusive_ptr<detail::ViewState> view;   // null without a view; use it only through livingView
+    HandleRecord* record = nullptr;                 // the record that lists it; null if none
+    // In the list of its record, or of handles waiting for their call.
+    boost::intrusive::list_member_hook<boost::intrusive::link_mode<boost::intrusive::auto_unlink>> link;
     bool detached = false;
-
-    std::shared_ptr<Life const> life;   // of the view
-    mutable Call* running = nullptr;
-    HandleRecord* record = nullptr;           // the record that lists it; null if none
-    ContextHandleImpl* next = nullptr;        // in the list of its record, or of handles waiting for their call
-    ContextHandleImpl** position = nullptr;   // the pointer to it in that list; null if in none
 };
 
 }   // namespace studio::data

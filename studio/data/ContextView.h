@@ -2,31 +2,25 @@
 
 #include "rook/factory/CppAndLumenOwned.h"
 #include "studio/data/ContextHandleImpl.h"
-#include "studio/data/model/ContextDataImpl.h"
-#include "studio/data/model/PropertyImpl.h"
-#include "tarn/zero/ChangeReport.h"
 #include "tarn/zero/Listener.h"
 #include "tarn/zero/Model.h"
 #include "tarn/zero/services/Hashers.h"
 
 #include <boost/core/noncopyable.hpp>
+#include <boost/smart_ptr/intrusive_ptr.hpp>
 #include <boost/uuid/uuid.hpp>
 
 #include <cstdint>
-#include <functional>
 #include <memory>
-#include <unordered_map>
 #include <unordered_set>
 
 namespace studio::data {
 
 class HandleRecord;
-class Invariants;   // of the tests: may look at everything
-class RecordList;
+class Property;
 namespace detail {
-class ViewGraph;
-class ViewMirrors;
-}   // namespace detail
+class ViewState;
+}
 
 /// Mirrors contexts into a model of its own, for holders that only read.
 ///
@@ -70,7 +64,7 @@ public:
     ~ContextView() override;
 
     /// Makes a view that the caller owns.
-    static std::unique_ptr<ContextView> create(tarn::zero::Model const& model);
+    [[nodiscard]] static std::unique_ptr<ContextView> create(tarn::zero::Model const& model);
 
     /// Returns a new handle on the context of that id; null if the id has no living provider, or the view is being
     /// destroyed. `callback`, which may be empty, is called only when the handle is detached. *Notifies*: the listeners
@@ -78,7 +72,7 @@ public:
     /// and those listeners throw; no handle and no new record is left then. *Lifetime*: the handle keeps the provider
     /// alive. *Cost*: for a context with handles only the handle, otherwise a clone of everything it reaches that is
     /// not mirrored yet.
-    std::unique_ptr<ContextHandleImpl> acquire(Id const& id, ContextHandleImpl::Callback const& callback);
+    [[nodiscard]] std::unique_ptr<ContextHandleImpl> acquire(Id const& id, ContextHandleImpl::Callback const& callback);
     /// Releases a handle; its `release` calls this. Ignores null and handles that are not in their record. Throws
     /// nothing.
     void release(ContextHandleImpl* handle) noexcept;
@@ -101,7 +95,7 @@ public:
     // Clones
 
     /// Makes a new clone in the view's model, outside of its tables; null if the shared model has no such context.
-    ContextData cloneData(Id const& id);
+    [[nodiscard]] ContextData cloneData(Id const& id);
     /// Mirrors every context that a clone reaches and that is not mirrored yet, ordered by name, depth first.
     void createClosure(ContextData const& clone);
     /// Removes from `pending` what the clone reaches (the record's context, and what that reaches) through contexts in
@@ -127,49 +121,9 @@ public:
     char const* getFullyQualifiedRookTypeName() const override { return ROOKTypeName; }
 
 private:
-    friend class ContextHandleImpl;
-    friend class Invariants;
+    friend class detail::ViewState;
 
-    class Change;
-    struct Comparison;
-    struct Update;
-
-    STUDIO_DATA_LOCAL ContextData* liveData(Id const& id);
-    STUDIO_DATA_LOCAL void mirror(Id const& id);
-    STUDIO_DATA_LOCAL ContextData mirrorOne(Id const& id);
-    STUDIO_DATA_LOCAL void enter(Id const& id, ContextData const& clone);
-    STUDIO_DATA_LOCAL void enterGraph(Id const& id, ContextData const& clone);
-    STUDIO_DATA_LOCAL void refresh();
-    STUDIO_DATA_LOCAL void forget(HandleRecord& record) noexcept;
-    STUDIO_DATA_LOCAL bool owns(HandleRecord const* record) const noexcept;
-    STUDIO_DATA_LOCAL void undoEmptyRecord(HandleRecord* record) noexcept;
-
-    STUDIO_DATA_LOCAL ContextData const* cloneOf(ContextData::Impl const& source);
-    STUDIO_DATA_LOCAL Property::Impl* copyFor(Property::Impl& source);
-    STUDIO_DATA_LOCAL void followValue(PropertyValue const& value, Property::Impl& copy, Update& update);
-    STUDIO_DATA_LOCAL void followActiveContexts(ContextData::Impl const& source, ContextData::Impl& clone,
-                                                Update& update);
-    STUDIO_DATA_LOCAL void followProperties(ContextData::Impl const& source, ContextData const& clone, Update& update);
-    STUDIO_DATA_LOCAL bool isQuiet() const noexcept;
-    STUDIO_DATA_LOCAL void doubt(tarn::zero::ReportData const& report);
-    STUDIO_DATA_LOCAL void add(Property const& source, ContextData const& clone, Update& update);
-    STUDIO_DATA_LOCAL void remove(Property const& copy, Update& update);
-    STUDIO_DATA_LOCAL void gained(PropertyValue const& value, ContextData const& clone, Update& update);
-    STUDIO_DATA_LOCAL void lost(Id const& target, Id const& from, Update& update);
-    STUDIO_DATA_LOCAL void finish(Update& update);
-
-    tarn::zero::Model model;
-    std::unordered_map<Id, HandleRecord*, IdHasher> records;   // owned
-    std::unordered_map<Id, ContextData, IdHasher> data;
-
-    std::unique_ptr<detail::ViewGraph> graph;   // nodes: the keys of `data`, and what they refer to
-    std::unique_ptr<detail::ViewMirrors> mirrors;
-    std::uint64_t cloneChanges = 0;   // version of the clones: advanced when a clone or its property comes or goes
-    std::unique_ptr<RecordList> recordOrder;
-    bool stale = false;   // the graph is outdated: a transaction was rolled back
-    IdSet exact;          // contexts that differ from their clones by no more than what unprocessed reports list
-    std::uint64_t halfFollowed = 0;   // number of the report whose changed contexts are still to be followed
-    std::shared_ptr<ContextHandleImpl::Life> life;
+    boost::intrusive_ptr<detail::ViewState> state;
 };
 
 }   // namespace studio::data

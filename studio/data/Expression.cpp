@@ -1,9 +1,8 @@
 #include "studio/data/Expression.h"
 
 #include "studio/data/DataSource.h"
-#include "studio/data/ExpressionEngine.h"
 #include "studio/data/ExpressionHandle.h"
-#include "studio/data/detail/ExpressionSymbol.h"
+#include "studio/data/detail/EngineState.h"
 
 #include <algorithm>
 #include <numeric>
@@ -21,7 +20,7 @@ public:
     {
         if (index >= expression.symbols.size())
             return gel::Value{};   // there is no root
-        Property::Impl const* const property = expression.engine->endOf(*expression.symbols[index]);
+        Property::Impl const* const property = expression.engine.endOf(*expression.symbols[index]);
         return property ? data::DataSource::toGelValue(property->getValue()) : gel::Value{};
     }
 
@@ -29,10 +28,10 @@ private:
     Expression const& expression;
 };
 
-Expression::Expression(std::string const& expressionText, ExpressionEngine* owner)
-    : engine{owner}, program{expressionText}, number{owner->nextNumber()}, text{program.text()}
+Expression::Expression(std::string const& expressionText, detail::EngineState& owner)
+    : engine{owner}, program{expressionText}, number{++owner.lastNumber}, text{program.text()}
 {
-    if (engine->rootProvider) {
+    if (engine.root) {
         symbols.resize(program.symbolCount());
         // Ordered by name, whatever their order in the text.
         boost::container::small_vector<std::size_t, 8> order(symbols.size());
@@ -41,7 +40,7 @@ Expression::Expression(std::string const& expressionText, ExpressionEngine* owne
             return program.symbolAt(left) < program.symbolAt(right);
         });
         for (std::size_t const index : order)
-            symbols[index] = &engine->bindSymbol(program.symbolAt(index), text);
+            symbols[index] = &engine.bindSymbol(program.symbolAt(index), text);
     }
     evaluate();
 }
@@ -108,7 +107,7 @@ void Expression::retire() noexcept
     if (std::exchange(retired, true))
         return;
     for (detail::ExpressionSymbol* const symbol : symbols)
-        engine->releaseSymbol(*symbol, text);
+        engine.releaseSymbol(*symbol, text);
 }
 
 void Expression::notifyHandles()

@@ -6,6 +6,7 @@
 #include <boost/container/small_vector.hpp>
 #include <boost/core/noncopyable.hpp>
 #include <boost/smart_ptr/intrusive_ptr.hpp>
+#include <boost/smart_ptr/intrusive_ref_counter.hpp>
 
 #include <cstddef>
 #include <cstdint>
@@ -14,22 +15,23 @@
 
 namespace studio::data {
 
-class ExpressionEngine;
 class ExpressionHandle;
-class Invariants;
 namespace detail {
+class EngineState;
+struct EngineBatch;
 struct ExpressionSymbol;
-}
+}   // namespace detail
 
 /// The shared state of one expression text in an engine: symbols, value and handles. Kept alive by the engine while it
 /// has handles, and by any call that is running on it. The count is not atomic: an engine lives on one thread.
-class Expression : private boost::noncopyable {
+class Expression : public boost::intrusive_ref_counter<Expression, boost::thread_unsafe_counter>,
+                   private boost::noncopyable {
 public:
     using Pin = boost::intrusive_ptr<Expression>;
 
     /// Registers the text's symbols with the engine and evaluates. If parsing throws, nothing is registered; if
     /// evaluating throws, the symbols stay registered until the text is acquired and released.
-    Expression(std::string const& text, ExpressionEngine* engine);
+    Expression(std::string const& text, detail::EngineState& owner);
     ~Expression();
 
     /// Re-evaluates. If the value differs, calls every handle present at the start, in order of acquisition, with the
@@ -55,14 +57,8 @@ public:
     bool names(detail::ExpressionSymbol const& symbol) const noexcept;
 
 private:
-    friend class ExpressionEngine;
-    friend class Invariants;
-    friend void intrusive_ptr_add_ref(Expression* expression) noexcept { ++expression->pins; }
-    friend void intrusive_ptr_release(Expression* expression) noexcept
-    {
-        if (--expression->pins == 0)
-            delete expression;
-    }
+    friend class detail::EngineState;
+    friend struct detail::EngineBatch;
 
     class Source;
 
@@ -70,11 +66,10 @@ private:
     void closeGaps() noexcept;
 
     // Spans three cache lines; the last one is needed only to notify handles.
-    std::uint32_t pins = 0;
     std::uint32_t passes = 0;   // running iterations over the handles
 
 public:
-    ExpressionEngine* const engine;
+    detail::EngineState& engine;
 
 private:
     std::uint64_t stamp = 0;   // number of the last report that affected it

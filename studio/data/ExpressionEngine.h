@@ -1,11 +1,9 @@
 #pragma once
 
 #include "studio/data/ExpressionHandle.h"
-#include "studio/data/model/ContextDataImpl.h"
-#include "studio/data/model/PropertyImpl.h"
-#include "tarn/zero/ChangeReport.h"
 #include "tarn/zero/Listener.h"
 
+#include <boost/smart_ptr/intrusive_ptr.hpp>
 #include <boost/uuid/uuid.hpp>
 
 #include <cstddef>
@@ -20,14 +18,13 @@
 
 namespace studio::data {
 
+class ContextData;
 class ContextProvider;
 class Expression;
-class Invariants;   // of the tests: may look at everything
+class Property;
 namespace detail {
-class ExpressionLeaves;
-struct ExpressionLeaf;
-struct ExpressionSymbol;
-}   // namespace detail
+class EngineState;
+}
 
 /// Evaluates expressions over the properties of one root context and notifies its subscribers when a value changes.
 ///
@@ -72,7 +69,8 @@ public:
     /// commit that changes it. *Throws* `gel::ParseError` for a text that does not parse, and what the first call
     /// throws; nothing is subscribed then. *Cost*: for a new text a parse, a walk along each symbol and an evaluation;
     /// otherwise only the handle.
-    std::unique_ptr<ExpressionHandle> acquireExpression(std::string const& text, Callback const& callback);
+    [[nodiscard]] std::unique_ptr<ExpressionHandle> acquireExpression(std::string const& text,
+                                                                      Callback const& callback);
     /// Removes a handle, and with the last one its expression. Called by the handle's destructor. Ignores foreign
     /// handles.
     void releaseExpression(ExpressionHandle* handle) noexcept;
@@ -130,52 +128,9 @@ public:
                               std::unordered_set<std::string_view> const& affected);
 
 private:
-    friend class Expression;
-    friend class ExpressionHandle;
-    friend class Invariants;
+    friend class detail::EngineState;
 
-    using Symbol = detail::ExpressionSymbol;
-    struct Batch;
-    struct Frame;
-    struct Presence;
-    struct Tables;
-
-    std::uint64_t nextNumber() noexcept { return ++lastNumber; }
-    STUDIO_DATA_LOCAL void attach(Expression& expression);
-    STUDIO_DATA_LOCAL void detach(Expression& expression) noexcept;
-    STUDIO_DATA_LOCAL void forget(Expression& expression) noexcept;
-    STUDIO_DATA_LOCAL static void addReader(Symbol& symbol, Expression& expression);
-    STUDIO_DATA_LOCAL static void removeReader(Symbol& symbol, Expression const& expression) noexcept;
-
-    STUDIO_DATA_LOCAL Symbol& bindSymbol(std::string_view name, std::string const& text);
-    STUDIO_DATA_LOCAL void releaseSymbol(Symbol& symbol, std::string const& text) noexcept;
-    STUDIO_DATA_LOCAL void dropIfUnused(Symbol& symbol) noexcept;
-    template <class Step>
-    bool walk(Symbol const& symbol, unsigned long offset, std::shared_ptr<ContextProvider> provider,
-              Step const& step) const;
-    STUDIO_DATA_LOCAL void bindPath(Symbol& symbol, unsigned long offset,
-                                    std::shared_ptr<ContextProvider> const& provider, bool isPrefixWhole);
-    STUDIO_DATA_LOCAL bool verify(Symbol& symbol);
-    STUDIO_DATA_LOCAL void unbindFrom(Symbol& symbol, unsigned long offset) noexcept;
-    STUDIO_DATA_LOCAL Symbol* symbolAt(std::string_view name, unsigned long offset) const;
-    STUDIO_DATA_LOCAL Property::Impl const* endOf(Symbol& symbol);
-
-    STUDIO_DATA_LOCAL void process(tarn::zero::ReportData const& report);
-    STUDIO_DATA_LOCAL void touchAll(tarn::zero::ReportData const& report, Batch& batch);
-    STUDIO_DATA_LOCAL void touchProperty(Property::Impl& property, tarn::zero::ReportData::Storage const& change,
-                                         bool isSettled, Batch& batch);
-    STUDIO_DATA_LOCAL void touchContext(boost::uuids::uuid const& id, Batch& batch);
-    STUDIO_DATA_LOCAL void touch(detail::ExpressionLeaf const& leaf, bool keepsLeaf, Batch& batch);
-    STUDIO_DATA_LOCAL void rebind(Symbol& symbol);
-    STUDIO_DATA_LOCAL void collect(Symbol const& symbol, Batch& batch) const;
-
-    std::shared_ptr<ContextProvider> rootProvider;
-    std::unique_ptr<Tables> tables;   // expressions by text, symbols by name, leaves by context and name
-    std::uint64_t lastNumber = 0;
-    std::uint64_t lastStamp = 0;
-    Presence* running = nullptr;                        // the innermost guard
-    std::vector<std::unique_ptr<Batch>> spareBatches;   // one for each report ever processed at once
-    std::size_t batchCount = 0;
+    boost::intrusive_ptr<detail::EngineState> state;
 };
 
 }   // namespace studio::data

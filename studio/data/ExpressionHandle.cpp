@@ -1,31 +1,9 @@
 #include "studio/data/ExpressionHandle.h"
 
 #include "studio/data/Expression.h"
-#include "studio/data/ExpressionEngine.h"
-
-#include <memory>
-#include <utility>
+#include "studio/data/detail/EngineState.h"
 
 namespace studio::data {
-
-/// A running callback: owns the function meanwhile and returns it if the handle still exists.
-struct ExpressionHandle::Call : private boost::noncopyable {
-    explicit Call(ExpressionHandle const& handle) : handle{&handle}
-    {
-        function.swap(handle.callback);
-        handle.running = this;
-    }
-    ~Call()
-    {
-        if (!handle)
-            return;
-        handle->callback.swap(function);
-        handle->running = nullptr;
-    }
-
-    ExpressionHandle const* handle;   // null once the handle is destroyed
-    Callback function;
-};
 
 ExpressionHandle::ExpressionHandle(Expression* watched, Callback const& function)
     : expression{watched}, callback{function}
@@ -34,9 +12,7 @@ ExpressionHandle::ExpressionHandle(Expression* watched, Callback const& function
 ExpressionHandle::~ExpressionHandle()
 {
     if (expression)
-        expression->engine->releaseExpression(this);
-    if (running)
-        running->handle = nullptr;
+        expression->engine.release(*this);
 }
 
 PropertyValue ExpressionHandle::getValue() const
@@ -59,10 +35,7 @@ void ExpressionHandle::call(Expression const& pinned) const
 
 void ExpressionHandle::call(Expression const& pinned, PropertyValue const& value) const
 {
-    if (running)
-        return running->function(pinned.text, value);   // called from inside the callback
-    Call lent{*this};
-    lent.function(pinned.text, value);
+    callback(pinned.text, value);
 }
 
 }   // namespace studio::data

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "foundation/Export.h"
+#include "foundation/LentFunction.h"
 #include "studio/data/PropertyValue.h"
 
 #include <boost/core/noncopyable.hpp>
@@ -12,7 +13,9 @@
 namespace studio::data {
 
 class Expression;
-class Invariants;   // of the tests: may look at everything
+namespace detail {
+class EngineState;
+}
 
 /// A subscription to one expression of an engine: the value, and a callback for its changes. Destroying it ends the
 /// subscription, also from inside its own callback. It may outlive its engine: it is then detached, reads undefined and
@@ -37,16 +40,13 @@ public:
 private:
     friend class Expression;
     friend class ExpressionEngine;
-    friend class Invariants;
-
-    struct Call;
+    friend class detail::EngineState;
 
     STUDIO_DATA_LOCAL void call(Expression const& pinned) const;
     STUDIO_DATA_LOCAL void call(Expression const& pinned, PropertyValue const& value) const;
 
-    Expression* expression;      // not owned; null once detached
-    mutable Callback callback;   // moved to the running call meanwhile, so that it survives the handle
-    mutable Call* running = nullptr;
+    Expression* expression;   // not owned; null once detached
+    foundation::LentFunction<void(std::string const& text, PropertyValue const& value)> callback;
     std::size_t position = 0;   // among the handles of its expression
 };
 

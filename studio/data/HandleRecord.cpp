@@ -1,6 +1,5 @@
 #include "studio/data/HandleRecord.h"
 
-#include "studio/data/ContextHandleImpl.h"
 #include "studio/data/ContextProvider.h"
 
 #include <utility>
@@ -14,15 +13,12 @@ HandleRecord::HandleRecord(std::shared_ptr<ContextProvider> contextProvider) noe
 HandleRecord::~HandleRecord()
 {
     handles.clear();
-    ContextHandleImpl* waiting = nullptr;   // in order of acquisition; a destroyed handle leaves the list
-    while (ContextHandleImpl* const handle = newest) {
-        handle->record = nullptr;
-        handle->unlink();
-        handle->link(waiting);
-        handle->cutOff();
+    for (ContextHandleImpl& handle : ordered) {
+        handle.record = nullptr;
+        handle.cutOff();
     }
-    while (ContextHandleImpl* const handle = waiting)
-        handle->detach();
+    while (!ordered.empty())
+        ordered.front().detach();
     std::shared_ptr<ContextProvider> const last = std::move(provider);   // its end may call out and must find none here
 }
 
@@ -32,7 +28,7 @@ void HandleRecord::add(ContextHandleImpl& handle)
         return;
     handle.leaveRecord();
     handle.record = this;
-    handle.link(newest);
+    ordered.push_back(handle);
 }
 
 bool HandleRecord::remove(ContextHandleImpl& handle) noexcept
@@ -40,21 +36,8 @@ bool HandleRecord::remove(ContextHandleImpl& handle) noexcept
     if (handles.erase(&handle) == 0)
         return false;
     handle.record = nullptr;
-    handle.unlink();
+    handle.link.unlink();
     return true;
-}
-
-void RecordList::append(HandleRecord& record) noexcept
-{
-    record.position = end;
-    *end = &record;
-    end = &record.next;
-}
-
-void RecordList::remove(HandleRecord& record) noexcept
-{
-    *record.position = record.next;
-    (record.next ? record.next->position : end) = record.position;
 }
 
 }   // namespace studio::data

@@ -1,19 +1,29 @@
 #pragma once
 
+#include "studio/data/ContextHandleImpl.h"
+
 #include <boost/core/noncopyable.hpp>
+#include <boost/intrusive/list.hpp>
 
 #include <memory>
 #include <unordered_set>
 
 namespace studio::data {
 
-class ContextHandleImpl;
 class ContextProvider;
 
 /// One context that handles hold in a view: the handles, and the provider, which lives as long as there are handles.
 /// The context's id is the provider's.
-class HandleRecord : private boost::noncopyable {
+class HandleRecord
+    : public boost::intrusive::list_base_hook<boost::intrusive::link_mode<boost::intrusive::auto_unlink>>,
+      private boost::noncopyable {
 public:
+    /// Handles in order of acquisition. A destroyed handle leaves its list.
+    using List = boost::intrusive::list<
+        ContextHandleImpl,
+        boost::intrusive::member_hook<ContextHandleImpl, decltype(ContextHandleImpl::link), &ContextHandleImpl::link>,
+        boost::intrusive::constant_time_size<false>>;
+
     explicit HandleRecord(std::shared_ptr<ContextProvider> contextProvider) noexcept;
     /// Removes its handles, marks all of them detached, and then calls them, in order of acquisition. A callback may
     /// destroy any of them; one that throws ends the process. Releases the provider last.
@@ -29,23 +39,10 @@ public:
     std::unordered_set<ContextHandleImpl*> handles;
 
 private:
-    friend class RecordList;
-
-    HandleRecord* next = nullptr;   // in the list of its view
-    HandleRecord** position = nullptr;
-    ContextHandleImpl* newest = nullptr;   // the handles in reverse order of acquisition
+    List ordered;   // these handles, in order of acquisition
 };
 
-/// A view's records in order of creation. Owns none of them.
-class RecordList : private boost::noncopyable {
-public:
-    HandleRecord* first() const noexcept { return oldest; }
-    void append(HandleRecord& record) noexcept;
-    void remove(HandleRecord& record) noexcept;
-
-private:
-    HandleRecord* oldest = nullptr;
-    HandleRecord** end = &oldest;
-};
+/// A view's records in order of creation; the list owns none of them, and a destroyed record leaves it.
+using RecordList = boost::intrusive::list<HandleRecord, boost::intrusive::constant_time_size<false>>;
 
 }   // namespace studio::data

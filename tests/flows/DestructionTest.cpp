@@ -135,7 +135,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Place{"TheFirstCallOfAnotherEngine",
                           [](House&, auto const& all) {
                               ExpressionEngine other{context()};
-                              other.acquireExpression("1", [&](auto const&, auto const&) { all(); });
+                              static_cast<void>(other.acquireExpression("1", [&](auto const&, auto const&) { all(); }));
                           }},
                     Place{"TheEndOfAnotherView",
                           [](House&, auto const& all) {

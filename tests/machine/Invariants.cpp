@@ -2,14 +2,10 @@
 
 #include "studio/data/ContextProvider.h"
 #include "studio/data/ContextView.h"
-#include "studio/data/Expression.h"
 #include "studio/data/ExpressionEngine.h"
-#include "studio/data/ExpressionHandle.h"
-#include "studio/data/HandleRecord.h"
-#include "studio/data/detail/ExpressionTables.h"
+#include "studio/data/detail/EngineState.h"
 #include "studio/data/detail/ProviderTable.h"
-#include "studio/data/detail/ViewGraph.h"
-#include "studio/data/detail/ViewLife.h"
+#include "studio/data/detail/ViewState.h"
 #include "tarn/zero/ModelImpl.h"
 #include "tarn/zero/detail/Delivery.h"
 #include "tarn/zero/detail/ElementTable.h"
@@ -92,7 +88,7 @@ std::string Invariants::ofRegistry(std::set<Id> const& living)
 {
     Findings found;
     std::size_t entries = 0;
-    for (auto const& [id, provider] : detail::ProviderTable::instance().providers) {
+    for (auto const& [id, provider] : detail::ProviderTable::instance().all()) {
         found.require(!provider || living.count(id) != 0, "the registry has a provider that is gone");
         entries += provider ? 1 : 0;
     }
@@ -103,10 +99,9 @@ std::string Invariants::ofRegistry(std::set<Id> const& living)
 std::string Invariants::of(ExpressionEngine const& engine)
 {
     Findings found;
-    auto const& leaves = engine.tables->leaves;
-    auto const& epoch = engine.tables->epoch;
-    auto const& symbols = engine.tables->symbols;
-    auto const& expressions = engine.tables->expressions;
+    detail::EngineState const& state = detail::EngineState::of(engine);
+    auto const& [bindings, epoch, symbols, expressions] =
+        std::tie(state.bindings, state.epoch, state.symbols, state.expressions);
     tarn::zero::Model::Impl const& model = *ContextProvider::sharedModel().get();
     bool const isIdle = !model.isInTransaction();
     std::size_t owned = 0;
@@ -116,78 +111,70 @@ std::string Invariants::of(ExpressionEngine const& engine)
         owned += symbol->leaves.size();
         for (std::size_t i = 0; i != symbol->leaves.size(); ++i) {
             auto const& leaf = symbol->leaves[i];
-            bool const isThere = leaf.at < leaf.place->leaves.size() &&
-                                 leaf.place->leaves[leaf.at].symbol == symbol.get() &&
-                                 leaf.place->leaves[leaf.at].at == i;
+            bool const isThere = leaf.backIndex < leaf.binding->leaves.size() &&
+                                 leaf.binding->leaves[leaf.backIndex].symbol == symbol.get() &&
+                                 leaf.binding->leaves[leaf.backIndex].backIndex == i;
             found.require(isThere, "a symbol owns a leaf that is not in the table");
-            found.require(symbol->componentAt(leaf.offset) == leaf.place->name, "a leaf stands under another name");
+            found.require(symbol->componentAt(leaf.offset) == leaf.binding->name, "a leaf stands under another name");
         }
         for (Expression const* const reader : symbol->readers) {
-            bool const names = std::count(reader->symbols.begin(), reader->symbols.end(), symbol.get()) == 1;
-            found.require(!reader->retired && (names || symbol->expressions.count(reader->text) != 0),
+            found.require(!reader->isRetired() &&
+                              (reader->names(*symbol) || symbol->expressions.count(reader->text) != 0),
                           "a symbol is read by an expression that does not name it");
         }
-        if (epoch.isUpToDate() && symbol->epoch == epoch.number()) {
-            auto const* const end = symbol->reachesEnd ? symbol->leaves.back().place->property() : nullptr;
-            found.require(end == engine.rootProvider->findPropertyAt(symbol->text), "a path ends elsewhere");
+        if (bool const* const reachesEnd = symbol->reachesEnd.in(epoch); reachesEnd && epoch.isUpToDate()) {
+            auto const* const end = *reachesEnd ? symbol->leaves.back().binding->property() : nullptr;
+            found.require(end == state.root->findPropertyAt(symbol->text), "a path ends elsewhere");
         }
     }
     std::size_t indexed = 0;
-    auto const checkPlace = [&](detail::ExpressionPlace const& place) {
-        found.require(leaves.find(place.context->id, place.name) == &place, "a place stands under another key");
-        found.require(!place.leaves.empty(), "a name without leaves is kept");
-        bool const isView = std::any_of(place.leaves.begin(), place.leaves.end(), [&](auto const& leaf) {
+    auto const checkBinding = [&](detail::ExpressionBinding const& binding) {
+        found.require(bindings.find(binding.context->id, binding.name) == &binding, "a place stands under another key");
+        found.require(!binding.leaves.empty(), "a name without leaves is kept");
+        bool const isView = std::any_of(binding.leaves.begin(), binding.leaves.end(), [&](auto const& leaf) {
             std::string_view const whole = leaf.symbol->text;
-            return place.name.data() >= whole.data() && place.name.data() <= whole.data() + whole.size();
+            return binding.name.data() >= whole.data() && binding.name.data() <= whole.data() + whole.size();
         });
         found.require(isView, "a name is a view of nothing");
         std::unordered_set<ExpressionEngine::Leaf, ExpressionEngine::LeafHash> told;
-        for (ExpressionEngine::Leaf const& leaf : engine.findLeaves(place.context->id, place.name)) {
-            found.require(symbols.find(leaf.symbol)->componentAt(leaf.offset) == place.name, "a leaf is told wrongly");
+        for (ExpressionEngine::Leaf const& leaf : engine.findLeaves(binding.context->id, binding.name)) {
+            found.require(symbols.find(leaf.symbol)->componentAt(leaf.offset) == binding.name,
+                          "a leaf is told wrongly");
             found.require(told.insert(leaf).second, "a leaf is told twice");
         }
-        found.require(told.size() == place.leaves.size(), "a leaf is not told");
-        owned -= place.leaves.size();
-        bool const isDoubtful = static_cast<detail::PlaceHook<detail::Unpinned> const&>(place).is_linked();
+        found.require(told.size() == binding.leaves.size(), "a leaf is not told");
+        owned -= binding.leaves.size();
+        bool const isDoubtful = static_cast<detail::BindingHook<detail::Stale> const&>(binding).is_linked();
         if (!isIdle || isDoubtful)
             return;
-        tarn::zero::ModelElement const element = model.findElement(place.context->id, 1);
+        tarn::zero::ModelElement const element = model.findElement(binding.context->id, 1);
         auto* const context = tarn::zero::elementCast<ContextData>(element);
-        Property::Impl const* const property = context ? context->getProperties().findImpl(place.name) : nullptr;
-        found.require(!property || place.property() == property, "a property does not lead to its leaves");
-        Property::Impl const* const pinned = place.property();
+        Property::Impl const* const property = context ? context->getProperties().findImpl(binding.name) : nullptr;
+        found.require(!property || binding.property() == property, "a property does not lead to its leaves");
+        Property::Impl const* const pinned = binding.property();
         found.require(!pinned || pinned == property || !pinned->isAlive(), "another property leads to the leaves");
     };
-    for (auto const& [id, context] : leaves.contexts) {
-        found.require(context->id == id && !context->places.empty(), "a context without leaves is kept");
-        found.require(context->count == context->places.size(), "places are miscounted");
-        indexed += context->isIndexed ? context->count : 0;
-        for (detail::ExpressionPlace const& place : context->places)
-            checkPlace(place);
-    }
-    found.require(indexed == leaves.indexed.size(), "the table of places has others");
+    bindings.forEachContext([&](detail::ExpressionContext const& context) {
+        found.require(bindings.findContext(context.id) == &context && !context.bindings.empty(),
+                      "a context without leaves is kept");
+        found.require(context.count == context.bindings.size(), "bindings are miscounted");
+        indexed += context.isIndexed ? context.count : 0;
+        for (detail::ExpressionBinding const& binding : context.bindings)
+            checkBinding(binding);
+    });
+    found.require(indexed == bindings.indexSize(), "the index of bindings has others");
     found.require(owned == 0, "the table has a leaf that no symbol owns");
     for (auto const& expression : expressions) {
         found.require(expressions.find(expression->text) == expression.get(), "an expression is not found by its text");
-        found.require(!expression->retired && expression->hasHandles() && expression->pins == 1,
+        found.require(!expression->isRetired() && expression->hasHandles() && expression->use_count() == 1,
                       "an expression is kept for nobody");
-        found.require(expression->passes == 0, "a pass is left over");
-        for (auto const* const symbol : expression->symbols) {
-            bool const isKnown = std::count(symbol->readers.begin(), symbol->readers.end(), expression.get()) == 1 &&
-                                 symbols.find(symbol->text) == symbol;
-            found.require(isKnown, "a symbol does not know who reads it");
-        }
-        std::size_t gaps = 0;
-        for (std::size_t i = 0; i != expression->handles.size(); ++i) {
-            ExpressionHandle const* const handle = expression->handles[i];
-            gaps += handle ? 0 : 1;
-            found.require(!handle ||
-                              (handle->expression == expression.get() && handle->position == i && !handle->running),
-                          "a handle is at another place");
-        }
-        found.require(gaps == expression->gaps, "handles are miscounted");
+        for (std::string const& name : expression->symbolNames())
+            if (auto const* const symbol = symbols.find(name))
+                found.require(std::count(symbol->readers.begin(), symbol->readers.end(), expression.get()) == 1,
+                              "a symbol lacks a reader");
+            else
+                found.require(!state.root, "a symbol is unknown");
     }
-    found.require(!engine.running && engine.spareBatches.size() == engine.batchCount, "a report is under way");
     return found.text();
 }
 
@@ -201,7 +188,8 @@ void checkGraph(Nodes const& nodes, std::size_t clones, Findings& found)
     for (auto const& [id, node] : nodes) {
         mirrored += node.mirrored ? 1 : 0;
         found.require(node.id == id && !node.pending, "a node stands under another id, or in a search");
-        found.require(node.mirrored || node.hasRecord || node.doubtful || node.in, "a node is kept for nothing");
+        found.require(node.mirrored || node.hasRecord || node.isSuspect || !node.in.empty(),
+                      "a node is kept for nothing");
         found.require(node.mirrored || node.out.empty(), "what is not mirrored refers to something");
         std::size_t open = 0;
         for (auto const& [target, edge] : node.out) {
@@ -210,9 +198,9 @@ void checkGraph(Nodes const& nodes, std::size_t clones, Findings& found)
         }
         found.require(open == node.open, "open references are miscounted");
         bool isHeld = !node.hold;
-        for (auto const* edge = node.in; edge; edge = edge->next) {
-            isHeld |= node.hold == edge;
-            found.require(edge->to == &node && (!edge->next || edge->next->previous == edge), "a list is torn");
+        for (auto const& edge : node.in) {
+            isHeld |= node.hold == &edge;
+            found.require(edge.to == &node, "an edge is in the list of another node");
         }
         found.require(isHeld, "a node is held by a reference that is not there");
     }
@@ -224,52 +212,53 @@ void checkGraph(Nodes const& nodes, std::size_t clones, Findings& found)
 std::string Invariants::of(ContextView const& view, bool touched)
 {
     Findings found;
-    found.require(!touched || !view.stale, "the graph was not made anew");
-    found.require(!view.life->ending && view.life->view == &view, "a view that lives is ending");
-    for (auto const& [id, record] : view.records) {
+    detail::ViewState const& state = detail::ViewState::of(view);
+    found.require(!touched || !state.isGraphStale, "the graph was not rebuilt");
+    found.require(!state.isEnding && !state.hasEnded, "a living view is ending");
+    for (auto const& [id, record] : state.records) {
         found.require(record->provider && record->provider->getId() == id, "a record is of another context");
         found.require(!record->handles.empty(), "a record has no handles");
-        found.require(view.data.count(id) != 0, "a record has no clone");
+        found.require(state.data.count(id) != 0, "a record has no clone");
         for (ContextHandleImpl const* const handle : record->handles)
-            found.require(handle->uuid == id && handle->view == &view && !handle->detached, "a handle is detached");
+            found.require(handle->getData() == view.getData(id), "a handle is detached");
     }
-    auto const& nodes = view.graph->nodes;
-    if (!view.stale)
-        checkGraph(nodes, view.data.size(), found);
-    for (auto const& [id, clone] : view.data) {
-        if (!clone && view.stale)
+    auto const& nodes = state.graph.allNodes();
+    if (!state.isGraphStale)
+        checkGraph(nodes, state.data.size(), found);
+    for (auto const& [id, clone] : state.data) {
+        if (!clone && state.isGraphStale)
             continue;   // of a transaction that was rolled back; the next use drops it
-        found.require(clone && clone.Uuid() == id && clone->getModel() == view.model, "a clone is not of its context");
+        found.require(clone && clone.Uuid() == id && clone->getModel() == state.model, "a clone is not of its context");
         std::map<Id, std::size_t> references;
         for (Property const& property : clone->getProperties())
             if (property->getValue().isUUID())
                 ++references[property->getValue().getUUID()];
         auto const node = nodes.find(id);
-        if (view.stale || node == nodes.end()) {
-            found.require(view.stale, "a clone is not in the graph");
+        if (state.isGraphStale || node == nodes.end()) {
+            found.require(state.isGraphStale, "a clone is not in the graph");
             continue;
         }
-        found.require(node->second.hasRecord == (view.records.count(id) != 0), "the graph knows other records");
+        found.require(node->second.hasRecord == (state.records.count(id) != 0), "the graph knows other records");
         found.require(node->second.out.size() == references.size(), "the graph has other references");
         for (auto const& [target, edge] : node->second.out)
             found.require(edge.count == references[target->id], "the graph counts references otherwise");
     }
-    return found.text() + tarn::zero::Invariants::of(view.model, 0);
+    return found.text() + tarn::zero::Invariants::of(state.model, 0);
 }
 
 std::string Invariants::leaves(ExpressionEngine const& engine, std::function<std::string(Id const&)> const& name)
 {
     std::map<std::string, std::set<std::pair<unsigned long, std::string>>> sorted;
-    for (auto const& symbol : engine.tables->symbols) {
-        auto& places = sorted[symbol->text];
+    for (auto const& symbol : detail::EngineState::of(engine).symbols) {
+        auto& leaves = sorted[symbol->text];
         for (auto const& leaf : symbol->leaves)
-            places.emplace(leaf.offset, name(leaf.place->context->id));
+            leaves.emplace(leaf.offset, name(leaf.binding->context->id));
     }
     std::string text;
-    for (auto const& [symbol, places] : sorted) {
+    for (auto const& [symbol, leaves] : sorted) {
         auto const* const texts = engine.findExpressions(symbol);
         text += '`' + symbol + "`*" + std::to_string(texts ? texts->size() : 0);
-        for (auto const& [offset, context] : places)
+        for (auto const& [offset, context] : leaves)
             text += ' ' + std::to_string(offset) + context;
         text += '\n';
     }
@@ -279,7 +268,7 @@ std::string Invariants::leaves(ExpressionEngine const& engine, std::function<std
 std::map<Invariants::Id, ContextData> Invariants::clones(ContextView const& view)
 {
     std::map<Id, ContextData> living;
-    for (auto const& [id, clone] : view.data)
+    for (auto const& [id, clone] : detail::ViewState::of(view).data)
         if (clone)
             living.emplace(id, clone);
     return living;

@@ -326,7 +326,7 @@ void RealWorld::touchAll()
     Provider const somebody = ContextProvider::create();
     for (auto const& view : m_views)   // destroying a handle destroys orphans, too
         if (view)
-            view->acquire(somebody->getId(), {});
+            static_cast<void>(view->acquire(somebody->getId(), {}));
 }
 
 std::string RealWorld::present() const

@@ -7,6 +7,7 @@
 #include "studio/data/ContextProvider.h"
 #include "studio/data/ContextView.h"
 #include "studio/data/ExpressionEngine.h"
+#include "tarn/zero/ChangeReport.h"
 #include "tarn/zero/Transaction.h"
 
 #include <array>

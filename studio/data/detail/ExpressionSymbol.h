@@ -1,6 +1,6 @@
 #pragma once
 
-#include "studio/data/model/PropertyImpl.h"
+#include "studio/data/detail/Epoch.h"
 
 #include <boost/container/small_vector.hpp>
 
@@ -16,7 +16,7 @@ class Expression;
 
 namespace detail {
 
-struct ExpressionPlace;
+struct ExpressionBinding;
 
 /// One symbol of an engine: the expressions that read it, and the bindings of its path. The members that reports and
 /// evaluations use come first, in one cache line: in a large system that line is nearly always a cache miss.
@@ -25,9 +25,9 @@ struct ExpressionSymbol {
 
     /// The binding of one component of the path.
     struct Leaf {
-        ExpressionPlace* place;
-        unsigned long offset;   // of the component, in bytes of the text
-        std::size_t at;         // index in the place's `leaves`
+        ExpressionBinding* binding;
+        unsigned long offset;    // of the component, in bytes of the text
+        std::size_t backIndex;   // in the binding's `leaves`
     };
     /// The first component of the path that a report touched.
     struct Cut {
@@ -50,10 +50,9 @@ struct ExpressionSymbol {
     }
 
     boost::container::small_vector<Expression*, 1> readers;   // acquired expressions of `expressions`
-    boost::container::small_vector<Leaf, 1> leaves;           // in path order, unless provisional
-    std::uint64_t epoch = 0;    // PathEpoch in which the leaves were found to be the whole path
-    bool reachesEnd = false;    // the whole path then had a leaf of the last component
-    bool provisional = false;   // bound inside a transaction: if that rolls back, some paths never existed
+    boost::container::small_vector<Leaf, 1> leaves;           // in path order, unless tentative
+    Cached<bool> reachesEnd;    // if the leaves were found to be the whole path: the last one is of the last component
+    bool isTentative = false;   // bound inside a transaction: if that rolls back, some leaves are of no path
     bool isPartial = false;     // after releaseSymbol: readers that are not in `expressions` are skipped
 
     std::uint64_t stamp = 0;   // the last report after which it must be rebound

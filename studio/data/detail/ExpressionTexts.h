@@ -53,6 +53,7 @@ public:
         return object;
     }
 
+    void clear() noexcept { table.clear(); }
     std::size_t size() const noexcept { return table.size(); }
     bool empty() const noexcept { return table.empty(); }
     auto begin() const noexcept { return table.begin(); }

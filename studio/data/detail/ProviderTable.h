@@ -10,7 +10,6 @@
 namespace studio::data {
 
 class ContextProvider;
-class Invariants;   // of the tests: may look at everything
 
 namespace detail {
 
@@ -31,9 +30,10 @@ public:
     /// Implements `model::getContextProvider`.
     std::shared_ptr<ContextProvider> find(boost::uuids::uuid const& id) const;
 
-private:
-    friend class studio::data::Invariants;
+    /// Every provider by id; null for one whose construction failed.
+    auto const& all() const noexcept { return providers; }
 
+private:
     boost::unordered_flat_map<boost::uuids::uuid, ContextProvider*,
                               tarn::zero::services::hashers::TARN0Hasher<boost::uuids::uuid>>
         providers;

@@ -16,29 +16,27 @@ void makeRoom(std::vector<T>& list, std::size_t count)
 
 }   // namespace
 
-void ViewGraph::enter(Id const& id)
+void ViewGraph::add(Id const& id)
 {
-    Node& entered = node(id);
-    setMirrored(entered, true);
+    Node& added = node(id);
+    setMirrored(added, true);
     // It has no subtree yet, so any incoming edge may be its hold without making a cycle.
-    entered.hold = entered.in;
-    if (!entered.hold)
-        doubt(entered);
+    added.hold = added.in.empty() ? nullptr : &added.in.front();
+    if (!added.hold)
+        suspect(added);
 }
 
 void ViewGraph::addReference(Id const& from, Id const& to)
 {
     Node& source = node(from);
     Node& target = node(to);
-    auto const [place, isNew] = source.out.try_emplace(&target, Edge{&source, &target, 0, nullptr, target.in});
-    Edge& edge = place->second;
+    auto const [entry, isNew] = source.out.try_emplace(&target, &source, &target);
+    Edge& edge = entry->second;
     ++edge.count;
     if (!isNew)
         return;
     source.open += target.mirrored ? 0 : 1;
-    if (target.in)
-        target.in->previous = &edge;
-    target.in = &edge;
+    target.in.push_front(edge);
 }
 
 void ViewGraph::addRecord(Id const& id)
@@ -54,7 +52,7 @@ void ViewGraph::removeReference(Id const& from, Id const& to) noexcept
         return;
     auto const edge = source->second.out.find(&target->second);
     if (edge != source->second.out.end() && --edge->second.count == 0)
-        remove(edge->second);
+        removeEdge(edge->second);
 }
 
 void ViewGraph::removeRecord(Id const& id) noexcept
@@ -65,18 +63,18 @@ void ViewGraph::removeRecord(Id const& id) noexcept
     Node& node = found->second;
     node.hasRecord = false;
     if (node.mirrored && !node.hold)
-        doubt(node);
+        suspect(node);
     dropIfUnused(node);
 }
 
-void ViewGraph::leave(Id const& id) noexcept
+void ViewGraph::remove(Id const& id) noexcept
 {
     auto const found = nodes.find(id);
     if (found == nodes.end())
         return;
     Node& node = found->second;
     while (!node.out.empty())
-        remove(node.out.begin()->second);
+        removeEdge(node.out.begin()->second);
     setMirrored(node, false);   // only now: it may have referred to itself
     node.hold = nullptr;
     dropIfUnused(node);
@@ -84,7 +82,7 @@ void ViewGraph::leave(Id const& id) noexcept
 
 void ViewGraph::clear() noexcept
 {
-    doubts.clear();
+    suspects.clear();
     search.clear();
     nodes.clear();
 }
@@ -97,12 +95,12 @@ bool ViewGraph::isOpen(Id const& id) const noexcept
 
 std::vector<ViewGraph::Id> ViewGraph::orphans()
 {
-    settle();
+    reviewSuspects();
     gather();
     rescue();
     std::vector<Id> found;
-    found.reserve(doubts.size());
-    for (Node const* const node : doubts)
+    found.reserve(suspects.size());
+    for (Node const* const node : suspects)
         found.push_back(node->id);
     return found;
 }
@@ -111,7 +109,7 @@ ViewGraph::Node& ViewGraph::node(Id const& id)
 {
     if (auto const found = nodes.find(id); found != nodes.end())
         return found->second;
-    makeRoom(doubts, nodes.size() + 1);
+    makeRoom(suspects, nodes.size() + 1);
     makeRoom(search, nodes.size() + 1);
     return nodes.try_emplace(id, Node{id}).first->second;
 }
@@ -119,58 +117,55 @@ ViewGraph::Node& ViewGraph::node(Id const& id)
 void ViewGraph::setMirrored(Node& node, bool mirrored) noexcept
 {
     node.mirrored = mirrored;
-    for (Edge const* edge = node.in; edge; edge = edge->next)
-        mirrored ? --edge->from->open : ++edge->from->open;
+    for (Edge& edge : node.in)
+        mirrored ? --edge.from->open : ++edge.from->open;
 }
 
-void ViewGraph::remove(Edge& edge) noexcept
+void ViewGraph::removeEdge(Edge& edge) noexcept
 {
     Node& target = *edge.to;
     edge.from->open -= target.mirrored ? 0 : 1;
-    (edge.previous ? edge.previous->next : target.in) = edge.next;
-    if (edge.next)
-        edge.next->previous = edge.previous;
     if (target.hold == &edge) {
         target.hold = nullptr;
-        doubt(target);
+        suspect(target);
     }
-    edge.from->out.erase(&target);
+    edge.from->out.erase(&target);   // takes it out of the target's list, too
     dropIfUnused(target);
 }
 
-void ViewGraph::doubt(Node& node) noexcept
+void ViewGraph::suspect(Node& node) noexcept
 {
-    if (!node.doubtful)
-        doubts.push_back(&node);
-    node.doubtful = true;
+    if (!node.isSuspect)
+        suspects.push_back(&node);
+    node.isSuspect = true;
 }
 
 void ViewGraph::dropIfUnused(Node& node) noexcept
 {
-    if (!node.mirrored && !node.hasRecord && !node.doubtful && !node.in)
+    if (!node.mirrored && !node.hasRecord && !node.isSuspect && node.in.empty())
         nodes.erase(node.id);
 }
 
-void ViewGraph::settle() noexcept
+void ViewGraph::reviewSuspects() noexcept
 {
     std::size_t kept = 0;
-    for (Node* const node : doubts) {
-        node->doubtful = node->mirrored && !node->hold && !node->hasRecord;
-        if (node->doubtful)
-            doubts[kept++] = node;
+    for (Node* const node : suspects) {
+        node->isSuspect = node->mirrored && !node->hold && !node->hasRecord;
+        if (node->isSuspect)
+            suspects[kept++] = node;
         else
             dropIfUnused(*node);
     }
-    doubts.resize(kept);
+    suspects.resize(kept);
 }
 
-/// Adds the subtrees of the doubtful nodes to the doubts.
+/// Adds the subtrees of the suspect nodes to the suspects.
 void ViewGraph::gather()
 {
-    for (Node* const node : doubts)
+    for (Node* const node : suspects)
         node->pending = true;
-    for (std::size_t i = 0; i != doubts.size(); ++i)
-        for (auto& entry : doubts[i]->out) {
+    for (std::size_t i = 0; i != suspects.size(); ++i)
+        for (auto& entry : suspects[i]->out) {
             Node& target = *entry.first;
             if (target.hold != &entry.second)
                 continue;
@@ -178,19 +173,20 @@ void ViewGraph::gather()
             if (target.hasRecord)
                 continue;   // still reachable
             target.pending = true;
-            doubt(target);
+            suspect(target);
         }
 }
 
-/// Removes from the doubts the nodes with an edge from outside of them, and what those reach.
+/// Removes from the suspects the nodes with an edge from outside of them, and what those reach.
 void ViewGraph::rescue()
 {
-    for (Node* const node : doubts)
-        for (Edge* edge = node->in; edge && node->pending; edge = edge->next)
-            if (!edge->from->pending) {
-                node->hold = edge;
+    for (Node* const node : suspects)
+        for (Edge& edge : node->in)
+            if (!edge.from->pending) {
+                node->hold = &edge;
                 node->pending = false;
                 search.push_back(node);
+                break;
             }
     while (!search.empty()) {
         Node* const reached = search.back();
@@ -204,9 +200,9 @@ void ViewGraph::rescue()
             search.push_back(&target);
         }
     }
-    for (Node* const node : doubts)
+    for (Node* const node : suspects)
         node->pending = false;
-    settle();
+    reviewSuspects();
 }
 
 }   // namespace studio::data::detail

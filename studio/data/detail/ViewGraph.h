@@ -2,15 +2,12 @@
 
 #include "tarn/zero/services/Hashers.h"
 
+#include <boost/intrusive/list.hpp>
 #include <boost/uuid/uuid.hpp>
 
 #include <cstddef>
 #include <unordered_map>
 #include <vector>
-
-namespace studio::data {
-class Invariants;   // of the tests: may look at everything
-}
 
 namespace studio::data::detail {
 
@@ -18,7 +15,7 @@ namespace studio::data::detail {
 ///
 /// A node is a context that the view mirrors, or that one of those refers to. Every reachable mirrored node stores one
 /// incoming edge as proof, its *hold*; together the holds are a spanning forest. Removing another edge costs nothing.
-/// Removing a hold or a record makes only the subtree of that node doubtful, and only that is searched.
+/// Removing a hold or a record makes only the subtree of that node suspect, and only that is searched.
 class ViewGraph {
 public:
     using Id = boost::uuids::uuid;
@@ -30,7 +27,7 @@ public:
     // Updates. The first three throw only `std::bad_alloc`, and leave a graph that can be cleared.
 
     /// Adds a mirrored context, which has no references yet. It must not be mirrored already.
-    void enter(Id const& id);
+    void add(Id const& id);
     /// Adds a reference: a property of the mirrored context `from` names `to`, mirrored or not. References between the
     /// same two contexts are counted.
     void addReference(Id const& from, Id const& to);
@@ -39,7 +36,7 @@ public:
     void removeReference(Id const& from, Id const& to) noexcept;
     void removeRecord(Id const& id) noexcept;
     /// Removes a mirrored context and its outgoing references. Ignores one that is not mirrored.
-    void leave(Id const& id) noexcept;
+    void remove(Id const& id) noexcept;
     void clear() noexcept;
 
     /// True if the mirrored context refers to one that is not mirrored.
@@ -48,44 +45,44 @@ public:
     /// Returns the mirrored contexts that no record reaches through mirrored ones. *Cost*: proportional to the subtrees
     /// below the records and references removed since the last call, and their neighbours.
     std::vector<Id> orphans();
-    /// Drops nodes that are no longer doubtful from the list, and unused nodes from the graph.
-    void settle() noexcept;
+    /// Drops nodes that are no longer suspect from the list, and unused nodes from the graph.
+    void reviewSuspects() noexcept;
+    /// All nodes by id.
+    auto const& allNodes() const noexcept { return nodes; }
 
 private:
-    friend class studio::data::Invariants;
-
     struct Node;
     /// All references from one node to another.
-    struct Edge {
+    struct Edge : boost::intrusive::list_base_hook<boost::intrusive::link_mode<boost::intrusive::auto_unlink>> {
+        Edge(Node* source, Node* target) noexcept : from{source}, to{target} {}
+
         Node* from;
         Node* to;
-        std::size_t count;
-        Edge* previous;   // in the list of edges to the same node
-        Edge* next;
+        std::size_t count = 0;
     };
     struct Node {
         Id id;
         std::unordered_map<Node*, Edge> out{};
-        Edge* in = nullptr;     // first incoming edge
+        boost::intrusive::list<Edge, boost::intrusive::constant_time_size<false>> in{};
         Edge* hold = nullptr;   // one of the incoming edges
         std::size_t open = 0;   // number of edges in `out` to nodes that are not mirrored
         bool mirrored = false;
         bool hasRecord = false;
-        bool doubtful = false;   // listed in `doubts`
-        bool pending = false;    // not found reachable by the running search
+        bool isSuspect = false;   // listed in `suspects`
+        bool pending = false;     // not found reachable by the running search
     };
 
     Node& node(Id const& id);
     void setMirrored(Node& node, bool mirrored) noexcept;
-    void remove(Edge& edge) noexcept;
-    void doubt(Node& node) noexcept;
+    void removeEdge(Edge& edge) noexcept;
+    void suspect(Node& node) noexcept;
     void dropIfUnused(Node& node) noexcept;
     void gather();
     void rescue();
 
     std::unordered_map<Id, Node, tarn::zero::services::hashers::TARN0Hasher<Id>> nodes;
-    std::vector<Node*> doubts;   // capacity for all nodes, so that removal never allocates
-    std::vector<Node*> search;   // likewise
+    std::vector<Node*> suspects;   // capacity for all nodes, so that removal never allocates
+    std::vector<Node*> search;     // likewise
 };
 
 }   // namespace studio::data::detail

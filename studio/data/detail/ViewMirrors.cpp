@@ -7,59 +7,57 @@ namespace studio::data::detail {
 namespace {
 
 /// The two back references of an entry.
-struct OnSource : PropertyWatch {
-    using PropertyWatch::PropertyWatch;
+struct OnSource : PropertyBackref {
+    using PropertyBackref::PropertyBackref;
 };
-struct OnCopy : PropertyWatch {
-    using PropertyWatch::PropertyWatch;
+struct OnCopy : PropertyBackref {
+    using PropertyBackref::PropertyBackref;
 };
 
 }   // namespace
 
-struct ViewMirrors::Note final : OnSource, OnCopy, Link {
-    explicit Note(ViewMirrors const& owner) noexcept : OnSource{&owner}, OnCopy{this} {}
+struct ViewMirrors::Entry final : OnSource, OnCopy, Link {
+    explicit Entry(ViewMirrors const& owner) noexcept : OnSource{&owner}, OnCopy{this} {}
     void propertyGone() noexcept override { delete this; }
 
     ContextData::Impl const* clone = nullptr;   // of the copy; only compared
-    Age age{};
+    Cached<Property::Impl*> copy;
 };
 
-ViewMirrors::~ViewMirrors()
+void ViewMirrors::clear() noexcept
 {
-    while (!notes.empty())
-        delete static_cast<Note*>(&notes.front());
+    while (!entries.empty())
+        delete static_cast<Entry*>(&entries.front());
 }
 
-Property::Impl* ViewMirrors::find(Property::Impl const& source, Age const& now) const noexcept
+Property::Impl* ViewMirrors::find(Property::Impl const& source, Epoch const& epoch) const noexcept
 {
-    Note const* const note = noteOf(source);
-    if (!note || !(note->age == now))
-        return nullptr;
-    Property::Impl* const copy = note->OnCopy::property();
-    return copy->isAlive() && copy->ownerImpl() == note->clone ? copy : nullptr;
+    Entry const* const entry = entryOf(source);
+    Property::Impl* const* const copy = entry ? entry->copy.in(epoch) : nullptr;
+    return copy && (*copy)->isAlive() && (*copy)->ownerImpl() == entry->clone ? *copy : nullptr;
 }
 
-void ViewMirrors::note(Property::Impl& source, Property::Impl& copy, Age const& now) noexcept
+void ViewMirrors::keep(Property::Impl& source, Property::Impl& copy, Epoch const& epoch) noexcept
 {
-    Note* note = noteOf(source);
-    if (!note) {
-        if (!PropertyWatch::find(source, this, PropertyWatch::FEW).isCertain)
+    Entry* entry = entryOf(source);
+    if (!entry) {
+        if (!PropertyBackref::find(source, this, PropertyBackref::FEW).isCertain)
             return;   // the entry would not be found
-        note = new (std::nothrow) Note{*this};
-        if (!note)
+        entry = new (std::nothrow) Entry{*this};
+        if (!entry)
             return;
-        notes.push_back(*note);
-        note->OnSource::pin(source);
+        entries.push_back(*entry);
+        entry->OnSource::link(source);
     }
-    note->OnCopy::pin(copy);
-    note->clone = copy.ownerImpl();
-    note->age = now;
+    entry->OnCopy::link(copy);
+    entry->clone = copy.ownerImpl();
+    entry->copy.set(&copy, epoch);
 }
 
-ViewMirrors::Note* ViewMirrors::noteOf(Property::Impl const& source) const noexcept
+ViewMirrors::Entry* ViewMirrors::entryOf(Property::Impl const& source) const noexcept
 {
-    PropertyWatch* const end = PropertyWatch::find(source, this, PropertyWatch::FEW).watch;
-    return end ? static_cast<Note*>(static_cast<OnSource*>(end)) : nullptr;
+    PropertyBackref* const found = PropertyBackref::find(source, this, PropertyBackref::FEW).backref;
+    return found ? static_cast<Entry*>(static_cast<OnSource*>(found)) : nullptr;
 }
 
 }   // namespace studio::data::detail

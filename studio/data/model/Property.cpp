@@ -1,5 +1,6 @@
 #include "studio/data/model/Property.h"
 
+#include "studio/data/detail/PropertyBackref.h"
 #include "studio/data/model/ContextDataImpl.h"
 #include "studio/data/model/MetaPackageStudio_data.h"
 #include "studio/data/model/PropertyImpl.h"
@@ -36,6 +37,14 @@ ContextData Property::owner() const
 Property::Impl* Property::operator->() const noexcept
 {
     return static_cast<Impl*>(get());
+}
+
+Property::Impl::~Impl()
+{
+    while (PropertyBackref* const backref = backrefs) {
+        backref->unlink();
+        backref->propertyGone();
+    }
 }
 
 tarn::zero::ModelElement::Impl* Property::Impl::classImpl() noexcept

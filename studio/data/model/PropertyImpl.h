@@ -12,7 +12,7 @@
 
 namespace studio::data {
 
-class PropertyWatch;
+class PropertyBackref;
 
 /// A property's fields and the rules for changing them. Every setter joins the open transaction or opens one of its
 /// own. It *throws* `CannotModifyProxy` on a proxy and `std::logic_error` on a destroyed element; after any exception
@@ -74,13 +74,13 @@ public:
     Property cloneTo(tarn::zero::Model const& model, bool cloneUUID) const;
 
 private:
-    friend class PropertyWatch;
+    friend class PropertyBackref;
 
     ~Impl() override;
     bool endsInOneStep() const noexcept override { return true; }
 
     // Members used by reports, evaluations and mirrors come first.
-    PropertyWatch* watches = nullptr;   // back references of engines and views
+    PropertyBackref* backrefs = nullptr;   // back references of engines and views
     PropertyValue value;
     std::string name;
 };

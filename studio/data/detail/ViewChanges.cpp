@@ -1,8 +1,5 @@
 #include "studio/data/ContextProvider.h"
-#include "studio/data/ContextView.h"
-#include "studio/data/detail/ViewChange.h"
-#include "studio/data/detail/ViewGraph.h"
-#include "studio/data/detail/ViewMirrors.h"
+#include "studio/data/detail/ViewState.h"
 
 #include <algorithm>
 #include <optional>
@@ -10,19 +7,18 @@
 #include <tuple>
 #include <vector>
 
-namespace studio::data {
+namespace studio::data::detail {
 
 /// The differences between the properties of a context and of its clone.
-struct ContextView::Comparison {
+struct ViewState::Comparison {
     struct Pair {
         Property::Impl* source;
         Property::Impl* copy;
     };
 
     /// Compares two properties of one name; either may be null. One with another UUID was replaced.
-    STUDIO_DATA_LOCAL void compare(Property::Impl* source, Property::Impl* copy);
-    STUDIO_DATA_LOCAL void compareAll(ContextData::Impl::Properties const& sources,
-                                      ContextData::Impl::Properties const& copies);
+    void compare(Property::Impl* source, Property::Impl* copy);
+    void compareAll(ContextData::Impl::Properties const& sources, ContextData::Impl::Properties const& copies);
 
     std::vector<Pair> changed;
     std::vector<Property> gone;
@@ -30,7 +26,7 @@ struct ContextView::Comparison {
 };
 
 /// The work of one report. Its transaction opens with the first change.
-struct ContextView::Update {
+struct ViewState::Update {
     struct Addition {
         Property source;
         ContextData clone;
@@ -42,43 +38,40 @@ struct ContextView::Update {
     };
 
     /// A context and name at which the report adds or removes a property.
-    struct Place {
+    struct Slot {
         ContextData::Impl const* owner;
         std::string_view name;
-        friend bool operator<(Place const& left, Place const& right) noexcept
+        friend bool operator<(Slot const& left, Slot const& right) noexcept
         {
             return std::tie(left.owner, left.name) < std::tie(right.owner, right.name);
         }
-        friend bool operator==(Place const& left, Place const& right) noexcept
+        friend bool operator==(Slot const& left, Slot const& right) noexcept
         {
             return left.owner == right.owner && left.name == right.name;
         }
     };
 
-    Update(ContextView& owner, tarn::zero::ReportData const& followed) : view{owner}, report{followed} {}
+    Update(ViewState& owner, tarn::zero::ReportData const& followed) : view{owner}, report{followed} {}
     Update(Update const&) = delete;
     Update& operator=(Update const&) = delete;
     ~Update()
     {
-        if (isDone || (change && !change->viewLives()))
-            return;
-        view.exact.clear();
-        view.halfFollowed = 0;
+        if (!isDone)
+            view.exact.clear();
     }
     void begin()
     {
         if (!change)
             change.emplace(view);
     }
-    STUDIO_DATA_LOCAL bool compareChanged(ContextData::Impl const& source, ContextData::Impl const& clone,
-                                          Comparison& found);
+    bool compareChanged(ContextData::Impl const& source, ContextData::Impl const& clone, Comparison& found);
 
-    ContextView& view;
+    ViewState& view;   // kept by the caller
     tarn::zero::ReportData const& report;
     std::optional<Change> change;
     std::vector<Addition> additions;
     std::vector<Reference> gained;   // to contexts with a living provider
-    std::optional<std::vector<Place>> places;
+    std::optional<std::vector<Slot>> slots;
     bool orphansPossible = false;
     bool isLasting = false;   // no open transaction can still roll back the sources or the clones
     bool isDone = false;
@@ -120,44 +113,22 @@ Property::Impl* copyOf(Property::Impl const& source, ContextData::Impl const& cl
     return renamed != copies.end() ? renamed->operator->() : named;
 }
 
-/// Calls `visit(owner, name)` for a property's place before and after a transaction that created, destroyed, moved or
-/// renamed it. The owner may be null.
-template <class Visit>
-void eachPlace(tarn::zero::ReportData::Storage const& storage, Visit const& visit)
-{
-    bool const isRenamed = storage.isChanged(Property::Impl::NAME);
-    bool const isMoved = storage.isChanged(Property::Impl::OWNER);
-    if (!isRenamed && !isMoved && !storage.wasCreated() && !storage.wasDestroyed())
-        return;
-    auto const& property = static_cast<Property::Impl const&>(*storage.element().get());
-    auto const* const owner = static_cast<ContextData::Impl const*>(property.containerImpl());
-    std::string_view const name = property.getName();
-    visit(owner, name);
-    if (isRenamed || isMoved)
-        visit(isMoved ? static_cast<ContextData::Impl const*>(storage.oldContainer().get()) : owner,
-              isRenamed ? *static_cast<std::string const*>(storage.oldSlot(Property::Impl::NAME)) : name);
-}
-
 }   // namespace
 
-bool ContextView::concerns(tarn::zero::ElementImpl const& changedElement, std::uint64_t) const noexcept
+bool ViewState::concerns(tarn::zero::ModelElement::Impl const& element) const noexcept
 {
-    auto const& element = static_cast<tarn::zero::ModelElement::Impl const&>(changedElement);
     bool const isProperty = tarn::zero::isInstance<Property>(element);
-    if (isProperty && mirrors->knows(static_cast<Property::Impl const&>(element)))
+    if (isProperty && mirrors.contains(static_cast<Property::Impl const&>(element)))
         return true;
     tarn::zero::ModelElement::Impl const* const owner = isProperty ? element.containerImpl() : &element;
     return owner && data.count(owner->identifier()) != 0;
 }
 
-void ContextView::transactionCommitted(tarn::zero::ShallowChangeReport<Property> const& report)
+void ViewState::followProperties(tarn::zero::ShallowChangeReport<Property> const& report)
 {
-    refresh();
+    refreshGraph();
     Update update{*this, report.report()};
-    if (!exact.empty())
-        doubt(report.report());
-    bool const isHalf = !exact.empty() && report.report().containsElementChanges(ContextData::Impl::classImpl());
-    halfFollowed = isHalf ? report.report().lastTransaction() : 0;
+    exact.follow(report.report(), isQuiet(), report.report().containsElementChanges(ContextData::Impl::classImpl()));
     for (tarn::zero::ReportEntry const entry : report.modified()) {
         auto& source = static_cast<Property::Impl&>(*entry.element().get());
         Property::Impl* const copy = copyFor(source);
@@ -167,27 +138,25 @@ void ContextView::transactionCommitted(tarn::zero::ShallowChangeReport<Property>
     finish(update);
 }
 
-void ContextView::transactionCommitted(tarn::zero::ShallowChangeReport<ContextData> const& report)
+void ViewState::followContexts(tarn::zero::ShallowChangeReport<ContextData> const& report)
 {
-    refresh();
+    refreshGraph();
     Update update{*this, report.report()};
-    if (!exact.empty())
-        doubt(report.report());
-    halfFollowed = 0;
     update.isLasting = isQuiet();
+    exact.follow(report.report(), update.isLasting, false);
     for (tarn::zero::ReportEntry const entry : report.modified()) {
         auto const& source = static_cast<ContextData::Impl const&>(*entry.element().get());
         ContextData const* const clone = source.isAlive() ? cloneOf(source) : nullptr;
         if (!clone)
             continue;
         followActiveContexts(source, *clone->operator->(), update);
-        followProperties(source, *clone, update);
+        followNames(source, *clone, update);
     }
     finish(update);
 }
 
 /// Returns the clone of a context of the shared model; null for a clone that some view keeps in that model.
-ContextData const* ContextView::cloneOf(ContextData::Impl const& source)
+ContextData const* ViewState::cloneOf(ContextData::Impl const& source)
 {
     ContextData const* const clone = liveData(source.identifier());
     if (!clone || !(ContextProvider::sharedModel()->findElement(source.identifier(), 1).get() == &source))
@@ -196,25 +165,27 @@ ContextData const* ContextView::cloneOf(ContextData::Impl const& source)
 }
 
 /// Returns the property that mirrors `source`; null if there is none.
-Property::Impl* ContextView::copyFor(Property::Impl& source)
+Property::Impl* ViewState::copyFor(Property::Impl& source)
 {
     // A later transaction may have destroyed or removed what this one modified.
     ContextData::Impl const* const owner = source.isAlive() ? source.ownerImpl() : nullptr;
     if (!owner)
         return nullptr;
-    tarn::zero::Model::Impl const& shared = *ContextProvider::sharedModel().get();
-    bool const isIdle = !shared.isInTransaction();   // inside a transaction the structure version is meaningless
-    detail::ViewMirrors::Age const now{shared.structureVersion(), cloneChanges};
-    if (Property::Impl* const copy = isIdle ? mirrors->find(source, now) : nullptr)
-        return copy;
+    // Inside a transaction the structure version is meaningless.
+    bool const isIdle = !ContextProvider::sharedModel()->isInTransaction();
+    if (isIdle) {
+        epoch.catchUp();
+        if (Property::Impl* const copy = mirrors.find(source, epoch))
+            return copy;
+    }
     ContextData const* const clone = cloneOf(*owner);
     Property::Impl* const copy = clone ? copyOf(source, *clone->operator->()) : nullptr;
     if (copy && isIdle)
-        mirrors->note(source, *copy, {shared.structureVersion(), cloneChanges});
+        mirrors.keep(source, *copy, epoch);
     return copy;
 }
 
-void ContextView::followValue(PropertyValue const& value, Property::Impl& copy, Update& update)
+void ViewState::followValue(PropertyValue const& value, Property::Impl& copy, Update& update)
 {
     update.begin();
     std::optional<Id> const old = uuidIn(copy.getValue());
@@ -225,7 +196,7 @@ void ContextView::followValue(PropertyValue const& value, Property::Impl& copy, 
         gained(value, copy.getOwner(), update);
 }
 
-void ContextView::followActiveContexts(ContextData::Impl const& source, ContextData::Impl& clone, Update& update)
+void ViewState::followActiveContexts(ContextData::Impl const& source, ContextData::Impl& clone, Update& update)
 {
     if (clone.getActiveContexts() == source.getActiveContexts())
         return;
@@ -238,7 +209,7 @@ void ContextView::followActiveContexts(ContextData::Impl const& source, ContextD
 
 /// Records additions for later, when every removal of the report is done, so that a property that was moved or renamed
 /// keeps its UUID.
-void ContextView::followProperties(ContextData::Impl const& source, ContextData const& clone, Update& update)
+void ViewState::followNames(ContextData::Impl const& source, ContextData const& clone, Update& update)
 {
     Comparison found;
     if (!update.compareChanged(source, *clone.operator->(), found))
@@ -248,12 +219,12 @@ void ContextView::followProperties(ContextData::Impl const& source, ContextData 
     for (Property const& property : found.missing)
         update.additions.push_back({property, clone});
     for (Property const& property : found.gone)
-        remove(property, update);
+        removeCopy(property, update);
     if (update.isLasting)
         exact.insert(source.identifier());
 }
 
-void ContextView::Comparison::compare(Property::Impl* source, Property::Impl* copy)
+void ViewState::Comparison::compare(Property::Impl* source, Property::Impl* copy)
 {
     if (source && copy && source->identifier() == copy->identifier()) {
         if (differ(copy->getValue(), source->getValue()))
@@ -267,8 +238,8 @@ void ContextView::Comparison::compare(Property::Impl* source, Property::Impl* co
 }
 
 /// Compares all properties, ordered by name.
-void ContextView::Comparison::compareAll(ContextData::Impl::Properties const& sources,
-                                         ContextData::Impl::Properties const& copies)
+void ViewState::Comparison::compareAll(ContextData::Impl::Properties const& sources,
+                                       ContextData::Impl::Properties const& copies)
 {
     auto copy = copies.begin();
     for (Property const& source : sources) {
@@ -283,27 +254,25 @@ void ContextView::Comparison::compareAll(ContextData::Impl::Properties const& so
 
 /// Compares only the properties whose names the report lists, in order. Returns false, with nothing found, if others
 /// may differ.
-bool ContextView::Update::compareChanged(ContextData::Impl const& source, ContextData::Impl const& clone,
-                                         Comparison& found)
+bool ViewState::Update::compareChanged(ContextData::Impl const& source, ContextData::Impl const& clone,
+                                       Comparison& found)
 {
-    if (view.exact.count(source.identifier()) == 0 ||
+    if (!view.exact.contains(source.identifier()) ||
         report.lastTransaction() != ContextProvider::sharedModel()->lastTransaction())
         return false;   // or the source is already newer than the report
-    if (!places) {
-        places.emplace();
+    if (!slots) {
+        slots.emplace();
         for (tarn::zero::ReportData::Storage const* const storage : report.storages())
             if (tarn::zero::isInstance<Property>(*storage->element().get()))
-                eachPlace(*storage, [&](auto const* owner, std::string_view name) {
-                    places->push_back({owner, name});
-                });
-        std::sort(places->begin(), places->end());
-        places->erase(std::unique(places->begin(), places->end()), places->end());
+                eachSlot(*storage, [&](auto const* owner, std::string_view name) { slots->push_back({owner, name}); });
+        std::sort(slots->begin(), slots->end());
+        slots->erase(std::unique(slots->begin(), slots->end()), slots->end());
     }
     auto const& sources = source.getProperties();
     auto const& copies = clone.getProperties();
-    auto place = std::lower_bound(places->begin(), places->end(), Place{&source, {}});
-    for (; place != places->end() && place->owner == &source; ++place)
-        found.compare(sources.findImpl(place->name), copies.findImpl(place->name));
+    auto slot = std::lower_bound(slots->begin(), slots->end(), Slot{&source, {}});
+    for (; slot != slots->end() && slot->owner == &source; ++slot)
+        found.compare(sources.findImpl(slot->name), copies.findImpl(slot->name));
     if (copies.size() + found.missing.size() == sources.size() + found.gone.size())
         return true;
     found = Comparison{};   // a holder has changed the clone
@@ -311,51 +280,25 @@ bool ContextView::Update::compareChanged(ContextData::Impl const& source, Contex
 }
 
 /// Returns false while an open transaction can still roll back the shared model or the view's model.
-bool ContextView::isQuiet() const noexcept
+bool ViewState::isQuiet() const noexcept
 {
     return !ContextProvider::sharedModel()->isInTransaction() && !model->isInTransaction();
 }
 
-/// Removes contexts from `exact` that the report changes without listing them as modified: owners of properties that
-/// came or went, and contexts that were created or destroyed under a UUID.
-void ContextView::doubt(tarn::zero::ReportData const& report)
-{
-    if (!isQuiet() || (halfFollowed != 0 && halfFollowed != report.lastTransaction()))
-        return exact.clear();
-    if (report.structureVersion() == report.structureVersionBefore())
-        return;
-    for (tarn::zero::ReportData::Storage const* const storage : report.storages()) {
-        tarn::zero::ModelElement::Impl const& element = *storage->element().get();
-        if (tarn::zero::isInstance<ContextData>(element)) {
-            if (storage->wasCreated() || storage->wasDestroyed())
-                exact.erase(element.identifier());
-        } else if (tarn::zero::isInstance<Property>(element)) {
-            eachPlace(*storage, [&](auto const* owner, std::string_view) {
-                auto const known = owner ? exact.find(owner->identifier()) : exact.end();
-                if (known == exact.end())
-                    return;
-                tarn::zero::ReportData::Storage const* const context = report.storageOf(*owner);
-                if (!context || !context->isChanged(ContextData::Impl::PROPERTIES))
-                    exact.erase(known);
-            });
-        }
-    }
-}
-
-void ContextView::add(Property const& source, ContextData const& clone, Update& update)
+void ViewState::addCopy(Property const& source, ContextData const& clone, Update& update)
 {
     update.begin();
-    ++cloneChanges;
+    epoch.restart();
     Property const copy = source->cloneTo(model, true);
     clone->getPropertiesMutable().add(copy);
     if (copy->getValue().isUUID())
         gained(copy->getValue(), clone, update);
 }
 
-void ContextView::remove(Property const& copy, Update& update)
+void ViewState::removeCopy(Property const& copy, Update& update)
 {
     update.begin();
-    ++cloneChanges;
+    epoch.restart();
     std::optional<Id> const old = uuidIn(copy->getValue());
     Id const owner = copy->ownerImpl()->identifier();
     copy->destroy();
@@ -363,29 +306,29 @@ void ContextView::remove(Property const& copy, Update& update)
         lost(*old, owner, update);
 }
 
-void ContextView::gained(PropertyValue const& value, ContextData const& clone, Update& update)
+void ViewState::gained(PropertyValue const& value, ContextData const& clone, Update& update)
 {
     Id const target = value.getUUID();
-    graph->addReference(clone.Uuid(), target);
+    graph.addReference(clone.Uuid(), target);
     if (namesProvider(target))
         update.gained.push_back({clone.Uuid(), target});
 }
 
-void ContextView::lost(Id const& target, Id const& from, Update& update)
+void ViewState::lost(Id const& target, Id const& from, Update& update)
 {
-    graph->removeReference(from, target);
+    graph.removeReference(from, target);
     update.orphansPossible |= namesProvider(target);
 }
 
-void ContextView::finish(Update& update)
+void ViewState::finish(Update& update)
 {
     for (Update::Addition const& addition : update.additions)
-        add(addition.source, addition.clone, update);
+        addCopy(addition.source, addition.clone, update);
     for (Update::Reference const& reference : update.gained)
         mirror(reference.to);
     // Then follow the other references of these contexts that were skipped because they had no living provider.
     for (Update::Reference const& reference : update.gained)
-        if (graph->isOpen(reference.from))
+        if (graph.isOpen(reference.from))
             createClosure(getData(reference.from));
     if (update.orphansPossible)
         discardOrphans();
@@ -394,4 +337,4 @@ void ContextView::finish(Update& update)
     update.isDone = true;   // the view may be destroyed
 }
 
-}   // namespace studio::data
+}   // namespace studio::data::detail
