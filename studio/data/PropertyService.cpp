@@ -4,22 +4,9 @@
 
 namespace studio::data {
 
-/// A source whose `getTriggers` is running: alive until it returns, whatever it does to itself or its service.
-struct PropertyService::Asked : private boost::noncopyable {
-    Asked(PropertyService& owner, PropertySource& source) : service{&owner}, source{&source}, outer{owner.asked}
-    {
-        owner.asked = this;
-    }
-    ~Asked()
-    {
-        if (service)
-            service->asked = outer;
-    }
-
-    PropertyService* service;   // null once destroyed
-    PropertySource* source;
-    Asked* outer;
-    std::unique_ptr<PropertySource> removed;   // the source, once the service no longer owns it
+struct PropertyService::Index {
+    std::unordered_map<PropertySource*, std::shared_ptr<PropertySource>> sources;
+    std::unordered_map<std::string, std::unordered_set<PropertySource*>> triggers;   // not owned
 };
 
 // One by one, so that the registry is consistent whenever a service is destroyed.
@@ -32,15 +19,11 @@ PropertyService::Services::~Services()
 // Before other statics: in a program that links the archive, their constructors may register services.
 [[gnu::init_priority(1000)]] PropertyService::Services PropertyService::s_services;
 
-PropertyService::PropertyService(std::string const& name) : name{name} {}
+PropertyService::PropertyService(std::string const& name) : name{name}, index{std::make_shared<Index>()} {}
 
 PropertyService::~PropertyService()
 {
-    for (Asked* frame = asked; frame; frame = frame->outer) {
-        frame->service = nullptr;
-        if (auto const entry = sources.find(frame->source); entry != sources.end())
-            frame->removed = std::move(entry->second);
-    }
+    index->sources.clear();   // a running `addSource` then finds that its source was removed
 }
 
 void PropertyService::add(std::unique_ptr<PropertyService> service)
@@ -66,38 +49,36 @@ void PropertyService::addSource(std::unique_ptr<PropertySource> source)
     PropertySource* const added = source.get();
     if (!added)
         return;
-    if (!sources.try_emplace(added, std::move(source)).second) {
+    if (index->sources.count(added) != 0) {
         static_cast<void>(source.release());   // owned twice: keep the service's owner
         return;
     }
-    Asked frame{*this, *added};
+    // Both live until `getTriggers` returns, whatever it does to the source or the service.
+    std::shared_ptr<Index> const kept{index};
+    std::shared_ptr<PropertySource> const running{std::move(source)};
+    kept->sources.emplace(added, running);
     std::unordered_set<std::string> const names = added->getTriggers();
-    if (frame.removed)
-        return;   // removed by itself or with the service, which may be destroyed
+    if (kept->sources.count(added) == 0)
+        return;   // removed by itself or with the service
     for (std::string const& property : names)
-        triggers[property].insert(added);
+        kept->triggers[property].insert(added);
 }
 
 void PropertyService::removeSource(PropertySource* source)
 {
-    auto entry = sources.extract(source);
-    if (!entry)
-        return;
-    for (Asked* frame = asked; frame; frame = frame->outer)
-        if (frame->source == source)
-            frame->removed = std::move(entry.mapped());
+    index->sources.erase(source);
 }
 
 std::unordered_set<PropertySource*> PropertyService::getTriggeredSources(std::vector<std::string> const& names) const
 {
     std::unordered_set<PropertySource*> triggered;
     if (names.empty()) {
-        for (auto const& owned : sources)
+        for (auto const& owned : index->sources)
             triggered.insert(owned.first);
         return triggered;
     }
     for (std::string const& property : names)
-        if (auto const entry = triggers.find(property); entry != triggers.end())
+        if (auto const entry = index->triggers.find(property); entry != index->triggers.end())
             triggered.insert(entry->second.begin(), entry->second.end());
     return triggered;
 }

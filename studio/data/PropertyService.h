@@ -55,7 +55,7 @@ public:
     std::unordered_set<PropertySource*> getTriggeredSources(std::string const& name) const;
 
 private:
-    struct Asked;
+    struct Index;
     struct STUDIO_DATA_LOCAL Services : std::unordered_map<std::string, std::unique_ptr<PropertyService>> {
         ~Services();
     };
@@ -63,9 +63,7 @@ private:
     STUDIO_DATA_LOCAL static Services s_services;
 
     std::string name;
-    std::unordered_map<PropertySource*, std::unique_ptr<PropertySource>> sources;
-    std::unordered_map<std::string, std::unordered_set<PropertySource*>> triggers;   // not owned
-    Asked* asked = nullptr;   // the innermost source whose getTriggers is running
+    std::shared_ptr<Index> index;   // of sources; kept by a running `addSource`, which may destroy the service
 };
 
 }   // namespace studio::data

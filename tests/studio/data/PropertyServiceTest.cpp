@@ -100,7 +100,7 @@ TEST_F(PropertyServiceTest, RemovalFreesTheSourceAndLeavesTheNames)
     add(one);
     std::size_t const before = support::liveAllocations();
     remove('1');
-    EXPECT_EQ(support::liveAllocations(), before - 2);   // the source and its place
+    EXPECT_EQ(support::liveAllocations(), before - 3);   // the source, its count and its place
     EXPECT_EQ(one.timesDestroyed, 0);
     EXPECT_EQ(triggered(Names{}), "2");
     EXPECT_EQ(triggered("a"), "12");
