@@ -28,24 +28,20 @@ std::unique_ptr<ContextView> ContextView::create(tarn::zero::Model const& model)
     return view;
 }
 
-// What may call out is called through a pointer of its own, so that the state outlives a view that is destroyed
-// meanwhile.
+// A function that calls out keeps the state: a callback, or a listener, may destroy the view meanwhile.
 
 std::unique_ptr<ContextHandleImpl> ContextView::acquire(Id const& id, ContextHandleImpl::Callback const& callback)
 {
-    return detail::ViewState::Pointer
-    {
-        state
-        } -> acquire(*this, id, callback);
+    detail::ViewState::Pointer const kept{state};
+    return kept->acquire(*this, id, callback);
 }
 
 void ContextView::release(ContextHandleImpl* handle) noexcept
 {
-    if (handle)
-        detail::ViewState::Pointer
-        {
-            state
-            } -> release(*handle);
+    if (!handle)
+        return;
+    detail::ViewState::Pointer const kept{state};
+    kept->release(*handle);
 }
 
 ContextData ContextView::getData(Id const& id) const
@@ -60,18 +56,14 @@ HandleRecord* ContextView::getRecord(Id const& id) const
 
 HandleRecord* ContextView::createRecord(Id const& id)
 {
-    return detail::ViewState::Pointer
-    {
-        state
-        } -> createRecord(id);
+    detail::ViewState::Pointer const kept{state};
+    return kept->createRecord(id);
 }
 
 void ContextView::destroyRecord(HandleRecord* record)
 {
-    detail::ViewState::Pointer
-    {
-        state
-        } -> destroyRecord(record);
+    detail::ViewState::Pointer const kept{state};
+    kept->destroyRecord(record);
 }
 
 ContextData ContextView::cloneData(Id const& id)
@@ -81,10 +73,8 @@ ContextData ContextView::cloneData(Id const& id)
 
 void ContextView::createClosure(ContextData const& clone)
 {
-    detail::ViewState::Pointer
-    {
-        state
-        } -> createClosure(clone);
+    detail::ViewState::Pointer const kept{state};
+    kept->createClosure(clone);
 }
 
 void ContextView::removeDescendents(ContextData const& clone, IdSet& pending) const
@@ -103,10 +93,8 @@ void ContextView::removeDescendents(HandleRecord* record, IdSet& pending) const
 
 void ContextView::discardOrphans()
 {
-    detail::ViewState::Pointer
-    {
-        state
-        } -> discardOrphans();
+    detail::ViewState::Pointer const kept{state};
+    kept->discardOrphans();
 }
 
 bool ContextView::concerns(tarn::zero::ElementImpl const& element, std::uint64_t) const noexcept
@@ -116,18 +104,14 @@ bool ContextView::concerns(tarn::zero::ElementImpl const& element, std::uint64_t
 
 void ContextView::transactionCommitted(tarn::zero::ShallowChangeReport<Property> const& report)
 {
-    detail::ViewState::Pointer
-    {
-        state
-        } -> followProperties(report);
+    detail::ViewState::Pointer const kept{state};
+    kept->followProperties(report);
 }
 
 void ContextView::transactionCommitted(tarn::zero::ShallowChangeReport<ContextData> const& report)
 {
-    detail::ViewState::Pointer
-    {
-        state
-        } -> followContexts(report);
+    detail::ViewState::Pointer const kept{state};
+    kept->followContexts(report);
 }
 
 }   // namespace studio::data

@@ -18,12 +18,17 @@ std::size_t ExpressionEngine::LeafHash::operator()(Leaf const& leaf) const noexc
 }
 
 ExpressionEngine::ExpressionEngine(std::shared_ptr<ContextProvider> provider)
-    : state{new detail::EngineState{std::move(provider)}}
+    : state{detail::EngineState::Pointer{new detail::EngineState{std::move(provider)}}.detach()}
 {
     ContextProvider::sharedModel()->addDeepListener(this);
 }
 
 ExpressionEngine::ExpressionEngine(boost::uuids::uuid id) : ExpressionEngine{model::getContextProvider(id)} {}
+
+void ExpressionEngine::Release::operator()(detail::EngineState* state) const noexcept
+{
+    intrusive_ptr_release(state);
+}
 
 ExpressionEngine::~ExpressionEngine()
 {
@@ -33,10 +38,8 @@ ExpressionEngine::~ExpressionEngine()
 
 std::unique_ptr<ExpressionHandle> ExpressionEngine::acquireExpression(std::string const& text, Callback const& callback)
 {
-    return detail::EngineState::Pointer
-    {
-        state
-        } -> acquire(text, callback);   // the pointer: it may destroy the engine
+    detail::EngineState::Pointer const kept{state.get()};   // `callback` may destroy the engine
+    return kept->acquire(text, callback);
 }
 
 void ExpressionEngine::releaseExpression(ExpressionHandle* handle) noexcept

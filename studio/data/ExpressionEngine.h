@@ -3,7 +3,6 @@
 #include "studio/data/ExpressionHandle.h"
 #include "tarn/zero/Listener.h"
 
-#include <boost/smart_ptr/intrusive_ptr.hpp>
 #include <boost/uuid/uuid.hpp>
 
 #include <cstddef>
@@ -130,7 +129,11 @@ public:
 private:
     friend class detail::EngineState;
 
-    boost::intrusive_ptr<detail::EngineState> state;
+    struct Release {
+        STUDIO_DATA_LOCAL void operator()(detail::EngineState* state) const noexcept;
+    };
+
+    std::unique_ptr<detail::EngineState, Release> state;   // counted: whoever calls out keeps it
 };
 
 }   // namespace studio::data
