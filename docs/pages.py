@@ -1,15 +1,21 @@
 #!/usr/bin/env python3
-"""Prints a page of docs/ as doxygen should read it: what is written for a reader of the repository fits the site too.
+"""Makes the pages of docs/, which are written for a reader of the repository, into a book on the site.
 
-Usage: pages.py PAGE               what doxygen calls for each page
-       pages.py --check SITE       names the links of a built site that lead nowhere
+Usage: pages.py PAGE               prints a page as doxygen should read it; doxygen calls this for each page
+       pages.py --layout FILE      writes doxygen's layout: the pages in reading order, then the reference
+       pages.py --check SITE       prints the broken links of a built site
 """
+import glob
 import html
 import html.parser
 import os
 import re
 import sys
+from xml.sax.saxutils import quoteattr
 
+# The reading order. Decisions follow, under one entry.
+ORDER = ["overview", "getting-started", "examples", "contexts", "expressions", "views", "property-services", "embedding",
+         "when-an-expression-does-not-update", "debugging", "guarantees", "performance", "architecture", "testing"]
 EXAMPLE = re.compile(r"\.\./examples/(\d\d-[\w-]+)/main\.cpp$")
 LINK = re.compile(r"\[([^\]]+)\]\(([^)\s]+)\)")
 CODE = re.compile(r"(?<!`)(`+)(?!`)(.+?)(?<!`)\1(?!`)")
@@ -52,10 +58,52 @@ def example_of(line):
     return f"\\include {match.group(1)}/main.cpp\n\nIt prints\n\n\\verbinclude {match.group(1)}/expected.txt"
 
 
+def chapters():
+    """The paths of all pages from the root of the tree, in reading order."""
+    paths = [f"docs/{name}.md" for name in ORDER]
+    strange = set(glob.glob("docs/*.md")) ^ set(paths)
+    if strange:
+        sys.exit(f"docs/pages.py: ORDER and the files differ: {', '.join(sorted(strange))}")
+    return paths + sorted(glob.glob("docs/decisions/*.md"))
+
+
+def title_of(path):
+    with open(path, encoding="utf-8") as file:
+        return file.readline().lstrip("# ").strip()
+
+
+def layout(output):
+    def tab(path):
+        name = "md_" + re.sub(r"[/-]", "_", path[:-len(".md")])
+        return f'<tab type="user" url="@ref {name}" title={quoteattr(title_of(path))}/>'
+
+    overview, *pages = chapters()
+    decisions = [path for path in pages if path.startswith("docs/decisions/")]
+    lines = [
+        '<doxygenlayout version="1.0"><navindex>', '<tab type="mainpage" title="Overview"/>',
+        *(tab(path) for path in pages if path not in decisions),
+        '<tab type="usergroup" title="Decisions">', *map(tab, decisions), "</tab>",
+        '<tab type="usergroup" title="Reference">',
+        '<tab type="classlist" title="Classes"/>', '<tab type="hierarchy" title="Class hierarchy"/>',
+        '<tab type="namespacelist" title="Namespaces"/>', '<tab type="namespacemembers" title="Free functions and types"/>',
+        "</tab>", "</navindex></doxygenlayout>", ""]
+    with open(output, "w", encoding="utf-8") as file:
+        file.write("\n".join(lines))
+
+
+def next_of(path):
+    """The line that ends a page: a link to the next one."""
+    for page_here, following in zip(chapters(), chapters()[1:]):
+        if page_here == path:
+            return ["---", "", f"Next: [{title_of(following)}]({os.path.relpath(following, os.path.dirname(path))})"]
+    return []
+
+
 def page(path):
     in_code = False
     with open(path, encoding="utf-8") as file:
         lines = file.read().split("\n")
+    lines += next_of(os.path.relpath(path))
     for number, line in enumerate(lines):
         if line.startswith("```"):
             in_code = not in_code
@@ -65,7 +113,9 @@ def page(path):
         if path.endswith("docs/examples.md") and example_of(line):
             print(example_of(line))
             continue
-        if line.startswith("## ") or line.startswith("### "):
+        if line.startswith("## ") and path.endswith("docs/overview.md"):
+            line = f"<h2>{line[3:]}</h2>"   # a label would put the section among the pages in the tree
+        elif line.startswith("## ") or line.startswith("### "):
             line += " {#" + label(path, line.lstrip("# ")) + "}"
         line = LINK.sub(lambda match: link(os.path.relpath(path), match), line)
         print(CODE.sub(code, line))
@@ -107,4 +157,4 @@ def check(site):
 if __name__ == "__main__":
     if sys.argv[1] == "--check":
         sys.exit(check(sys.argv[2]))
-    page(sys.argv[1])
+    layout(sys.argv[2]) if sys.argv[1] == "--layout" else page(sys.argv[1])

@@ -64,6 +64,7 @@ missing_packages() {
         docs)
             at_least 1.9.4 doxygen --version || echo doxygen
             command -v dot >/dev/null || echo graphviz
+            [ -f /usr/share/doxygen-awesome-css/doxygen-awesome.css ] || echo doxygen-awesome-css
             at_least 3.9 python3 --version || echo python3
             ;;
         bench)
