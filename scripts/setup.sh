@@ -145,14 +145,31 @@ set_up() {
     fi
 }
 
-# configure_and_build PRESET [BUILD ARGS]: quiet unless something goes wrong, and then the whole story.
+# show_progress LOG: copies its input to LOG. On a terminal it also shows, in one line, how many steps of ninja are done.
+show_progress() {
+    local line
+    if [ ! -t 2 ]; then
+        cat >"$1"
+        return
+    fi
+    while IFS= read -r line; do
+        printf '%s\n' "$line" >&3
+        if [[ $line =~ ^\[([0-9]+)/([0-9]+)\] ]]; then
+            printf '\r\033[Ksetup: step %s of %s' "${BASH_REMATCH[1]}" "${BASH_REMATCH[2]}" >&2
+        fi
+    done 3>"$1"
+    printf '\r\033[K' >&2
+}
+
+# configure_and_build PRESET [BUILD ARGS]: prints progress only; if a step fails, prints the whole log.
 configure_and_build() {
     local preset=$1 log
     shift
     log=build/$preset.log
     mkdir -p build
     say "setup: building build/$preset"
-    if ! { cmake --preset "$preset" "${CONFIGURE_ARGS[@]}" && cmake --build "build/$preset" "$@"; } >"$log" 2>&1; then
+    if ! { cmake --preset "$preset" "${CONFIGURE_ARGS[@]}" &&
+            NINJA_STATUS='[%f/%t] ' cmake --build "build/$preset" "$@"; } 2>&1 | show_progress "$log"; then
         cat "$log" >&2
         say "setup: the build failed; the log is $log"
         exit 1
