@@ -23,11 +23,12 @@ CODE = re.compile(r"(?<!`)(`+)(?!`)(.+?)(?<!`)\1(?!`)")
 
 def label(page, heading):
     words = re.sub(r"[^\w\s-]", "", heading.lower()).split()
-    return "-".join([os.path.splitext(os.path.basename(page))[0], *words])
+    name = os.path.splitext(os.path.basename(page))[0]
+    return "-".join(["decision" if name[0].isdigit() else "", name, *words]).lstrip("-")   # begins with a letter
 
 
 def link(page, match):
-    """A link to a page or a place in one, by name; what the site does not have, by its text."""
+    """A link to a page or a section, by name; for a target that the site does not have, its text."""
     text, target = match.groups()
     if "://" in target:
         return match.group(0)
@@ -42,7 +43,7 @@ def link(page, match):
 
 
 def code(match):
-    """A piece of code, as doxygen understands it: it takes a quote for the end, and shows what escapes a bar."""
+    """A code span for doxygen, which takes a quote for its end and would show the backslash before a bar."""
     text = match.group(2)
     if "\\|" in text:
         shown = html.escape(text, quote=False).replace("\\|", "&#124;")
@@ -51,7 +52,7 @@ def code(match):
 
 
 def example_of(line):
-    """The code and the output of the example that a line of the page of examples is about."""
+    """The code and the output of the example that a line of the page of examples links to, or None."""
     match = re.match(r"\[[^\]]*\]\(\.\./examples/([\w-]+)/main\.cpp\)$", line)
     if not match:
         return None
@@ -122,7 +123,7 @@ def page(path):
 
 
 class Site(html.parser.HTMLParser):
-    """The places of a page, and where its links lead."""
+    """The anchors and the links of a page."""
 
     def __init__(self, path):
         super().__init__()
@@ -149,8 +150,8 @@ def check(site):
                 wrong.append(f"{name}: {target} is not there")
             elif place and path in pages and place not in pages[path].places and place != "nested-classes":
                 # (doxygen itself links to the list of nested classes when they are all private)
-                wrong.append(f"{name}: {path} has no place {place}")
-    print("\n".join(wrong) if wrong else f"every link of {len(pages)} pages leads somewhere")
+                wrong.append(f"{name}: {path} has no anchor {place}")
+    print("\n".join(wrong) if wrong else f"{len(pages)} pages have no broken link")
     return 1 if wrong or not pages else 0
 
 
