@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""What scripts/bench makes of figures: lines of workload, peer, metric and value, with tabs between.
+"""Evaluates the figures of scripts/bench: lines of workload, peer, metric and value, separated by tabs.
 
 Usage: bench_report.py counts DUMP...             the figures in dumps of callgrind
-       bench_report.py table FIGURES TARGETS      a table for people, which names what must hold and does not
+       bench_report.py table FIGURES TARGETS      a readable table, which marks missed limits
        bench_report.py gate FIGURES LIMITS        exit code 1 if instructions exceed a limit
        bench_report.py renew FIGURES LIMITS       writes the limits
        bench_report.py corpus WORKBENCH FOLDER    replays the sessions in a folder and prints a table
@@ -122,7 +122,7 @@ def table(figures, targets):
 
 
 def ratios(figures):
-    """Instructions here as a multiple of those by hand; of one write by hand where nothing is done by hand."""
+    """Instructions as a multiple of the baseline's; of the baseline's W1 for a workload without a baseline."""
     for name in workloads_of(figures):
         by_hand = figures.get((name, "ir", FLOOR), figures["W1", "ir", FLOOR])
         yield name, figures[name, "ir", HERE] / by_hand
@@ -131,13 +131,13 @@ def ratios(figures):
 def gate(figures, path):
     limits = {name: float(limit) for name, limit in read_words(path)}
     measured = dict(ratios(figures))
-    wrong = [f"{name} executes {measured[name]:.2f} times the instructions of the same steps by hand; at most "
+    wrong = [f"{name} executes {measured[name]:.2f} times the instructions of the baseline; at most "
              f"{limits[name]:.2f} are allowed" for name in measured if name in limits and measured[name] > limits[name]]
-    wrong += [f"{name} stands only in {where}" for name in sorted((measured.keys() ^ limits.keys()) - {RECORDED})
+    wrong += [f"{name} is only in {where}" for name in sorted((measured.keys() ^ limits.keys()) - {RECORDED})
               for where in [path if name in limits else "the measurement"]]
     if wrong:
         print("\n".join(wrong))
-        print("If that is worth its price, `scripts/bench --renew` writes new limits; say why in the commit.")
+        print("If the change is worth that cost, `scripts/bench --renew` writes new limits; give the reason in the commit.")
         return 1
     print(f"{len(measured)} workloads within their limits")
     return 0

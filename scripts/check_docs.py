@@ -1,30 +1,47 @@
 #!/usr/bin/env python3
-"""Holds README.md and the pages in docs/ to what the code says.
+"""Compares README.md and the pages in docs/ with the code, and checks the docstrings of the code.
 
 Usage: check_docs.py [--evaluate PROGRAM] [ROOT]. Prints `file:line: what is wrong`; exit code 1 if anything is.
 - Every test named in a table's column "Test" exists in tests/, and every row there names one.
-- Every ```cpp fragment stands, up to its indentation, in a source under examples/ or tests/, a ```cmake one in a
+- Every ```cpp fragment occurs, up to its indentation, in a source under examples/ or tests/, a ```cmake one in a
   CMakeLists.txt there.
-- With --evaluate: every row of a table "Text | Value" or "Text | Refused with" is what PROGRAM, given the texts as
-  lines, answers.
+- Every docstring (///) can be read alone, as an editor shows it: it does not begin like a fragment or with a reference
+  to its neighbour. The sentences that docs/conventions.py adds are checked, too.
+- With --evaluate, and instead of the above: for each row of a table "Text | Value" or "Text | Refused with", PROGRAM
+  prints that value or reason, given the texts as lines.
 """
+import importlib.util
 import os
 import re
 import subprocess
 import sys
 import textwrap
 
+sys.dont_write_bytecode = True   # of docs/conventions.py
+
 TEST = re.compile(r"\bTEST(?:_F|_P)?\(\s*(\w+)\s*,\s*(\w+)\s*\)")
 CODE = re.compile(r"(?<!`)(`+)(?!`)(.+?)(?<!`)\1(?!`)")
+FOLDERS = ["framework", "studio", "workbench", "tests", "examples", "benchmarks", "fuzz"]
+# How a docstring begins that cannot be read without the one above it.
+DEPENDENT = re.compile(
+    r"(?:The same|Same|Takes (?:that|this|it) back|Where|Else|Otherwise|Also|Likewise|Ditto|(?:As|See) (?:above|below)|"
+    r"As the \w+ (?:says|does)|And|Or|But|Then|Again|Too|This too|That|Those|These|Its?|They|Their)\b", re.IGNORECASE)
+
+
+def files(root, folders, endings=(".h", ".cpp")):
+    """(path from the root, text) of each file, in the order of their names."""
+    for folder in folders:
+        for where, below, names in os.walk(os.path.join(root, folder)):
+            below.sort()
+            for name in sorted(names):
+                if name.endswith(endings):
+                    path = os.path.join(where, name)
+                    with open(path, encoding="utf-8") as file:
+                        yield os.path.relpath(path, root), file.read()
 
 
 def sources(root, folders, endings=(".h", ".cpp")):
-    for folder in folders:
-        for where, _, names in os.walk(os.path.join(root, folder)):
-            for name in sorted(names):
-                if name.endswith(endings):
-                    with open(os.path.join(where, name), encoding="utf-8") as file:
-                        yield file.read()
+    return (text for _, text in files(root, folders, endings))
 
 
 def pages(root):
@@ -100,6 +117,52 @@ def check_fragments(root):
                 yield f"{path}:{number}: no example or test has this code"
 
 
+def docstrings(text):
+    """(line number, first line, whether it trails its member) of each docstring of a source."""
+    continued = False
+    for number, line in enumerate(text.splitlines(), 1):
+        code, mark, words = line.partition("///")
+        begins = mark and not words.startswith("/") and code.count('"') % 2 == 0
+        if begins and not (continued and not code.strip()):
+            yield number, words.lstrip("<").strip(), bool(code.strip())
+        continued = begins and (not code.strip() or continued)
+
+
+def fault_of(docstring, trails=False):
+    """Why a docstring cannot be read alone, or None. One that trails its member continues it: `A, ///< first kind`."""
+    if not docstring:
+        return "its first line is empty"
+    dependent = DEPENDENT.match(docstring)
+    if dependent:
+        return f'it begins with "{dependent.group()}" and so depends on its neighbour'
+    if docstring[0].islower() and not trails:
+        return f'it begins like a fragment, with "{docstring.split()[0]}"'
+    return None
+
+
+def conventions(root):
+    """(place, sentence) of each sentence that docs/conventions.py adds to the reference."""
+    path = os.path.join(root, "docs", "conventions.py")
+    if os.path.isfile(path):
+        spec = importlib.util.spec_from_file_location("conventions", path)
+        module = importlib.util.module_from_spec(spec)
+        spec.loader.exec_module(module)
+        with open(path, encoding="utf-8") as file:
+            lines = file.read().splitlines()
+        for sentence in [module.OVERLOAD, *(sentence for _, _, sentence in module.CONVENTIONS)]:
+            found = (number for number, line in enumerate(lines, 1) if f'"{sentence[:40]}' in line)
+            yield f"docs/conventions.py:{next(found, 1)}", sentence
+
+
+def check_docstrings(root):
+    found = [(f"{path}:{number}", *docstring) for path, text in files(root, FOLDERS)
+             for number, *docstring in docstrings(text)]
+    for place, *docstring in found + list(conventions(root)):
+        fault = fault_of(*docstring)
+        if fault:
+            yield f"{place}: the docstring cannot be read alone: {fault}"
+
+
 def check_values(root, program):
     expected = []   # (place, text, answer)
     for path, lines in pages(root):
@@ -125,8 +188,9 @@ def main(arguments):
     if arguments[:1] == ["--evaluate"]:
         program, arguments = arguments[1], arguments[2:]
     root = arguments[0] if arguments else os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
-    wrong = list(check_values(root, program)) if program else [*check_names(root), *check_fragments(root)]
-    print("\n".join(wrong) if wrong else "the pages say what the code does")
+    checks = [check_names, check_fragments, check_docstrings]
+    wrong = list(check_values(root, program)) if program else [fault for check in checks for fault in check(root)]
+    print("\n".join(wrong) if wrong else "the pages agree with the code, and every docstring can be read alone")
     return 1 if wrong else 0
 
 

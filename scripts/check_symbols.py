@@ -1,13 +1,13 @@
 #!/usr/bin/env python3
-"""Compares what the shared library exports with the list that is kept in tests/install/symbols.txt.
+"""Compares the exports of the shared library with the list in tests/install/symbols.txt.
 
-Usage: check_symbols.py [--renew] LIBRARY [ROOT]. Prints a line for each name that came or went; exit code 1 if there is
-one. With --renew it writes the list instead.
+Usage: check_symbols.py [--renew] LIBRARY [ROOT]. Prints a line for each name that was added or removed; exit code 1 if there
+is one. With --renew it writes the list instead.
 
-A name is demangled, without address and version. Not listed is what a compiler makes wherever it is used, for
-compilers and linkers differ in what they leave over: instances of templates, and what describes a class (its vtable, its
-type), which a program makes anew where it lacks it. All of it must still belong to one of the library's own namespaces, and
-nothing that is exported may stand in a namespace called detail or in an unnamed one.
+Names are demangled, without address and version. Not listed is what a compiler emits wherever it is used, because compilers
+and linkers differ in what they keep: instances of templates, and the vtable and type information of a class. These, too,
+must belong to one of the library's own namespaces. Nothing that is exported may be in a namespace called detail or in an
+unnamed one.
 """
 import os
 import re

@@ -1,10 +1,10 @@
-# Sourced by the other scripts: finds what this machine lacks and installs that, nothing else.
+# Sourced by the other scripts. Finds what this machine lacks and installs only that.
 #
-#   set_up [PURPOSE...]     what a build needs, and what else is needed for: tests, bench, docs, clang, tidy, clang19,
-#                           valgrind, cppcheck, packages, bare; ends the script if it cannot be had
+#   set_up [PURPOSE...]     installs what a build needs, and what is needed for: tests, bench, docs, clang, tidy, clang19,
+#                           valgrind, cppcheck, packages, bare; ends the script if something cannot be installed
 #
-# What is needed is found by compiling a header or asking a tool for its version, never by the name of a package, so a
-# machine that has everything needs no network and no rights. apt-get never gets to remove a package: where Debian's
+# What is missing is found by compiling a header, running a tool or testing a file, never by the name of a package. So a
+# machine that has everything needs neither network nor root rights. apt-get is never allowed to remove a package: where Debian's
 # Boost 1.81 cannot stand beside the Boost that is installed, its headers are unpacked into .deps/ instead.
 
 set -euo pipefail
@@ -41,7 +41,7 @@ missing_packages() {
 #include <span>' || { compiler=missing; echo g++; }
     at_least 3.25 cmake --version || echo cmake
     at_least 1.10 ninja --version || echo ninja-build
-    # Without a compiler nothing can be tried: then everything is asked for, and apt-get keeps what is there.
+    # Without a compiler no header can be tested. Then every package is named, and apt-get skips those that are installed.
     [ $compiler = there ] && boost_is_there || echo libboost1.81-dev
     compiles '#include <nlohmann/json.hpp>
 #if NLOHMANN_JSON_VERSION_MAJOR != 3 || NLOHMANN_JSON_VERSION_MINOR < 11
@@ -64,6 +64,7 @@ missing_packages() {
         docs)
             at_least 1.9.4 doxygen --version || echo doxygen
             command -v dot >/dev/null || echo graphviz
+            [ -f /usr/share/doxygen-awesome-css/doxygen-awesome.css ] || echo doxygen-awesome-css
             at_least 3.9 python3 --version || echo python3
             ;;
         bench)
@@ -92,14 +93,14 @@ may_install() { [ "$(id -u)" -eq 0 ] && command -v apt-get >/dev/null; }
 
 apt() { env DEBIAN_FRONTEND=noninteractive apt-get --yes --quiet --no-remove --no-install-recommends "$@" >&2; }
 
-# All or nothing. The lists of packages are fetched only if what they say now does not do, or is out of date.
+# Installs all or none. The package lists are updated only if they lack a package or are out of date.
 install_packages() {
     apt --simulate install "$@" >/dev/null 2>&1 || apt update
     apt --simulate install "$@" >/dev/null 2>&1 || return 1
     apt install "$@" || { apt update && apt install "$@"; }
 }
 
-# The headers of Boost 1.81 need no installation, and so no rights.
+# The headers of Boost 1.81 need no installation, and so no root rights.
 unpack_boost() {
     local download
     command -v dpkg >/dev/null && command -v apt-get >/dev/null || return 1
@@ -144,14 +145,31 @@ set_up() {
     fi
 }
 
-# configure_and_build PRESET [BUILD ARGS]: quiet unless something goes wrong, and then the whole story.
+# show_progress LOG: copies its input to LOG. On a terminal it also shows, in one line, how many steps of ninja are done.
+show_progress() {
+    local line
+    if [ ! -t 2 ]; then
+        cat >"$1"
+        return
+    fi
+    while IFS= read -r line; do
+        printf '%s\n' "$line" >&3
+        if [[ $line =~ ^\[([0-9]+)/([0-9]+)\] ]]; then
+            printf '\r\033[Ksetup: step %s of %s' "${BASH_REMATCH[1]}" "${BASH_REMATCH[2]}" >&2
+        fi
+    done 3>"$1"
+    printf '\r\033[K' >&2
+}
+
+# configure_and_build PRESET [BUILD ARGS]: prints progress only; if a step fails, prints the whole log.
 configure_and_build() {
     local preset=$1 log
     shift
     log=build/$preset.log
     mkdir -p build
     say "setup: building build/$preset"
-    if ! { cmake --preset "$preset" "${CONFIGURE_ARGS[@]}" && cmake --build "build/$preset" "$@"; } >"$log" 2>&1; then
+    if ! { cmake --preset "$preset" "${CONFIGURE_ARGS[@]}" &&
+            NINJA_STATUS='[%f/%t] ' cmake --build "build/$preset" "$@"; } 2>&1 | show_progress "$log"; then
         cat "$log" >&2
         say "setup: the build failed; the log is $log"
         exit 1

@@ -16,8 +16,8 @@
 
 namespace workbench {
 
-/// The same host without the library: contexts are maps, and every expression is evaluated after every step. The
-/// reference for values and for cost.
+/// A host without the library, the reference for values and for cost: contexts are maps, and every expression is
+/// evaluated after every step.
 class Reference {
 public:
     /// Returns the value of a property that refers to a context, by the context's number.

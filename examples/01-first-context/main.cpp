@@ -1,4 +1,4 @@
-// The smallest host: a context, a context inside it, an expression over both, and a callback that hears of changes.
+// The smallest host: a context, a context inside it, an expression over both, and a callback for its changes.
 // The engine watches what the expression names. The callback runs inside the write that changed the result, and at no
 // other time.
 

@@ -35,11 +35,11 @@ int main()
     window->setPropertyValue("document.author", "nobody");   // adds nothing: the document has no such property
 
     std::cout << "another document:\n";
-    window->setPropertyValue("document", PropertyValue(todo));   // the path leads elsewhere now
-    notes->setPropertyValue("dirty", false);                     // nothing looks at the old one any more
+    window->setPropertyValue("document", PropertyValue(todo));   // the path has another end now
+    notes->setPropertyValue("dirty", false);                     // nothing reads the old one any more
     todo->setPropertyValue("name", "todo.md");
 
-    std::cout << "the owner lets go:\n";
+    std::cout << "the owner releases it:\n";
     window->setPropertyValue("document", PropertyValue(notes));
     notes.reset();   // the property names it and does not own it
 }

@@ -1,5 +1,5 @@
 // What hosts use the library for: commands with a condition each, and a menu that shows which ones are enabled. Only
-// the commands whose answer changed are touched.
+// the commands whose condition changed are updated.
 
 #include "studio/data/ContextProvider.h"
 #include "studio/data/ExpressionEngine.h"
@@ -53,7 +53,7 @@ int main()
     selection->setPropertyValue("kind", "function");
     selection->setPropertyValue("count", 1);
     std::cout << "one more\n";
-    selection->setPropertyValue("count", 2);   // no answer changes
+    selection->setPropertyValue("count", 2);   // no result changes
     std::cout << "the file is locked\n";
     editor->setPropertyValue("readOnly", true);
     std::cout << "another file\n";

@@ -1,5 +1,5 @@
-// Writes that belong together: one transaction, of which everybody hears once, and of which nothing is left if it
-// fails.
+// Writes that belong together, as one transaction: subscribers are called once, and if one write fails none takes
+// effect.
 
 #include "studio/data/ContextProvider.h"
 #include "studio/data/ExpressionEngine.h"
@@ -25,7 +25,7 @@ void apply(ContextProvider& settings, Changes const& changes)
             throw std::invalid_argument{"no setting is called " + name};   // rolled back on the way out
         settings.setPropertyValue(name, value);
     }
-    transaction.commit(boost::none);   // everybody is told in here, once
+    transaction.commit(boost::none);   // calls each subscriber, once
 }
 
 int main()

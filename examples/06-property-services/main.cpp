@@ -30,7 +30,7 @@ private:
     std::vector<std::string> const& properties;
 };
 
-// Runs what was triggered, in the order of the names: the service's answer has none.
+// Runs what was triggered, in the order of the names: the service returns them in none.
 void changed(std::vector<std::string> const& names)
 {
     PropertyService const* const panels = PropertyService::get("panels");

@@ -15,7 +15,7 @@ using namespace studio::data;
 using Json = nlohmann::ordered_json;
 using Contexts = std::vector<std::shared_ptr<ContextProvider>>;
 
-/// A context as an object, those that it refers to as objects inside it. For trees: contexts in circles have no end.
+/// A context as an object; the contexts that it refers to are objects inside it. For trees: a cycle would never end.
 Json save(ContextProvider const& context)
 {
     Json object = Json::object();
@@ -26,7 +26,7 @@ Json save(ContextProvider const& context)
     return object;
 }
 
-/// The context of an object. Nobody but `owners` keeps the contexts inside it alive.
+/// The context of an object. Only `owners` keeps the contexts inside it alive.
 std::shared_ptr<ContextProvider> load(Json const& object, Contexts& owners)
 {
     auto context = ContextProvider::create();

@@ -15,7 +15,7 @@ struct File {
     bool hidden;
 };
 
-/// Answers what a filter may ask about a file. It is asked only for what is needed, and once for each name.
+/// The fields of a file as symbols of a filter. Only those that the result needs are looked up, each once.
 class FileSource final : public gel::DataSource {
 public:
     explicit FileSource(File const& file) : file{file} {}

@@ -79,7 +79,7 @@ struct Mirrored {
 
 // ---- a steady stream
 
-/// One operation, to be done again and again. Making it sets everything up.
+/// One operation, performed repeatedly. Constructing it prepares everything that it needs.
 using Operation = std::function<void()>;
 
 struct Steady {

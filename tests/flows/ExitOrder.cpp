@@ -33,7 +33,7 @@ auto& s_handle = kept<std::unique_ptr<ExpressionHandle>>;
 auto& s_view = kept<std::unique_ptr<ContextView>>;
 auto& s_contextHandle = kept<std::unique_ptr<ContextHandleImpl>>;
 
-/// The last to go: judges what has happened.
+/// Destroyed after everything else: checks that nothing is left and sets the exit code.
 struct Judge {
     ~Judge()
     {

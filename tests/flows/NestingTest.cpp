@@ -29,7 +29,7 @@ struct Level {
     bool throws;
 };
 
-/// How the elements have to be.
+/// The expected state of the elements.
 struct State {
     struct Known {
         bool isAlive = false;

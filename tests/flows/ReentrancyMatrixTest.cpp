@@ -25,10 +25,11 @@ using Release = std::function<void()>;
 
 struct Refusal {};
 
-/// Whose calls act: of expressions, of handles that a view detaches, of listeners on the shared model or the view's.
+/// The callback that acts: of an expression, of a handle that a view detaches, of a listener on the shared model or on
+/// the view's.
 enum class Actor { Subscriber, Detached, Foreign, Intruder };
 
-/// What the call that acts may refer to as its own.
+/// The objects that the acting callback belongs to.
 struct Turn {
     std::size_t engine;
     Release self;

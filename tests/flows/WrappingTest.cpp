@@ -16,7 +16,7 @@ using rook::factory::CppAndLumenOwned;
 using rook::factory::full::RetractHook;
 using rook::factory::full::Wrappable;
 
-/// A scripting host as small as can be: hears from the retract hook which of its wrappers point nowhere by now.
+/// A minimal scripting host: its retract hook records the destroyed objects, whose wrappers are stale from then on.
 struct Host {
     Host() : before{rook::factory::full::installRetractHook({&Host::retracted, this})} {}
     ~Host() { rook::factory::full::installRetractHook(before); }
@@ -26,7 +26,7 @@ struct Host {
     RetractHook before;
 };
 
-/// The names as texts, and as addresses: those that the library answers are those that its users see.
+/// Expects the given type names, as texts and as addresses: the library returns the constants that its users see.
 template <class T>
 void expectNames(Wrappable const& object, char const* name, char const* rookName)
 {
@@ -77,7 +77,7 @@ TEST(Wrapping, NativeFactoryTakesOwnershipOnlyFromAHost)
     EXPECT_FALSE(object.isRetracting());
 }
 
-/// Everything there is, owned by either side; the host hears of each end, whatever the order.
+/// Every kind of object, owned by the host or by the library: the host is notified of each destruction, in any order.
 TEST(Wrapping, SurvivesEveryOrderOfDestruction)
 {
     for (bool const hostOwns : {false, true}) {

@@ -28,7 +28,7 @@ struct Tree {
     std::string text{};   // of a literal, a symbol, a pattern
     Value value{};        // of a literal
 
-    /// How tightly it binds; 9 is an operand.
+    /// The precedence of the node's operator; 9 for an operand.
     int level() const
     {
         static std::map<std::string, int> const s_levels{{"?:", 1},     {"||", 2}, {"&&", 3}, {"==", 4}, {"!=", 4},

@@ -19,7 +19,7 @@ using namespace studio::data;
 
 namespace {
 
-/// Where the debugger stops.
+/// The debugger stops here.
 [[gnu::noinline]] void lookHere()
 {
     asm volatile("" ::: "memory");

@@ -12,7 +12,7 @@ public:
     ProxyId() noexcept : m_element{} {}
     explicit ProxyId(boost::uuids::uuid const& element) noexcept : m_element{element} {}
 
-    /// The UUID of that element.
+    /// The UUID of the element that the proxy stands for.
     boost::uuids::uuid const& element() const noexcept { return m_element; }
 
     friend bool operator==(ProxyId const& left, ProxyId const& right) noexcept

@@ -65,9 +65,9 @@ struct SlotTypeOf<boost::optional<T>> : SlotTypeOf<T> {};
 /// are independent.
 class STUDIO_DATA_EXPORT Value {
 public:
-    /// Empty, without a slot type.
+    /// Makes an empty value without a slot type.
     Value() noexcept = default;
-    /// Empty, of the slot's type.
+    /// Makes an empty value of the slot's type.
     explicit Value(ValueMeta meta) noexcept : m_meta{std::move(meta)} {}
     template <class T>
     Value(ValueMeta meta, T payload)

@@ -23,7 +23,7 @@ struct MessageId {
 /// One failure of the framework: an identifier and a sentence for display.
 class STUDIO_DATA_EXPORT Message {
 public:
-    /// The catalogue of all these messages.
+    /// The catalogue that holds every message of the framework.
     static constexpr char const* CATALOGUE = "tarn0:messages";
 
     /// The identifier.

@@ -129,7 +129,7 @@ TEST_F(Expressions, HandlesOfOthersAndThoseMadeByHandDisturbNobody)
     EXPECT_EQ(engine.findExpression("x"), nullptr);
 }
 
-/// So many notes on one property that none of them is looked for there.
+/// One property with so many back references that a linear search would show.
 TEST_F(Expressions, ManyEnginesAndViewsFollowOneProperty)
 {
     std::deque<ExpressionEngine> engines;

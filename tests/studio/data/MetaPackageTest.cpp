@@ -326,7 +326,7 @@ void cleanUp()
     std::exit(0);
 }
 
-/// One that throws ends the process.
+/// A cleanup function that throws ends the process.
 void cleanUpBadly()
 {
     MetaPackageStudio_data::getInstance().addCleanup([] { throw std::runtime_error{"no"}; });

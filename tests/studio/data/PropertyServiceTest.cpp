@@ -27,7 +27,7 @@ struct Plan {
     int timesDestroyed = 0;
 };
 
-/// Stands before the interface, so that the source's memory begins elsewhere.
+/// First base of `Source`: the interface then does not begin where the source's memory does.
 struct OtherBase {
     virtual ~OtherBase() = default;
 };

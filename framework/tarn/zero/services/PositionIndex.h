@@ -78,7 +78,7 @@ public:
         m_count = 0;
     }
 
-    /// Empty, without capacity.
+    /// Makes an empty index without capacity.
     PositionIndex() noexcept = default;
     /// Takes over all entries; `other` is empty afterwards.
     PositionIndex(PositionIndex&& other) noexcept
