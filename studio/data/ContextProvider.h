@@ -42,7 +42,7 @@ public:
 
     /// Makes a new, empty context. *Notifies*: of the created element, before it returns. *Throws* what its commit
     /// throws, a listener's exception too. Then no element is left, and looking up its id throws `std::bad_weak_ptr`.
-    static std::shared_ptr<ContextProvider> create();
+    [[nodiscard]] static std::shared_ptr<ContextProvider> create();
 
     /// For `create` only: a provider that no `std::shared_ptr` owns cannot be looked up.
     ContextProvider();

@@ -22,14 +22,14 @@ public:
     {
         unlink();
         linked = &property;
-        next = property.backrefs;
-        property.backrefs = this;
+        next = property.backrefs.first;
+        property.backrefs.first = this;
     }
     void unlink() noexcept
     {
         if (!linked)
             return;
-        PropertyBackref** to = &linked->backrefs;
+        PropertyBackref** to = &linked->backrefs.first;
         while (*to != this)
             to = &(*to)->next;
         *to = next;
@@ -48,7 +48,7 @@ public:
     static Found find(Property::Impl const& property, void const* owner, std::size_t mostLookedAt) noexcept
     {
         std::size_t left = mostLookedAt;
-        for (PropertyBackref* backref = property.backrefs; backref; backref = backref->next) {
+        for (PropertyBackref* backref = property.backrefs.first; backref; backref = backref->next) {
             if (backref->owner == owner)
                 return {backref, true};
             if (--left == 0)
@@ -58,8 +58,6 @@ public:
     }
 
 private:
-    friend class Property::Impl;
-
     void const* owner;
     Property::Impl* linked = nullptr;
     PropertyBackref* next = nullptr;   // of the same property

@@ -1,6 +1,5 @@
 #include "studio/data/model/Property.h"
 
-#include "studio/data/detail/PropertyBackref.h"
 #include "studio/data/model/ContextDataImpl.h"
 #include "studio/data/model/MetaPackageStudio_data.h"
 #include "studio/data/model/PropertyImpl.h"
@@ -39,13 +38,7 @@ Property::Impl* Property::operator->() const noexcept
     return static_cast<Impl*>(get());
 }
 
-Property::Impl::~Impl()
-{
-    while (PropertyBackref* const backref = backrefs) {
-        backref->unlink();
-        backref->propertyGone();
-    }
-}
+Property::Impl::~Impl() = default;
 
 tarn::zero::ModelElement::Impl* Property::Impl::classImpl() noexcept
 {

@@ -14,6 +14,20 @@ namespace studio::data {
 
 class PropertyBackref;
 
+/// The back references from a property to the records of engines and views. They are unlinked when it is destroyed.
+class PropertyBackrefs {
+public:
+    PropertyBackrefs() = default;
+    PropertyBackrefs(PropertyBackrefs const&) = delete;
+    PropertyBackrefs& operator=(PropertyBackrefs const&) = delete;
+    STUDIO_DATA_LOCAL ~PropertyBackrefs();
+
+private:
+    friend class PropertyBackref;
+
+    PropertyBackref* first = nullptr;
+};
+
 /// A property's fields and the rules for changing them. Every setter joins the open transaction or opens one of its
 /// own. It *throws* `CannotModifyProxy` on a proxy and `std::logic_error` on a destroyed element; after any exception
 /// the state is unchanged.
@@ -34,8 +48,8 @@ public:
 
     /// Makes a property of `model` that has a name and a value from the start; a nil UUID stands for a fresh one. If it
     /// throws, nothing is made.
-    static Property createWith(tarn::zero::Model const& model, boost::uuids::uuid const& uuid, std::string const& name,
-                               PropertyValue const& value);
+    [[nodiscard]] static Property createWith(tarn::zero::Model const& model, boost::uuids::uuid const& uuid,
+                                             std::string const& name, PropertyValue const& value);
 
     static constexpr auto features()
     {
@@ -71,7 +85,7 @@ public:
 
     /// Returns a copy in `model` without an owner; with this property's UUID if `cloneUUID`, otherwise with a fresh
     /// one.
-    Property cloneTo(tarn::zero::Model const& model, bool cloneUUID) const;
+    [[nodiscard]] Property cloneTo(tarn::zero::Model const& model, bool cloneUUID) const;
 
 private:
     friend class PropertyBackref;
@@ -80,7 +94,7 @@ private:
     bool endsInOneStep() const noexcept override { return true; }
 
     // Members used by reports, evaluations and mirrors come first.
-    PropertyBackref* backrefs = nullptr;   // back references of engines and views
+    PropertyBackrefs backrefs;
     PropertyValue value;
     std::string name;
 };
