@@ -16,12 +16,12 @@ Task writeHeard(Peer const& peer, int expressions)
     auto const context = makeContext(peer, PROPERTIES);
     peer->listen(context);
     for (int i = 1; i <= expressions; ++i)
-        peer->hear(s_name + " + " + std::to_string(i));
+        peer->subscribe(s_name + " + " + std::to_string(i));
     return {[=](std::uint64_t times) {
                 for (; times != 0; --times)
                     peer->set(context, s_name, peer->written += 1);
             },
-            [=] { return peer->heard == peer->written + expressions; }};
+            [=] { return peer->received == peer->written + expressions; }};
 }
 
 /// Writes properties that are read by one expression each, in the order that `places` gives.
@@ -32,13 +32,13 @@ Task writeSpread(Peer const& peer, int properties, Places const& places)
     std::vector<std::string> const names = propertyNames(properties);
     peer->listen(context);
     for (std::string const& name : names)
-        peer->hear(name + " + 1");
+        peer->subscribe(name + " + 1");
     auto const place = std::make_shared<Places>(places);
     return {[=](std::uint64_t times) {
                 for (; times != 0; --times)
                     peer->set(context, names[place->next()], peer->written += 1);
             },
-            [=] { return peer->heard == peer->written + 1; }};
+            [=] { return peer->received == peer->written + 1; }};
 }
 
 /// 64 places, spread evenly, in turn.
@@ -74,13 +74,13 @@ Task writeLeaf(Peer const& peer)
 {
     auto const chain = makeChain(peer, 0.0);
     peer->listen(chain[0]);
-    peer->hear("a.b.c.d.e + 1");
+    peer->subscribe("a.b.c.d.e + 1");
     std::string const name = "e";
     return {[=](std::uint64_t times) {
                 for (; times != 0; --times)
                     peer->set(chain[4], name, peer->written += 1);
             },
-            [=] { return peer->heard == peer->written + 1; }};
+            [=] { return peer->received == peer->written + 1; }};
 }
 
 /// Switches the path through one half of another chain and back. `crowd` other symbols have leaves in each of the two
@@ -96,17 +96,17 @@ Task repoint(Peer const& peer, int crowd)
         peer->refer(chain[0], name, third);
         for (int i = PROPERTIES; i < PROPERTIES + crowd; ++i) {
             peer->add(third, propertyName(i), 0.0);
-            peer->hear(name + ("." + propertyName(i)) + " + 1");
+            peer->subscribe(name + ("." + propertyName(i)) + " + 1");
         }
     }
-    peer->hear("a.b.c.d.e + 1");
+    peer->subscribe("a.b.c.d.e + 1");
     auto const isOther = std::make_shared<bool>(false);
     std::string const name = "b";
     return {[=](std::uint64_t times) {
                 for (; times != 0; --times)
                     peer->refer(chain[1], name, (*isOther = !*isOther) ? other[2] : chain[2]);
             },
-            [=] { return peer->heard == (*isOther ? 3.0 : 2.0); }};
+            [=] { return peer->received == (*isOther ? 3.0 : 2.0); }};
 }
 
 /// Acquires all texts over a thousand properties, or releases them.
@@ -121,20 +121,20 @@ Task acquire(Peer const& peer, std::vector<std::string> const& texts, bool isRel
     };
     auto const acquireAll = [=] {
         for (std::string const& text : texts)
-            peer->hear(text);
+            peer->subscribe(text);
     };
     if (!isReleased)
         return {[=](std::uint64_t) { acquireAll(); },
-                [=] { return texts.back() == propertyName(999) + " + " + std::to_string(std::size_t(peer->heard)); },
+                [=] { return texts.back() == propertyName(999) + " + " + std::to_string(std::size_t(peer->received)); },
                 prepare};
     return {[=](std::uint64_t) {
                 for (auto& handle : peer->handles)
                     handle.reset();
             },
             [=] {
-                peer->heard = 0;
+                peer->received = 0;
                 peer->set(context, propertyName(999), peer->written += 1);
-                return peer->heard == 0;
+                return peer->received == 0;
             },
             [=] {
                 prepare();

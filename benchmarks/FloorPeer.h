@@ -45,11 +45,11 @@ public:
         engine.reset();
         engine = std::make_unique<floor::Engine>(store, root);
     }
-    /// Acquires an expression; its callback stores the value in `heard`.
-    void hear(std::string const& text)
+    /// Acquires an expression; its callback stores the value in `received`.
+    void subscribe(std::string const& text)
     {
         handles.push_back(engine->acquire(
-            text, [this](std::string const&, floor::Value const& value) { heard = *std::get_if<double>(&value); }));
+            text, [this](std::string const&, floor::Value const& value) { received = *std::get_if<double>(&value); }));
     }
 
     void mirror(Context root) { view = std::make_unique<floor::Mirror>(store, root); }
@@ -59,7 +59,7 @@ public:
     }
 
     double written = 0;
-    double heard = 0;
+    double received = 0;
 
 private:
     std::uint32_t slot(Context context, std::string const& name) const

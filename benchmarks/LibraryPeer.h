@@ -52,11 +52,11 @@ public:
         engine.reset();
         engine = std::make_unique<studio::data::ExpressionEngine>(root);
     }
-    /// Acquires an expression; its callback stores the value in `heard`.
-    void hear(std::string const& text)
+    /// Acquires an expression; its callback stores the value in `received`.
+    void subscribe(std::string const& text)
     {
         handles.push_back(engine->acquireExpression(
-            text, [this](std::string const&, studio::data::PropertyValue const& value) { heard = value.getDouble(); }));
+            text, [this](std::string const&, studio::data::PropertyValue const& value) { received = value.getDouble(); }));
     }
 
     void mirror(Context const& root)
@@ -72,7 +72,7 @@ public:
     }
 
     double written = 0;
-    double heard = 0;
+    double received = 0;
 
 private:
     static std::optional<double> number(studio::data::PropertyValue const& value)

@@ -27,9 +27,9 @@ Task weighExpressions(Peer const& peer, int count)
     peer->listen(context);
     return {[=](std::uint64_t) {
                 for (std::string const& text : texts)
-                    peer->hear(text);
+                    peer->subscribe(text);
             },
-            [=] { return peer->heard == count - 1; }};
+            [=] { return peer->received == count - 1; }};
 }
 
 }   // namespace

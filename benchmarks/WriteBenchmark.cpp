@@ -27,7 +27,7 @@ Task writeOneOfMany(Peer const& peer, int expressions)
     auto const other = makeContext(peer, expressions);
     peer->listen(other);
     for (std::string const& name : propertyNames(expressions))
-        peer->hear(name + " + 1");
+        peer->subscribe(name + " + 1");
     return writeOne(peer);
 }
 
@@ -42,7 +42,7 @@ Task writeAll(Peer const& peer, int properties)
         std::string sum = names[first];
         for (std::size_t i = first + 1; i < first + SUMMANDS; ++i)
             sum += " + " + names[i];
-        peer->hear(sum);
+        peer->subscribe(sum);
     }
     return {[=](std::uint64_t times) {
                 for (; times != 0; --times) {
@@ -53,7 +53,7 @@ Task writeAll(Peer const& peer, int properties)
                     });
                 }
             },
-            [=] { return peer->heard == SUMMANDS * peer->written; }};
+            [=] { return peer->received == SUMMANDS * peer->written; }};
 }
 
 }   // namespace

@@ -58,7 +58,7 @@ its own: a day at a small editor.
                      silence both; a session without any is refused. The sample has
                      none: with it, --check does what --verify does
   --verify           compare with the answers of a host that evaluates every expression
-                     anew after every step, and print what that costs
+                     after every step, and print what that costs
   --mirror           keep a view of the contexts beside, and compare it with them at the
                      end; with --check after every step
   --quiet            no summary: print differences, and with --trace the steps

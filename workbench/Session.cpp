@@ -41,7 +41,7 @@ void netChanges(std::vector<Change>& calls, StepResult& result)
 }   // namespace
 
 Session::Session(std::vector<Expression> const& expressions, Recording const& recording)
-    : contexts(recording.contexts), references(recording.contexts), told(expressions.size())
+    : contexts(recording.contexts), references(recording.contexts), reported(expressions.size())
 {
     contexts[0] = ContextProvider::create();
     references[0] = PropertyValue(contexts[0]);
@@ -71,7 +71,7 @@ void Session::subscribe(std::size_t expression, std::string const& text)
 {
     handles.push_back(
         engine->acquireExpression(text, [this, expression](std::string const&, PropertyValue const& value) {
-            calls.push_back({expression, std::exchange(told[expression], value), value});
+            calls.push_back({expression, std::exchange(reported[expression], value), value});
         }));
 }
 

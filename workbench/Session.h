@@ -30,7 +30,7 @@ public:
     StepResult run(Step const& step);
 
     /// The last value passed to each expression's callback.
-    std::vector<studio::data::PropertyValue> const& values() const noexcept { return told; }
+    std::vector<studio::data::PropertyValue> const& values() const noexcept { return reported; }
 
     std::shared_ptr<studio::data::ContextProvider> const& root() const noexcept { return contexts[0]; }
 
@@ -47,7 +47,7 @@ private:
     std::vector<std::shared_ptr<studio::data::ContextProvider>> contexts;
     std::vector<studio::data::PropertyValue> references;
     std::unique_ptr<studio::data::ExpressionEngine> engine;
-    std::vector<studio::data::PropertyValue> told;
+    std::vector<studio::data::PropertyValue> reported;
     std::vector<Change> calls;   // the running step's callbacks, each with the expression's value before
     std::vector<std::unique_ptr<studio::data::ExpressionHandle>> handles;
 };
