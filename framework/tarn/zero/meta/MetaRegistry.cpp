@@ -6,7 +6,6 @@
 #include "tarn/zero/Listener.h"
 #include "tarn/zero/ModelImpl.h"
 #include "tarn/zero/meta/detail/KernelSchema.h"
-#include "tarn/zero/meta/detail/MetaElements.h"
 
 #include <utility>
 
@@ -43,7 +42,7 @@ bool isInside(ModelElement const& element, ModelElement const& container) noexce
 
 }   // namespace
 
-void detail::ensureKernelClasses()
+void detail::ensureKernelSchema()
 {
     if (!t_isMakingRegistry)
         MetaRegistry::getInstance();
@@ -78,7 +77,7 @@ MetaRegistry::~MetaRegistry() = default;
 
 Class MetaRegistry::rootClass() const
 {
-    return detail::metaClassOf<ModelElement>();
+    return Class{static_cast<Class::Impl*>(detail::requireKernelClass(detail::kernelIndex<ModelElement>))};
 }
 
 Type MetaRegistry::getType(std::u16string const& name) const
