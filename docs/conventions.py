@@ -8,7 +8,7 @@ import re
 import sys
 
 ELEMENTS = r"framework/tarn/zero/|studio/data/model/"
-STATE = r"framework/tarn/zero/(Features|collections/)"
+STATE = r"framework/tarn/zero/(features/|collections/)"
 
 # Where, what the declaration looks like, and what it promises; the first that fits.
 CONVENTIONS = [
@@ -49,7 +49,7 @@ CONVENTIONS = [
      "An element of `model`, not yet entered into it; a nil UUID asks for a fresh one."),
     (ELEMENTS, r"Impl\((tarn::zero::)?(ModelElement::)?Builder& builder, boost", "The same, in the builder's model."),
     (ELEMENTS, r"using Handle = ", "The handle class of these elements."),
-    (ELEMENTS, r"void set(Is)?[A-Z]\w*\([^,]*\);", "Changes what the getter of the same name answers."),
+    (ELEMENTS, r"void set(Is)?[A-Z]\w*\([^,]*\)(;| \{ assign\()", "Changes what the getter of the same name answers."),
     (ELEMENTS, r".*& get\w+Mutable\(\)", "The same, to be changed; every change is announced and may be rolled back."),
     (ELEMENTS, r"bool has[A-Z]\w*\(\) const", "True unless what the getter of the same name answers is empty."),
 
@@ -64,15 +64,15 @@ CONVENTIONS = [
     (STATE, r"using Type =", "The type of the field."),
     (STATE, r"static constexpr unsigned long index = ", "The meta index of the property."),
     (STATE, r"static constexpr bool is(Collection|Container) =", "What kind of feature it is."),
-    (STATE, r"(static )?void remember\(", "Keeps what is there now, before it changes."),
+    (STATE, r"(static )?void record\(", "Keeps what is there now, before it changes."),
     (STATE, r"static void merge\(", "An inner level ends well: the outer one takes over what it has not remembered."),
     (STATE, r"static Kept(?: const&)? keep\(|static Nothing keep\(",
      "What a kept report needs of the remembered state."),
     (STATE, r"(static )?bool unchanged\(", "True if the present state counts as the remembered one, by the rule."),
-    (STATE, r"(static )?void withdraw\(", "Roll back, first pass: takes out what must not stand in the way."),
+    (STATE, r"(static )?void undoInsertions\(", "Roll back, first pass: takes out what must not stand in the way."),
     (STATE, r"(static )?void restore\(", "Roll back, second pass: what was remembered holds again."),
-    (STATE, r"(static )?void reinstate\(", "Roll back, third pass: puts back what is ordered by restored keys."),
-    (STATE, r"static void forget\(", "Lets go of what was remembered, and may keep its memory for the next time."),
+    (STATE, r"(static )?void undoErasures\(", "Roll back, third pass: puts back what is ordered by restored keys."),
+    (STATE, r"static void discard\(", "Lets go of what was remembered, and may keep its memory for the next time."),
     (STATE, r"(static )?void drop(All)?\(", "Lets go of all other elements: the element's death is final."),
     (STATE, r"static Value oldValue\(", "The remembered value in a box."),
     (STATE, r"static Value value\(", "The present value in a box; of a collection, a reference to it."),

@@ -34,8 +34,6 @@ public:
     std::string nameInMessages() const override;
 
 protected:
-    enum : unsigned long { NAME = 1 };
-
     ~Impl() override = default;
 
     static constexpr auto features();
@@ -44,6 +42,8 @@ protected:
     void moveInto(ReferenceCollection* place);
 
 private:
+    enum : unsigned long { NAME = 1 };
+
     std::u16string m_name;
 };
 

@@ -58,13 +58,13 @@ public:
     ElementSequence<Type>& getTypesMutable() noexcept { return m_types; }
 
 protected:
-    enum : unsigned long { URI = 2, PARENT_PACKAGE, IMPORTED_PACKAGES, PACKAGES, TYPES };
-
     ~Impl() override = default;
 
     static constexpr auto features();
 
 private:
+    enum : unsigned long { URI = 2, PARENT_PACKAGE, IMPORTED_PACKAGES, PACKAGES, TYPES };
+
     std::u16string m_uri;
     PrimitiveSequence<VersionInfo> m_importedPackages{*this, IMPORTED_PACKAGES};
     ElementSequence<Package> m_packages{*this, PACKAGES, true};

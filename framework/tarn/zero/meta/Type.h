@@ -30,13 +30,13 @@ public:
     void setOwningPackage(Package const& package);
 
 protected:
-    enum : unsigned long { OWNING_PACKAGE = 2, TYPE_ID };
-
     ~Impl() override = default;
 
     static constexpr auto features();
 
 private:
+    enum : unsigned long { OWNING_PACKAGE = 2, TYPE_ID };
+
     std::string m_typeId;
 };
 
@@ -79,13 +79,13 @@ public:
     ElementSequence<Property>& getPropertiesMutable() noexcept { return m_properties; }
 
 protected:
-    enum : unsigned long { PROPERTIES = 4 };
-
     ~Impl() override = default;
 
     static constexpr auto features();
 
 private:
+    enum : unsigned long { PROPERTIES = 4 };
+
     ElementSequence<Property> m_properties{*this, PROPERTIES, true};
 };
 
@@ -109,13 +109,13 @@ public:
     ElementSequence<Operation>& getOperationsMutable() noexcept { return m_operations; }
 
 protected:
-    enum : unsigned long { OPERATIONS = 5 };
-
     ~Impl() override = default;
 
     static constexpr auto features();
 
 private:
+    enum : unsigned long { OPERATIONS = 5 };
+
     ElementSequence<Operation> m_operations{*this, OPERATIONS, true};
 };
 
@@ -148,13 +148,13 @@ public:
     void setIsFinal(bool isFinal) { assign(IS_FINAL, m_isFinal, isFinal); }
 
 protected:
-    enum : unsigned long { SUPERCLASS = 6, IS_ABSTRACT, IS_FINAL };
-
     ~Impl() override = default;
 
     static constexpr auto features();
 
 private:
+    enum : unsigned long { SUPERCLASS = 6, IS_ABSTRACT, IS_FINAL };
+
     Class m_superclass;
     bool m_isAbstract = false;
     bool m_isFinal = false;
@@ -179,10 +179,21 @@ protected:
     ~Impl() override = default;
 };
 
+namespace detail {
+
+/// The class of the elements of handle class `H`, one of `KernelClasses`.
+template <class H>
+Class metaClassOf()
+{
+    return Class{static_cast<Class::Impl*>(requireKernelClass(kernelIndex<H>))};
+}
+
+}   // namespace detail
+
 template <class H, class Base>
 Class MetaHandle<H, Base>::metaClass()
 {
-    return Class{static_cast<Class::Impl*>(detail::requireKernelClass(detail::kernelIndex<H>))};
+    return detail::metaClassOf<H>();
 }
 
 }   // namespace tarn::zero::meta

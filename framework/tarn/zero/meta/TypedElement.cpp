@@ -34,6 +34,12 @@ void Argument::Impl::setOperation(Operation const& operation)
     moveInto(operation.get() ? &operation->getArgumentsMutable() : nullptr);
 }
 
+Operation::Impl::Impl(Model const& model, boost::uuids::uuid const& uuid)
+    : TypedElement::Impl{model, uuid}, m_arguments{*this, ARGUMENTS, true}
+{}
+
+Operation::Impl::~Impl() = default;
+
 OperatableType Operation::Impl::getOwningType() const noexcept
 {
     return OperatableType{static_cast<OperatableType::Impl*>(containerImpl())};

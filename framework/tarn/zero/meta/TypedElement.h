@@ -38,13 +38,13 @@ public:
     void setUpper(unsigned int upper) { assign(UPPER, m_upper, upper); }
 
 protected:
-    enum : unsigned long { TYPE = 2, IS_ORDERED, LOWER, UPPER };
-
     ~Impl() override = default;
 
     static constexpr auto features();
 
 private:
+    enum : unsigned long { TYPE = 2, IS_ORDERED, LOWER, UPPER };
+
     ModelElement m_type;   // a Type, incomplete here
     bool m_isOrdered = false;
     unsigned int m_lower = 0;
@@ -107,6 +107,11 @@ public:
     void setIndex(unsigned long index) { assign(INDEX, m_index, index); }
 
 protected:
+    ~Impl() override = default;
+
+    static constexpr auto features();
+
+private:
     enum : unsigned long {
         OWNING_TYPE = 6,
         OPPOSITE,
@@ -119,11 +124,6 @@ protected:
         INDEX
     };
 
-    ~Impl() override = default;
-
-    static constexpr auto features();
-
-private:
     Property m_opposite;
     Property m_qualifiedBy;
     boost::optional<std::u16string> m_defaultValue;
@@ -162,13 +162,13 @@ public:
     void setIsInput(bool isInput) { assign(IS_INPUT, m_isInput, isInput); }
 
 protected:
-    enum : unsigned long { OPERATION = 6, IS_INPUT };
-
     ~Impl() override = default;
 
     static constexpr auto features();
 
 private:
+    enum : unsigned long { OPERATION = 6, IS_INPUT };
+
     bool m_isInput = false;
 };
 
@@ -183,7 +183,7 @@ public:
 /// Implementation of an operation.
 class STUDIO_DATA_EXPORT Operation::Impl : public TypedElement::Impl {
 public:
-    using TypedElement::Impl::Impl;
+    Impl(Model const& model, boost::uuids::uuid const& uuid);
 
     static ModelElement::Impl* classImpl() noexcept { return detail::kernelClassOf<Operation>(); }
 
@@ -204,17 +204,17 @@ public:
     ElementSequence<Argument>& getArgumentsMutable() noexcept { return m_arguments; }
 
 protected:
-    enum : unsigned long { OWNING_TYPE = 6, IS_ABSTRACT, IS_STATIC, IS_PUBLIC, ARGUMENTS };
-
-    ~Impl() override = default;
+    ~Impl() override;
 
     static constexpr auto features();
 
 private:
+    enum : unsigned long { OWNING_TYPE = 6, IS_ABSTRACT, IS_STATIC, IS_PUBLIC, ARGUMENTS };
+
     bool m_isAbstract = false;
     bool m_isStatic = false;
     bool m_isPublic = true;
-    ElementSequence<Argument> m_arguments{*this, ARGUMENTS, true};
+    ElementSequence<Argument> m_arguments;   // made where Class is complete
 };
 
 }   // namespace tarn::zero::meta

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tarn/zero/ElementImplOf.h"
+#include "tarn/zero/features/ElementImplOf.h"
 #include "tarn/zero/meta/Package.h"
 
 #include <tuple>
