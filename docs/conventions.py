@@ -9,7 +9,7 @@ import re
 import sys
 
 ELEMENTS = r"framework/tarn/zero/|studio/data/model/"
-STATE = r"framework/tarn/zero/(Features|collections/)"
+STATE = r"framework/tarn/zero/(features/|collections/)"
 
 # Path of the header, shape of the declaration, its documentation. The first match counts.
 CONVENTIONS = [
@@ -55,7 +55,7 @@ CONVENTIONS = [
     (ELEMENTS, r"Impl\((tarn::zero::)?(ModelElement::)?Builder& builder, boost",
      "Makes an element of the builder's model that is not yet entered into it; a nil UUID requests a random one."),
     (ELEMENTS, r"using Handle = ", "Handle class of the elements."),
-    (ELEMENTS, r"void set(Is)?[A-Z]\w*\([^,]*\);", "Sets the value that the getter of the same name returns."),
+    (ELEMENTS, r"void set(Is)?[A-Z]\w*\([^,]*\)(;| \{ assign\()", "Sets the value that the getter of the same name returns."),
     (ELEMENTS, r".*& get\w+Mutable\(\)",
      "Returns the collection for changes; each change is announced and can be rolled back."),
     (ELEMENTS, r"bool has[A-Z]\w*\(\) const",
@@ -72,16 +72,16 @@ CONVENTIONS = [
     (STATE, r"using Type =", "Type of the field."),
     (STATE, r"static constexpr unsigned long index = ", "Meta index of the property."),
     (STATE, r"static constexpr bool is(Collection|Container) =", "Kind of the feature."),
-    (STATE, r"(static )?void remember\(", "Saves the present value, before it changes."),
+    (STATE, r"(static )?void record\(", "Saves the present value, before it changes."),
     (STATE, r"static void merge\(",
      "Commit of a savepoint: the outer level takes over the old value if it has saved none."),
     (STATE, r"static Kept(?: const&)? keep\(|static Nothing keep\(",
      "Returns what a kept report needs of the saved value."),
     (STATE, r"(static )?bool unchanged\(", "Returns true if the present value counts as unchanged by the revert rule."),
-    (STATE, r"(static )?void withdraw\(", "Rollback, first pass: removes what would be in the way of the second."),
+    (STATE, r"(static )?void undoInsertions\(", "Rollback, first pass: removes what would be in the way of the second."),
     (STATE, r"(static )?void restore\(", "Rollback, second pass: restores the saved value."),
-    (STATE, r"(static )?void reinstate\(", "Rollback, third pass: re-inserts what is ordered by restored keys."),
-    (STATE, r"static void forget\(", "Discards the saved value; its memory may be kept for reuse."),
+    (STATE, r"(static )?void undoErasures\(", "Rollback, third pass: re-inserts what is ordered by restored keys."),
+    (STATE, r"static void discard\(", "Discards the saved value; its memory may be kept for reuse."),
     (STATE, r"(static )?void drop(All)?\(",
      "Drops all references to other elements for good: the element's destruction is final."),
     (STATE, r"static Value oldValue\(", "Returns the saved value as a type-erased `Value`."),

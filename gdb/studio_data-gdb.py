@@ -152,7 +152,7 @@ def contents(element):
         yield "active contexts", ", ".join(name or "<unreadable>" for name in names)
     properties = []   # the map sorts them only when somebody walks
     for child in children_of(member(element, "properties", "m_elements", "m_list")):
-        impl = member(child, "m_impl")
+        impl = member(child, "m_impl", "m_object")
         if impl is not None and int(impl) != 0:   # null: a gap in the list
             properties.extend(named_value(most_derived(impl)))
     yield from sorted(properties)
@@ -186,7 +186,7 @@ class Element(Line):
 
 
 def handle(value):
-    impl = member(value, "m_impl")
+    impl = member(value, "m_impl", "m_object")
     if impl is None:
         return None
     if int(impl) == 0:
@@ -198,7 +198,7 @@ def handle(value):
 
 
 def provider(value):
-    impl = member(value, "element", "m_impl")
+    impl = member(value, "element", "m_impl", "m_object")
     if impl is None:
         return Line(f"ContextProvider at {int(value.address):#x}")
     element = most_derived(impl)

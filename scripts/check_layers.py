@@ -17,7 +17,7 @@ class Table:
     def __init__(self, path):
         self.rooms = []      # (path prefix, room)
         self.levels = {}     # room -> level
-        self.machine = set()
+        self.up = set()      # (room, header of a higher one that its sources may name)
         self.private = set()
         self.external = {}   # header prefix -> where it may stand
         self.hidden = ()
@@ -31,8 +31,8 @@ class Table:
         self.levels[name] = float(level)
         self.rooms += [(prefix, name) for prefix in prefixes]
 
-    def read_machine(self, *rooms):
-        self.machine = set(rooms)
+    def read_up(self, room, *headers):
+        self.up |= {(room, header) for header in headers}
 
     def read_private(self, *paths):
         self.private = set(paths)
@@ -88,7 +88,7 @@ def within(table, path, target, installed):
         return None
     if os.path.basename(target) == "Fwd.h" and table.levels[mine] // 1 == table.levels[other] // 1:
         return None
-    if {mine, other} <= table.machine and (path.endswith(".cpp") or table.is_private(path)):
+    if (mine, target) in table.up and (path.endswith(".cpp") or table.is_private(path)):
         return None
     if table.levels[other] < table.levels[mine]:
         return None

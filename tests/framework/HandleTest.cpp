@@ -69,8 +69,8 @@ void expectReadableAndNothingElse(Doomed& d)
     dead->destroy();   // without effect, as the next four
     dead->destroyRecursively(true, true, true);
     dead->basicSetOwner({});
-    dead->uncreate();
-    dead.owner()->uncreate();
+    dead->undoCreation();
+    dead.owner()->undoCreation();
     ContextData const other = newContext(d.model ? d.model : newModel());
     auto& strings = dead.owner()->getActiveContextsMutable();
     auto& map = dead.owner()->getPropertiesMutable();
@@ -141,7 +141,7 @@ TEST(LiveElement, RefusesWhatItsStateForbids)
         EXPECT_EQ(thrownBy([&] { w.a->notifyCreated(); }), "logic_error");
         EXPECT_EQ(thrownBy([&] { w.a->enterSilently(); }), "logic_error");
         EXPECT_EQ(thrownBy([&] { w.a->notifyDestroying(); }), "logic_error");
-        w.a->uncreate();
+        w.a->undoCreation();
     }
     EXPECT_EQ(thrownBy([&] { w.c->doDestroy(false, false); }), "logic_error");
     EXPECT_EQ(thrownBy([&] { w.c->destroyRecursively(false, false, false); }), "logic_error");

@@ -47,10 +47,10 @@ std::string Invariants::of(Model const& model, std::size_t openTransactions)
     bool const isIdle = openTransactions == 0;
     found.require(journal.m_levels.size() == openTransactions, "the journal has another number of levels");
     found.require(!isIdle || journal.m_touched.empty(), "an idle journal has storages");
-    found.require(!model->m_delivery->m_oldest && !model->m_delivery->m_newest, "a report is left over");
+    found.require(model->m_delivery->isIdle(), "a report is left over");
     for (std::size_t place = 0; place != table.m_indexed.size(); ++place) {
         ModelElement::Impl* const element = table.m_indexed[place];
-        found.require(table.placeOf(element->m_uuid) == place && element->m_indexed, "an element stands elsewhere");
+        found.require(table.positionOf(element->m_uuid) == place && element->m_indexed, "an element stands elsewhere");
         found.require(table.m_unindexed.count(element) == 0, "an element is in the table twice");
     }
     for (auto const* const element : table.m_unindexed)

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "support/Elements.h"
-#include "tarn/zero/BuilderOf.h"
-#include "tarn/zero/ElementImplOf.h"
 #include "tarn/zero/collections/ElementSequence.h"
+#include "tarn/zero/features/BuilderOf.h"
+#include "tarn/zero/features/ElementImplOf.h"
 
 #include <functional>
 #include <memory>

@@ -1,6 +1,6 @@
 #include "gel/detail/Evaluator.h"
 
-#include "gel/detail/Frame.h"
+#include "gel/detail/EvaluationFrame.h"
 #include "gel/detail/Functions.h"
 #include "gel/detail/Operand.h"
 
@@ -60,7 +60,7 @@ Operand negate(Operand const& operand) noexcept
 
 Value run(Routine const& routine, std::size_t begin, DataSource const& source)
 {
-    Frame frame(routine);
+    EvaluationFrame frame(routine);
     Operand* top = frame.bottom();
     Instruction const* const code = routine.code.data();
     Instruction const* const end = code + routine.code.size();

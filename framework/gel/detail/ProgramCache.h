@@ -1,5 +1,6 @@
 #pragma once
 
+#include "foundation/Hash.h"
 #include "gel/Program.h"
 #include "gel/detail/ProgramTable.h"
 
@@ -30,7 +31,7 @@ public:
     /// The program of `text`, parsed if necessary; valid at least until the next call.
     Instructions const& of(std::string const& text)
     {
-        std::uint64_t const hash = hashOf(text);
+        std::uint64_t const hash = foundation::hashOf(text);
         Instructions const* const found = m_young.find(text, hash);
         return found ? *found : fetch(text, hash);
     }

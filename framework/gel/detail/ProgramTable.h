@@ -9,12 +9,12 @@
 
 namespace gel::detail {
 
-/// 64-bit hash of a text: every bit depends on every byte.
-/// *Cost*: a fifth of `std::hash`, which would take as long as evaluating the text.
-std::uint64_t hashOf(std::string_view text) noexcept;
-
-/// Open-addressing hash table of programs by text (linear probing, at most half full). Holds one reference per program;
-/// `clear` is the only removal.
+/// Hash table of programs by text: open addressing with linear probing, at most half full, so that a lookup reads two
+/// slots on average. Holds one reference per program; `clear` is the only removal, so there are no tombstones.
+///
+/// Its own because the lookup is most of `gel::eval` of a short text: it takes 112 instructions with a text of 25
+/// bytes, hashing and comparing included, and 130 to 133 in `boost::unordered_flat_set` or over a `PositionIndex`. The
+/// price is 32 bytes per entry, where the two take 17 and 20 (4,096 entries).
 class ProgramTable {
 public:
     ProgramTable() = default;
@@ -36,14 +36,14 @@ public:
     void swap(ProgramTable& other) noexcept;
 
 private:
-    struct Place {
+    struct Slot {
         std::uint64_t hash;
         Instructions const* program;   // null: empty
     };
 
-    static void put(std::vector<Place>& places, Place const& place) noexcept;
+    static void put(std::vector<Slot>& slots, Slot const& slot) noexcept;
 
-    std::vector<Place> m_places;   // size is a power of two
+    std::vector<Slot> m_slots;   // size is a power of two
     std::size_t m_size = 0;
 };
 
@@ -51,11 +51,11 @@ inline Instructions const* ProgramTable::find(std::string_view text, std::uint64
 {
     if (m_size == 0)
         return nullptr;
-    std::size_t const mask = m_places.size() - 1;
+    std::size_t const mask = m_slots.size() - 1;
     for (std::size_t index = hash & mask;; index = (index + 1) & mask) {
-        Place const& place = m_places[index];
-        if (!place.program || (place.hash == hash && place.program->text() == text))
-            return place.program;
+        Slot const& slot = m_slots[index];
+        if (!slot.program || (slot.hash == hash && slot.program->text() == text))
+            return slot.program;
     }
 }
 

@@ -1,52 +1,26 @@
 #include "gel/detail/Utf8.h"
 
+#include <boost/nowide/utf/utf.hpp>
+
 #include <algorithm>
-#include <array>
+#include <iterator>
 
 namespace gel::detail {
 
+namespace utf = boost::nowide::utf;
+
 CodePoint decode(std::string_view text) noexcept
 {
-    auto const byte = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
-    char32_t const lead = byte(0);
-    if (lead < 0x80)
-        return {lead, 1};
-    if (lead < 0xC2 || lead > 0xF4)
-        return {lead, 0};
-
-    std::size_t const size = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-    if (text.size() < size)
-        return {lead, 0};
-    char32_t value = lead & (0x7FU >> size);
-    for (std::size_t index = 1; index < size; ++index) {
-        if (!continues(text[index]))
-            return {lead, 0};
-        value = (value << 6U) | (byte(index) & 0x3FU);
-    }
-    constexpr std::array<char32_t, 5> SMALLEST{0, 0, 0x80, 0x800, 0x10000};
-    bool const shortest = value >= SMALLEST[size];
-    return {value, shortest && isScalar(value) ? size : 0};
+    auto at = text.begin();
+    utf::code_point const value = utf::utf_traits<char>::decode(at, text.end());
+    if (value == utf::illegal || value == utf::incomplete)
+        return {static_cast<unsigned char>(text.front()), 0};
+    return {static_cast<char32_t>(value), static_cast<std::size_t>(at - text.begin())};
 }
 
 void append(std::string& text, char32_t value)
 {
-    auto const add = [&](char32_t byte) { text += static_cast<char>(static_cast<unsigned char>(byte)); };
-    auto const addRest = [&](unsigned shift) { add(0x80U | ((value >> shift) & 0x3FU)); };
-    if (value < 0x80) {
-        add(value);
-    } else if (value < 0x800) {
-        add(0xC0U | (value >> 6U));
-        addRest(0);
-    } else if (value < 0x10000) {
-        add(0xE0U | (value >> 12U));
-        addRest(6);
-        addRest(0);
-    } else {
-        add(0xF0U | (value >> 18U));
-        addRest(12);
-        addRest(6);
-        addRest(0);
-    }
+    utf::utf_traits<char>::encode(value, std::back_inserter(text));
 }
 
 std::string codePointName(char32_t value)

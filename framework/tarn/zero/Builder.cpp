@@ -3,7 +3,7 @@
 #include "tarn/zero/ModelElementImpl.h"
 #include "tarn/zero/ModelImpl.h"
 #include "tarn/zero/ReportException.h"
-#include "tarn/zero/meta/TypedElement.h"
+#include "tarn/zero/meta/Type.h"
 #include "tarn0/messages/Messages.h"
 
 #include <algorithm>

@@ -51,7 +51,19 @@ private:
     std::atomic<std::int32_t> m_refCount{0};
 };
 
-/// One counted reference to a `T`, counted by `T::addRef` and `T::removeRef`.
+/// Take and drop the reference of a `Counted<T>`. A handle whose `T` is incomplete where it is used overloads both.
+template <class T>
+void takeReference(T* object) noexcept
+{
+    object->addRef();
+}
+template <class T>
+void dropReference(T* object) noexcept
+{
+    object->removeRef();
+}
+
+/// One counted reference to a `T`.
 template <class T>
 class Counted {
 public:
@@ -59,14 +71,14 @@ public:
     explicit Counted(T* object) noexcept : m_object{object}
     {
         if (m_object)
-            m_object->addRef();
+            takeReference(m_object);
     }
     Counted(Counted const& other) noexcept : Counted{other.m_object} {}
     Counted(Counted&& other) noexcept : m_object{other.m_object} { other.m_object = nullptr; }
     ~Counted()
     {
         if (m_object)
-            m_object->removeRef();
+            dropReference(m_object);
     }
 
     Counted& operator=(Counted other) noexcept

@@ -2,7 +2,7 @@
 
 #include "tarn/zero/ReportException.h"
 #include "tarn/zero/Value.h"
-#include "tarn/zero/meta/TypedElement.h"
+#include "tarn/zero/meta/Type.h"
 #include "tarn0/messages/Messages.h"
 
 namespace tarn::zero {
@@ -72,8 +72,8 @@ void ModelElement::Impl::Storage::mergeInto(Storage& outer) noexcept
         outer.setChanged(index);
 }
 
-void ModelElement::Impl::Storage::withdraw(Impl&) noexcept {}
-void ModelElement::Impl::Storage::reinstate(Impl&) noexcept {}
+void ModelElement::Impl::Storage::undoInsertions(Impl&) noexcept {}
+void ModelElement::Impl::Storage::undoErasures(Impl&) noexcept {}
 
 void ModelElement::Impl::Storage::recycle() noexcept
 {

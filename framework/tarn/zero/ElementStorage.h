@@ -83,9 +83,9 @@ public:
     /// Moves into `outer` the old values that it lacks.
     virtual void mergeInto(Storage& outer) noexcept;
     /// Rollback, first pass: erases inserted elements from keyed maps, under their present keys.
-    virtual void withdraw(Impl& element) noexcept;
+    virtual void undoInsertions(Impl& element) noexcept;
     /// Rollback, last pass: re-inserts erased elements into keyed maps, under their restored keys.
-    virtual void reinstate(Impl& element) noexcept;
+    virtual void undoErasures(Impl& element) noexcept;
     /// Releases all old values, so that the storage can be reused for another element of the class.
     virtual void recycle() noexcept;
 

@@ -4,15 +4,8 @@
 
 namespace tarn::zero {
 
-Listener::~Listener() = default;
-
-bool Listener::concerns(ElementImpl const&, std::uint64_t) const noexcept
-{
-    return true;
-}
-
-ListenerHolderBase::ListenerHolderBase(Listener* listener, bool, bool, bool, bool deep, bool, bool, bool) noexcept
-    : m_listener{listener}, m_deep{deep}
+ListenerHolderBase::ListenerHolderBase(Listener* listener, bool, bool, bool, bool, bool, bool, bool) noexcept
+    : m_listener{listener}
 {}
 
 ListenerHolderBase::~ListenerHolderBase() = default;

@@ -12,8 +12,8 @@ namespace tarn::zero {
 /// A model's reference to one listener of any class.
 class STUDIO_DATA_EXPORT ListenerHolderBase {
 public:
-    /// A holder of `listener`. Only `deep` has an effect: the listener receives the report of every committed
-    /// transaction. The other notifications are never sent.
+    /// A holder of `listener`. It receives the report of every committed transaction, whatever `deep` is;
+    /// the other notifications are never sent.
     ListenerHolderBase(Listener* listener, bool validates, bool modifies, bool hearsFirstChange, bool deep,
                        bool hearsCancel, bool shallowOnly, bool persistent) noexcept;
     ListenerHolderBase(ListenerHolderBase const&) = delete;
@@ -22,8 +22,6 @@ public:
 
     /// The listener, borrowed; null once invalidated.
     Listener* listener() const noexcept { return m_listener; }
-    /// True if the listener gets the reports of committed transactions.
-    bool isDeep() const noexcept { return m_deep; }
     /// Stops all dispatch and calls `listenerRemoved` of the listener. Throws nothing.
     void invalidate() noexcept;
 
@@ -40,7 +38,6 @@ public:
 
 private:
     Listener* m_listener;
-    bool m_deep;
 };
 
 namespace detail {

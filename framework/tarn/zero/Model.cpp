@@ -6,30 +6,14 @@
 
 namespace tarn::zero {
 
-Model::Model(Impl* impl) noexcept : m_impl{impl}
+void takeReference(Model::Impl* impl) noexcept
 {
-    addRef();
+    impl->addRef();
 }
 
-Model::Model(Model const& other) noexcept : Model{other.m_impl} {}
-
-Model& Model::operator=(Model const& other) noexcept
+void dropReference(Model::Impl* impl) noexcept
 {
-    return *this = Model{other};
-}
-
-Model& Model::operator=(Model&& other) noexcept
-{
-    if (this != &other) {
-        removeRef();
-        m_impl = std::exchange(other.m_impl, nullptr);
-    }
-    return *this;
-}
-
-Model::~Model()
-{
-    removeRef();
+    impl->removeRef();
 }
 
 Model Model::create(ModelSpec const& wanted)
@@ -44,14 +28,14 @@ Model Model::create(ModelConstellation const& constellation)
 
 void Model::addRef() const noexcept
 {
-    if (m_impl)
-        m_impl->addRef();
+    if (get())
+        get()->addRef();
 }
 
 void Model::removeRef() const noexcept
 {
-    if (m_impl)
-        m_impl->removeRef();
+    if (get())
+        get()->removeRef();
 }
 
 Model::Freezer::Freezer(Model model) : m_model{std::move(model)}

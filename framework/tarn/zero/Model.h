@@ -34,31 +34,29 @@ public:
     class Thawer;
 
     Model() noexcept = default;
-    explicit Model(Impl* impl) noexcept;
-    Model(Model const& other) noexcept;
-    Model(Model&& other) noexcept : m_impl{other.m_impl} { other.m_impl = nullptr; }
-    Model& operator=(Model const& other) noexcept;
-    Model& operator=(Model&& other) noexcept;
-    ~Model();
+    explicit Model(Impl* impl) noexcept : m_impl{impl} {}
 
     /// Creates an empty model.
-    static Model create(ModelSpec const& wanted);
-    static Model create(ModelConstellation const& constellation);
+    [[nodiscard]] static Model create(ModelSpec const& wanted);
+    [[nodiscard]] static Model create(ModelConstellation const& constellation);
 
     /// Adds a reference by hand; no effect on a null handle.
     void addRef() const noexcept;
     /// Drops a reference added by `addRef`; no effect on a null handle.
     void removeRef() const noexcept;
 
-    explicit operator bool() const noexcept { return m_impl != nullptr; }
-    Impl* get() const noexcept { return m_impl; }
+    explicit operator bool() const noexcept { return get() != nullptr; }
+    Impl* get() const noexcept { return m_impl.get(); }
     /// Complete in ModelImpl.h: transactions, lookups and listeners.
-    Impl* operator->() const noexcept { return m_impl; }
+    Impl* operator->() const noexcept { return get(); }
 
     friend bool operator==(Model const& left, Model const& right) noexcept { return left.m_impl == right.m_impl; }
 
 private:
-    Impl* m_impl = nullptr;
+    friend STUDIO_DATA_EXPORT void takeReference(Impl* impl) noexcept;
+    friend STUDIO_DATA_EXPORT void dropReference(Impl* impl) noexcept;
+
+    Counted<Impl> m_impl;
 };
 
 /// Scope guard that freezes a model: opening a transaction on it throws `ModelFrozen`.
@@ -71,7 +69,7 @@ public:
     ~Freezer();
 
     /// Makes the model writable until the returned guard is destroyed. Several may overlap.
-    Thawer thaw();
+    [[nodiscard]] Thawer thaw();
 
 private:
     Model m_model;

@@ -1,70 +1,50 @@
 #include "tarn/zero/ModelElement.h"
 
 #include "tarn/zero/ModelElementImpl.h"
-#include "tarn/zero/meta/MetaRegistry.h"
 #include "tarn/zero/meta/Type.h"
 
 namespace tarn::zero {
 
-ModelElement::ModelElement(Impl* impl) noexcept : m_impl{impl}
+void takeReference(ModelElement::Impl* impl) noexcept
 {
-    addRef();
+    impl->addRef();
 }
 
-ModelElement::ModelElement(ModelElement const& other) noexcept : ModelElement{other.m_impl} {}
-
-ModelElement& ModelElement::operator=(ModelElement const& other) noexcept
+void dropReference(ModelElement::Impl* impl) noexcept
 {
-    return *this = ModelElement{other};
-}
-
-ModelElement& ModelElement::operator=(ModelElement&& other) noexcept
-{
-    if (this != &other) {
-        Impl* const old = m_impl;
-        m_impl = other.m_impl;
-        other.m_impl = nullptr;
-        if (old)
-            old->removeRef();
-    }
-    return *this;
-}
-
-ModelElement::~ModelElement()
-{
-    removeRef();
+    impl->removeRef();
 }
 
 meta::Class ModelElement::metaClass()
 {
-    return meta::MetaRegistry::getInstance().rootClass();
+    return meta::detail::metaClassOf<ModelElement>();
 }
 
 void ModelElement::addRef() const noexcept
 {
-    if (m_impl)
-        m_impl->addRef();
+    if (get())
+        get()->addRef();
 }
 
 void ModelElement::removeRef() const noexcept
 {
-    if (m_impl)
-        m_impl->removeRef();
+    if (get())
+        get()->removeRef();
 }
 
 ModelElement::operator bool() const noexcept
 {
-    return m_impl && m_impl->isAlive();
+    return get() && get()->isAlive();
 }
 
 boost::uuids::uuid ModelElement::Uuid() const noexcept
 {
-    return m_impl ? m_impl->identifier() : boost::uuids::uuid{};
+    return get() ? get()->identifier() : boost::uuids::uuid{};
 }
 
 bool ModelElement::isA(meta::Class const& type) const noexcept
 {
-    return m_impl && Impl::conforms(m_impl->classPointer(), type.get());
+    return get() && Impl::conforms(get()->classPointer(), type.get());
 }
 
 }   // namespace tarn::zero

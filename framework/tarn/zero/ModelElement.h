@@ -20,12 +20,7 @@ public:
     class Builder;
 
     ModelElement() noexcept = default;
-    explicit ModelElement(Impl* impl) noexcept;
-    ModelElement(ModelElement const& other) noexcept;
-    ModelElement(ModelElement&& other) noexcept : m_impl{other.m_impl} { other.m_impl = nullptr; }
-    ModelElement& operator=(ModelElement const& other) noexcept;
-    ModelElement& operator=(ModelElement&& other) noexcept;
-    ~ModelElement();
+    explicit ModelElement(Impl* impl) noexcept : m_impl{impl} {}
     /// Exchanges the elements of two handles.
     void swap(ModelElement& other) noexcept { std::swap(m_impl, other.m_impl); }
 
@@ -46,8 +41,8 @@ public:
     /// True if the element's class is `type` or derives from it. False for a null handle and for a null class.
     bool isA(meta::Class const& type) const noexcept;
 
-    Impl* get() const noexcept { return m_impl; }
-    Impl* operator->() const noexcept { return m_impl; }
+    Impl* get() const noexcept { return m_impl.get(); }
+    Impl* operator->() const noexcept { return get(); }
 
     /// Handles are equal when they refer to the same implementation object.
     friend bool operator==(ModelElement const& left, ModelElement const& right) noexcept
@@ -56,7 +51,10 @@ public:
     }
 
 private:
-    Impl* m_impl = nullptr;
+    friend STUDIO_DATA_EXPORT void takeReference(Impl* impl) noexcept;
+    friend STUDIO_DATA_EXPORT void dropReference(Impl* impl) noexcept;
+
+    Counted<Impl> m_impl;
 };
 
 }   // namespace tarn::zero

@@ -177,6 +177,9 @@ public:
     [[nodiscard]] Transaction begin() const;
     /// True while a transaction is open on the element's model.
     bool isInTransaction() const noexcept;
+    /// True if a change joins the open transaction without a savepoint: one is open, and the change takes one step,
+    /// that is it fails before its first effect or not at all.
+    bool needsNoSavepoint(bool isOneStep) const noexcept { return isOneStep && isInTransaction(); }
     /// The innermost storage of this element in the open transaction; null if it was not touched.
     Storage* storage() const noexcept { return m_storage; }
 
@@ -193,7 +196,7 @@ public:
     static void enter(ModelElement const& element);
     /// Undoes the creation of this element. *Requires* that nothing refers to it. No effect on an element that the
     /// innermost level did not create.
-    void uncreate() noexcept;
+    void undoCreation() noexcept;
 
     /// True if class `type` is `wanted` or derives from it; false if either is null.
     static bool conforms(Impl const* type, Impl const* wanted) noexcept
@@ -247,9 +250,9 @@ public:
     /// Restores each saved feature. Keyed maps are restored in a later pass, as their keys come from elements.
     virtual void copyStateFromStorage(Storage* storage) = 0;
     /// A new empty storage for an element of this class.
-    virtual std::unique_ptr<Storage> createStorage() const = 0;
+    [[nodiscard]] virtual std::unique_ptr<Storage> createStorage() const = 0;
     /// A new empty `Changes` for an element of this class, to keep beyond the report.
-    virtual std::unique_ptr<Changes> createChanges() const = 0;
+    [[nodiscard]] virtual std::unique_ptr<Changes> createChanges() const = 0;
     /// The property of this class that names the container; marked changed with every change of the container.
     virtual unsigned long containerIndex() const noexcept { return NO_INDEX; }
     /// Drops all references to other elements for good: called once the element's death is final.
@@ -272,8 +275,7 @@ public:
 protected:
     ~Impl() override;
 
-    /// Transaction for a one-step setter. Inside an open transaction it opens no savepoint: the setter either fails
-    /// before its change or not at all. The caller keeps the model alive.
+    /// Transaction for a one-step setter; see `needsNoSavepoint`. The caller keeps the model alive.
     class STUDIO_DATA_EXPORT OwnTransaction {
     public:
         /// Opens a transaction on the element's model if none is open. *Throws* `std::logic_error` for a dead element,

@@ -193,7 +193,7 @@ std::shared_ptr<ReportData> Model::Impl::takeReport()
 void Model::Impl::giveReport(std::shared_ptr<ReportData> report) noexcept
 {
     if (report.use_count() != 1)
-        return m_journal->lose(report->m_storages);   // a listener kept it
+        return m_journal->abandon(report->m_storages);   // a listener kept it
     report->m_byElement.clear();
     report->m_classes.clear();
     m_journal->recycle(report->m_storages);

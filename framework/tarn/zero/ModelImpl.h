@@ -32,7 +32,7 @@ public:
 
     /// The live element of that UUID (of several the first created); a null handle if there is none. Finds elements
     /// created by the open transaction, but neither elements that it destroyed nor proxies.
-    ModelElement findElement(boost::uuids::uuid const& uuid, FindElementBehavior behavior) const;
+    [[nodiscard]] ModelElement findElement(boost::uuids::uuid const& uuid, FindElementBehavior behavior) const;
     /// All live announced elements, in no particular order.
     std::vector<ModelElement> elements() const;
 

@@ -38,7 +38,7 @@ public:
     /// The searched model.
     Model const& model() const noexcept { return m_model; }
     /// All live elements that match, in no particular order. *Cost*: a walk over the model.
-    std::vector<ModelElement> find(QueryConstraint const& constraint) const;
+    [[nodiscard]] std::vector<ModelElement> find(QueryConstraint const& constraint) const;
 
 private:
     Model m_model;

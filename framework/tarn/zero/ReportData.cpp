@@ -2,7 +2,6 @@
 
 #include "tarn/zero/Value.h"
 #include "tarn/zero/meta/Type.h"
-#include "tarn/zero/meta/TypedElement.h"
 
 #include <algorithm>
 

@@ -42,7 +42,7 @@ public:
     Value getOldValue(ModelElement const& element, meta::Property const& property) const;
 
     /// The changes of one element, to keep beyond the report; null for an element that is not in it.
-    std::unique_ptr<Impl::Changes> createChanges(ModelElement const& element) const;
+    [[nodiscard]] std::unique_ptr<Impl::Changes> createChanges(ModelElement const& element) const;
 
     /// The element's record, borrowed; null for an element that is not in the report.
     Storage const* storageOf(Impl const& element) const;

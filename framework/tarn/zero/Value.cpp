@@ -3,7 +3,6 @@
 #include "tarn/zero/ReportException.h"
 #include "tarn/zero/meta/MetaRegistry.h"
 #include "tarn/zero/meta/Type.h"
-#include "tarn/zero/meta/TypedElement.h"
 #include "tarn0/messages/Messages.h"
 
 #include <boost/container_hash/hash.hpp>
@@ -16,17 +15,6 @@ std::size_t combinedHash(std::size_t seed, std::size_t hash) noexcept
 {
     boost::hash_combine(seed, hash);
     return seed;
-}
-
-ValueMeta::ValueMeta(meta::Property const& property)
-    : m_type{property ? property->getType() : meta::Type{}}, m_collection{property && property->isCollection()}
-{}
-
-ValueMeta::ValueMeta(meta::Type const& type) : m_type{type} {}
-
-meta::Type ValueMeta::type() const
-{
-    return meta::Type{static_cast<meta::Type::Impl*>(m_type.get())};
 }
 
 Value::Value(Value const& other)

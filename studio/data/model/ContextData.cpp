@@ -98,7 +98,7 @@ void ContextData::Impl::addProperty(std::string const& name, PropertyValue const
     try {
         properties.add(property);
     } catch (...) {
-        property->uncreate();   // an enclosing transaction may go on
+        property->undoCreation();   // an enclosing transaction may go on
         throw;
     }
     transaction.commit();

@@ -353,7 +353,7 @@ try {
         rootPackage->destroy();
         transaction.commit(boost::none);
     }
-    registry.forgetDeadTypes();
+    registry.unregisterDeadTypes();
 } catch (...) {
     // If memory is short, the registry keeps elements that can no longer be found.
 }

@@ -3,9 +3,9 @@
 #include "studio/data/PropertyValue.h"
 #include "studio/data/model/ContextData.h"
 #include "studio/data/model/Property.h"
-#include "tarn/zero/BuilderOf.h"
-#include "tarn/zero/ElementImplOf.h"
 #include "tarn/zero/Query.h"
+#include "tarn/zero/features/BuilderOf.h"
+#include "tarn/zero/features/ElementImplOf.h"
 
 #include <memory>
 #include <string>

@@ -29,7 +29,7 @@ public:
     auto const& GetBaseMsgIDObj() const noexcept { return m_message->id(); }
 
     /// A copy of the exception's own type, to keep and throw later.
-    virtual std::unique_ptr<Exception> clone() const { return std::make_unique<Exception>(*this); }
+    [[nodiscard]] virtual std::unique_ptr<Exception> clone() const { return std::make_unique<Exception>(*this); }
 
     /// *Throws* a copy of this exception, of its own type.
     [[noreturn]] virtual void rethrow() const { throw Exception{*this}; }

@@ -4,34 +4,12 @@
 #include "tarn/zero/ModelImpl.h"
 #include "tarn/zero/ReportException.h"
 #include "tarn/zero/meta/Type.h"
-#include "tarn/zero/meta/TypedElement.h"
 #include "tarn0/messages/Messages.h"
 
 #include <stdexcept>
 #include <utility>
 
 namespace tarn::zero {
-
-GenericCollectionInterface::~GenericCollectionInterface() = default;
-
-OCDChangeDescriptor::~OCDChangeDescriptor() = default;
-
-OCDChangeOfModelElementSequence::OCDChangeOfModelElementSequence(OCDChangeDescriptor::Kind kind, std::size_t index,
-                                                                 ModelElement element) noexcept
-    : m_kind{kind}, m_index{index}, m_element{std::move(element)}
-{}
-
-OCDChangeDescriptorOfModelElementSequence::OCDChangeDescriptorOfModelElementSequence(Kind kind, std::size_t index,
-                                                                                     ModelElement element) noexcept
-    : OCDChangeDescriptor{kind}, m_index{index}, m_element{std::move(element)}
-{}
-
-OCDChangeDescriptorOfModelElementSequence::~OCDChangeDescriptorOfModelElementSequence() = default;
-
-std::unique_ptr<OCDChangeOfModelElementSequence> OCDChangeDescriptorOfModelElementSequence::createChange() const
-{
-    return std::make_unique<OCDChangeOfModelElementSequence>(kind(), m_index, m_element);
-}
 
 AbstractOwnedCollection::AbstractOwnedCollection(ModelElement::Impl& owner, unsigned long featureIndex) noexcept
     : m_owner{&owner}, m_featureIndex{featureIndex}
@@ -106,10 +84,10 @@ void AbstractOwnedCollection::refuseValue(Value const& value) const
         name(value.meta().type()), name(property ? property->getType() : meta::Type{}), refused("a value")});
 }
 
-AbstractOwnedCollection::Operation::Operation(AbstractOwnedCollection& collection)
+AbstractOwnedCollection::Operation::Operation(AbstractOwnedCollection& collection, bool isOneStep)
 {
     collection.refuseUnmodifiable();
-    if (collection.m_owner)
+    if (collection.m_owner && !collection.m_owner->needsNoSavepoint(isOneStep))
         m_transaction.emplace(collection.m_owner->begin());
 }
 

@@ -81,8 +81,9 @@ private:
 /// detached collection.
 class STUDIO_DATA_EXPORT AbstractOwnedCollection::Operation {
 public:
-    /// Begins the group. *Throws* as a change would.
-    explicit Operation(AbstractOwnedCollection& collection);
+    /// Begins the group. One of a single step opens no savepoint; see `ModelElement::Impl::needsNoSavepoint`. *Throws*
+    /// as a change would.
+    explicit Operation(AbstractOwnedCollection& collection, bool isOneStep = false);
     Operation(Operation const&) = delete;
     Operation& operator=(Operation const&) = delete;
     /// Rolls back unless committed.

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <utility>
 
 namespace tarn::zero {
 
@@ -21,7 +22,7 @@ public:
 
     /// A change of kind `kind`.
     explicit OCDChangeDescriptor(Kind kind) noexcept : m_kind{kind} {}
-    virtual ~OCDChangeDescriptor();
+    virtual ~OCDChangeDescriptor() = default;
 
     /// The kind of the change.
     Kind kind() const noexcept { return m_kind; }
@@ -34,7 +35,9 @@ private:
 class STUDIO_DATA_EXPORT OCDChangeOfModelElementSequence {
 public:
     /// A change of kind `kind`, at position `index`, of `element`.
-    OCDChangeOfModelElementSequence(OCDChangeDescriptor::Kind kind, std::size_t index, ModelElement element) noexcept;
+    OCDChangeOfModelElementSequence(OCDChangeDescriptor::Kind kind, std::size_t index, ModelElement element) noexcept
+        : m_kind{kind}, m_index{index}, m_element{std::move(element)}
+    {}
 
     /// The kind of the change.
     OCDChangeDescriptor::Kind kind() const noexcept { return m_kind; }
@@ -54,15 +57,19 @@ private:
 class STUDIO_DATA_EXPORT OCDChangeDescriptorOfModelElementSequence : public OCDChangeDescriptor {
 public:
     /// A change of kind `kind`, at position `index`, of `element`.
-    OCDChangeDescriptorOfModelElementSequence(Kind kind, std::size_t index, ModelElement element) noexcept;
-    ~OCDChangeDescriptorOfModelElementSequence() override;
+    OCDChangeDescriptorOfModelElementSequence(Kind kind, std::size_t index, ModelElement element) noexcept
+        : OCDChangeDescriptor{kind}, m_index{index}, m_element{std::move(element)}
+    {}
 
     /// The position of the change.
     std::size_t index() const noexcept { return m_index; }
     /// The element added, removed or replaced.
     ModelElement const& element() const noexcept { return m_element; }
     /// A copy of the change, to keep beyond the announcement.
-    std::unique_ptr<OCDChangeOfModelElementSequence> createChange() const;
+    [[nodiscard]] std::unique_ptr<OCDChangeOfModelElementSequence> createChange() const
+    {
+        return std::make_unique<OCDChangeOfModelElementSequence>(kind(), m_index, m_element);
+    }
 
 private:
     std::size_t m_index;

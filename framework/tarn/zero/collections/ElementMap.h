@@ -1,7 +1,7 @@
 #pragma once
 
 #include "tarn/zero/collections/KeyedElements.h"
-#include "tarn/zero/collections/MapMemory.h"
+#include "tarn/zero/collections/MapUndoLog.h"
 #include "tarn/zero/collections/TypedReferenceCollection.h"
 
 #include <memory>
@@ -48,7 +48,7 @@ class ElementMap final : public TypedReferenceCollectionWithProxies<E, detail::K
 
 public:
     /// Old value in a storage: the undo log of the keyed elements and a copy of the proxies.
-    struct Old : detail::MapMemory<E, Set> {
+    struct Old : detail::MapUndoLog<E, Set> {
         /// The old proxies; null for none.
         std::unique_ptr<typename Base::Proxies> proxies;
     };
@@ -99,10 +99,10 @@ public:
 
     // Old values
 
-    void remember(Old& old)
+    void record(Old& old)
     {
         old.proxies = this->copyProxies();
-        old.begin(m_memories, this->m_elements);
+        old.begin(m_undoLogs, this->m_elements);
     }
     static void merge(Old& outer, bool outerHas, Old& inner) noexcept
     {
@@ -110,21 +110,21 @@ public:
         if (!outerHas)
             outer.proxies.swap(inner.proxies);
     }
-    static void forget(Old& old) noexcept
+    static void discard(Old& old) noexcept
     {
-        old.forget();
+        old.discard();
         old.proxies.reset();
     }
-    void withdraw(Old& old) noexcept { old.withdraw(this->m_elements); }
+    void undoInsertions(Old& old) noexcept { old.undoInsertions(this->m_elements); }
     void restore(Old& old) noexcept { this->swapProxies(old.proxies); }
-    void reinstate(Old& old) noexcept { old.reinstate(this->m_elements); }
+    void undoErasures(Old& old) noexcept { old.undoErasures(this->m_elements); }
     void dropAll() noexcept
     {
         std::unique_ptr<typename Base::Proxies> none;
         this->swapProxies(none);
         try {
-            if (m_memories.newest)   // a report kept beyond the model still reads it
-                m_memories.newest->clearing(this->m_elements);
+            if (m_undoLogs.newest)   // a report kept beyond the model still reads it
+                m_undoLogs.newest->clear(this->m_elements);
         } catch (...) {
             // Out of memory: that report loses the old contents.
         }
@@ -136,7 +136,7 @@ public:
     {
         if (old.size() != 1 || this->size() != 1)
             return false;
-        E const* const left = old.movedOne();
+        E const* const left = old.onlyErased();
         return !left || left->Uuid() == this->begin()->Uuid();
     }
     static Kept keep(Old const& old) { return old.elements(); }
@@ -175,14 +175,14 @@ protected:
         E const typed = Base::typed(element);
         if (this->holdsProxy(typed))
             return this->removeProxy(typed);
-        if (m_memories.newest)
-            m_memories.newest->erasing(typed);
+        if (m_undoLogs.newest)
+            m_undoLogs.newest->recordErasure(typed);
         this->m_elements.erase(typed);
     }
     void takeOutAll() override
     {
-        if (m_memories.newest)
-            m_memories.newest->clearing(this->m_elements);
+        if (m_undoLogs.newest)
+            m_undoLogs.newest->clear(this->m_elements);
         else
             this->m_elements.clear();
         this->clearProxies();
@@ -204,12 +204,12 @@ private:
     void putKeyed(E const& element)
     {
         this->m_elements.reserveFor(element);
-        if (m_memories.newest)
-            m_memories.newest->inserting(element);
+        if (m_undoLogs.newest)
+            m_undoLogs.newest->recordInsertion(element);
         this->m_elements.insert(element);
     }
 
-    typename Old::Chain m_memories;
+    typename Old::Chain m_undoLogs;
 };
 
 }   // namespace tarn::zero

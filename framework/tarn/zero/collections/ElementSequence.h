@@ -69,17 +69,17 @@ public:
 
     // Old values
 
-    void remember(Old& old) const { old = this->m_elements; }
+    void record(Old& old) const { old = this->m_elements; }
     static Kept const& keep(Old const& old) noexcept { return old; }
     static void merge(Old& outer, bool outerHas, Old& inner) noexcept
     {
         if (!outerHas)
             outer.swap(inner);
     }
-    static void forget(Old& old) noexcept { old.clear(); }
-    void withdraw(Old&) noexcept {}
+    static void discard(Old& old) noexcept { old.clear(); }
+    void undoInsertions(Old&) noexcept {}
     void restore(Old& old) noexcept { this->m_elements.swap(old); }
-    void reinstate(Old&) noexcept {}
+    void undoErasures(Old&) noexcept {}
     void dropAll() noexcept { this->m_elements.clear(); }
     std::size_t sizeBefore(Old const& old) const noexcept { return old.size(); }
     /// A detached sequence of `elements`.

@@ -11,7 +11,7 @@ namespace tarn::zero {
 /// throws `CannotAddIncompatibleTypes`.
 class STUDIO_DATA_EXPORT GenericCollectionInterface {
 public:
-    virtual ~GenericCollectionInterface();
+    virtual ~GenericCollectionInterface() = default;
 
     /// True for a sequence.
     virtual bool isSequenceInterface() const noexcept { return false; }

@@ -27,17 +27,17 @@ public:
     const_iterator begin() const noexcept { return m_values.begin(); }
     const_iterator end() const noexcept { return m_values.end(); }
 
-    void remember(Old& old) const { old = m_values; }
+    void record(Old& old) const { old = m_values; }
     static Kept const& keep(Old const& old) noexcept { return old; }
     static void merge(Old& outer, bool outerHas, Old& inner) noexcept
     {
         if (!outerHas)
             outer.swap(inner);
     }
-    void withdraw(Old&) noexcept {}
+    void undoInsertions(Old&) noexcept {}
     void restore(Old& old) noexcept { m_values.swap(old); }
-    void reinstate(Old&) noexcept {}
-    static void forget(Old& old) noexcept { old.clear(); }
+    void undoErasures(Old&) noexcept {}
+    static void discard(Old& old) noexcept { old.clear(); }
     void dropAll() noexcept {}
     /// No effect: plain values have no proxies.
     void resolveProxies() noexcept {}
@@ -54,25 +54,16 @@ protected:
     template <class Change>
     void modify(OCDChangeDescriptor::Kind kind, Change const& change)
     {
-        boost::optional<Operation> alone;
-        if (!isDetached() && !isOwnerInTransaction())
-            alone.emplace(*this);
+        Operation operation{*this, true};
         modifying(OCDChangeDescriptor{kind});
         change(m_values);
-        if (alone)
-            alone->commit();
+        operation.commit();
     }
 
     /// The values.
     Container const& values() const noexcept { return m_values; }
 
 private:
-    bool isOwnerInTransaction() const
-    {
-        refuseUnmodifiable();
-        return ownerImpl()->isInTransaction();
-    }
-
     Container m_values;
 };
 

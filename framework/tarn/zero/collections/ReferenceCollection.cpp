@@ -160,11 +160,8 @@ void ReferenceCollection::addAt(std::size_t index, ModelElement const& given)
     if (m_composite)
         element->checkCircularContainment(owner());
 
-    // One step needs no savepoint inside an open transaction: it throws before the first change or not at all.
     bool const isOneStep = !m_composite || element->isTopLevel();
-    boost::optional<Operation> whole;
-    if (!isOneStep || !ownerImpl()->isInTransaction())
-        whole.emplace(*this);
+    Operation whole{*this, isOneStep};
     if (!isOneStep)
         element->makeUncontained();
     announce(OCDChangeDescriptor::Kind::Add, index, element);
@@ -173,8 +170,7 @@ void ReferenceCollection::addAt(std::size_t index, ModelElement const& given)
     put(index, element);
     if (m_composite)
         element->basicSetContainer(ownerImpl(), featureIndex());
-    if (whole)
-        whole->commit();
+    whole.commit();
 }
 
 void ReferenceCollection::checkType(ModelElement const& element) const

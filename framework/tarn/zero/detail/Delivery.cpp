@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <exception>
 #include <stdexcept>
 #include <string>
 
@@ -53,46 +52,31 @@ std::size_t circle(Reports const& reports)
 
 }   // namespace
 
-struct Delivery::Frame {
-    std::shared_ptr<ReportData> const& report;
-    ListenerList::Snapshot holders;
-    std::size_t next = 0;
-    std::exception_ptr firstException;
-    Frame* newer = nullptr;
-};
-
 void Delivery::deliver(std::shared_ptr<ReportData> const& report, ListenerList::Snapshot const& holders)
 {
     if (holders.size() == 0)
         return;
-    Frame frame{report, holders, 0, nullptr, nullptr};
-    Frame* const outer = m_newest;
-    (outer ? outer->newer : m_oldest) = &frame;
-    m_newest = &frame;
-    ++m_depth;
-
-    // Frames already completed by a nested commit stay in the list until their own commit returns; `serve` skips them.
-    for (Frame* older = m_oldest; older; older = older->newer)
-        serve(*older);
-
-    --m_depth;
-    m_newest = outer;
-    (outer ? outer->newer : m_oldest) = nullptr;
-    if (frame.firstException)
-        std::rethrow_exception(frame.firstException);
+    PendingDelivery pending{report, holders};
+    m_pending.push_back(pending);
+    // Reports already completed by a nested commit stay in the list until their own commit returns; `serve` skips them.
+    for (PendingDelivery& older : m_pending)
+        serve(older);
+    m_pending.pop_back();   // nested commits have returned
+    if (pending.firstException)
+        std::rethrow_exception(pending.firstException);
 }
 
-void Delivery::serve(Frame& frame)
+void Delivery::serve(PendingDelivery& pending)
 {
-    while (frame.next != frame.holders.size()) {
-        ListenerHolderBase& holder = frame.holders[frame.next++];
+    while (pending.next != pending.holders.size()) {
+        ListenerHolderBase& holder = pending.holders[pending.next++];
         if (!holder.listener())
             continue;
         try {
-            holder.transactionCommitted(frame.report);
+            holder.transactionCommitted(pending.report);
         } catch (...) {
-            if (!frame.firstException)
-                frame.firstException = std::current_exception();
+            if (!pending.firstException)
+                pending.firstException = std::current_exception();
         }
     }
 }
@@ -113,9 +97,9 @@ void Delivery::refuse() const
 std::vector<ReportData const*> Delivery::reports() const
 {
     Reports list;
-    list.reserve(m_depth);
-    for (Frame const* frame = m_oldest; frame; frame = frame->newer)
-        list.push_back(frame->report.get());
+    list.reserve(m_pending.size());
+    for (PendingDelivery const& pending : m_pending)
+        list.push_back(pending.report.get());
     return list;
 }
 

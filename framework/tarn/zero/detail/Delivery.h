@@ -2,7 +2,10 @@
 
 #include "tarn/zero/detail/ListenerList.h"
 
+#include <boost/intrusive/list.hpp>
+
 #include <cstddef>
+#include <exception>
 #include <memory>
 #include <vector>
 
@@ -17,27 +20,36 @@ public:
     void deliver(std::shared_ptr<ReportData> const& report, ListenerList::Snapshot const& holders);
 
     /// True if no report is in delivery.
-    bool isIdle() const noexcept { return m_oldest == nullptr; }
+    bool isIdle() const noexcept { return m_pending.empty(); }
 
     /// The number of reports in delivery at which another commit is refused. Not 0.
     std::size_t limit() const noexcept { return m_limit; }
     void setLimit(std::size_t limit) noexcept { m_limit = limit; }
     /// True if the limit is reached.
-    bool isFull() const noexcept { return m_depth >= m_limit; }
+    bool isFull() const noexcept { return m_pending.size() >= m_limit; }
     /// *Throws* `std::runtime_error`, whose text names what the newest reports in delivery changed.
     [[noreturn]] void refuse() const;
 
 private:
     friend class tarn::zero::Invariants;
 
-    struct Frame;   // one report in delivery; lives on the stack of its commit
+    /// One report in delivery; lives on the stack of its commit.
+    struct PendingDelivery
+        : boost::intrusive::list_base_hook<boost::intrusive::link_mode<boost::intrusive::normal_link>> {
+        PendingDelivery(std::shared_ptr<ReportData> const& given, ListenerList::Snapshot const& takers) noexcept
+            : report{given}, holders{takers}
+        {}
 
-    static void serve(Frame& frame);
+        std::shared_ptr<ReportData> const& report;
+        ListenerList::Snapshot holders;
+        std::size_t next = 0;   // the holder to serve
+        std::exception_ptr firstException;
+    };
+
+    static void serve(PendingDelivery& pending);
     std::vector<ReportData const*> reports() const;
 
-    Frame* m_oldest = nullptr;   // with listeners left to serve
-    Frame* m_newest = nullptr;
-    std::size_t m_depth = 0;   // frames
+    boost::intrusive::list<PendingDelivery> m_pending;   // oldest first
     std::size_t m_limit = 1'000;
 };
 

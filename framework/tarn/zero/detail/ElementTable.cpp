@@ -23,26 +23,26 @@ ElementTable::~ElementTable()
 
 ModelElement::Impl* ElementTable::find(boost::uuids::uuid const& uuid) const noexcept
 {
-    std::uint32_t const place = placeOf(uuid);
-    return place != Index::NOWHERE && isTaken(*m_indexed[place]) ? m_indexed[place] : nullptr;
+    std::uint32_t const position = positionOf(uuid);
+    return position != Index::NOWHERE && isTaken(*m_indexed[position]) ? m_indexed[position] : nullptr;
 }
 
 ModelElement::Impl* ElementTable::insert(Impl& element)
 {
     Impl* displaced = nullptr;
-    std::uint32_t const place = placeOf(element.identifier());
-    if (place == Index::NOWHERE) {
+    std::uint32_t const position = positionOf(element.identifier());
+    if (position == Index::NOWHERE) {
         m_index.reserve(m_indexed.size() + 1);
         if (m_indexed.size() == m_indexed.capacity())
             m_indexed.reserve(m_indexed.size() + m_indexed.size() / 4 + 16);
         m_indexed.push_back(&element);
         m_index.insert(hashOf(element.identifier()), static_cast<std::uint32_t>(m_indexed.size() - 1));
         element.m_indexed = true;
-    } else if (isTaken(*m_indexed[place])) {
+    } else if (isTaken(*m_indexed[position])) {
         m_unindexed.insert(&element);
     } else {
-        m_unindexed.insert(m_indexed[place]);
-        displaced = std::exchange(m_indexed[place], &element);
+        m_unindexed.insert(m_indexed[position]);
+        displaced = std::exchange(m_indexed[position], &element);
         displaced->m_indexed = false;
         element.m_indexed = true;
     }
@@ -68,7 +68,7 @@ ModelElement::Impl* ElementTable::announce(Impl& element)
 void ElementTable::remove(Impl& element, Impl* displaced) noexcept
 {
     if (displaced) {
-        m_indexed[placeOf(element.identifier())] = displaced;
+        m_indexed[positionOf(element.identifier())] = displaced;
         displaced->m_indexed = true;
         m_unindexed.erase(displaced);
         element.removeRef();
@@ -80,12 +80,12 @@ void ElementTable::remove(Impl& element, Impl* displaced) noexcept
 void ElementTable::erase(Impl& element) noexcept
 {
     if (element.m_indexed) {
-        std::uint32_t const place = placeOf(element.identifier());
+        std::uint32_t const position = positionOf(element.identifier());
         auto const last = static_cast<std::uint32_t>(m_indexed.size() - 1);
-        m_index.erase(hashOf(element.identifier()), place);
-        if (place != last) {
-            m_index.move(hashOf(m_indexed[last]->identifier()), last, place);
-            m_indexed[place] = m_indexed[last];
+        m_index.erase(hashOf(element.identifier()), position);
+        if (position != last) {
+            m_index.move(hashOf(m_indexed[last]->identifier()), last, position);
+            m_indexed[position] = m_indexed[last];
         }
         m_indexed.pop_back();
     } else {
@@ -110,9 +110,10 @@ ElementTable::Index::Hash ElementTable::hashOf(boost::uuids::uuid const& uuid) n
     return Index::fold(services::hashers::TARN0Hasher<boost::uuids::uuid>{}(uuid));
 }
 
-std::uint32_t ElementTable::placeOf(boost::uuids::uuid const& uuid) const noexcept
+std::uint32_t ElementTable::positionOf(boost::uuids::uuid const& uuid) const noexcept
 {
-    return m_index.find(hashOf(uuid), [&](std::uint32_t place) { return m_indexed[place]->identifier() == uuid; });
+    return m_index.find(hashOf(uuid),
+                        [&](std::uint32_t position) { return m_indexed[position]->identifier() == uuid; });
 }
 
 }   // namespace tarn::zero::detail

@@ -55,7 +55,7 @@ void Journal::touch(Impl& element, unsigned long index)
 {
     if (!isOpen())
         throw std::logic_error{"a change needs an open transaction: " + element.describe()};
-    Storage& storage = enter(element);
+    Storage& storage = storageFor(element);
     if (!storage.m_created && !storage.isChanged(index))
         element.copyValue(&storage, index);
     if (storage.m_untold != 0)
@@ -66,7 +66,7 @@ void Journal::touchUntold(Impl& element, unsigned long index)
 {
     if (!isOpen())
         throw std::logic_error{"a change needs an open transaction: " + element.describe()};
-    Storage& storage = enter(element);
+    Storage& storage = storageFor(element);
     if (storage.m_created || storage.isChanged(index))
         return;
     std::uint64_t const before = storage.changedBits();
@@ -81,7 +81,7 @@ void Journal::created(Impl& element, bool announced)
     if (element.m_announced || (element.m_entered && !announced) ||
         (element.m_storage && element.m_storage->m_level != m_levels.size()))
         throw std::logic_error{"an element is created once, on one level: " + element.describe()};
-    Storage& storage = enter(element);
+    Storage& storage = storageFor(element);
     // If this throws, an empty storage remains: no change recorded.
     if (!announced)
         m_table.insertSilently(element);
@@ -99,7 +99,7 @@ void Journal::destroyed(Impl& element)
 {
     if (!isOpen())
         throw std::logic_error{"a destruction needs an open transaction: " + element.describe()};
-    enter(element).m_destroyed = true;
+    storageFor(element).m_destroyed = true;
     bumpStructureVersion();
 }
 
@@ -107,11 +107,11 @@ void Journal::becomingProxy(Impl& element)
 {
     if (!isOpen())
         throw std::logic_error{"a change needs an open transaction: " + element.describe()};
-    enter(element).m_madeProxy = true;
+    storageFor(element).m_madeProxy = true;
     bumpStructureVersionNow();
 }
 
-void Journal::uncreate(Impl& element) noexcept
+void Journal::undoCreation(Impl& element) noexcept
 {
     Storage* const storage = element.m_storage;
     if (!storage || !storage->m_created || storage->m_level != m_levels.size())
@@ -120,7 +120,7 @@ void Journal::uncreate(Impl& element) noexcept
     m_touched.erase(std::find(m_touched.begin(), m_touched.end(), storage));
     undoCreation(*storage, element);
     element.dropReferences();
-    give(storage);
+    release(storage);
 }
 
 void Journal::mergeIntoOuter() noexcept
@@ -148,7 +148,7 @@ void Journal::mergeIntoOuter() noexcept
         outer->m_destroyed |= storage.m_destroyed;
         outer->m_madeProxy |= storage.m_madeProxy;
         storage.m_element->m_storage = outer;
-        give(&storage);
+        release(&storage);
     }
     m_touched.resize(kept);
     m_levels.pop_back();
@@ -190,7 +190,7 @@ void Journal::sealEach(Keep const& keep) noexcept
         bool const counts =
             storage->m_created ? !storage->m_destroyed : storage->m_destroyed || storage->changedBits() != 0;
         if (!counts || !element.m_announced || !keep(*storage))
-            give(storage);
+            release(storage);
     }
     m_touched.clear();
     m_levels.pop_back();
@@ -220,7 +220,7 @@ void Journal::rollBack() noexcept
         for (std::size_t i = m_touched.size(); i != first; --i)
             visit(*m_touched[i - 1], *m_touched[i - 1]->m_element.get());
     };
-    eachBackwards([](Storage& storage, Impl& element) { storage.withdraw(element); });
+    eachBackwards([](Storage& storage, Impl& element) { storage.undoInsertions(element); });
     eachBackwards([](Storage& storage, Impl& element) {
         if (storage.m_created)
             return;
@@ -232,7 +232,7 @@ void Journal::rollBack() noexcept
         if (storage.isChanged(Storage::OFFSET_CONTAINMENT))
             element.basicSetContainer(storage.oldContainer().get(), storage.oldContainerFeature());
     });
-    eachBackwards([](Storage& storage, Impl& element) { storage.reinstate(element); });
+    eachBackwards([](Storage& storage, Impl& element) { storage.undoErasures(element); });
     eachBackwards([&](Storage& storage, Impl& element) {
         element.m_storage = storage.m_previous;
         if (storage.m_created)
@@ -244,7 +244,7 @@ void Journal::rollBack() noexcept
             element.dropReferences();
     });
     for (std::size_t i = first; i != m_touched.size(); ++i)
-        give(m_touched[i]);
+        release(m_touched[i]);
     m_touched.resize(first);
     m_levels.pop_back();
     if (!isOpen())
@@ -260,23 +260,23 @@ void Journal::rollBackTo(std::uint64_t serial) noexcept
 void Journal::recycle(Storages& storages) noexcept
 {
     for (Storage* const storage : storages)
-        give(storage);
+        release(storage);
     storages.clear();
 }
 
-void Journal::lose(Storages const& storages) noexcept
+void Journal::abandon(Storages const& storages) noexcept
 {
     for (Storage const* const storage : storages)
         --storage->m_pool->made;
 }
 
-ModelElement::Impl::Storage& Journal::enter(Impl& element)
+ModelElement::Impl::Storage& Journal::storageFor(Impl& element)
 {
     auto const level = static_cast<std::uint32_t>(m_levels.size());
     if (Storage* const present = element.m_storage; present && present->m_level == level)
         return *present;
     grow(m_touched, 1);
-    Storage* const storage = take(element);
+    Storage* const storage = acquire(element);
     storage->m_uuid = element.m_uuid;
     ModelElement{&element}.swap(storage->m_element);
     storage->m_previous = element.m_storage;
@@ -286,7 +286,7 @@ ModelElement::Impl::Storage& Journal::enter(Impl& element)
     return *storage;
 }
 
-Journal::Storage* Journal::take(Impl& element)
+Journal::Storage* Journal::acquire(Impl& element)
 {
     StoragePool& pool = poolOf(element);
     if (pool.free.empty()) {
@@ -301,7 +301,7 @@ Journal::Storage* Journal::take(Impl& element)
     return storage;
 }
 
-void Journal::give(Storage* storage) noexcept
+void Journal::release(Storage* storage) noexcept
 {
     StoragePool& pool = *storage->m_pool;
     storage->recycle();

@@ -54,9 +54,9 @@ public:
     std::uint64_t lastSerial() const noexcept { return m_lastSerial; }
 
     /// Allocates the element's storage now, so that `destroyed` cannot throw.
-    void prepare(Impl& element) { enter(element); }
+    void reserveFor(Impl& element) { storageFor(element); }
     /// Undoes a creation on the innermost level. *Requires* that nothing refers to the element.
-    void uncreate(Impl& element) noexcept;
+    void undoCreation(Impl& element) noexcept;
 
     /// Commits the innermost level into the one around it.
     void mergeIntoOuter() noexcept;
@@ -79,7 +79,7 @@ public:
     /// Returns used storages to their free lists.
     void recycle(Storages& storages) noexcept;
     /// Drops storages that a kept report still owns from the pool's count; they are not recycled.
-    void lose(Storages const& storages) noexcept;
+    void abandon(Storages const& storages) noexcept;
 
 private:
     friend class tarn::zero::Invariants;
@@ -88,9 +88,9 @@ private:
         std::uint64_t serial;
         std::size_t first;   // index of its first storage
     };
-    Storage& enter(Impl& element);
-    Storage* take(Impl& element);
-    void give(Storage* storage) noexcept;
+    Storage& storageFor(Impl& element);
+    Storage* acquire(Impl& element);
+    void release(Storage* storage) noexcept;
     StoragePool& poolOf(Impl const& element);
     void undoCreation(Storage& storage, Impl& element) noexcept;
     void finishDeath(Impl& element) noexcept;

@@ -18,18 +18,18 @@ protected:
     virtual ~AbstractMetaPackage();
 
     /// Creates a package with that name and URI.
-    Package createPackage(std::u16string const& name, std::u16string const& uri) const;
+    [[nodiscard]] Package createPackage(std::u16string const& name, std::u16string const& uri) const;
     /// Creates a class; `typeId` and the other UUIDs are given as text. *Throws* `std::runtime_error` for a malformed
     /// UUID.
-    Class createClass(std::u16string const& name, std::string const& typeId, bool isAbstract, bool isFinal,
-                      std::string const& uuid) const;
+    [[nodiscard]] Class createClass(std::u16string const& name, std::string const& typeId, bool isAbstract,
+                                    bool isFinal, std::string const& uuid) const;
     /// Creates a property without an owning class.
-    Property createProperty(std::u16string const& name, ValueFlags flags, bool isComposite,
-                            std::string const& uuid) const;
+    [[nodiscard]] Property createProperty(std::u16string const& name, ValueFlags flags, bool isComposite,
+                                          std::string const& uuid) const;
     /// Creates an operation without an owning class.
-    Operation createOperation(std::u16string const& name, boost::uuids::uuid const& uuid) const;
+    [[nodiscard]] Operation createOperation(std::u16string const& name, boost::uuids::uuid const& uuid) const;
     /// Creates an argument without an operation.
-    Argument createArgument(std::u16string const& name, boost::uuids::uuid const& uuid) const;
+    [[nodiscard]] Argument createArgument(std::u16string const& name, boost::uuids::uuid const& uuid) const;
     /// Sets the index by which elements announce changes of the property. *Throws* `std::out_of_range` unless it is 1
     /// to 63: an element's changed bits are one word.
     void setPropertyIndex(Property const& property, int index) const;

@@ -31,10 +31,10 @@ public:
 
     /// A new empty detached sequence of the type, as a value that holds a `CollectionRef`. *Throws* `InvalidValue` if
     /// the type allows no sequence.
-    virtual Value createSequence(Type const& type) const = 0;
+    [[nodiscard]] virtual Value createSequence(Type const& type) const = 0;
     /// A new empty detached map by name, as a value that holds a `CollectionRef`. *Throws* `InvalidValue` if the type
     /// allows no map.
-    virtual Value createMap(Type const& type) const = 0;
+    [[nodiscard]] virtual Value createMap(Type const& type) const = 0;
 };
 
 /// Handle classes whose elements a map can hold: `getName()` returns the key.

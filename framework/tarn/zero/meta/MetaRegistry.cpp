@@ -6,7 +6,6 @@
 #include "tarn/zero/Listener.h"
 #include "tarn/zero/ModelImpl.h"
 #include "tarn/zero/meta/detail/KernelSchema.h"
-#include "tarn/zero/meta/detail/MetaElements.h"
 
 #include <utility>
 
@@ -17,16 +16,16 @@ namespace {
 thread_local bool t_isMakingRegistry = false;
 
 /// Listener that unregisters types when schema elements are destroyed.
-class Undertaker final : public Listener {
+class DeadTypeListener final : public Listener {
 public:
     using Reports = ReportList<ShallowChangeReport<NamedElement>>;
 
-    explicit Undertaker(MetaRegistry& registry) : m_registry{registry} {}
+    explicit DeadTypeListener(MetaRegistry& registry) : m_registry{registry} {}
 
     void transactionCommitted(ShallowChangeReport<NamedElement> const& report)
     {
         if (!report.destroyed().empty())
-            m_registry.forgetDeadTypes();
+            m_registry.unregisterDeadTypes();
     }
 
 private:
@@ -43,7 +42,7 @@ bool isInside(ModelElement const& element, ModelElement const& container) noexce
 
 }   // namespace
 
-void detail::ensureKernelClasses()
+void detail::ensureKernelSchema()
 {
     if (!t_isMakingRegistry)
         MetaRegistry::getInstance();
@@ -63,9 +62,9 @@ MetaRegistry::MetaRegistry() : m_model{Model::create(ModelSpec{u"meta"})}, m_fre
         Transaction transaction = m_model->beginTransaction(true);
         detail::makeKernelSchema(*this);
         transaction.commit(boost::none);
-        auto undertaker = std::make_unique<Undertaker>(*this);
-        m_model->addDeepListener(undertaker.get());
-        m_undertaker = std::move(undertaker);
+        auto listener = std::make_unique<DeadTypeListener>(*this);
+        m_model->addDeepListener(listener.get());
+        m_deadTypeListener = std::move(listener);
     } catch (...) {
         detail::dropKernelSchema();
         t_isMakingRegistry = false;
@@ -75,11 +74,6 @@ MetaRegistry::MetaRegistry() : m_model{Model::create(ModelSpec{u"meta"})}, m_fre
 }
 
 MetaRegistry::~MetaRegistry() = default;
-
-Class MetaRegistry::rootClass() const
-{
-    return detail::metaClassOf<ModelElement>();
-}
 
 Type MetaRegistry::getType(std::u16string const& name) const
 {
@@ -113,9 +107,9 @@ void MetaRegistry::registerTypeNames(Type const& type, std::string const& dotted
             present = type;
 }
 
-void MetaRegistry::forgetDeadTypes() noexcept
+void MetaRegistry::unregisterDeadTypes() noexcept
 {
-    forget(ModelElement{});
+    unregister(ModelElement{});
 }
 
 CollectionInstantiator const* MetaRegistry::collectionInstantiator(Type const& type) const noexcept
@@ -152,7 +146,7 @@ void MetaRegistry::unregisterRootPackage(std::u16string const& uri) noexcept
 {
     auto const found = m_rootPackages.find(uri);
     if (found != m_rootPackages.end())
-        forget(Package{found->second});   // a copy: the entry is erased meanwhile
+        unregister(Package{found->second});   // a copy: the entry is erased meanwhile
 }
 
 Package MetaRegistry::findRootPackage(std::u16string const& uri) const
@@ -173,7 +167,7 @@ Type MetaRegistry::typeNamed(std::string const& name) const
     return found != m_names.end() && found->second ? found->second : Type{};
 }
 
-void MetaRegistry::forget(ModelElement const& root) noexcept
+void MetaRegistry::unregister(ModelElement const& root) noexcept
 {
     auto const goes = [&](ModelElement const& element) { return !element || (root && isInside(element, root)); };
     std::erase_if(m_names, [&](auto const& entry) { return goes(entry.second); });

@@ -45,8 +45,6 @@ public:
     Model const& model() const noexcept { return m_model; }
     /// The guard that keeps the model frozen; packages thaw it while they register.
     Model::Freezer& freezer() noexcept { return m_freezer; }
-    /// The base class of all element classes.
-    Class rootClass() const;
 
     /// The live type registered under that name, with dots or with `::`; a null handle if there is none.
     Type getType(std::u16string const& name) const;
@@ -62,7 +60,7 @@ public:
     /// Registers the names of a live type. A name of another live type stays with that type.
     void registerTypeNames(Type const& type, std::string const& dotted, std::string const& scoped);
     /// Unregisters every type whose element is dead or was rolled back.
-    void forgetDeadTypes() noexcept;
+    void unregisterDeadTypes() noexcept;
 
     /// The instantiator registered for the type, borrowed; null for an unknown or null type.
     CollectionInstantiator const* collectionInstantiator(Type const& type) const noexcept;
@@ -70,14 +68,15 @@ public:
     std::type_info const* valueTypeOf(Type const& type) const noexcept;
     /// Creates an element of class `type`. *Throws* `NoSuchType` for an unregistered type and `InvalidValue` for one
     /// without a factory: an abstract class or a primitive type.
-    ModelElement createElement(Type const& type, Model const& model, boost::uuids::uuid const& uuid) const;
+    [[nodiscard]] ModelElement createElement(Type const& type, Model const& model,
+                                             boost::uuids::uuid const& uuid) const;
 
     /// Registers a live package by its URI; a URI of another live package stays with that one.
     void registerRootPackage(Package const& package);
     /// Unregisters that package with all types inside it; no effect for an unknown URI.
     void unregisterRootPackage(std::u16string const& uri) noexcept;
     /// The package with that URI; a null handle if there is none.
-    Package findRootPackage(std::u16string const& uri) const;
+    [[nodiscard]] Package findRootPackage(std::u16string const& uri) const;
 
 private:
     friend class foundation::NeverDestroyed<MetaRegistry>;
@@ -91,14 +90,14 @@ private:
 
     STUDIO_DATA_LOCAL Entry const* find(Type const& type) const noexcept;
     STUDIO_DATA_LOCAL Type typeNamed(std::string const& name) const;
-    STUDIO_DATA_LOCAL void forget(ModelElement const& root) noexcept;
+    STUDIO_DATA_LOCAL void unregister(ModelElement const& root) noexcept;
 
     Model m_model;
     Model::Freezer m_freezer;
     std::unordered_map<ModelElement::Impl const*, Entry> m_types;
     std::unordered_map<std::string, Type> m_names;
     std::unordered_map<std::u16string, Package> m_rootPackages;
-    std::unique_ptr<Listener> m_undertaker;
+    std::unique_ptr<Listener> m_deadTypeListener;
 };
 
 namespace internal {

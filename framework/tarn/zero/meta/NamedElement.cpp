@@ -1,35 +1,11 @@
 #include "tarn/zero/meta/NamedElement.h"
 
 #include "fl/i18n/Unicode.h"
-#include "tarn/zero/meta/detail/MetaElements.h"
+#include "tarn/zero/collections/ReferenceCollection.h"
 
 #include <vector>
 
 namespace tarn::zero::meta {
-
-NamedElement::NamedElement(Impl* impl) noexcept : ModelElement{impl} {}
-
-Class NamedElement::metaClass()
-{
-    return detail::metaClassOf<NamedElement>();
-}
-
-NamedElement::Impl* NamedElement::operator->() const noexcept
-{
-    return static_cast<Impl*>(get());
-}
-
-NamedElement::Impl::~Impl() = default;
-
-ModelElement::Impl* NamedElement::Impl::classImpl() noexcept
-{
-    return detail::kernelClass<NamedElement>.load(std::memory_order_acquire);
-}
-
-void NamedElement::Impl::setName(std::u16string const& name)
-{
-    assign(NAME, m_name, name);
-}
 
 std::u16string NamedElement::Impl::getQualifiedName() const
 {

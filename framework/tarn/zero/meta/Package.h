@@ -15,8 +15,7 @@ public:
     /// The family of packages.
     std::u16string const& family() const noexcept { return m_family; }
     void setFamily(std::u16string family) { m_family = std::move(family); }
-    /// The minimum version; empty if any version will do.
-    std::u16string const& minVersion() const noexcept { return m_minVersion; }
+    /// Sets the minimum version; empty if any version will do.
     void setMinVersion(std::u16string version) { m_minVersion = std::move(version); }
 
     friend bool operator==(VersionInfo const&, VersionInfo const&) = default;
@@ -27,29 +26,23 @@ private:
 };
 
 /// A group of types and nested packages, named by a URI.
-class STUDIO_DATA_EXPORT Package : public NamedElement {
+class STUDIO_DATA_EXPORT Package : public CreatableHandle<Package, NamedElement> {
 public:
     class Impl;
 
-    Package() noexcept = default;
-    explicit Package(Impl* impl) noexcept;
-
-    static Package create(Model const& model, boost::uuids::uuid const& uuid);
-    static Class metaClass();
-
-    Impl* operator->() const noexcept;
+    using CreatableHandle::CreatableHandle;
 };
 
 /// Implementation of a package.
 class STUDIO_DATA_EXPORT Package::Impl : public NamedElement::Impl {
 public:
-    Impl(Model const& model, boost::uuids::uuid const& uuid);
+    using NamedElement::Impl::Impl;
 
-    static ModelElement::Impl* classImpl() noexcept;
+    static ModelElement::Impl* classImpl() noexcept { return detail::kernelClassOf<Package>(); }
 
     /// The unique name of the package; not an address.
     std::u16string const& getUri() const noexcept { return m_uri; }
-    void setUri(std::u16string const& uri);
+    void setUri(std::u16string const& uri) { assign(URI, m_uri, uri); }
     /// The containing package; null for a root package.
     Package getParentPackage() const noexcept;
     /// Moves this package into `parent`. *Throws* `CircularContainment` if `parent` is this package or lies inside it.
@@ -65,22 +58,17 @@ public:
     ElementSequence<Type>& getTypesMutable() noexcept { return m_types; }
 
 protected:
-    static constexpr unsigned long URI = 2;
-    static constexpr unsigned long PARENT_PACKAGE = 3;
-    static constexpr unsigned long IMPORTED_PACKAGES = 4;
-    static constexpr unsigned long PACKAGES = 5;
-    static constexpr unsigned long TYPES = 6;
+    ~Impl() override = default;
 
-    ~Impl() override;
+    static constexpr auto features();
 
 private:
-    template <class>
-    friend struct detail::FeaturesOf;
+    enum : unsigned long { URI = 2, PARENT_PACKAGE, IMPORTED_PACKAGES, PACKAGES, TYPES };
 
     std::u16string m_uri;
-    PrimitiveSequence<VersionInfo> m_importedPackages;
-    ElementSequence<Package> m_packages;
-    ElementSequence<Type> m_types;
+    PrimitiveSequence<VersionInfo> m_importedPackages{*this, IMPORTED_PACKAGES};
+    ElementSequence<Package> m_packages{*this, PACKAGES, true};
+    ElementSequence<Type> m_types{*this, TYPES, true};
 };
 
 }   // namespace tarn::zero::meta

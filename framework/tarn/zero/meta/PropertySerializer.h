@@ -27,14 +27,14 @@ public:
     /// `CannotCastIncompatibleTypes` for a value of another type.
     virtual std::u16string serializeValue(Value const& value) = 0;
     /// The value of `text`. *Throws* what the type's parser throws for a text that is not of the type.
-    virtual Value parseValue(std::u16string const& text) = 0;
+    [[nodiscard]] virtual Value parseValue(std::u16string const& text) = 0;
     /// The value of `text` as an optional. *Throws* what the type's parser throws for a text that is not of the type.
-    virtual Value parseOptionalValue(std::u16string const& text) = 0;
+    [[nodiscard]] virtual Value parseOptionalValue(std::u16string const& text) = 0;
 
     /// The value of a default-constructed object of the type.
-    virtual Value createDefaultValue() const = 0;
+    [[nodiscard]] virtual Value createDefaultValue() const = 0;
     /// An empty optional value.
-    virtual Value createEmptyOptionalValue() const = 0;
+    [[nodiscard]] virtual Value createEmptyOptionalValue() const = 0;
 
     /// The values as one unmanaged vector value, in the same order. *Throws* `CannotCastIncompatibleTypes` if one is of
     /// another type.

@@ -30,9 +30,9 @@ public:
     /// serializer.
     void registerPropertySerializer(Type const& type, std::unique_ptr<PropertySerializer> serializer);
     /// The serializer of `type`, borrowed; null if it has none.
-    PropertySerializer* findPropertySerializer(Type const& type) const;
+    [[nodiscard]] PropertySerializer* findPropertySerializer(Type const& type) const;
     /// Unregisters the serializer of `type` and passes it to the caller; null if it has none.
-    std::unique_ptr<PropertySerializer> unlinkPropertySerializer(Type const& type);
+    [[nodiscard]] std::unique_ptr<PropertySerializer> unlinkPropertySerializer(Type const& type);
 
 private:
     friend class foundation::NeverDestroyed<PropertySerializerRegistry>;

@@ -8,16 +8,11 @@
 namespace tarn::zero::meta {
 
 /// A type of values or elements.
-class STUDIO_DATA_EXPORT Type : public NamedElement {
+class STUDIO_DATA_EXPORT Type : public MetaHandle<Type, NamedElement> {
 public:
     class Impl;
 
-    Type() noexcept = default;
-    explicit Type(Impl* impl) noexcept;
-
-    static Class metaClass();
-
-    Impl* operator->() const noexcept;
+    using MetaHandle::MetaHandle;
 };
 
 /// Implementation of a type.
@@ -25,40 +20,32 @@ class STUDIO_DATA_EXPORT Type::Impl : public NamedElement::Impl {
 public:
     using NamedElement::Impl::Impl;
 
-    static ModelElement::Impl* classImpl() noexcept;
+    static ModelElement::Impl* classImpl() noexcept { return detail::kernelClassOf<Type>(); }
 
     /// The name that stored models use for the type, such as "studio.data.Property".
     std::string const& getTypeId() const noexcept { return m_typeId; }
-    void setTypeId(std::string const& typeId);
+    void setTypeId(std::string const& typeId) { assign(TYPE_ID, m_typeId, typeId); }
     /// The package of the type; null while it has none.
     Package getOwningPackage() const noexcept;
     void setOwningPackage(Package const& package);
 
 protected:
-    static constexpr unsigned long OWNING_PACKAGE = 2;
-    static constexpr unsigned long TYPE_ID = 3;
+    ~Impl() override = default;
 
-    ~Impl() override;
+    static constexpr auto features();
 
 private:
-    template <class>
-    friend struct detail::FeaturesOf;
+    enum : unsigned long { OWNING_PACKAGE = 2, TYPE_ID };
 
     std::string m_typeId;
 };
 
 /// A type of plain values: text, numbers, or a C++ class of the package's own.
-class STUDIO_DATA_EXPORT PrimitiveType : public Type {
+class STUDIO_DATA_EXPORT PrimitiveType : public CreatableHandle<PrimitiveType, Type> {
 public:
     class Impl;
 
-    PrimitiveType() noexcept = default;
-    explicit PrimitiveType(Impl* impl) noexcept;
-
-    static PrimitiveType create(Model const& model, boost::uuids::uuid const& uuid);
-    static Class metaClass();
-
-    Impl* operator->() const noexcept;
+    using CreatableHandle::CreatableHandle;
 };
 
 /// Implementation of a primitive type: a name without contents.
@@ -66,96 +53,78 @@ class STUDIO_DATA_EXPORT PrimitiveType::Impl : public Type::Impl {
 public:
     using Type::Impl::Impl;
 
-    static ModelElement::Impl* classImpl() noexcept;
+    static ModelElement::Impl* classImpl() noexcept { return detail::kernelClassOf<PrimitiveType>(); }
 
 protected:
-    ~Impl() override;
+    ~Impl() override = default;
 };
 
 /// A type that has properties.
-class STUDIO_DATA_EXPORT StructuredType : public Type {
+class STUDIO_DATA_EXPORT StructuredType : public MetaHandle<StructuredType, Type> {
 public:
     class Impl;
 
-    StructuredType() noexcept = default;
-    explicit StructuredType(Impl* impl) noexcept;
-
-    static Class metaClass();
-
-    Impl* operator->() const noexcept;
+    using MetaHandle::MetaHandle;
 };
 
 /// Implementation of a type with properties.
 class STUDIO_DATA_EXPORT StructuredType::Impl : public Type::Impl {
 public:
-    Impl(Model const& model, boost::uuids::uuid const& uuid);
+    using Type::Impl::Impl;
 
-    static ModelElement::Impl* classImpl() noexcept;
+    static ModelElement::Impl* classImpl() noexcept { return detail::kernelClassOf<StructuredType>(); }
 
     /// The type's own properties, without inherited ones.
     ElementSequence<Property> const& getProperties() const noexcept { return m_properties; }
     ElementSequence<Property>& getPropertiesMutable() noexcept { return m_properties; }
 
 protected:
-    static constexpr unsigned long PROPERTIES = 4;
+    ~Impl() override = default;
 
-    ~Impl() override;
+    static constexpr auto features();
 
 private:
-    template <class>
-    friend struct detail::FeaturesOf;
+    enum : unsigned long { PROPERTIES = 4 };
 
-    ElementSequence<Property> m_properties;
+    ElementSequence<Property> m_properties{*this, PROPERTIES, true};
 };
 
 /// A type that has operations.
-class STUDIO_DATA_EXPORT OperatableType : public StructuredType {
+class STUDIO_DATA_EXPORT OperatableType : public MetaHandle<OperatableType, StructuredType> {
 public:
     class Impl;
 
-    OperatableType() noexcept = default;
-    explicit OperatableType(Impl* impl) noexcept;
-
-    static Class metaClass();
-
-    Impl* operator->() const noexcept;
+    using MetaHandle::MetaHandle;
 };
 
 /// Implementation of a type with operations.
 class STUDIO_DATA_EXPORT OperatableType::Impl : public StructuredType::Impl {
 public:
-    Impl(Model const& model, boost::uuids::uuid const& uuid);
+    using StructuredType::Impl::Impl;
 
-    static ModelElement::Impl* classImpl() noexcept;
+    static ModelElement::Impl* classImpl() noexcept { return detail::kernelClassOf<OperatableType>(); }
 
     /// The type's own operations, without inherited ones.
     ElementSequence<Operation> const& getOperations() const noexcept { return m_operations; }
     ElementSequence<Operation>& getOperationsMutable() noexcept { return m_operations; }
 
 protected:
-    static constexpr unsigned long OPERATIONS = 5;
+    ~Impl() override = default;
 
-    ~Impl() override;
+    static constexpr auto features();
 
 private:
-    template <class>
-    friend struct detail::FeaturesOf;
+    enum : unsigned long { OPERATIONS = 5 };
 
-    ElementSequence<Operation> m_operations;
+    ElementSequence<Operation> m_operations{*this, OPERATIONS, true};
 };
 
 /// The class of an element.
-class STUDIO_DATA_EXPORT Class : public OperatableType {
+class STUDIO_DATA_EXPORT Class : public CreatableHandle<Class, OperatableType> {
 public:
     class Impl;
 
-    Class() noexcept = default;
-    explicit Class(Impl* impl) noexcept;
-
-    static Class create(Model const& model, boost::uuids::uuid const& uuid);
-    static Class metaClass();
-
-    Impl* operator->() const noexcept;
+    using CreatableHandle::CreatableHandle;
 };
 
 /// Implementation of a class.
@@ -163,7 +132,7 @@ class STUDIO_DATA_EXPORT Class::Impl : public OperatableType::Impl {
 public:
     using OperatableType::Impl::Impl;
 
-    static ModelElement::Impl* classImpl() noexcept;
+    static ModelElement::Impl* classImpl() noexcept { return detail::kernelClassOf<Class>(); }
 
     /// The superclass; null for the root class.
     Class const& getSuperclass() const noexcept { return m_superclass; }
@@ -173,21 +142,18 @@ public:
     void setSuperclass(Class const& superclass);
     /// True if the class can have no elements of its own.
     bool isAbstract() const noexcept { return m_isAbstract; }
-    void setIsAbstract(bool isAbstract);
+    void setIsAbstract(bool isAbstract) { assign(IS_ABSTRACT, m_isAbstract, isAbstract); }
     /// True if no class may derive from it.
     bool isFinal() const noexcept { return m_isFinal; }
-    void setIsFinal(bool isFinal);
+    void setIsFinal(bool isFinal) { assign(IS_FINAL, m_isFinal, isFinal); }
 
 protected:
-    static constexpr unsigned long SUPERCLASS = 6;
-    static constexpr unsigned long IS_ABSTRACT = 7;
-    static constexpr unsigned long IS_FINAL = 8;
+    ~Impl() override = default;
 
-    ~Impl() override;
+    static constexpr auto features();
 
 private:
-    template <class>
-    friend struct detail::FeaturesOf;
+    enum : unsigned long { SUPERCLASS = 6, IS_ABSTRACT, IS_FINAL };
 
     Class m_superclass;
     bool m_isAbstract = false;
@@ -195,17 +161,11 @@ private:
 };
 
 /// A set of properties and operations that classes may offer.
-class STUDIO_DATA_EXPORT Interface : public OperatableType {
+class STUDIO_DATA_EXPORT Interface : public CreatableHandle<Interface, OperatableType> {
 public:
     class Impl;
 
-    Interface() noexcept = default;
-    explicit Interface(Impl* impl) noexcept;
-
-    static Interface create(Model const& model, boost::uuids::uuid const& uuid);
-    static Class metaClass();
-
-    Impl* operator->() const noexcept;
+    using CreatableHandle::CreatableHandle;
 };
 
 /// Implementation of an interface: properties and operations only.
@@ -213,10 +173,27 @@ class STUDIO_DATA_EXPORT Interface::Impl : public OperatableType::Impl {
 public:
     using OperatableType::Impl::Impl;
 
-    static ModelElement::Impl* classImpl() noexcept;
+    static ModelElement::Impl* classImpl() noexcept { return detail::kernelClassOf<Interface>(); }
 
 protected:
-    ~Impl() override;
+    ~Impl() override = default;
 };
+
+namespace detail {
+
+/// The class of the elements of handle class `H`, one of `KernelClasses`.
+template <class H>
+Class metaClassOf()
+{
+    return Class{static_cast<Class::Impl*>(requireKernelClass(kernelIndex<H>))};
+}
+
+}   // namespace detail
+
+template <class H, class Base>
+Class MetaHandle<H, Base>::metaClass()
+{
+    return detail::metaClassOf<H>();
+}
 
 }   // namespace tarn::zero::meta

@@ -10,16 +10,11 @@
 namespace tarn::zero::meta {
 
 /// Base of parts with a type and a multiplicity: properties, operations (their result) and arguments.
-class STUDIO_DATA_EXPORT TypedElement : public NamedElement {
+class STUDIO_DATA_EXPORT TypedElement : public MetaHandle<TypedElement, NamedElement> {
 public:
     class Impl;
 
-    TypedElement() noexcept = default;
-    explicit TypedElement(Impl* impl) noexcept;
-
-    static Class metaClass();
-
-    Impl* operator->() const noexcept;
+    using MetaHandle::MetaHandle;
 };
 
 /// Implementation of a part with a type and a multiplicity.
@@ -27,32 +22,28 @@ class STUDIO_DATA_EXPORT TypedElement::Impl : public NamedElement::Impl {
 public:
     using NamedElement::Impl::Impl;
 
-    static ModelElement::Impl* classImpl() noexcept;
+    static ModelElement::Impl* classImpl() noexcept { return detail::kernelClassOf<TypedElement>(); }
 
     /// The type; null if unknown.
     Type getType() const noexcept;
     void setType(Type const& type);
     /// True if several values are ordered.
     bool isOrdered() const noexcept { return m_isOrdered; }
-    void setIsOrdered(bool isOrdered);
+    void setIsOrdered(bool isOrdered) { assign(IS_ORDERED, m_isOrdered, isOrdered); }
     /// The minimum number of values.
     unsigned int getLower() const noexcept { return m_lower; }
-    void setLower(unsigned int lower);
+    void setLower(unsigned int lower) { assign(LOWER, m_lower, lower); }
     /// The maximum number of values.
     unsigned int getUpper() const noexcept { return m_upper; }
-    void setUpper(unsigned int upper);
+    void setUpper(unsigned int upper) { assign(UPPER, m_upper, upper); }
 
 protected:
-    static constexpr unsigned long TYPE = 2;
-    static constexpr unsigned long IS_ORDERED = 3;
-    static constexpr unsigned long LOWER = 4;
-    static constexpr unsigned long UPPER = 5;
+    ~Impl() override = default;
 
-    ~Impl() override;
+    static constexpr auto features();
 
 private:
-    template <class>
-    friend struct detail::FeaturesOf;
+    enum : unsigned long { TYPE = 2, IS_ORDERED, LOWER, UPPER };
 
     ModelElement m_type;   // a Type, incomplete here
     bool m_isOrdered = false;
@@ -68,20 +59,14 @@ enum class ValueFlags : unsigned int {
 };
 
 /// One property of a class. Its index is the number by which elements of the class announce and store changes.
-class STUDIO_DATA_EXPORT Property : public TypedElement {
+class STUDIO_DATA_EXPORT Property : public CreatableHandle<Property, TypedElement> {
 public:
     class Impl;
 
-    Property() noexcept = default;
-    explicit Property(Impl* impl) noexcept;
-
-    static Property create(Model const& model, boost::uuids::uuid const& uuid);
-    static Class metaClass();
+    using CreatableHandle::CreatableHandle;
 
     /// The property's index; 0 for a null handle and for a property without an index.
     inline unsigned long index() const noexcept;
-
-    Impl* operator->() const noexcept;
 };
 
 /// Implementation of a property.
@@ -89,54 +74,55 @@ class STUDIO_DATA_EXPORT Property::Impl : public TypedElement::Impl {
 public:
     using TypedElement::Impl::Impl;
 
-    static ModelElement::Impl* classImpl() noexcept;
+    static ModelElement::Impl* classImpl() noexcept { return detail::kernelClassOf<Property>(); }
 
     /// The type that owns the property; null while none does.
     StructuredType getOwningType() const noexcept;
     void setOwningType(StructuredType const& owner);
     /// The property at the other end of a bidirectional reference; null if there is none.
     Property const& getOpposite() const noexcept { return m_opposite; }
-    void setOpposite(Property const& opposite);
+    void setOpposite(Property const& opposite) { assign(OPPOSITE, m_opposite, opposite); }
     /// The property of the contained elements that is their key; null if there is none.
     Property const& getQualifiedBy() const noexcept { return m_qualifiedBy; }
-    void setQualifiedBy(Property const& key);
+    void setQualifiedBy(Property const& key) { assign(QUALIFIED_BY, m_qualifiedBy, key); }
     /// True if every key is unique.
     bool isQualificationUnique() const noexcept { return m_isQualificationUnique; }
-    void setIsQualificationUnique(bool isUnique);
+    void setIsQualificationUnique(bool isUnique) { assign(IS_QUALIFICATION_UNIQUE, m_isQualificationUnique, isUnique); }
     /// True if duplicates are not allowed.
     bool isUnique() const noexcept { return m_isUnique; }
-    void setIsUnique(bool isUnique);
+    void setIsUnique(bool isUnique) { assign(IS_UNIQUE, m_isUnique, isUnique); }
     /// The default value as text of the type's serializer; empty if the C++ type's default applies.
     boost::optional<std::u16string> const& getDefaultValue() const noexcept { return m_defaultValue; }
-    void setDefaultValue(boost::optional<std::u16string> const& text);
+    void setDefaultValue(boost::optional<std::u16string> const& text) { assign(DEFAULT_VALUE, m_defaultValue, text); }
     /// Kind of the property's contents: one value, values or keyed elements.
     ValueFlags getValueFlags() const noexcept { return m_valueFlags; }
-    void setValueFlags(ValueFlags flags);
+    void setValueFlags(ValueFlags flags) { assign(VALUE_FLAGS, m_valueFlags, flags); }
     /// True if the property holds several values.
     bool isCollection() const noexcept { return m_valueFlags != ValueFlags::Single; }
     /// True if the property contains its elements: they are destroyed with the owner.
     bool isComposite() const noexcept { return m_isComposite; }
-    void setIsComposite(bool isComposite);
+    void setIsComposite(bool isComposite) { assign(IS_COMPOSITE, m_isComposite, isComposite); }
     /// The index of the property in its class; 0 if it has none.
     unsigned long getIndex() const noexcept { return m_index; }
-    void setIndex(unsigned long index);
+    void setIndex(unsigned long index) { assign(INDEX, m_index, index); }
 
 protected:
-    static constexpr unsigned long OWNING_TYPE = 6;
-    static constexpr unsigned long OPPOSITE = 7;
-    static constexpr unsigned long QUALIFIED_BY = 8;
-    static constexpr unsigned long IS_QUALIFICATION_UNIQUE = 9;
-    static constexpr unsigned long IS_UNIQUE = 10;
-    static constexpr unsigned long DEFAULT_VALUE = 11;
-    static constexpr unsigned long VALUE_FLAGS = 12;
-    static constexpr unsigned long IS_COMPOSITE = 13;
-    static constexpr unsigned long INDEX = 14;
+    ~Impl() override = default;
 
-    ~Impl() override;
+    static constexpr auto features();
 
 private:
-    template <class>
-    friend struct detail::FeaturesOf;
+    enum : unsigned long {
+        OWNING_TYPE = 6,
+        OPPOSITE,
+        QUALIFIED_BY,
+        IS_QUALIFICATION_UNIQUE,
+        IS_UNIQUE,
+        DEFAULT_VALUE,
+        VALUE_FLAGS,
+        IS_COMPOSITE,
+        INDEX
+    };
 
     Property m_opposite;
     Property m_qualifiedBy;
@@ -154,17 +140,11 @@ inline unsigned long Property::index() const noexcept
 }
 
 /// One argument of an operation.
-class STUDIO_DATA_EXPORT Argument : public TypedElement {
+class STUDIO_DATA_EXPORT Argument : public CreatableHandle<Argument, TypedElement> {
 public:
     class Impl;
 
-    Argument() noexcept = default;
-    explicit Argument(Impl* impl) noexcept;
-
-    static Argument create(Model const& model, boost::uuids::uuid const& uuid);
-    static Class metaClass();
-
-    Impl* operator->() const noexcept;
+    using CreatableHandle::CreatableHandle;
 };
 
 /// Implementation of an argument.
@@ -172,40 +152,32 @@ class STUDIO_DATA_EXPORT Argument::Impl : public TypedElement::Impl {
 public:
     using TypedElement::Impl::Impl;
 
-    static ModelElement::Impl* classImpl() noexcept;
+    static ModelElement::Impl* classImpl() noexcept { return detail::kernelClassOf<Argument>(); }
 
     /// The operation of the argument; null while it has none.
     Operation getOperation() const noexcept;
     void setOperation(Operation const& operation);
     /// True for an input argument.
     bool isInput() const noexcept { return m_isInput; }
-    void setIsInput(bool isInput);
+    void setIsInput(bool isInput) { assign(IS_INPUT, m_isInput, isInput); }
 
 protected:
-    static constexpr unsigned long OPERATION = 6;
-    static constexpr unsigned long IS_INPUT = 7;
+    ~Impl() override = default;
 
-    ~Impl() override;
+    static constexpr auto features();
 
 private:
-    template <class>
-    friend struct detail::FeaturesOf;
+    enum : unsigned long { OPERATION = 6, IS_INPUT };
 
     bool m_isInput = false;
 };
 
 /// One operation of a class; its type and multiplicity describe the result.
-class STUDIO_DATA_EXPORT Operation : public TypedElement {
+class STUDIO_DATA_EXPORT Operation : public CreatableHandle<Operation, TypedElement> {
 public:
     class Impl;
 
-    Operation() noexcept = default;
-    explicit Operation(Impl* impl) noexcept;
-
-    static Operation create(Model const& model, boost::uuids::uuid const& uuid);
-    static Class metaClass();
-
-    Impl* operator->() const noexcept;
+    using CreatableHandle::CreatableHandle;
 };
 
 /// Implementation of an operation.
@@ -213,41 +185,36 @@ class STUDIO_DATA_EXPORT Operation::Impl : public TypedElement::Impl {
 public:
     Impl(Model const& model, boost::uuids::uuid const& uuid);
 
-    static ModelElement::Impl* classImpl() noexcept;
+    static ModelElement::Impl* classImpl() noexcept { return detail::kernelClassOf<Operation>(); }
 
     /// The type that owns the operation; null while none does.
     OperatableType getOwningType() const noexcept;
     void setOwningType(OperatableType const& owner);
     /// True if only derived classes implement it.
     bool isAbstract() const noexcept { return m_isAbstract; }
-    void setIsAbstract(bool isAbstract);
+    void setIsAbstract(bool isAbstract) { assign(IS_ABSTRACT, m_isAbstract, isAbstract); }
     /// True if it belongs to the class, not to an element.
     bool isStatic() const noexcept { return m_isStatic; }
-    void setIsStatic(bool isStatic);
+    void setIsStatic(bool isStatic) { assign(IS_STATIC, m_isStatic, isStatic); }
     /// True if it is public.
     bool isPublic() const noexcept { return m_isPublic; }
-    void setIsPublic(bool isPublic);
+    void setIsPublic(bool isPublic) { assign(IS_PUBLIC, m_isPublic, isPublic); }
     /// The arguments, in order.
     ElementSequence<Argument> const& getArguments() const noexcept { return m_arguments; }
     ElementSequence<Argument>& getArgumentsMutable() noexcept { return m_arguments; }
 
 protected:
-    static constexpr unsigned long OWNING_TYPE = 6;
-    static constexpr unsigned long IS_ABSTRACT = 7;
-    static constexpr unsigned long IS_STATIC = 8;
-    static constexpr unsigned long IS_PUBLIC = 9;
-    static constexpr unsigned long ARGUMENTS = 10;
-
     ~Impl() override;
 
+    static constexpr auto features();
+
 private:
-    template <class>
-    friend struct detail::FeaturesOf;
+    enum : unsigned long { OWNING_TYPE = 6, IS_ABSTRACT, IS_STATIC, IS_PUBLIC, ARGUMENTS };
 
     bool m_isAbstract = false;
     bool m_isStatic = false;
     bool m_isPublic = true;
-    ElementSequence<Argument> m_arguments;
+    ElementSequence<Argument> m_arguments;   // made where Class is complete
 };
 
 }   // namespace tarn::zero::meta

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "foundation/Hash.h"
 #include "foundation/UuidLayout.h"
 
 #include <boost/uuid/uuid.hpp>
@@ -35,43 +36,10 @@ struct TARN0Hasher<boost::uuids::uuid> {
     }
 };
 
-/// Reads eight bytes per step; a few nanoseconds for a name.
+/// `foundation::hashOf` of the text.
 template <>
 struct TARN0Hasher<std::string_view> {
-    std::size_t operator()(std::string_view key) const noexcept
-    {
-        char const* const bytes = key.data();
-        std::size_t const size = key.size();
-        std::uint64_t hash = 0x9e3779b97f4a7c15u ^ size;
-        if (size >= 8) {
-            for (std::size_t at = 0; at + 8 < size; at += 8)
-                hash = mix(hash, word<std::uint64_t>(bytes + at));
-            hash = mix(hash, word<std::uint64_t>(bytes + size - 8));   // may overlap the previous word
-        } else if (size >= 4) {
-            hash = mix(hash, std::uint64_t{word<std::uint32_t>(bytes)} << 32 | word<std::uint32_t>(bytes + size - 4));
-        } else if (size != 0) {
-            hash = mix(hash, std::uint64_t{word<std::uint8_t>(bytes)} << 16 |
-                                 std::uint64_t{word<std::uint8_t>(bytes + size / 2)} << 8 |
-                                 word<std::uint8_t>(bytes + size - 1));
-        }
-        return static_cast<std::size_t>(hash);
-    }
-
-private:
-    template <class Word>
-    static Word word(char const* bytes) noexcept
-    {
-        Word read;
-        std::memcpy(&read, bytes, sizeof read);
-        return read;
-    }
-    /// Folds both halves of the product: each input bit affects each bit of the result.
-    static std::uint64_t mix(std::uint64_t hash, std::uint64_t read) noexcept
-    {
-        __extension__ using Product = unsigned __int128;
-        Product const product = static_cast<Product>(hash ^ read) * 0xd6e8feb86659fd93u;
-        return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
-    }
+    std::size_t operator()(std::string_view key) const noexcept { return foundation::hashOf(key); }
 };
 
 }   // namespace tarn::zero::services::hashers

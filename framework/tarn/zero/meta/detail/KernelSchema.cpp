@@ -6,56 +6,63 @@
 #include "tarn/zero/meta/detail/MetaElements.h"
 #include "tarn/zero/meta/detail/SchemaUuid.h"
 
+#include <boost/core/demangle.hpp>
+
 #include <array>
-#include <concepts>
+#include <atomic>
+#include <typeinfo>
 
 namespace tarn::zero::meta::detail {
 
 namespace {
 
-using Slot = std::atomic<ModelElement::Impl*>;
+using Creator = ModelElement (*)(Model const&, boost::uuids::uuid const&);
 
+constexpr std::size_t NO_SUPERCLASS = ~std::size_t{0};
+
+/// What makes one class of the kernel.
 struct Row {
-    Slot* type;
-    Slot* superclass;   // of an earlier row; null for the root
-    char const* name;
-    ElementFactory factory;   // empty: abstract
+    std::string (*scopedName)();
+    std::size_t superclass;   // the position of an earlier row; NO_SUPERCLASS for the root
+    Creator creator;          // null: abstract
     std::unique_ptr<CollectionInstantiator> (*instantiator)();
 };
 
-template <class H, class Super = void>
-Row row(char const* name)
+template <class H>
+constexpr Row rowOf()
 {
-    Row made{&kernelClass<H>, nullptr, name, {}, [] {
-                 return std::unique_ptr<CollectionInstantiator>{std::make_unique<CollectionInstantiatorOf<H>>()};
-             }};
-    if constexpr (!std::is_void_v<Super>)
-        made.superclass = &kernelClass<Super>;
-    if constexpr (requires(Model const& model, boost::uuids::uuid const& uuid) { H::create(model, uuid); })
-        made.factory = [](Model const& model, boost::uuids::uuid const& uuid) { return H::create(model, uuid); };
-    return made;
+    Row row{[] { return boost::core::demangle(typeid(H).name()); }, NO_SUPERCLASS, nullptr,
+            [] { return std::unique_ptr<CollectionInstantiator>{std::make_unique<CollectionInstantiatorOf<H>>()}; }};
+    if constexpr (requires { typename H::Super; })
+        row.superclass = kernelIndex<typename H::Super>;
+    if constexpr (requires { &H::create; })
+        row.creator = [](Model const& model, boost::uuids::uuid const& uuid) -> ModelElement {
+            return MetaElement<H>::createIn(model, uuid);
+        };
+    return row;
 }
 
-std::array<Row, 13> kernelRows()
+template <class... Handles>
+constexpr auto rowsOf(HandleList<Handles...>)
 {
-    return {row<ModelElement>("ModelElement"),
-            row<NamedElement, ModelElement>("NamedElement"),
-            row<Type, NamedElement>("Type"),
-            row<PrimitiveType, Type>("PrimitiveType"),
-            row<StructuredType, Type>("StructuredType"),
-            row<OperatableType, StructuredType>("OperatableType"),
-            row<Class, OperatableType>("Class"),
-            row<Interface, OperatableType>("Interface"),
-            row<TypedElement, NamedElement>("TypedElement"),
-            row<Property, TypedElement>("Property"),
-            row<Operation, TypedElement>("Operation"),
-            row<Argument, TypedElement>("Argument"),
-            row<Package, NamedElement>("Package")};
+    return std::array{rowOf<Handles>()...};
 }
 
-Class classIn(Slot const& slot)
+constexpr auto ROWS = rowsOf(KernelClasses{});
+
+/// The classes, by position. Set once, by the registry.
+constinit std::array<std::atomic<ModelElement::Impl*>, ROWS.size()> s_classes{};
+
+Class classAt(std::size_t index)
 {
-    return Class{static_cast<Class::Impl*>(slot.load(std::memory_order_relaxed))};
+    return Class{static_cast<Class::Impl*>(kernelClass(index))};
+}
+
+/// The name of the class without its namespaces.
+std::string nameOf(Row const& row)
+{
+    std::string const scoped = row.scopedName();
+    return scoped.substr(scoped.rfind(':') + 1);
 }
 
 std::u16string kernelUri(std::string const& path)
@@ -73,32 +80,48 @@ Package makePackage(MetaRegistry& registry, std::u16string const& name, std::u16
 
 }   // namespace
 
+ModelElement::Impl* kernelClass(std::size_t index) noexcept
+{
+    return s_classes[index].load(std::memory_order_acquire);
+}
+
+ModelElement::Impl* requireKernelClass(std::size_t index)
+{
+    if (!kernelClass(index))
+        ensureKernelSchema();
+    return kernelClass(index);
+}
+
+ModelElement createKernelElement(std::size_t index, Model const& model, boost::uuids::uuid const& uuid)
+{
+    return ROWS[index].creator(model, uuid);
+}
+
 void makeKernelSchema(MetaRegistry& registry)
 {
-    auto const rows = kernelRows();
     // Create all classes first: then each element has its class, and collections can check it.
-    for (Row const& row : rows) {
-        Class const type = Class::create(registry.model(), schemaUuid(kernelUri(std::string{"#"} + row.name)));
-        row.type->store(type.get(), std::memory_order_release);
+    for (std::size_t i = 0; i != ROWS.size(); ++i) {
+        Class const type = Class::create(registry.model(), schemaUuid(kernelUri('#' + nameOf(ROWS[i]))));
+        s_classes[i].store(type.get(), std::memory_order_release);
     }
-    for (Row const& row : rows)
-        if (row.superclass)
-            classIn(*row.type)->setSuperclass(classIn(*row.superclass));
+    for (std::size_t i = 0; i != ROWS.size(); ++i)
+        if (ROWS[i].superclass != NO_SUPERCLASS)
+            classAt(i)->setSuperclass(classAt(ROWS[i].superclass));
 
     Package const root = makePackage(registry, u"", kernelUri(""));
     Package const metaPackage = makePackage(registry, u"meta", kernelUri("/meta"));
     metaPackage->setParentPackage(root);
-    for (Row const& row : rows) {
-        Class const type = classIn(*row.type);
-        bool const isRoot = !row.superclass;
-        std::string const dotted = (isRoot ? "" : "meta.") + std::string{row.name};
-        type->setName(fl::i18n::utf8_to_ustring(row.name));
+    for (std::size_t i = 0; i != ROWS.size(); ++i) {
+        Row const& row = ROWS[i];
+        Class const type = classAt(i);
+        bool const isRoot = row.superclass == NO_SUPERCLASS;
+        std::string const dotted = (isRoot ? "" : "meta.") + nameOf(row);
+        type->setName(fl::i18n::utf8_to_ustring(nameOf(row)));
         type->setTypeId(dotted);
-        type->setIsAbstract(!row.factory);
+        type->setIsAbstract(!row.creator);
         type->setOwningPackage(isRoot ? root : metaPackage);
-        registry.registerType(type, row.instantiator(), row.factory);
-        registry.registerTypeNames(type, dotted,
-                                   (isRoot ? "tarn::zero::" : "tarn::zero::meta::") + std::string{row.name});
+        registry.registerType(type, row.instantiator(), row.creator);
+        registry.registerTypeNames(type, dotted, row.scopedName());
     }
     registerBuiltinTypes(registry, root);
     registry.registerRootPackage(root);
@@ -106,12 +129,8 @@ void makeKernelSchema(MetaRegistry& registry)
 
 void dropKernelSchema() noexcept
 {
-    for (Slot* const slot :
-         {&kernelClass<ModelElement>, &kernelClass<NamedElement>, &kernelClass<Type>, &kernelClass<PrimitiveType>,
-          &kernelClass<StructuredType>, &kernelClass<OperatableType>, &kernelClass<Class>, &kernelClass<Interface>,
-          &kernelClass<TypedElement>, &kernelClass<Property>, &kernelClass<Operation>, &kernelClass<Argument>,
-          &kernelClass<Package>})
-        slot->store(nullptr, std::memory_order_release);
+    for (auto& type : s_classes)
+        type.store(nullptr, std::memory_order_release);
 }
 
 }   // namespace tarn::zero::meta::detail

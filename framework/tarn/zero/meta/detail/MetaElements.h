@@ -1,162 +1,106 @@
 #pragma once
 
-#include "tarn/zero/ElementImplOf.h"
+#include "tarn/zero/features/ElementImplOf.h"
 #include "tarn/zero/meta/Package.h"
 
-#include <atomic>
 #include <tuple>
 
-namespace tarn::zero::meta::detail {
+namespace tarn::zero::meta {
 
-/// The class of the elements of handle class `H`; null until the registry has created it. Set once, by the registry.
-template <class H>
-STUDIO_DATA_LOCAL inline std::atomic<ModelElement::Impl*> kernelClass{nullptr};
+namespace detail {
 
-/// Creates the registry, and with it the class of every meta element, unless it exists. No effect while the registry is
-/// under construction.
-void ensureKernelClasses();
+template <unsigned long Index, auto Member>
+using Field = Attribute<Index, Member, RevertWhenEqual>;
+template <unsigned long Index, auto Member>
+using Contents = Collection<Index, Member, RevertWhenEmpty>;
 
-template <class H>
-Class metaClassOf()
+}   // namespace detail
+
+// The features of each meta element: those of its superclass, then its own.
+
+constexpr auto NamedElement::Impl::features()
 {
-    if (!kernelClass<H>.load(std::memory_order_acquire))
-        ensureKernelClasses();
-    return Class{static_cast<Class::Impl*>(kernelClass<H>.load(std::memory_order_acquire))};
+    return std::tuple{detail::Field<NAME, &Impl::m_name>{}};
 }
 
-// The features of each meta element: those of its base classes, then its own.
+constexpr auto TypedElement::Impl::features()
+{
+    return std::tuple_cat(NamedElement::Impl::features(),
+                          std::tuple{detail::Field<TYPE, &Impl::m_type>{},
+                                     detail::Field<IS_ORDERED, &Impl::m_isOrdered>{},
+                                     detail::Field<LOWER, &Impl::m_lower>{}, detail::Field<UPPER, &Impl::m_upper>{}});
+}
 
-template <>
-struct FeaturesOf<NamedElement::Impl> {
-    using Impl = NamedElement::Impl;
-    static constexpr auto list() { return std::tuple{Attribute<Impl::NAME, &Impl::m_name, RevertWhenEqual>{}}; }
-};
+constexpr auto Property::Impl::features()
+{
+    return std::tuple_cat(
+        TypedElement::Impl::features(),
+        std::tuple{Container<OWNING_TYPE, StructuredType, &Impl::setOwningType>{},
+                   detail::Field<OPPOSITE, &Impl::m_opposite>{}, detail::Field<QUALIFIED_BY, &Impl::m_qualifiedBy>{},
+                   detail::Field<IS_QUALIFICATION_UNIQUE, &Impl::m_isQualificationUnique>{},
+                   detail::Field<IS_UNIQUE, &Impl::m_isUnique>{}, detail::Field<DEFAULT_VALUE, &Impl::m_defaultValue>{},
+                   detail::Field<VALUE_FLAGS, &Impl::m_valueFlags>{},
+                   detail::Field<IS_COMPOSITE, &Impl::m_isComposite>{}, detail::Field<INDEX, &Impl::m_index>{}});
+}
 
-template <>
-struct FeaturesOf<TypedElement::Impl> {
-    using Impl = TypedElement::Impl;
-    static constexpr auto list()
-    {
-        return std::tuple_cat(FeaturesOf<NamedElement::Impl>::list(),
-                              std::tuple{Attribute<Impl::TYPE, &Impl::m_type, RevertWhenEqual>{},
-                                         Attribute<Impl::IS_ORDERED, &Impl::m_isOrdered, RevertWhenEqual>{},
-                                         Attribute<Impl::LOWER, &Impl::m_lower, RevertWhenEqual>{},
-                                         Attribute<Impl::UPPER, &Impl::m_upper, RevertWhenEqual>{}});
-    }
-};
+constexpr auto Argument::Impl::features()
+{
+    return std::tuple_cat(TypedElement::Impl::features(),
+                          std::tuple{Container<OPERATION, Operation, &Impl::setOperation>{},
+                                     detail::Field<IS_INPUT, &Impl::m_isInput>{}});
+}
 
-template <>
-struct FeaturesOf<Property::Impl> {
-    using Impl = Property::Impl;
-    static constexpr auto list()
-    {
-        return std::tuple_cat(
-            FeaturesOf<TypedElement::Impl>::list(),
-            std::tuple{Container<Impl::OWNING_TYPE, StructuredType, &Impl::setOwningType>{},
-                       Attribute<Impl::OPPOSITE, &Impl::m_opposite, RevertWhenEqual>{},
-                       Attribute<Impl::QUALIFIED_BY, &Impl::m_qualifiedBy, RevertWhenEqual>{},
-                       Attribute<Impl::IS_QUALIFICATION_UNIQUE, &Impl::m_isQualificationUnique, RevertWhenEqual>{},
-                       Attribute<Impl::IS_UNIQUE, &Impl::m_isUnique, RevertWhenEqual>{},
-                       Attribute<Impl::DEFAULT_VALUE, &Impl::m_defaultValue, RevertWhenEqual>{},
-                       Attribute<Impl::VALUE_FLAGS, &Impl::m_valueFlags, RevertWhenEqual>{},
-                       Attribute<Impl::IS_COMPOSITE, &Impl::m_isComposite, RevertWhenEqual>{},
-                       Attribute<Impl::INDEX, &Impl::m_index, RevertWhenEqual>{}});
-    }
-};
+constexpr auto Operation::Impl::features()
+{
+    return std::tuple_cat(
+        TypedElement::Impl::features(),
+        std::tuple{Container<OWNING_TYPE, OperatableType, &Impl::setOwningType>{},
+                   detail::Field<IS_ABSTRACT, &Impl::m_isAbstract>{}, detail::Field<IS_STATIC, &Impl::m_isStatic>{},
+                   detail::Field<IS_PUBLIC, &Impl::m_isPublic>{}, detail::Contents<ARGUMENTS, &Impl::m_arguments>{}});
+}
 
-template <>
-struct FeaturesOf<Argument::Impl> {
-    using Impl = Argument::Impl;
-    static constexpr auto list()
-    {
-        return std::tuple_cat(FeaturesOf<TypedElement::Impl>::list(),
-                              std::tuple{Container<Impl::OPERATION, Operation, &Impl::setOperation>{},
-                                         Attribute<Impl::IS_INPUT, &Impl::m_isInput, RevertWhenEqual>{}});
-    }
-};
+constexpr auto Type::Impl::features()
+{
+    return std::tuple_cat(NamedElement::Impl::features(),
+                          std::tuple{Container<OWNING_PACKAGE, Package, &Impl::setOwningPackage>{},
+                                     detail::Field<TYPE_ID, &Impl::m_typeId>{}});
+}
 
-template <>
-struct FeaturesOf<Operation::Impl> {
-    using Impl = Operation::Impl;
-    static constexpr auto list()
-    {
-        return std::tuple_cat(FeaturesOf<TypedElement::Impl>::list(),
-                              std::tuple{Container<Impl::OWNING_TYPE, OperatableType, &Impl::setOwningType>{},
-                                         Attribute<Impl::IS_ABSTRACT, &Impl::m_isAbstract, RevertWhenEqual>{},
-                                         Attribute<Impl::IS_STATIC, &Impl::m_isStatic, RevertWhenEqual>{},
-                                         Attribute<Impl::IS_PUBLIC, &Impl::m_isPublic, RevertWhenEqual>{},
-                                         Collection<Impl::ARGUMENTS, &Impl::m_arguments, RevertWhenEmpty>{}});
-    }
-};
+constexpr auto StructuredType::Impl::features()
+{
+    return std::tuple_cat(Type::Impl::features(), std::tuple{detail::Contents<PROPERTIES, &Impl::m_properties>{}});
+}
 
-template <>
-struct FeaturesOf<Type::Impl> {
-    using Impl = Type::Impl;
-    static constexpr auto list()
-    {
-        return std::tuple_cat(FeaturesOf<NamedElement::Impl>::list(),
-                              std::tuple{Container<Impl::OWNING_PACKAGE, Package, &Impl::setOwningPackage>{},
-                                         Attribute<Impl::TYPE_ID, &Impl::m_typeId, RevertWhenEqual>{}});
-    }
-};
+constexpr auto OperatableType::Impl::features()
+{
+    return std::tuple_cat(StructuredType::Impl::features(),
+                          std::tuple{detail::Contents<OPERATIONS, &Impl::m_operations>{}});
+}
 
-template <>
-struct FeaturesOf<PrimitiveType::Impl> : FeaturesOf<Type::Impl> {};
+constexpr auto Class::Impl::features()
+{
+    return std::tuple_cat(OperatableType::Impl::features(),
+                          std::tuple{detail::Field<SUPERCLASS, &Impl::m_superclass>{},
+                                     detail::Field<IS_ABSTRACT, &Impl::m_isAbstract>{},
+                                     detail::Field<IS_FINAL, &Impl::m_isFinal>{}});
+}
 
-template <>
-struct FeaturesOf<StructuredType::Impl> {
-    using Impl = StructuredType::Impl;
-    static constexpr auto list()
-    {
-        return std::tuple_cat(FeaturesOf<Type::Impl>::list(),
-                              std::tuple{Collection<Impl::PROPERTIES, &Impl::m_properties, RevertWhenEmpty>{}});
-    }
-};
+constexpr auto Package::Impl::features()
+{
+    return std::tuple_cat(
+        NamedElement::Impl::features(),
+        std::tuple{detail::Field<URI, &Impl::m_uri>{}, Container<PARENT_PACKAGE, Package, &Impl::setParentPackage>{},
+                   detail::Contents<IMPORTED_PACKAGES, &Impl::m_importedPackages>{},
+                   detail::Contents<PACKAGES, &Impl::m_packages>{}, detail::Contents<TYPES, &Impl::m_types>{}});
+}
 
-template <>
-struct FeaturesOf<OperatableType::Impl> {
-    using Impl = OperatableType::Impl;
-    static constexpr auto list()
-    {
-        return std::tuple_cat(FeaturesOf<StructuredType::Impl>::list(),
-                              std::tuple{Collection<Impl::OPERATIONS, &Impl::m_operations, RevertWhenEmpty>{}});
-    }
-};
-
-template <>
-struct FeaturesOf<Class::Impl> {
-    using Impl = Class::Impl;
-    static constexpr auto list()
-    {
-        return std::tuple_cat(FeaturesOf<OperatableType::Impl>::list(),
-                              std::tuple{Attribute<Impl::SUPERCLASS, &Impl::m_superclass, RevertWhenEqual>{},
-                                         Attribute<Impl::IS_ABSTRACT, &Impl::m_isAbstract, RevertWhenEqual>{},
-                                         Attribute<Impl::IS_FINAL, &Impl::m_isFinal, RevertWhenEqual>{}});
-    }
-};
-
-template <>
-struct FeaturesOf<Interface::Impl> : FeaturesOf<OperatableType::Impl> {};
-
-template <>
-struct FeaturesOf<Package::Impl> {
-    using Impl = Package::Impl;
-    static constexpr auto list()
-    {
-        return std::tuple_cat(
-            FeaturesOf<NamedElement::Impl>::list(),
-            std::tuple{Attribute<Impl::URI, &Impl::m_uri, RevertWhenEqual>{},
-                       Container<Impl::PARENT_PACKAGE, Package, &Impl::setParentPackage>{},
-                       Collection<Impl::IMPORTED_PACKAGES, &Impl::m_importedPackages, RevertWhenEmpty>{},
-                       Collection<Impl::PACKAGES, &Impl::m_packages, RevertWhenEmpty>{},
-                       Collection<Impl::TYPES, &Impl::m_types, RevertWhenEmpty>{}});
-    }
-};
+namespace detail {
 
 /// Implementation of handle class `H`: its fields and setters, joined with its features.
 template <class H>
 class MetaElement final : public ElementImplOf<MetaElement<H>, typename H::Impl> {
-    using Base = ElementImplOf<MetaElement<H>, typename H::Impl>;
+    using Fields = typename H::Impl;
+    using Base = ElementImplOf<MetaElement<H>, Fields>;
 
 public:
     using Handle = H;
@@ -170,10 +114,12 @@ public:
     };
 
     using Base::Base;
+    using Fields::features;
 
-    static constexpr auto features() { return FeaturesOf<typename H::Impl>::list(); }
     // The recursion ends here: meta elements have classes but no meta properties.
     static Property propertyAt(unsigned long) { return Property{}; }
 };
 
-}   // namespace tarn::zero::meta::detail
+}   // namespace detail
+
+}   // namespace tarn::zero::meta

@@ -15,22 +15,22 @@ namespace gel::detail {
 
 /// State of one evaluation: its stack, the values it reads again, and its fetched and temporary texts. The usual sizes
 /// are in the object, uninitialised until used; larger programs use spare memory of the thread.
-class Frame {
+class EvaluationFrame {
 public:
-    explicit Frame(Routine const& routine)
+    explicit EvaluationFrame(Routine const& routine)
     {
         if (routine.symbols.size() > NEAR_SYMBOLS || routine.stackDepth > NEAR_OPERANDS)
             useFarMemory(routine);
         if (routine.rereads)
             forgetAll(routine.symbols.size());
     }
-    ~Frame()
+    ~EvaluationFrame()
     {
         while (m_textCount > 0)
             m_texts[--m_textCount].value.~Value();
     }
-    Frame(Frame const&) = delete;
-    Frame& operator=(Frame const&) = delete;
+    EvaluationFrame(EvaluationFrame const&) = delete;
+    EvaluationFrame& operator=(EvaluationFrame const&) = delete;
 
     /// The position below the first operand, so that the top of an empty stack has an address.
     Operand* bottom() noexcept { return m_stack; }
@@ -66,7 +66,7 @@ private:
     Temporaries m_temporaries;
 };
 
-inline Operand Frame::fetch(std::uint32_t index, std::string const& symbol, DataSource const& source)
+inline Operand EvaluationFrame::fetch(std::uint32_t index, std::string const& symbol, DataSource const& source)
 {
     Value const& value = *::new (static_cast<void*>(&m_texts[m_textCount])) Value(source.fetch(index, symbol));
     if (value.isString())
@@ -74,7 +74,7 @@ inline Operand Frame::fetch(std::uint32_t index, std::string const& symbol, Data
     return Operand(value);
 }
 
-inline Operand Frame::read(std::uint32_t index, std::string const& symbol, DataSource const& source)
+inline Operand EvaluationFrame::read(std::uint32_t index, std::string const& symbol, DataSource const& source)
 {
     if (!m_known[index].isAbsent())
         return m_known[index];

@@ -68,10 +68,10 @@ struct FeatureDefaults {
     using Kept = Nothing;   // the old value as `Changes` stores it beyond the report
 
     template <class... Any>
-    static void withdraw(Any&&...) noexcept
+    static void undoInsertions(Any&&...) noexcept
     {}
     template <class... Any>
-    static void reinstate(Any&&...) noexcept
+    static void undoErasures(Any&&...) noexcept
     {}
     template <class... Any>
     static void drop(Any&&...) noexcept
@@ -89,7 +89,7 @@ struct Attribute : detail::FeatureDefaults {
     static constexpr unsigned long index = Index;
 
     template <class Element>
-    static void remember(Old& old, Element& element)
+    static void record(Old& old, Element& element)
     {
         old = element.*Member;
     }
@@ -109,7 +109,7 @@ struct Attribute : detail::FeatureDefaults {
     {
         std::swap(element.*Member, old);
     }
-    static void forget(Old& old) noexcept
+    static void discard(Old& old) noexcept
     {
         if constexpr (std::is_base_of_v<ModelElement, Type>)
             old = Type{};   // other old values keep their memory for reuse
@@ -159,9 +159,9 @@ struct Collection : detail::FeatureDefaults {
         return element.*Member;
     }
     template <class Element>
-    static void remember(Old& old, Element& element)
+    static void record(Old& old, Element& element)
     {
-        (element.*Member).remember(old);
+        (element.*Member).record(old);
     }
     static void merge(Old& outer, bool outerHas, Old& inner) noexcept { Type::merge(outer, outerHas, inner); }
     static Kept keep(Old const& old) { return Type::keep(old); }
@@ -171,9 +171,9 @@ struct Collection : detail::FeatureDefaults {
         return Rule::unchanged(element.*Member, old);
     }
     template <class Element>
-    static void withdraw(Element& element, Old& old) noexcept
+    static void undoInsertions(Element& element, Old& old) noexcept
     {
-        (element.*Member).withdraw(old);
+        (element.*Member).undoInsertions(old);
     }
     template <class Element>
     static void restore(Element& element, Old& old) noexcept
@@ -181,11 +181,11 @@ struct Collection : detail::FeatureDefaults {
         (element.*Member).restore(old);
     }
     template <class Element>
-    static void reinstate(Element& element, Old& old) noexcept
+    static void undoErasures(Element& element, Old& old) noexcept
     {
-        (element.*Member).reinstate(old);
+        (element.*Member).undoErasures(old);
     }
-    static void forget(Old& old) noexcept { Type::forget(old); }
+    static void discard(Old& old) noexcept { Type::discard(old); }
     template <class Element>
     static void drop(Element& element) noexcept
     {
@@ -224,7 +224,7 @@ struct Container : detail::FeatureDefaults {
     static constexpr bool isContainer = true;
 
     template <class Element>
-    static void remember(Nothing&, Element const&) noexcept
+    static void record(Nothing&, Element const&) noexcept
     {}
     static Nothing keep(Nothing const&) noexcept { return {}; }
     static void merge(Nothing&, bool, Nothing&) noexcept {}
@@ -236,7 +236,7 @@ struct Container : detail::FeatureDefaults {
     template <class Element>
     static void restore(Element&, Nothing&) noexcept
     {}
-    static void forget(Nothing&) noexcept {}
+    static void discard(Nothing&) noexcept {}
     static Value oldValue(Nothing const&, ModelElement::Impl::Changes const& changes, meta::Property const& property)
     {
         return Value{ValueMeta{property}, as(changes.oldContainer())};

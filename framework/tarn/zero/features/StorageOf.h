@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tarn/zero/Features.h"
+#include "tarn/zero/features/Features.h"
 
 #include <tuple>
 #include <type_traits>
@@ -129,23 +129,23 @@ public:
         RawStorage::mergeInto(outer);
     }
 
-    void withdraw(ModelElement::Impl& element) noexcept override
+    void undoInsertions(ModelElement::Impl& element) noexcept override
     {
-        eachChanged([&](auto feature) { feature.withdraw(static_cast<T&>(element), oldOf(feature)); });
+        eachChanged([&](auto feature) { feature.undoInsertions(static_cast<T&>(element), oldOf(feature)); });
     }
     /// Rollback, second pass: restores the saved values.
     void restore(T& element) noexcept
     {
         eachChanged([&](auto feature) { feature.restore(element, oldOf(feature)); });
     }
-    void reinstate(ModelElement::Impl& element) noexcept override
+    void undoErasures(ModelElement::Impl& element) noexcept override
     {
-        eachChanged([&](auto feature) { feature.reinstate(static_cast<T&>(element), oldOf(feature)); });
+        eachChanged([&](auto feature) { feature.undoErasures(static_cast<T&>(element), oldOf(feature)); });
     }
 
     void recycle() noexcept override
     {
-        detail::forEachFeature<T>([&](auto feature) { feature.forget(oldOf(feature)); });
+        detail::forEachFeature<T>([&](auto feature) { feature.discard(oldOf(feature)); });
         RawStorage::recycle();
     }
 

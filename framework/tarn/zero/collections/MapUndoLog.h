@@ -9,26 +9,29 @@
 
 namespace tarn::zero::detail {
 
-/// Undo log of a keyed map: its insertions and erasures since a transaction level first touched it (n insertions cost n
-/// entries, not n copies). All logs of one map that are still needed, by open savepoints or kept reports, form a list;
-/// only the newest records.
+/// Undo log of a keyed map: its insertions and erasures since a transaction level first touched it. Recording an entry
+/// takes constant time, so n insertions cost n entries and not n copies; undoing is linear in the entries. All logs of
+/// one map that are still needed, by open savepoints or kept reports, form a list; only the newest records.
+///
+/// The links are two pointers and not a `boost::intrusive::list`: that header would add 6,000 lines, a tenth, to every
+/// header of an element class.
 template <class E, class Set>
-class MapMemory {
+class MapUndoLog {
 public:
     /// The newest log of a map's list.
     struct Chain {
-        MapMemory* newest = nullptr;
+        MapUndoLog* newest = nullptr;
     };
 
-    MapMemory() = default;
-    MapMemory(MapMemory const&) = delete;
-    MapMemory& operator=(MapMemory const&) = delete;
-    ~MapMemory() { forget(); }
+    MapUndoLog() = default;
+    MapUndoLog(MapUndoLog const&) = delete;
+    MapUndoLog& operator=(MapUndoLog const&) = delete;
+    ~MapUndoLog() { discard(); }
 
     /// Starts a log of `set` in its present state.
     void begin(Chain& chain, Set const& set)
     {
-        forget();
+        discard();
         m_steps.clear();
         m_set = &set;
         m_size = set.size();
@@ -38,11 +41,11 @@ public:
     std::size_t size() const noexcept { return m_size; }
 
     /// Records an insertion that is about to be made.
-    void inserting(E const& element) { m_steps.push_back({element, true}); }
-    void erasing(E const& element) { m_steps.push_back({element, false}); }
+    void recordInsertion(E const& element) { m_steps.push_back({element, true}); }
+    void recordErasure(E const& element) { m_steps.push_back({element, false}); }
 
     /// Moves the log into that of the outer level, which starts here unless it `has` one.
-    void mergeInto(MapMemory& outer, bool has) noexcept
+    void mergeInto(MapUndoLog& outer, bool has) noexcept
     {
         if (!has) {
             outer.m_steps.clear();
@@ -55,11 +58,11 @@ public:
                 m_older->m_newer = &outer;
             m_older = &outer;
         }
-        forget();
+        discard();
     }
 
     /// Ends the log; an older log of the same map takes over its entries.
-    void forget() noexcept
+    void discard() noexcept
     {
         if (!m_chain)
             return;
@@ -73,19 +76,19 @@ public:
     std::vector<E> elements() const
     {
         std::vector<E> list;
-        std::set<void const*> moved;
-        for (MapMemory const* memory = this; memory; memory = memory->m_newer)
-            for (Step const& step : memory->m_steps)
-                if (moved.insert(step.element.get()).second && !step.inserted)   // the first entry decides
+        std::set<void const*> recorded;
+        for (MapUndoLog const* log = this; log; log = log->m_newer)
+            for (Step const& step : log->m_steps)
+                if (recorded.insert(step.element.get()).second && !step.inserted)   // the first entry decides
                     list.push_back(step.element);
         for (E const& element : *m_set)
-            if (moved.count(element.get()) == 0)
+            if (recorded.count(element.get()) == 0)
                 list.push_back(element);
         return list;
     }
 
     /// The old element of a map that held one, if it was erased since; else null. Does not allocate.
-    E const* movedOne() const noexcept
+    E const* onlyErased() const noexcept
     {
         auto const left = std::find_if(m_steps.begin(), m_steps.end(), [](Step const& step) {
             bool const isFirst = !step.element->marked();
@@ -98,15 +101,15 @@ public:
     }
 
     /// Clears `set`, logging every element as erased so that a kept report can still list the old contents.
-    void clearing(Set& set)
+    void clear(Set& set)
     {
         for (E const& element : set)
-            erasing(element);
+            recordErasure(element);
         set.clear();
     }
 
     /// Rollback, first pass: erases inserted elements, under their present keys.
-    void withdraw(Set& set) noexcept
+    void undoInsertions(Set& set) noexcept
     {
         for (Step const& step : m_steps)
             set.erase(step.element);
@@ -114,7 +117,7 @@ public:
 
     /// Rollback, last pass: re-inserts erased elements, under their restored keys, into the capacity that they left;
     /// ends the log.
-    void reinstate(Set& set) noexcept
+    void undoErasures(Set& set) noexcept
     {
         // The first entry of an element says whether it was in the map.
         for (Step& step : m_steps) {
@@ -156,8 +159,8 @@ private:
     Set const* m_set = nullptr;
     std::size_t m_size = 0;
     Chain* m_chain = nullptr;   // null: no log
-    MapMemory* m_older = nullptr;
-    MapMemory* m_newer = nullptr;
+    MapUndoLog* m_older = nullptr;
+    MapUndoLog* m_newer = nullptr;
 };
 
 }   // namespace tarn::zero::detail

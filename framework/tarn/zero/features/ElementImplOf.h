@@ -1,7 +1,7 @@
 #pragma once
 
-#include "tarn/zero/StorageOf.h"
 #include "tarn/zero/collections/ReferenceCollection.h"
+#include "tarn/zero/features/StorageOf.h"
 
 #include <memory>
 #include <tuple>
@@ -103,7 +103,7 @@ public:
         each([&](auto feature) {
             if (feature.index != index)
                 return;
-            feature.remember(typed(*storage).template old<decltype(feature)>(), const_cast<T&>(self()));
+            feature.record(typed(*storage).template old<decltype(feature)>(), const_cast<T&>(self()));
             storage->setChanged(index);
         });
     }

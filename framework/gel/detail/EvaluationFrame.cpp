@@ -1,10 +1,10 @@
-#include "gel/detail/Frame.h"
+#include "gel/detail/EvaluationFrame.h"
 
 #include <algorithm>
 
 namespace gel::detail {
 
-void Frame::useFarMemory(Routine const& routine)
+void EvaluationFrame::useFarMemory(Routine const& routine)
 {
     std::size_t const operands = routine.stackDepth + 1;
     std::size_t const symbols = routine.symbols.size();
@@ -14,7 +14,7 @@ void Frame::useFarMemory(Routine const& routine)
     m_texts = reinterpret_cast<Text*>(m_known + symbols);
 }
 
-void Frame::forgetAll(std::size_t symbols) noexcept
+void EvaluationFrame::forgetAll(std::size_t symbols) noexcept
 {
     std::fill_n(m_known, symbols, Operand::absent());
 }
