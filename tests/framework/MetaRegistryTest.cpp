@@ -245,8 +245,10 @@ TEST(MetaRegistry, MakesElementsAndDetachedCollectionsByType)
     EXPECT_THAT(**sequence, ElementsAre("a"));
     Value const packages = registry().collectionInstantiator(package)->createSequence(package);
     EXPECT_TRUE(packages.peekValue<CollectionRef<ElementSequence<Package>>>());
-    EXPECT_EQ(thrownBy([&] { registry().collectionInstantiator(text)->createMap(text); }), "InvalidValue");
-    EXPECT_EQ(thrownBy([&] { registry().collectionInstantiator(root)->createSequence(root); }), "InvalidValue");
+    EXPECT_EQ(thrownBy([&] { static_cast<void>(registry().collectionInstantiator(text)->createMap(text)); }),
+              "InvalidValue");
+    EXPECT_EQ(thrownBy([&] { static_cast<void>(registry().collectionInstantiator(root)->createSequence(root)); }),
+              "InvalidValue");
 }
 
 // ---- registering
@@ -323,7 +325,7 @@ TEST_F(Registered, RefusesIndexesThatNoElementCanRemember)
     setPropertyIndex(property, 63);
     EXPECT_EQ(property.index(), 63u);
     property->destroy();
-    EXPECT_THROW(createClass(u"C", "C", false, false, "5cafa685-a2da"), std::runtime_error);
+    EXPECT_THROW(static_cast<void>(createClass(u"C", "C", false, false, "5cafa685-a2da")), std::runtime_error);
 }
 
 // ---- serializers

@@ -31,18 +31,27 @@ constexpr std::size_t positionIn(HandleList<Handles...>) noexcept
 template <class H>
 inline constexpr std::size_t kernelIndex = positionIn<H>(KernelClasses{});
 
-/// The class at position `index`, borrowed; null until the registry exists.
+}   // namespace detail
+
+namespace internal {
+
+/// The class at position `index` of `detail::KernelClasses`, borrowed; null until the registry exists.
 STUDIO_DATA_EXPORT ModelElement::Impl* kernelClass(std::size_t index) noexcept;
-template <class H>
-ModelElement::Impl* kernelClassOf() noexcept
-{
-    return kernelClass(kernelIndex<H>);
-}
 /// As `kernelClass`, but creates the registry unless it exists. Null only while the registry is under construction.
 STUDIO_DATA_EXPORT ModelElement::Impl* requireKernelClass(std::size_t index);
 /// A new element of the class at position `index`, which is not abstract.
 STUDIO_DATA_EXPORT ModelElement createKernelElement(std::size_t index, Model const& model,
                                                     boost::uuids::uuid const& uuid);
+
+}   // namespace internal
+
+namespace detail {
+
+template <class H>
+ModelElement::Impl* kernelClassOf() noexcept
+{
+    return internal::kernelClass(kernelIndex<H>);
+}
 
 }   // namespace detail
 
@@ -56,8 +65,8 @@ public:
 
     MetaHandle() noexcept = default;
     /// A handle that shares the element; null makes a null one.
-    template <class Impl>
-    requires std::convertible_to<Impl*, typename H::Impl*>
+    template <class Impl, class Handle = H>   // a parameter: H is not complete here
+    requires std::convertible_to<Impl*, typename Handle::Impl*>
     explicit MetaHandle(Impl* impl) noexcept : Base{impl} {}
 
     /// The class of the elements. Defined in Type.h.
@@ -76,7 +85,7 @@ public:
     /// Creates an element in `model`, in the open transaction or in one of its own; a nil UUID requests a random one.
     [[nodiscard]] static H create(Model const& model, boost::uuids::uuid const& uuid)
     {
-        ModelElement const element = detail::createKernelElement(detail::kernelIndex<H>, model, uuid);
+        ModelElement const element = internal::createKernelElement(detail::kernelIndex<H>, model, uuid);
         return H{static_cast<typename H::Impl*>(element.get())};
     }
 };

@@ -185,7 +185,7 @@ namespace detail {
 template <class H>
 Class metaClassOf()
 {
-    return Class{static_cast<Class::Impl*>(requireKernelClass(kernelIndex<H>))};
+    return Class{static_cast<Class::Impl*>(internal::requireKernelClass(kernelIndex<H>))};
 }
 
 }   // namespace detail

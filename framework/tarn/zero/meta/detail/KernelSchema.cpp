@@ -55,7 +55,7 @@ constinit std::array<std::atomic<ModelElement::Impl*>, ROWS.size()> s_classes{};
 
 Class classAt(std::size_t index)
 {
-    return Class{static_cast<Class::Impl*>(kernelClass(index))};
+    return Class{static_cast<Class::Impl*>(internal::kernelClass(index))};
 }
 
 /// The name of the class without its namespaces.
@@ -79,23 +79,6 @@ Package makePackage(MetaRegistry& registry, std::u16string const& name, std::u16
 }
 
 }   // namespace
-
-ModelElement::Impl* kernelClass(std::size_t index) noexcept
-{
-    return s_classes[index].load(std::memory_order_acquire);
-}
-
-ModelElement::Impl* requireKernelClass(std::size_t index)
-{
-    if (!kernelClass(index))
-        ensureKernelSchema();
-    return kernelClass(index);
-}
-
-ModelElement createKernelElement(std::size_t index, Model const& model, boost::uuids::uuid const& uuid)
-{
-    return ROWS[index].creator(model, uuid);
-}
 
 void makeKernelSchema(MetaRegistry& registry)
 {
@@ -134,3 +117,24 @@ void dropKernelSchema() noexcept
 }
 
 }   // namespace tarn::zero::meta::detail
+
+namespace tarn::zero::meta {
+
+ModelElement::Impl* internal::kernelClass(std::size_t index) noexcept
+{
+    return detail::s_classes[index].load(std::memory_order_acquire);
+}
+
+ModelElement::Impl* internal::requireKernelClass(std::size_t index)
+{
+    if (!kernelClass(index))
+        detail::ensureKernelSchema();
+    return kernelClass(index);
+}
+
+ModelElement internal::createKernelElement(std::size_t index, Model const& model, boost::uuids::uuid const& uuid)
+{
+    return detail::ROWS[index].creator(model, uuid);
+}
+
+}   // namespace tarn::zero::meta
