@@ -257,23 +257,18 @@ std::string Invariants::of(ContextView const& view, bool touched)
     return found.text() + tarn::zero::Invariants::of(view.model, 0);
 }
 
-std::string Invariants::leaves(ExpressionEngine const& engine, std::function<std::string(Id const&)> const& name)
+std::map<std::string, std::pair<std::size_t, std::set<std::pair<std::size_t, Invariants::Id>>>> Invariants::bindings(
+    ExpressionEngine const& engine)
 {
-    std::map<std::string, std::set<std::pair<unsigned long, std::string>>> sorted;
+    std::map<std::string, std::pair<std::size_t, std::set<std::pair<std::size_t, Id>>>> all;
     for (auto const& symbol : engine.tables->symbols) {
-        auto& places = sorted[symbol->text];
+        auto const* const texts = engine.findExpressions(symbol->text);
+        auto& bound = all[symbol->text];
+        bound.first = texts ? texts->size() : 0;
         for (auto const& leaf : symbol->leaves)
-            places.emplace(leaf.offset, name(leaf.place->context->id));
+            bound.second.emplace(leaf.offset, leaf.place->context->id);
     }
-    std::string text;
-    for (auto const& [symbol, places] : sorted) {
-        auto const* const texts = engine.findExpressions(symbol);
-        text += '`' + symbol + "`*" + std::to_string(texts ? texts->size() : 0);
-        for (auto const& [offset, context] : places)
-            text += ' ' + std::to_string(offset) + context;
-        text += '\n';
-    }
-    return text;
+    return all;
 }
 
 std::map<Invariants::Id, ContextData> Invariants::clones(ContextView const& view)
