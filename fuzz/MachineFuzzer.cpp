@@ -1,12 +1,8 @@
+#include "Target.h"
 #include "machine/Machine.h"
 
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 
 // The bytes are the steps of a run of the machine; the first one also chooses what goes wrong in them.
-
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
 {

@@ -23,21 +23,6 @@ using Names = std::vector<std::string>;
 
 // ---- own properties
 
-TEST(ContextProvider, UnknownNamesAreNoErrors)
-{
-    Provider const provider = ContextProvider::create();
-    ContextWatch watch;
-    for (char const* name : {"", "x", "x.y", ".", "x.", "..."}) {
-        EXPECT_EQ(provider->getPropertyValue(name), PropertyValue()) << name;
-        EXPECT_FALSE(provider->hasProperty(name) || provider->getProperty(name)) << name;
-        EXPECT_EQ(provider->getChildContextProvider(name), nullptr) << name;
-        provider->setPropertyValue(name, 1);
-        provider->removeProperty(name);
-    }
-    EXPECT_EQ(provider->getPropertyNames(), Names{});
-    EXPECT_EQ(watch.takeHeard(), "");
-}
-
 TEST(ContextProvider, EachWriteIsOneReportAndAnUnchangedOneIsNone)
 {
     Provider const provider = ContextProvider::create();
