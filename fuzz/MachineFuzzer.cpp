@@ -1,7 +1,6 @@
 #include "Target.h"
 #include "machine/Machine.h"
 
-
 // The bytes are the steps of a run of the machine; the first one also chooses what goes wrong in them.
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
