@@ -55,8 +55,10 @@ public:
     /// Acquires an expression; its callback stores the value in `received`.
     void subscribe(std::string const& text)
     {
-        handles.push_back(engine->acquireExpression(
-            text, [this](std::string const&, studio::data::PropertyValue const& value) { received = value.getDouble(); }));
+        handles.push_back(
+            engine->acquireExpression(text, [this](std::string const&, studio::data::PropertyValue const& value) {
+                received = value.getDouble();
+            }));
     }
 
     void mirror(Context const& root)

@@ -1,11 +1,8 @@
+#include "Target.h"
 #include "gel/Eval.h"
 #include "gel/ParseError.h"
 #include "gel/Program.h"
 
-#include <cstddef>
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <limits>
 #include <set>
 #include <string>
@@ -14,14 +11,6 @@
 // each time, asking for none but its own symbols and for none twice.
 
 namespace {
-
-void require(bool holds, char const* what)
-{
-    if (!holds) {
-        std::fprintf(stderr, "broken promise: %s\n", what);
-        std::abort();
-    }
-}
 
 /// Values of every kind, chosen by the spelling of the symbol.
 class Source : public gel::DataSource {
@@ -47,8 +36,6 @@ public:
 };
 
 }   // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
 {

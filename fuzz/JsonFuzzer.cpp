@@ -1,3 +1,4 @@
+#include "Target.h"
 #include "studio/data/PropertyValueSerializer.h"
 
 #include "fl/i18n/Unicode.h"
@@ -5,27 +6,10 @@
 
 #include <nlohmann/json.hpp>
 
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 
 // The bytes are a JSON text. It is refused as the JSON library refuses it, or read; what was read is written so that it
 // reads the same, and written again as the same text.
-
-namespace {
-
-void require(bool holds, char const* what)
-{
-    if (!holds) {
-        std::fprintf(stderr, "broken promise: %s\n", what);
-        std::abort();
-    }
-}
-
-}   // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
 {

@@ -1,12 +1,7 @@
+#include "Target.h"
 #include "machine/Machine.h"
 
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-
 // The bytes are the steps of a run of the machine; the first one also chooses what goes wrong in them.
-
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
 {
@@ -16,7 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         return 0;
     // No allocations that fail: libFuzzer brings templates of the standard library that were compiled without
     // exceptions, and the linker takes those, which leak what an exception should have freed.
-    static constexpr Machine::Fault faults[] = {Machine::Fault::None, Machine::Fault::None, Machine::Fault::CallOut,
+    static constexpr Machine::Fault faults[] = {Machine::Fault::None, Machine::Fault::None, Machine::Fault::Callback,
                                                 Machine::Fault::LookUp};
     machine::Bytes const bytes{data, data + size};
     Machine machine{bytes};

@@ -1,5 +1,5 @@
-#include <cstdint>
-#include <cstdio>
+#include "Target.h"
+
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -7,8 +7,6 @@
 #include <vector>
 
 // Runs a fuzz target once over every file in the folders that are named, without libFuzzer.
-
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
 
 int main(int count, char** folders)
 {

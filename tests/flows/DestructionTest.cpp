@@ -147,7 +147,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Place{"AReport",
                           [](House&, auto const& all) {
                               support::ContextWatch watch;
-                              watch.onContexts = all;
+                              watch.onContexts = [&](auto const&) { all(); };
                               context();
                           }},
                     Place{"AnOpenTransaction", [](House&, auto const& all) { support::inTransaction(all); }}),

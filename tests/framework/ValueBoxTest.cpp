@@ -25,6 +25,13 @@ ValueMeta slot(unsigned long index)
     return ValueMeta{Property::Impl::propertyAt(index)};
 }
 
+/// Returns what reading the value as a `T` throws.
+template <class T>
+std::string readAs(Value const& value)
+{
+    return thrownBy([&] { value.getValue<T>(); });
+}
+
 char const* const wrong = "CannotCastIncompatibleTypes";
 
 TEST(ValueBox, GivesBackWhatItHoldsToWhoKnowsTheType)
@@ -66,58 +73,18 @@ TEST(ValueBox, ReadsAsWhatItsSlotAndItsPayloadAre)
     ValueMeta const text = slot(Property::Impl::NAME), owner = slot(Property::Impl::OWNER);
     ValueMeta const texts{ContextData::Impl::propertyAt(1)}, map{ContextData::Impl::propertyAt(2)};
     Texts const loose{*std::make_unique<ContextData::Impl::ActiveContexts>(std::vector<std::string>{"q"}).release()};
-    struct Row {
-        char const* name;
-        std::function<void()> read;
-        char const* thrown;
-    };
-    for (Row const& row :
-         {Row{"payload of another type than the slot",
-              [&] {
-                  Value{text, 5}.getValue<int>();
-              },
-              wrong},
-          Row{"slot of another type than the payload",
-              [&] {
-                  Value{text, 5}.getValue<std::string>();
-              },
-              wrong},
-          Row{"plain handle",
-              [&] {
-                  Value{owner, ModelElement{w.c}}.getValue<ModelElement>();
-              },
-              ""},
-          Row{"plain handle to another class",
-              [&] {
-                  Value{owner, ModelElement{w.a}}.getValue<ModelElement>();
-              },
-              wrong},
-          Row{"one item",
-              [&] {
-                  Value{texts, std::string{"x"}}.getValue<std::string>();
-              },
-              ""},
-          Row{"several items",
-              [&] {
-                  Value{texts, std::vector<std::string>{}}.getValue<std::vector<std::string>>();
-              },
-              ""},
-          Row{"items of another type",
-              [&] {
-                  Value{texts, Numbers{}}.getValue<Numbers>();
-              },
-              wrong},
-          Row{"collection as an item",
-              [&] {
-                  Value{texts, loose}.getValue<std::string>();
-              },
-              wrong},
-          Row{"empty, as a collection", [&] { EXPECT_EQ(Value{texts}.getValue<Texts>().size(), 0u); }, ""},
-          Row{"empty, as elements", [&] { EXPECT_TRUE(Value{map}.getValue<Map>()->isDetached()); }, ""},
-          Row{"empty, as another collection", [&] { Value{map}.getValue<Texts>(); }, wrong},
-          Row{"without a slot", [&] { EXPECT_EQ(boxed(loose).getValue<Texts>()->at(0), "q"); }, ""}}) {
-        EXPECT_EQ(thrownBy(row.read), row.thrown) << row.name;
-    }
+    EXPECT_EQ(readAs<int>({text, 5}), wrong) << "payload of another type than the slot";
+    EXPECT_EQ(readAs<std::string>({text, 5}), wrong) << "slot of another type than the payload";
+    EXPECT_EQ(readAs<ModelElement>({owner, ModelElement{w.c}}), "") << "plain handle";
+    EXPECT_EQ(readAs<ModelElement>({owner, ModelElement{w.a}}), wrong) << "plain handle to another class";
+    EXPECT_EQ(readAs<std::string>({texts, std::string{"x"}}), "") << "one item";
+    EXPECT_EQ(readAs<std::vector<std::string>>({texts, std::vector<std::string>{}}), "") << "several items";
+    EXPECT_EQ(readAs<Numbers>({texts, Numbers{}}), wrong) << "items of another type";
+    EXPECT_EQ(readAs<std::string>({texts, loose}), wrong) << "collection as an item";
+    EXPECT_EQ(readAs<Texts>(Value{map}), wrong) << "empty, as another collection";
+    EXPECT_EQ(Value{texts}.getValue<Texts>().size(), 0u) << "empty, as a collection";
+    EXPECT_TRUE(Value{map}.getValue<Map>()->isDetached()) << "empty, as elements";
+    EXPECT_EQ(boxed(loose).getValue<Texts>()->at(0), "q") << "without a slot";
     Value box{map, w.c.properties()};
     Map const held = box.getValue<Map>();
     box = Value{};

@@ -1,13 +1,18 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
+
+namespace studio::data {
+class Expression;
+}
 
 namespace machine {
 
 // For programs whose linker redirects the calls of two library functions to this file (`--wrap`).
 
-/// Returns the number of evaluations, not counting the first one of each expression.
-std::size_t evaluationCount() noexcept;
+/// Called before each evaluation of an expression but the first.
+std::function<void(studio::data::Expression const&)>& onEvaluation() noexcept;
 
 /// Makes one provider look-up throw `std::bad_weak_ptr`: the one after the next `skipped`. Ends with its scope.
 class FailingLookUp {

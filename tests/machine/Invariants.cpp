@@ -11,10 +11,7 @@
 #include "tarn/zero/detail/ElementTable.h"
 #include "tarn/zero/detail/Journal.h"
 
-#include <boost/uuid/uuid_io.hpp>
-
 #include <algorithm>
-#include <unordered_set>
 
 namespace {
 
@@ -129,23 +126,17 @@ std::string Invariants::of(ExpressionEngine const& engine)
     }
     std::size_t indexed = 0;
     auto const checkBinding = [&](detail::ExpressionBinding const& binding) {
-        found.require(bindings.find(binding.context->id, binding.name) == &binding, "a place stands under another key");
+        found.require(bindings.find(binding.context->id, binding.name) == &binding,
+                      "a binding stands under another key");
         found.require(!binding.leaves.empty(), "a name without leaves is kept");
         bool const isView = std::any_of(binding.leaves.begin(), binding.leaves.end(), [&](auto const& leaf) {
             std::string_view const whole = leaf.symbol->text;
             return binding.name.data() >= whole.data() && binding.name.data() <= whole.data() + whole.size();
         });
         found.require(isView, "a name is a view of nothing");
-        std::unordered_set<ExpressionEngine::Leaf, ExpressionEngine::LeafHash> told;
-        for (ExpressionEngine::Leaf const& leaf : engine.findLeaves(binding.context->id, binding.name)) {
-            found.require(symbols.find(leaf.symbol)->componentAt(leaf.offset) == binding.name,
-                          "a leaf is told wrongly");
-            found.require(told.insert(leaf).second, "a leaf is told twice");
-        }
-        found.require(told.size() == binding.leaves.size(), "a leaf is not told");
         owned -= binding.leaves.size();
-        bool const isDoubtful = static_cast<detail::BindingHook<detail::Stale> const&>(binding).is_linked();
-        if (!isIdle || isDoubtful)
+        bool const isStale = static_cast<detail::BindingHook<detail::Stale> const&>(binding).is_linked();
+        if (!isIdle || isStale)
             return;
         tarn::zero::ModelElement const element = model.findElement(binding.context->id, 1);
         auto* const context = tarn::zero::elementCast<ContextData>(element);
@@ -246,23 +237,18 @@ std::string Invariants::of(ContextView const& view, bool touched)
     return found.text() + tarn::zero::Invariants::of(state.model, 0);
 }
 
-std::string Invariants::leaves(ExpressionEngine const& engine, std::function<std::string(Id const&)> const& name)
+std::map<std::string, std::pair<std::size_t, std::set<std::pair<std::size_t, Invariants::Id>>>> Invariants::bindings(
+    ExpressionEngine const& engine)
 {
-    std::map<std::string, std::set<std::pair<unsigned long, std::string>>> sorted;
+    std::map<std::string, std::pair<std::size_t, std::set<std::pair<std::size_t, Id>>>> all;
     for (auto const& symbol : detail::EngineState::of(engine).symbols) {
-        auto& leaves = sorted[symbol->text];
+        auto const* const texts = engine.findExpressions(symbol->text);
+        auto& bound = all[symbol->text];
+        bound.first = texts ? texts->size() : 0;
         for (auto const& leaf : symbol->leaves)
-            leaves.emplace(leaf.offset, name(leaf.binding->context->id));
+            bound.second.emplace(leaf.offset, leaf.binding->context->id);
     }
-    std::string text;
-    for (auto const& [symbol, leaves] : sorted) {
-        auto const* const texts = engine.findExpressions(symbol);
-        text += '`' + symbol + "`*" + std::to_string(texts ? texts->size() : 0);
-        for (auto const& [offset, context] : leaves)
-            text += ' ' + std::to_string(offset) + context;
-        text += '\n';
-    }
-    return text;
+    return all;
 }
 
 std::map<Invariants::Id, ContextData> Invariants::clones(ContextView const& view)

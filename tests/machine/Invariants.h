@@ -5,10 +5,10 @@
 #include <boost/uuid/uuid.hpp>
 
 #include <cstddef>
-#include <functional>
 #include <map>
 #include <set>
 #include <string>
+#include <utility>
 
 // Invariants of the internal state between two calls. Each check returns the violations, a line each; empty if there
 // are none.
@@ -42,8 +42,9 @@ public:
     /// next operation; once everything was `touched`, it must be up to date.
     static std::string of(ContextView const& view, bool touched);
 
-    /// Returns every symbol with its number of texts and its leaves in order: "`a.b`*1 0#context 2#context".
-    static std::string leaves(ExpressionEngine const& engine, std::function<std::string(Id const&)> const& name);
+    /// Returns every symbol with its number of texts and its leaves: offsets and contexts.
+    static std::map<std::string, std::pair<std::size_t, std::set<std::pair<std::size_t, Id>>>> bindings(
+        ExpressionEngine const& engine);
     static std::map<Id, ContextData> clones(ContextView const& view);
 };
 

@@ -6,6 +6,7 @@
 #include "tarn/zero/detail/UuidSource.h"
 
 #include <algorithm>
+#include <array>
 #include <sstream>
 #include <utility>
 
@@ -19,43 +20,46 @@ std::vector<tarn::zero::ModelElement> elements()
     return studio::data::ContextProvider::sharedModel()->elements();
 }
 
-std::string joined(std::set<std::string> const& lines)
+template <class Lines>
+std::string joined(Lines const& lines)
 {
     std::string text;
     for (std::string const& line : lines)
-        text += line;
+        text += line + '\n';
     return text;
 }
 
-/// Splits a text of leaves into one entry per leaf.
-std::set<std::string> eachLeaf(std::string const& text)
+using AllBindings = std::array<Bindings, ENGINES>;
+
+std::string shown(AllBindings const& engines)
 {
-    std::set<std::string> leaves;
-    std::istringstream lines{text};
-    int engine = 0;
-    for (std::string line; std::getline(lines, line);) {
-        engine += line == "engine" ? 1 : 0;
-        std::istringstream words{line};
-        std::string symbol;
-        words >> symbol;
-        symbol.resize(std::min(symbol.size(), symbol.rfind('*')));
-        for (std::string leaf; words >> leaf;)
-            leaves.insert(std::to_string(engine) + symbol + leaf);
-    }
-    return leaves;
+    std::ostringstream out;
+    for (Bindings const& bindings : engines)
+        for (auto const& [symbol, bound] : bindings) {
+            out << &bindings - engines.data() << " `" << symbol << "`*" << bound.first;
+            for (Leaf const& leaf : bound.second)
+                out << ' ' << leaf.offset << '#' << leaf.context;
+            out << '\n';
+        }
+    return out.str();
 }
 
 /// Returns true if no symbol was unbound; symbols may have been bound further.
-bool isKept(std::string const& before, std::string const& after)
+bool isKept(AllBindings const& before, AllBindings const& after)
 {
-    std::set<std::string> const old = eachLeaf(before);
-    std::set<std::string> const now = eachLeaf(after);
-    return std::includes(now.begin(), now.end(), old.begin(), old.end());
+    for (std::size_t i = 0; i != ENGINES; ++i)
+        for (auto const& [symbol, bound] : before[i]) {
+            auto const now = after[i].find(symbol);
+            Leaves const& leaves = now == after[i].end() ? Leaves{} : now->second.second;
+            if (!std::includes(leaves.begin(), leaves.end(), bound.second.begin(), bound.second.end()))
+                return false;
+        }
+    return true;
 }
 
 }   // namespace
 
-Machine::Machine(Bytes const& bytes) : m_script{bytes}, m_real{m_script, m_ids}, m_plain{m_script, m_ids}
+Machine::Machine(Bytes const& bytes) : m_script{bytes}, m_system{m_script, m_ids}, m_model{m_script, m_ids, m_system}
 {
     for (tarn::zero::ModelElement const& left : elements())
         left->destroy();
@@ -70,14 +74,12 @@ bool Machine::step(Fault fault)
     if (m_taken == m_script.size() || !m_difference.empty())
         return false;
     Op const op = m_script.step(m_taken++);
-    if (fault == Fault::None || fault == Fault::CallOut) {
+    if (fault == Fault::None || fault == Fault::Callback) {
         int const throwAt = fault == Fault::None ? 0 : static_cast<int>(1 + m_taken % 7);
-        std::size_t const before = evaluationCount();
-        std::size_t const plainBefore = m_plain.evaluations();
-        m_real.take(op, throwAt);
-        m_plain.take(op, throwAt);
-        compareTexts("evaluations", std::to_string(evaluationCount() - before),
-                     std::to_string(m_plain.evaluations() - plainBefore));
+        forgetEvaluations();
+        m_system.take(op, throwAt);
+        m_model.take(op, throwAt);
+        compareTexts("evaluations", joined(m_system.evaluations()), joined(m_model.evaluations()));
     } else {
         takeWithFaults(op, fault);
     }
@@ -93,8 +95,9 @@ std::string const& Machine::run(Fault fault)
     while (step(fault)) {}
     if (!m_difference.empty())
         return m_difference;
-    m_real.end();
-    m_plain.end();
+    forgetEvaluations();
+    m_system.end();
+    m_model.end();
     compare();
     return m_difference;
 }
@@ -102,7 +105,7 @@ std::string const& Machine::run(Fault fault)
 /// Returns the state that a failed step must leave unchanged.
 std::string Machine::visible() const
 {
-    return m_real.contents() + joined(m_real.values()) + m_real.handles() + m_real.mirrors();
+    return m_system.contents() + joined(m_system.values()) + m_system.handles() + m_system.mirrors();
 }
 
 void Machine::takeWithFaults(Op const& original, Fault fault)
@@ -110,45 +113,47 @@ void Machine::takeWithFaults(Op const& original, Fault fault)
     Op op = original;
     op.name = op.name.substr(op.name.rfind('.') + 1);   // each write of a dotted path is a step of its own
     bool const isCompound = op.kind == Kind::Batch || op.kind == Kind::BatchBack;
-    std::string const contents = m_real.contents();
-    std::string const done = contents + m_real.handles() + m_real.present();
+    std::string const contents = m_system.contents();
+    std::string const done = contents + m_system.handles() + m_system.present();
     std::string const before = visible();
-    std::string const leaves = m_real.leaves();
+    AllBindings const bindings = m_system.bindings();
     for (std::size_t skipped = m_taken % 5; !isCompound && skipped < 400; ++skipped) {
         if (!tryWithFault(op, fault, skipped))
-            return m_plain.take(op, 0, true);
+            return m_model.take(op, 0, true);
         ++m_faults[op.kind];
-        m_difference += m_real.checkInvariants();
+        m_difference += m_system.checkInvariants();
         if (op.kind == Kind::Commit)
-            return acceptMark(m_real.contents() == contents ? op : Op::of(Kind::RollBack));
-        if (m_real.contents() + m_real.handles() + m_real.present() != done)
-            return acceptMark(op);
-        if (op.kind != Kind::Bind && !isKept(leaves, m_real.leaves()))
-            m_difference += "a step that failed has unbound a symbol: " + leaves + " to " + m_real.leaves();
+            return acceptVisibleEffect(m_system.contents() == contents ? op : Op::of(Kind::RollBack));
+        if (m_system.contents() + m_system.handles() + m_system.present() != done)
+            return acceptVisibleEffect(op);
+        if (op.kind != Kind::Bind && !isKept(bindings, m_system.bindings()))
+            m_difference += "a step that failed has unbound a symbol: " + shown(bindings) + shown(m_system.bindings());
         if (visible() != before)   // an update on demand is done once its value is set, even if no callback ran
-            return acceptMark(op.kind == Kind::Bind ? op : Op::of(Kind::Nothing));
+            return acceptVisibleEffect(op.kind == Kind::Bind ? op : Op::of(Kind::Nothing));
         if (op.kind == Kind::Create)
-            m_real.buryNameless();
-        m_real.countLike(m_plain);   // as if it had not been tried
-        m_real.takeLog();
+            m_system.destroyNameless();
+        m_system.countLike(m_model);   // as if it had not been tried
+        m_system.takeLog();
     }
-    m_real.take(op);
-    m_plain.take(op);
+    forgetEvaluations();
+    m_system.take(op);
+    m_model.take(op);
 }
 
 /// Runs a step with one fault. Returns false if no fault occurred.
 bool Machine::tryWithFault(Op const& op, Fault fault, std::size_t skipped)
 {
     support::Exempt const ours;
+    forgetEvaluations();
     try {
         if (fault == Fault::LookUp) {
             FailingLookUp const failing{skipped};
-            m_real.take(op, 0, true);
+            m_system.take(op, 0, true);
             return failing.happened();
         }
         using Sticky = support::FailingAllocation::Sticky;
         support::FailingAllocation const failing{skipped, fault == Fault::Allocations ? Sticky::Yes : Sticky::No};
-        m_real.take(op, 0, true);
+        m_system.take(op, 0, true);
         return failing.happened();
     } catch (machine::Fault const&) {
         return true;
@@ -157,72 +162,81 @@ bool Machine::tryWithFault(Op const& op, Fault fault, std::size_t skipped)
 
 /// Accepts a step that took effect although not all listeners were notified: values must be those before or after it.
 /// Once everything has been rewritten, they must be those after it.
-void Machine::acceptMark(Op const& op)
+void Machine::acceptVisibleEffect(Op const& op)
 {
-    std::set<std::string> known = m_plain.values();
-    m_plain.take(op, 0, true);
-    known.merge(m_plain.values());
-    for (std::string const& line : m_real.values())
+    std::set<std::string> known = m_model.values();
+    m_model.take(op, 0, true);
+    known.merge(m_model.values());
+    for (std::string const& line : m_system.values())
         if (known.count(line) == 0)
-            m_difference += "neither before nor after: " + line;
-    m_real.rollBackAll();
-    m_plain.rollBackAll();
-    m_real.bury();
-    m_plain.bury();
-    compareTexts("contents", m_real.contents(), m_plain.contents());
-    compareTexts("handles", m_real.handles(), m_plain.handles());
+            m_difference += "neither before nor after: " + line + '\n';
+    m_system.rollBackAll();
+    m_model.rollBackAll();
+    m_system.destroyLeftovers();
+    m_model.destroyLeftovers();
+    compareTexts("contents", m_system.contents(), m_model.contents());
+    compareTexts("handles", m_system.handles(), m_model.handles());
     for (int i = 0; i != 2; ++i) {   // the second completes what the first has mirrored
-        m_real.touchAll();
-        m_plain.touchAll();
+        forgetEvaluations();
+        m_system.touchAll();
+        m_model.touchAll();
     }
-    m_difference += m_real.checkInvariants(true);
-    m_real.tellNoMoreOfTheGone();
-    m_plain.tellNoMoreOfTheGone();
-    m_plain.countLike(m_real);
-    m_real.takeLog();
-    m_plain.takeLog();
-    m_lag = m_plain.stale();
+    m_difference += m_system.checkInvariants(true);
+    m_system.omitMirrorsOfDestroyed();
+    m_model.omitMirrorsOfDestroyed();
+    m_model.countLike(m_system);
+    m_system.takeLog();
+    m_model.takeLog();
+    m_staleness = m_model.stale();
 }
 
 void Machine::compare()
 {
-    std::string const heard = m_real.takeLog();
-    compareTexts("calls", heard, m_plain.takeLog());
+    std::string const heard = m_system.takeLog();
+    compareTexts("calls", heard, m_model.takeLog());
     m_log += heard;
-    compareTexts("contents", m_real.contents(), m_plain.contents());
-    compareTexts("values", joined(m_real.values()), joined(m_plain.values()));
+    compareTexts("contents", m_system.contents(), m_model.contents());
+    compareTexts("values", joined(m_system.values()), joined(m_model.values()));
     Dice dice{m_taken};
     for (int i = 0; i != 2; ++i) {
         int const slot = dice.below(SLOTS);
         std::string const path = Script::path(dice);
-        compareTexts(path.c_str(), m_real.read(slot, path), m_plain.read(slot, path));
+        compareTexts(path.c_str(), m_system.read(slot, path), m_model.read(slot, path));
     }
-    compareTexts("elements", std::to_string(elements().size()), std::to_string(m_plain.elements()));
-    compareTexts("present", m_real.present(), m_plain.present());
-    compareTexts("leaves", m_real.leaves(), m_plain.leaves());
-    compareTexts("mirrors", m_real.mirrors(), m_plain.mirrors());
-    m_difference += m_real.checkInvariants();
+    compareTexts("elements", std::to_string(elements().size()), std::to_string(m_model.elements()));
+    compareTexts("present", m_system.present(), m_model.present());
+    AllBindings const bindings = m_system.bindings();
+    if (AllBindings const expected = m_model.bindings(bindings); bindings != expected)
+        compareTexts("bindings", shown(bindings), shown(expected));
+    compareTexts("mirrors", m_system.mirrors(), m_model.mirrors());
+    m_difference += m_system.checkInvariants();
     checkFreshness();
 }
 
-void Machine::compareTexts(char const* what, std::string const& real, std::string const& plain)
+void Machine::forgetEvaluations()
 {
-    if (real != plain)
-        m_difference += std::string{what} + " are\n" + real + "\nand not\n" + plain + "\n";
+    m_system.forgetEvaluations();
+    m_model.forgetEvaluations();
+}
+
+void Machine::compareTexts(char const* what, std::string const& system, std::string const& model)
+{
+    if (system != model)
+        m_difference += std::string{what} + " are\n" + system + "\nand not\n" + model + "\n";
 }
 
 /// Checks that values are those of a fresh evaluation and mirrors equal their sources, except for documented staleness.
 void Machine::checkFreshness()
 {
-    if (m_plain.isInTransaction())
+    if (m_model.isInTransaction())
         return;
-    bool const mayLag = m_plain.didSomethingLagging();
-    Stale stale = m_plain.stale();
-    auto const wasBehind = [this](std::string const& what) { return m_lag.count(what) != 0; };
+    bool const mayLag = m_model.takeMayBeStale();
+    Stale stale = m_model.stale();
+    auto const wasBehind = [this](std::string const& what) { return m_staleness.count(what) != 0; };
     for (auto const& [what, excuses] : stale)
         if (!mayLag && !wasBehind(what) && std::none_of(excuses.begin(), excuses.end(), wasBehind))
             m_difference += "an update was lost: " + what + '\n';
-    m_lag = std::move(stale);
+    m_staleness = std::move(stale);
 }
 
 Bytes shrink(Bytes bytes, Machine::Fault fault)

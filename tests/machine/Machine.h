@@ -1,8 +1,8 @@
 #pragma once
 
-#include "machine/PlainWorld.h"
-#include "machine/RealWorld.h"
+#include "machine/ReferenceModel.h"
 #include "machine/Steps.h"
+#include "machine/SystemUnderTest.h"
 
 #include <cstdint>
 #include <map>
@@ -16,7 +16,7 @@ class Machine {
 public:
     /// The fault injected into a step: one allocation fails, all allocations from one on fail, a callback throws, or
     /// the look-up of a provider fails.
-    enum class Fault { None, Allocation, Allocations, CallOut, LookUp };
+    enum class Fault { None, Allocation, Allocations, Callback, LookUp };
 
     explicit Machine(Bytes const& bytes);
     ~Machine();
@@ -41,20 +41,21 @@ private:
     std::string visible() const;
     void takeWithFaults(Op const& op, Fault fault);
     bool tryWithFault(Op const& op, Fault fault, std::size_t skipped);
-    void acceptMark(Op const& op);
+    void acceptVisibleEffect(Op const& op);
     void compare();
-    void compareTexts(char const* what, std::string const& real, std::string const& plain);
+    void forgetEvaluations();
+    void compareTexts(char const* what, std::string const& system, std::string const& model);
     void checkFreshness();
 
     Script m_script;
     Ids m_ids;
-    RealWorld m_real;
-    PlainWorld m_plain;
+    SystemUnderTest m_system;
+    ReferenceModel m_model;
     std::size_t m_taken = 0;
     std::string m_log;
     std::string m_difference;
     std::map<Kind, std::size_t> m_faults;
-    Stale m_lag;   // documented staleness
+    Stale m_staleness;   // documented staleness
 };
 
 /// Returns the fewest steps of `bytes` that still show a difference.

@@ -58,7 +58,7 @@ TEST(Machine, AgreesWithTheModel)
 
 TEST(Machine, AgreesWhenCallOutsThrow)
 {
-    runSeeds(200, 250, Machine::Fault::CallOut);
+    runSeeds(200, 250, Machine::Fault::Callback);
 }
 
 struct Sweep {

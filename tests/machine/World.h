@@ -1,7 +1,7 @@
 #pragma once
 
 #include "machine/Steps.h"
-#include "machine/Trees.h"
+#include "machine/Values.h"
 
 #include <array>
 #include <cstdint>
@@ -45,7 +45,7 @@ public:
     virtual void touchAll() = 0;
     /// Destroys the data of contexts without a provider. Such data is left if a provider's end ran out of memory or was
     /// rolled back.
-    virtual void bury() = 0;
+    virtual void destroyLeftovers() = 0;
     /// Destroys everything, in an order that depends on the run. Callbacks do nothing from now on.
     void end()
     {
@@ -90,10 +90,13 @@ public:
             rollBack();
     }
     std::string takeLog() { return std::exchange(m_log, {}); }
-    bool didSomethingLagging() { return std::exchange(m_lagging, false); }
+    /// The evaluations of expressions but the first of each, with the engine and the place in the log.
+    std::vector<std::string> const& evaluations() const { return m_evaluations; }
+    void forgetEvaluations() { m_evaluations.clear(); }
+    bool takeMayBeStale() { return std::exchange(m_mayBeStale, false); }
     int calls() const { return m_calls; }
     /// Omits mirrors of destroyed contexts from the state that is compared: after a fault they may be there or not.
-    void tellNoMoreOfTheGone() { m_tellsOfTheGone = false; }
+    void omitMirrorsOfDestroyed() { m_showsMirrorsOfDestroyed = false; }
 
 protected:
     struct HandleInfo {
@@ -150,15 +153,21 @@ protected:
     /// Returns the number for the next context.
     int nextContext() { return m_numbers.context++; }
 
+    std::string evaluation(int engine, std::string const& text) const
+    {
+        return std::to_string(engine) + ": " + text + " after " + std::to_string(m_calls) + " calls, " +
+               std::to_string(m_depth) + " deep";
+    }
+    void noteEvaluation(int engine, std::string const& text) { m_evaluations.push_back(evaluation(engine, text)); }
     void log(std::string const& line) { m_log += line + '\n'; }
     /// Runs a callback's action, chosen by `seed` and the ordinal of the call. `self` is the handle that is called. For
     /// a listener, `subjects` are those of its report: half of its actions apply to one of them.
-    void calledOut(std::string const& line, std::uint64_t seed, int self, bool mayThrow,
-                   std::vector<Subject> const& subjects = {})
+    void runCallback(std::string const& line, std::uint64_t seed, int self, bool mayThrow,
+                     std::vector<Subject> const& subjects = {})
     {
         log(line);
         if (++m_calls, m_throwAt != 0 && --m_throwAt == 0 && mayThrow) {
-            m_lagging = true;
+            m_mayBeStale = true;
             throw Planned{};
         }
         Dice dice{seed};
@@ -174,7 +183,7 @@ protected:
         try {
             apply(op, self);
         } catch (...) {
-            m_lagging = true;
+            m_mayBeStale = true;
             if (mayThrow)
                 throw;
             log("[kept in]");   // an exception from a detach callback would end the process
@@ -183,7 +192,7 @@ protected:
     void heard(int handle, std::string const& line, bool mayThrow)
     {
         HandleInfo& info = m_handles[handle];
-        calledOut(line, info.seed * 31 + static_cast<std::uint64_t>(++info.calls), handle, mayThrow);
+        runCallback(line, info.seed * 31 + static_cast<std::uint64_t>(++info.calls), handle, mayThrow);
     }
     bool isHeld(int handle) const { return m_held.count(handle) != 0; }
     /// The handles that have not been released; true for context handles.
@@ -207,8 +216,8 @@ protected:
         return text;
     }
 
-    bool m_tellsOfTheGone = true;
-    bool m_lagging = false;   // something left values or mirrors stale, as documented
+    bool m_showsMirrorsOfDestroyed = true;
+    bool m_mayBeStale = false;   // something left values or mirrors stale, as documented
 
 private:
     struct Numbers {
@@ -262,9 +271,10 @@ private:
         case Kind::Bind: return bindByHand(op);
         case Kind::AddListener:
         case Kind::RemoveListener: return setListener(op.other % LISTENERS, op.kind == Kind::AddListener);
-        case Kind::Throw: m_lagging = true; throw Planned{};
+        case Kind::Throw: m_mayBeStale = true; throw Planned{};
         default:
-            m_lagging |= (op.kind >= Kind::Rename && op.kind <= Kind::Bounce) || op.name.find('.') != std::string::npos;
+            m_mayBeStale |=
+                (op.kind >= Kind::Rename && op.kind <= Kind::Bounce) || op.name.find('.') != std::string::npos;
             return change(op);
         }
     }
@@ -295,7 +305,7 @@ private:
     }
     void backOut()
     {
-        m_lagging = true;
+        m_mayBeStale = true;
         rollBack();
     }
     void subscribe(Op const& op)
@@ -305,7 +315,7 @@ private:
         int const handle = ++m_numbers.handle;
         bool const isContext = op.kind == Kind::Watch;
         m_handles[handle] = {op.seed >> 8};
-        m_lagging |= depth() != 0;
+        m_mayBeStale |= depth() != 0;
         if (isContext ? watch(op.other % VIEWS, op.slot, handle)
                       : acquire(op.other % ENGINES, Tree::fromSeed(op.text), handle))
             m_held[handle] = isContext;
@@ -314,10 +324,9 @@ private:
     }
     void bindByHand(Op const& op)
     {
-        m_lagging = true;
+        m_mayBeStale = true;
         Tree const tree = Tree::fromSeed(op.text);
-        std::set<std::string> symbols;
-        tree.symbols(symbols);
+        std::set<std::string> const symbols = tree.symbols();
         if (tree.isBroken || symbols.empty())
             return;
         Dice dice{op.seed};
@@ -343,7 +352,7 @@ private:
     }
     void releaseHandle(int handle)
     {
-        m_lagging |= !m_held[handle];   // unbinds other expressions' symbols, too
+        m_mayBeStale |= !m_held[handle];   // unbinds other expressions' symbols, too
         m_held.erase(handle);
         release(handle);
     }
@@ -353,6 +362,7 @@ private:
     std::set<int> m_detached;   // detached directly
     std::map<int, HandleInfo> m_handles;
     std::string m_log;
+    std::vector<std::string> m_evaluations;
     Numbers m_numbers;
     int m_calls = 0;
     int m_depth = 0;

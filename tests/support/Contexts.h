@@ -2,8 +2,7 @@
 
 #include "studio/data/ContextProvider.h"
 #include "studio/data/ExpressionEngine.h"
-#include "tarn/zero/ModelImpl.h"
-#include "tarn/zero/Transaction.h"
+#include "support/Elements.h"
 
 #include <functional>
 #include <initializer_list>
@@ -41,17 +40,13 @@ struct EndsWhenCopied {
 template <class Change>
 void inTransaction(Change const& change)
 {
-    tarn::zero::Transaction transaction = studio::data::ContextProvider::sharedModel()->beginTransaction(true);
-    change();
-    transaction.commit(boost::none);
+    commit(studio::data::ContextProvider::sharedModel(), change);
 }
-
-/// Makes all changes in one transaction and rolls it back.
+/// Makes all changes in one transaction of the shared model and rolls it back.
 template <class Change>
 void rolledBack(Change const& change)
 {
-    tarn::zero::Transaction const transaction = studio::data::ContextProvider::sharedModel()->beginTransaction(true);
-    change();
+    rollBack(studio::data::ContextProvider::sharedModel(), change);
 }
 
 /// Returns a value as an expression would write it.

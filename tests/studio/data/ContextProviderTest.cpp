@@ -23,21 +23,6 @@ using Names = std::vector<std::string>;
 
 // ---- own properties
 
-TEST(ContextProvider, UnknownNamesAreNoErrors)
-{
-    Provider const provider = ContextProvider::create();
-    ContextWatch watch;
-    for (char const* name : {"", "x", "x.y", ".", "x.", "..."}) {
-        EXPECT_EQ(provider->getPropertyValue(name), PropertyValue()) << name;
-        EXPECT_FALSE(provider->hasProperty(name) || provider->getProperty(name)) << name;
-        EXPECT_EQ(provider->getChildContextProvider(name), nullptr) << name;
-        provider->setPropertyValue(name, 1);
-        provider->removeProperty(name);
-    }
-    EXPECT_EQ(provider->getPropertyNames(), Names{});
-    EXPECT_EQ(watch.takeHeard(), "");
-}
-
 TEST(ContextProvider, EachWriteIsOneReportAndAnUnchangedOneIsNone)
 {
     Provider const provider = ContextProvider::create();
@@ -48,7 +33,7 @@ TEST(ContextProvider, EachWriteIsOneReportAndAnUnchangedOneIsNone)
     };
     auto const activate = [&](Names const& names) { return [=] { provider->setActiveContexts(names); }; };
     Row const rows[] = {
-        {"add", [&] { provider->addProperty("x", 1); }, "+x context"},
+        {"add", [&] { provider->addProperty("x", 1); }, "+x; context"},
         {"add again", [&] { provider->addProperty("x", 2); }, ""},
         {"set", [&] { provider->setPropertyValue("x", 2); }, "x"},
         {"set again", [&] { provider->setPropertyValue("x", 2); }, ""},
@@ -58,12 +43,12 @@ TEST(ContextProvider, EachWriteIsOneReportAndAnUnchangedOneIsNone)
         {"activate again", activate({"b", "a", "b", ""}), "context"},
         {"deactivate", activate({}), "context"},
         {"nothing to deactivate", activate({}), ""},
-        {"remove", [&] { provider->removeProperty("x"); }, "-x context"},
+        {"remove", [&] { provider->removeProperty("x"); }, "-x; context"},
     };
     ContextWatch watch;
     for (Row const& row : rows) {
         row.write();
-        EXPECT_EQ(watch.takeHeard(), row.heard) << row.name;
+        EXPECT_EQ(watch.take(), row.heard) << row.name;
     }
     EXPECT_FALSE(provider->hasProperty("x"));
 }
@@ -89,10 +74,10 @@ TEST(DottedName, CallbackOfOneWriteMayDropEveryoneWhoComesAfter)
     Provider r = context({{"a", p}, {"a.b.c", 0}});
     ContextProvider& root = *r;
     ContextWatch watch;
-    watch.onProperties = [&] { q.reset(), p.reset(), r.reset(); };
+    watch.onProperties = [&](auto const&) { q.reset(), p.reset(), r.reset(); };
     root.setPropertyValue("a.b.c", 7);
     // Children on the way are held until they have been written; the provider that was called is not.
-    EXPECT_EQ(watch.takeHeard(), "c -a -a.b.c -context -c -context b.c -b -b.c -context");
+    EXPECT_EQ(watch.take(), "c; -a -a.b.c; -context; -c; -context; b.c; -b -b.c; -context");
 }
 
 /// Counts reports, without memory of its own.
@@ -155,7 +140,7 @@ TEST(ProviderLifetime, ProviderWithoutOwnersCannotBeReached)
     };
     bool entryIsGone = false;
     ContextWatch watch;
-    watch.onContexts = [&] { entryIsGone = !value.isContextProvider(); };
+    watch.onContexts = [&](auto const&) { entryIsGone = !value.isContextProvider(); };
     provider.reset();
     EXPECT_TRUE(entryWasThere);
     EXPECT_TRUE(entryIsGone);

@@ -212,35 +212,11 @@ Property nOf(ContextData const& context)
     return context->getProperties().find("n");
 }
 Restructuring const RESTRUCTURINGS[] = {
-    {"replaces", [](auto& one, auto&) { nOf(one)->destroy(), one->addProperty("n", 2); }},
-    {"renames", [](auto& one, auto&) { nOf(one)->setName("m"); }},
-    {"renames and fills the gap", [](auto& one, auto&) { nOf(one)->setName("m"), one->addProperty("n", 2); }},
     {"swaps names",
      [](auto& one, auto&) {
          Property const n = nOf(one);
          n->setName("t"), one->getProperties().find("child")->setName("n"), n->setName("child"), n->setValue(2);
      }},
-    {"moves, writes and renames",
-     [](auto& one, auto& other) {
-         Property const n = nOf(one);
-         n->setName("m"), n->setOwner(other), n->setValue(2);
-     }},
-    {"moves in where one left", [](auto& one, auto& other) { nOf(other)->destroy(), nOf(one)->setOwner(other); }},
-    {"moves and destroys",
-     [](auto& one, auto& other) {
-         Property const n = nOf(one);
-         n->setName("m"), n->setOwner(other), n->destroy();
-     }},
-    {"makes and destroys",
-     [](auto& one, auto&) {
-         one->addProperty("x", 1), one->addProperty("y", 1), one->getProperties().find("x")->destroy();
-     }},
-    {"takes a part of it back",
-     [](auto& one, auto&) {
-         support::rolledBack([&] { nOf(one)->destroy(), one->addProperty("x", 1); });
-         one->addProperty("y", 1);
-     }},
-    {"renames the only one", [](auto&, auto& other) { nOf(other)->setName("m"); }, true},
     {"replaces the only one under its UUID",
      [](auto&, auto& other) {
          Id const id = nOf(other).Uuid();

@@ -252,7 +252,7 @@ TEST_F(Expressions, ReadWhatIsThereAfterAReportThatArrivedInAnOpenTransaction)
     ExpressionEngine behind{root};
     Handle const handle = behind.acquireExpression("none", [](auto const&...) {});
     std::unique_ptr<tarn::zero::Transaction> open;
-    inFront.onProperties = [&] {
+    inFront.onProperties = [&](auto const&) {
         open = std::make_unique<tarn::zero::Transaction>(ContextProvider::sharedModel()->beginTransaction(true));
     };
     root->addProperty("none", 1);

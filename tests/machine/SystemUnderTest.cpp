@@ -1,8 +1,10 @@
-#include "machine/RealWorld.h"
+#include "machine/SystemUnderTest.h"
 
 #include "foundation/core/except/Exception.h"
 #include "gel/ParseError.h"
+#include "machine/Interposed.h"
 #include "machine/Invariants.h"
+#include "studio/data/Expression.h"
 #include "studio/data/ProviderRegistry.h"
 #include "studio/data/model/ContextDataImpl.h"
 #include "studio/data/model/PropertyImpl.h"
@@ -12,6 +14,7 @@
 #include <boost/uuid/string_generator.hpp>
 #include <boost/uuid/uuid_io.hpp>
 
+#include <algorithm>
 #include <sstream>
 
 namespace machine {
@@ -36,12 +39,12 @@ decltype(auto) inSystem(Call const& call)
 }   // namespace
 
 /// A listener on the shared model besides engines and views.
-class RealWorld::Foreign final : public tarn::zero::Listener {
+class SystemUnderTest::Foreign final : public tarn::zero::Listener {
 public:
     using Reports =
         tarn::zero::ReportList<tarn::zero::ShallowChangeReport<Property>, tarn::zero::ShallowChangeReport<ContextData>>;
 
-    Foreign(RealWorld& heardBy, int number) : world{heardBy}, listener{number}
+    Foreign(SystemUnderTest& heardBy, int number) : world{heardBy}, listener{number}
     {
         ContextProvider::sharedModel()->addDeepListener(this);
     }
@@ -62,27 +65,35 @@ public:
         note(" +", report.created());
         note(" ~", report.modified());
         note(" -", report.destroyed());
-        world.calledOut(text, static_cast<std::uint64_t>(world.calls()) * 977 + static_cast<std::uint64_t>(listener), 0,
-                        true, subjects);
+        world.runCallback(text, static_cast<std::uint64_t>(world.calls()) * 977 + static_cast<std::uint64_t>(listener),
+                          0, true, subjects);
     }
 
 private:
-    RealWorld& world;   // outlives the listener; the listener may be destroyed during its call
+    SystemUnderTest& world;   // outlives the listener; the listener may be destroyed during its call
     int listener;
 };
 
-RealWorld::RealWorld(Script const& script, Ids& ids) : World{script}, m_ids{ids} {}
+SystemUnderTest::SystemUnderTest(Script const& script, Ids& ids) : World{script}, m_ids{ids}
+{
+    onEvaluation() = [this](studio::data::Expression const& expression) {
+        auto const engine = std::find_if(m_engines.begin(), m_engines.end(),
+                                         [&](auto const& each) { return each.get() == expression.engine; });
+        noteEvaluation(static_cast<int>(engine - m_engines.begin()), expression.text);
+    };
+}
 
-RealWorld::~RealWorld()
+SystemUnderTest::~SystemUnderTest()
 {
     end();
+    onEvaluation() = nullptr;
 }
 
 // ---- steps
 
-void RealWorld::create(int slot)
+void SystemUnderTest::create(int slot)
 {
-    Slot& place = m_slots[PlainStore::index(slot)];
+    Slot& place = m_slots[Store::index(slot)];
     if (place.provider || m_creating.count(slot) != 0)
         return;
     int const number = nextContext();
@@ -101,15 +112,15 @@ void RealWorld::create(int slot)
     place.provider = std::move(made);
 }
 
-void RealWorld::drop(int slot)
+void SystemUnderTest::drop(int slot)
 {
-    Provider last = std::move(m_slots[PlainStore::index(slot)].provider);
+    Provider last = std::move(m_slots[Store::index(slot)].provider);
     inSystem([&] { last.reset(); });
 }
 
-void RealWorld::change(Op const& op)
+void SystemUnderTest::change(Op const& op)
 {
-    Slot const& place = m_slots[PlainStore::index(op.slot)];
+    Slot const& place = m_slots[Store::index(op.slot)];
     if (!place.provider)
         return;
     ContextProvider& provider = *place.provider;   // held only by its slot: a callback may release it
@@ -118,7 +129,7 @@ void RealWorld::change(Op const& op)
         lastIn[i] = m_slots[i].last;
     PropertyValue const value = realValue(valueFor(op.value, lastIn));
     std::vector<std::string> const active = activeNames(op);
-    Provider const& target = m_slots[PlainStore::index(op.other % SLOTS)].provider;
+    Provider const& target = m_slots[Store::index(op.other % SLOTS)].provider;
     inSystem([&] {
         switch (op.kind) {
         case Kind::Set: return provider.setPropertyValue(op.name, value);
@@ -127,7 +138,7 @@ void RealWorld::change(Op const& op)
         case Kind::Activate: return provider.setActiveContexts(active);
         default: break;
         }
-        Property& held = m_lifted[PlainStore::index(op.other) % MOST_LIFTED];
+        Property& held = m_lifted[Store::index(op.other) % MOST_LIFTED];
         if (op.kind == Kind::WriteHeld)
             return held.get() ? held->setValue(value) : void();
         Property const property = op.kind == Kind::Land ? held : provider.getProperty(op.name);
@@ -145,7 +156,7 @@ void RealWorld::change(Op const& op)
     });
 }
 
-void RealWorld::lift(Property const& property, Property& held)
+void SystemUnderTest::lift(Property const& property, Property& held)
 {
     Property const before = std::exchange(held, property);
     try {
@@ -157,7 +168,7 @@ void RealWorld::lift(Property const& property, Property& held)
     }
 }
 
-void RealWorld::bounce(Property const& property)
+void SystemUnderTest::bounce(Property const& property)
 {
     tarn::zero::Transaction transaction = ContextProvider::sharedModel()->beginTransaction(true);
     ContextData const owner = property.owner();
@@ -166,7 +177,7 @@ void RealWorld::bounce(Property const& property)
     transaction.commit(boost::none);
 }
 
-void RealWorld::begin()
+void SystemUnderTest::begin()
 {
     m_open.reserve(m_open.size() + 1);
     m_open.push_back(inSystem([] {
@@ -174,21 +185,21 @@ void RealWorld::begin()
     }));
 }
 
-void RealWorld::commit()
+void SystemUnderTest::commit()
 {
     std::unique_ptr<tarn::zero::Transaction> const ended = std::move(m_open.back());
     m_open.pop_back();
     inSystem([&] { ended->commit(boost::none); });
 }
 
-void RealWorld::rollBack()
+void SystemUnderTest::rollBack()
 {
     inSystem([&] { m_open.pop_back(); });
 }
 
-bool RealWorld::acquire(int number, Tree const& tree, int handle)
+bool SystemUnderTest::acquire(int number, Tree const& tree, int handle)
 {
-    auto const& engine = m_engines[PlainStore::index(number)];
+    auto const& engine = m_engines[Store::index(number)];
     if (!engine)
         return false;
     studio::data::ExpressionHandle::Callback const callback = [this, handle](std::string const& text,
@@ -202,12 +213,12 @@ bool RealWorld::acquire(int number, Tree const& tree, int handle)
     return true;
 }
 
-bool RealWorld::watch(int number, int slot, int handle)
+bool SystemUnderTest::watch(int number, int slot, int handle)
 {
-    auto const& view = m_views[PlainStore::index(number)];
+    auto const& view = m_views[Store::index(number)];
     if (!view)
         return false;
-    boost::uuids::uuid const id = realValue(Ref{m_slots[PlainStore::index(slot)].last}).getUUID();
+    boost::uuids::uuid const id = realValue(Ref{m_slots[Store::index(slot)].last}).getUUID();
     studio::data::ContextHandleImpl::Callback const callback = [this, handle](ContextData const& data) {
         support::Exempt const inside;
         heard(handle, std::to_string(handle) + (data ? " told" : " detached"), false);
@@ -219,12 +230,12 @@ bool RealWorld::watch(int number, int slot, int handle)
     return isThere;
 }
 
-void RealWorld::bind(int number, Binding const& binding)
+void SystemUnderTest::bind(int number, Binding const& binding)
 {
-    auto const& engine = m_engines[PlainStore::index(number)];
+    auto const& engine = m_engines[Store::index(number)];
     if (!engine)
         return;
-    Slot const& slot = m_slots[PlainStore::index(binding.slot)];
+    Slot const& slot = m_slots[Store::index(binding.slot)];
     Provider const provider = slot.provider;
     boost::uuids::uuid const id = realValue(Ref{slot.last}).getUUID();
     studio::data::ExpressionEngine::Leaf const leaf{binding.symbol, binding.offset};
@@ -246,7 +257,7 @@ void RealWorld::bind(int number, Binding const& binding)
     });
 }
 
-void RealWorld::release(int handle)
+void SystemUnderTest::release(int handle)
 {
     if (auto const found = m_expressionHandles.find(handle); found != m_expressionHandles.end()) {
         auto last = std::move(found->second);
@@ -263,16 +274,16 @@ void RealWorld::release(int handle)
     });
 }
 
-void RealWorld::detach(int handle)
+void SystemUnderTest::detach(int handle)
 {
     studio::data::ContextHandleImpl& doomed = *m_contextHandles.at(handle);   // its callback may destroy it
     inSystem([&] { doomed.detach(); });
 }
 
-void RealWorld::setEngine(int number, bool present)
+void SystemUnderTest::setEngine(int number, bool present)
 {
-    auto& place = m_engines[PlainStore::index(number)];
-    Provider const root = m_slots[PlainStore::index(number)].provider;
+    auto& place = m_engines[Store::index(number)];
+    Provider const root = m_slots[Store::index(number)].provider;
     if (present == (place != nullptr) || (present && !root))
         return;
     if (auto old = std::move(place))
@@ -281,9 +292,9 @@ void RealWorld::setEngine(int number, bool present)
         place = inSystem([&] { return std::make_unique<studio::data::ExpressionEngine>(root); });
 }
 
-void RealWorld::setView(int number, bool present)
+void SystemUnderTest::setView(int number, bool present)
 {
-    auto& place = m_views[PlainStore::index(number)];
+    auto& place = m_views[Store::index(number)];
     if (present == (place != nullptr))
         return;
     if (auto old = std::move(place))
@@ -292,9 +303,9 @@ void RealWorld::setView(int number, bool present)
         place = inSystem([] { return studio::data::ContextView::create(tarn::zero::Model{}); });
 }
 
-void RealWorld::setListener(int number, bool present)
+void SystemUnderTest::setListener(int number, bool present)
 {
-    auto& place = m_foreign[PlainStore::index(number)];
+    auto& place = m_foreign[Store::index(number)];
     if (present == (place != nullptr))
         return;
     if (auto old = std::move(place))
@@ -303,7 +314,7 @@ void RealWorld::setListener(int number, bool present)
         place = inSystem([&] { return std::make_unique<Foreign>(*this, number); });
 }
 
-void RealWorld::touchAll()
+void SystemUnderTest::touchAll()
 {
     std::map<int, boost::uuids::uuid> known;
     for (auto const& [id, number] : m_numbers)
@@ -329,28 +340,28 @@ void RealWorld::touchAll()
             static_cast<void>(view->acquire(somebody->getId(), {}));
 }
 
-std::string RealWorld::present() const
+std::string SystemUnderTest::present() const
 {
     return marks(m_engines, 'e') + marks(m_views, 'v') + marks(m_foreign, 'l');
 }
 
-void RealWorld::bury()
+void SystemUnderTest::destroyLeftovers()
 {
-    buryNameless();
+    destroyNameless();
     for (auto const& [id, number] : m_numbers)
         if (!studio::data::model::getContextProvider(id))
             if (auto const left = ContextProvider::sharedModel()->findElement(id, 1))
                 left->destroy();
 }
 
-void RealWorld::buryNameless()
+void SystemUnderTest::destroyNameless()
 {
     for (tarn::zero::ModelElement const& element : ContextProvider::sharedModel()->elements())
         if (tarn::zero::isInstance<ContextData>(element) && m_numbers.count(element.Uuid()) == 0)
             element->destroy();
 }
 
-std::string RealWorld::nameOfException() const
+std::string SystemUnderTest::nameOfException() const
 {
     using Refusal = foundation::core::except::Exception<tarn0::messages::UniquenessConstraint, std::exception>;
     try {
@@ -370,7 +381,7 @@ std::string RealWorld::nameOfException() const
     }
 }
 
-RealWorld::Subject RealWorld::subjectOf(tarn::zero::ModelElement const& element) const
+SystemUnderTest::Subject SystemUnderTest::subjectOf(tarn::zero::ModelElement const& element) const
 {
     auto const* const property = tarn::zero::elementCast<Property>(element);
     tarn::zero::ModelElement const context = property ? property->getOwner() : element;
@@ -381,7 +392,7 @@ RealWorld::Subject RealWorld::subjectOf(tarn::zero::ModelElement const& element)
 
 // ---- state as text
 
-PropertyValue RealWorld::realValue(Value const& value) const
+PropertyValue SystemUnderTest::realValue(Value const& value) const
 {
     switch (value.index()) {
     case 0: return {};
@@ -395,18 +406,18 @@ PropertyValue RealWorld::realValue(Value const& value) const
     }
 }
 
-std::string RealWorld::nameOf(boost::uuids::uuid const& id) const
+std::string SystemUnderTest::nameOf(boost::uuids::uuid const& id) const
 {
     auto const found = m_numbers.find(id);
     return found != m_numbers.end() ? '#' + std::to_string(found->second) : "#?";
 }
 
-std::string RealWorld::nameOf(ContextData const& context) const
+std::string SystemUnderTest::nameOf(ContextData const& context) const
 {
     return context.get() ? nameOf(context.Uuid()) : "#none";
 }
 
-std::string RealWorld::shown(PropertyValue const& value) const
+std::string SystemUnderTest::shown(PropertyValue const& value) const
 {
     if (value.isUUID())
         return to_string(value.getUUID()) == STRANGER ? "#stranger" : nameOf(value.getUUID());
@@ -415,7 +426,7 @@ std::string RealWorld::shown(PropertyValue const& value) const
     return value.isString() ? '\'' + value.getString() + '\'' : value.asString();
 }
 
-std::string RealWorld::line(ReportEntry const& entry, tarn::zero::ReportData const& report) const
+std::string SystemUnderTest::line(ReportEntry const& entry, tarn::zero::ReportData const& report) const
 {
     tarn::zero::ModelElement const& element = entry.element();
     auto const old = [&](unsigned long index) {
@@ -452,7 +463,7 @@ std::string RealWorld::line(ReportEntry const& entry, tarn::zero::ReportData con
     return text;
 }
 
-std::string RealWorld::contents() const
+std::string SystemUnderTest::contents() const
 {
     std::ostringstream out;
     auto const& model = ContextProvider::sharedModel();
@@ -482,31 +493,36 @@ std::string RealWorld::contents() const
     return out.str();
 }
 
-std::set<std::string> RealWorld::values() const
+std::set<std::string> SystemUnderTest::values() const
 {
     std::set<std::string> lines;
     for (auto const& [handle, isContext] : held())
         if (!isContext)
-            lines.insert(std::to_string(handle) + '=' + shown(m_expressionHandles.at(handle)->getValue()) + '\n');
+            lines.insert(std::to_string(handle) + '=' + shown(m_expressionHandles.at(handle)->getValue()));
     return lines;
 }
 
-std::string RealWorld::read(int slot, std::string const& path) const
+std::string SystemUnderTest::read(int slot, std::string const& path) const
 {
-    Provider const& provider = m_slots[PlainStore::index(slot)].provider;
+    Provider const& provider = m_slots[Store::index(slot)].provider;
     return provider ? shown(provider->getPropertyValue(path)) : "";
 }
 
-std::string RealWorld::leaves() const
+std::array<Bindings, ENGINES> SystemUnderTest::bindings() const
 {
-    std::string text;
-    for (auto const& engine : m_engines)
-        text += "engine\n" +
-                (engine ? Invariants::leaves(*engine, [this](auto const& id) { return nameOf(id); }) : std::string{});
-    return text;
+    std::array<Bindings, ENGINES> all;
+    for (std::size_t i = 0; i != ENGINES; ++i)
+        if (m_engines[i])
+            for (auto const& [symbol, bound] : Invariants::bindings(*m_engines[i])) {
+                Leaves leaves;
+                for (auto const& [offset, context] : bound.second)
+                    leaves.insert({offset, m_numbers.at(context)});
+                all[i][symbol] = {bound.first, leaves};
+            }
+    return all;
 }
 
-std::string RealWorld::mirrors() const
+std::string SystemUnderTest::mirrors() const
 {
     std::ostringstream out;
     for (auto const& view : m_views) {
@@ -515,7 +531,7 @@ std::string RealWorld::mirrors() const
             continue;
         std::map<std::string, ContextData> clones;
         for (auto const& [id, clone] : Invariants::clones(*view))
-            if (m_tellsOfTheGone || ContextProvider::sharedModel()->findElement(id, 1))
+            if (m_showsMirrorsOfDestroyed || ContextProvider::sharedModel()->findElement(id, 1))
                 clones[nameOf(id)] = clone;
         for (auto const& [name, clone] : clones) {
             out << name;
@@ -534,7 +550,7 @@ std::string RealWorld::mirrors() const
     return out.str();
 }
 
-std::string RealWorld::checkInvariants(bool touched) const
+std::string SystemUnderTest::checkInvariants(bool touched) const
 {
     std::string found = tarn::zero::Invariants::of(ContextProvider::sharedModel(), m_open.size());
     std::set<boost::uuids::uuid> living;

@@ -1,8 +1,9 @@
 #pragma once
 
-#include "machine/Trees.h"
+#include "machine/Values.h"
 
 #include <algorithm>
+#include <compare>
 #include <cstddef>
 #include <map>
 #include <optional>
@@ -13,11 +14,21 @@
 
 namespace machine {
 
+/// A component of a symbol's path: where it begins in the symbol, and the context that it is read from.
+struct Leaf {
+    std::size_t offset;
+    int context;
+    friend auto operator<=>(Leaf const&, Leaf const&) = default;
+};
+using Leaves = std::set<Leaf>;
+/// What the symbols of an engine are bound to, and for how many texts.
+using Bindings = std::map<std::string, std::pair<std::size_t, Leaves>>;
+
 struct Refused {};            // thrown for a second property of the same name and for a destroyed property
 constexpr int NOWHERE = -1;   // the owner of an uncontained property
 
 /// The contents of contexts as plain maps: a snapshot is a copy, and a report is a comparison of two.
-class PlainStore {
+class Store {
 public:
     struct Property {
         int owner;
@@ -82,8 +93,10 @@ public:
     Value const* value(int id, std::string const& name) const
     {
         std::optional<int> const found = find(id, name);
-        return found ? &m_now.properties[index(*found)].value : nullptr;
+        return found ? &property(*found).value : nullptr;
     }
+
+    Property const& property(int id) const { return m_now.properties[index(id)]; }
 
     // Changes, each inside a transaction
 
@@ -99,7 +112,7 @@ public:
         Context& gone = m_now.contexts[id];
         for (auto const& [name, property] : gone.properties) {
             touch({true, property});
-            m_now.properties[index(property)].alive = false;
+            at(property).alive = false;
         }
         touch({false, id});
         gone = Context{false};
@@ -120,14 +133,14 @@ public:
     }
     void write(int property, Value const& value)
     {
-        Property const& written = m_now.properties[index(property)];
+        Property const& written = at(property);
         if (!written.alive)
             throw Refused{};
         if (written.value == value)
             return;
         touch({true, property});
-        m_now.properties[index(property)].value = value;
-        ++m_now.properties[index(property)].valueWrites;
+        at(property).value = value;
+        ++at(property).valueWrites;
     }
     void remove(int id, std::string const& name)
     {
@@ -136,7 +149,7 @@ public:
             return;
         leave(*found);
         touch({true, *found});
-        m_now.properties[index(*found)].alive = false;
+        at(*found).alive = false;
     }
     void activate(int id, std::vector<std::string> const& names)
     {
@@ -155,13 +168,13 @@ public:
             throw Refused{};
         leave(*found);
         touch({true, *found});
-        m_now.properties[index(*found)].name = newName;
+        at(*found).name = newName;
         enter(id, *found);
     }
     /// Moves a property to another context; NOWHERE takes it out of its owner.
     void move(int property, int newOwner)
     {
-        Property const& moved = m_now.properties[index(property)];
+        Property const& moved = at(property);
         if (newOwner != NOWHERE && !context(newOwner))
             return;
         if (!moved.alive)
@@ -173,7 +186,7 @@ public:
         touch({true, property});
         if (moved.owner != NOWHERE)
             leave(property);
-        m_now.properties[index(property)].owner = newOwner;
+        at(property).owner = newOwner;
         if (newOwner != NOWHERE)
             enter(newOwner, property);
     }
@@ -213,6 +226,7 @@ private:
         std::vector<Element> touched;
     };
 
+    Property& at(int property) { return m_now.properties[index(property)]; }
     void touch(Element const& element)
     {
         auto& touched = m_levels.back().touched;
@@ -222,12 +236,12 @@ private:
     void enter(int id, int property)
     {
         touch({false, id});
-        m_now.contexts[id].properties[m_now.properties[index(property)].name] = property;
+        m_now.contexts[id].properties[at(property).name] = property;
         ++m_now.contexts[id].mapWrites;
     }
     void leave(int property)
     {
-        Property const& left = m_now.properties[index(property)];
+        Property const& left = at(property);
         touch({false, left.owner});
         m_now.contexts[left.owner].properties.erase(left.name);
         ++m_now.contexts[left.owner].mapWrites;
@@ -239,15 +253,14 @@ private:
             element.isProperty
                 ? index(element.id) < before.properties.size() && before.properties[index(element.id)].alive
                 : before.contexts.count(element.id) != 0 && before.contexts.at(element.id).alive;
-        bool const is = element.isProperty ? m_now.properties[index(element.id)].alive : context(element.id) != nullptr;
+        bool const is = element.isProperty ? property(element.id).alive : context(element.id) != nullptr;
         if (was != is)
             return Entry{is ? Change::Created : Change::Destroyed, element};
         if (!is)
             return std::nullopt;
         Entry entry{Change::Modified, element,
-                    element.isProperty
-                        ? changes(before.properties[index(element.id)], m_now.properties[index(element.id)])
-                        : changes(before.contexts.at(element.id), m_now.contexts.at(element.id))};
+                    element.isProperty ? changes(before.properties[index(element.id)], property(element.id))
+                                       : changes(before.contexts.at(element.id), m_now.contexts.at(element.id))};
         return entry.changed.empty() ? std::nullopt : std::optional{entry};
     }
     static std::set<int> changes(Property const& old, Property const& is)

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "machine/PlainListeners.h"
+#include "machine/ReferenceEngine.h"
+#include "machine/ReferenceView.h"
 #include "machine/World.h"
 
 #include <array>
@@ -60,22 +61,23 @@ inline Value touched()
 
 /// The reference model: the simplest implementation of every operation, including the order in which reports are
 /// delivered.
-class PlainWorld final : public World {
+class ReferenceModel final : public World {
 public:
-    PlainWorld(Script const& script, Ids const& ids) : World{script}, m_ids{ids} {}
-    ~PlainWorld() override { end(); }
+    ReferenceModel(Script const& script, Ids const& ids, World const& systemUnderTest)
+        : World{script}, m_ids{ids}, m_systemUnderTest{systemUnderTest}
+    {}
+    ~ReferenceModel() override { end(); }
 
     std::string contents() const
     {
         std::ostringstream out;
         for (std::size_t i = 0; i != SLOTS; ++i) {
             out << "slot " << i << ' ' << (m_slots[i].provider ? nameOf(m_slots[i].last) : "empty");
-            PlainStore::Context const* const context =
-                m_slots[i].provider ? m_system.store.context(m_slots[i].last) : nullptr;
+            Store::Context const* const context =
+                m_slots[i].provider ? m_state.store.context(m_slots[i].last) : nullptr;
             if (context) {
                 for (auto const& [name, property] : context->properties)
-                    out << ' ' << name << '='
-                        << shown(m_system.store.now().properties[PlainStore::index(property)].value);
+                    out << ' ' << name << '=' << shown(m_state.store.property(property).value);
                 for (std::string const& name : context->active)
                     out << ' ' << name;
             }
@@ -83,14 +85,14 @@ public:
         }
         for (std::optional<int> const& property : m_lifted)
             if (property) {
-                PlainStore::Property const& lifted = m_system.store.now().properties[PlainStore::index(*property)];
+                Store::Property const& lifted = m_state.store.property(*property);
                 out << (lifted.alive ? "holds " + lifted.name + '@' + nameOf(lifted.owner) + '=' + shown(lifted.value)
                                      : "holds the dead")
                     << '\n';
             }
         for (int const id : m_known)
-            out << nameOf(id) << (m_system.providers.living.count(id) != 0 ? " lives" : " gone")
-                << (m_system.store.context(id) ? " data" : " none") << '\n';
+            out << nameOf(id) << (m_state.providers.living.count(id) != 0 ? " lives" : " gone")
+                << (m_state.store.context(id) ? " data" : " none") << '\n';
         return out.str();
     }
     std::set<std::string> values() const
@@ -98,20 +100,24 @@ public:
         std::set<std::string> lines;
         for (auto const& [handle, isContext] : held())
             if (!isContext)
-                lines.insert(std::to_string(handle) + '=' + valueOf(handle) + '\n');
+                lines.insert(std::to_string(handle) + '=' + valueOf(handle));
         return lines;
     }
     std::string read(int slot, std::string const& path) const
     {
-        Slot const& place = m_slots[PlainStore::index(slot)];
-        return place.provider ? shown(m_system.read(place.last, path)) : "";
+        Slot const& place = m_slots[Store::index(slot)];
+        return place.provider ? shown(m_state.read(place.last, path)) : "";
     }
-    std::string leaves() const
+    /// Returns what each engine's symbols are bound to. Where that is uncertain, takes over what the system did.
+    std::array<Bindings, ENGINES> bindings(std::array<Bindings, ENGINES> const& ofSystem)
     {
-        std::string text;
-        for (auto const& engine : m_engines)
-            text += "engine\n" + (engine ? engine->leaves() : "");
-        return text;
+        std::array<Bindings, ENGINES> all;
+        for (std::size_t i = 0; i != ENGINES; ++i)
+            if (m_engines[i]) {
+                m_engines[i]->resolve(ofSystem[i]);
+                all[i] = m_engines[i]->bindings();
+            }
+        return all;
     }
     std::string mirrors() const
     {
@@ -122,13 +128,13 @@ public:
                 continue;
             std::map<std::string, int> sorted;
             for (auto const& entry : view->clones)
-                if (m_tellsOfTheGone || m_system.store.context(entry.first))
+                if (m_showsMirrorsOfDestroyed || m_state.store.context(entry.first))
                     sorted[nameOf(entry.first)] = entry.first;
             for (auto const& [name, id] : sorted) {
-                PlainView::Clone const& clone = view->clones.at(id);
+                ReferenceView::Clone const& clone = view->clones.at(id);
                 out << name;
                 for (auto const& [key, slot] : clone.properties)
-                    out << ' ' << key << (m_system.store.find(id, key) == slot.property ? "=" : "~")
+                    out << ' ' << key << (m_state.store.find(id, key) == slot.property ? "=" : "~")
                         << shown(slot.value);
                 for (std::string const& active : clone.active)
                     out << ' ' << active;
@@ -156,31 +162,29 @@ public:
                         found["view " + std::to_string(i) + ": " + nameOf(id)];
         return found;
     }
-    /// Returns the number of evaluations that reports have caused.
-    std::size_t evaluations() const { return m_system.evaluations; }
-    bool isInTransaction() const { return m_system.store.isOpen(); }
+    bool isInTransaction() const { return m_state.store.isOpen(); }
     std::size_t elements() const
     {
         std::size_t count = 0;
-        for (auto const& entry : m_system.store.now().contexts)
+        for (auto const& entry : m_state.store.now().contexts)
             count += entry.second.alive ? 1 : 0;
-        for (PlainStore::Property const& property : m_system.store.now().properties)
+        for (Store::Property const& property : m_state.store.now().properties)
             count += property.alive ? 1 : 0;
         return count;
     }
 
-    void bury() override
+    void destroyLeftovers() override
     {
         for (int const id : m_known)
-            if (m_system.providers.living.count(id) == 0)
+            if (m_state.providers.living.count(id) == 0)
                 destroyData(id);
     }
     void touchAll() override
     {
-        PlainStore& store = m_system.store;
+        Store& store = m_state.store;
         for (int const id : m_known)
             for (std::string const& name : touchedNames()) {
-                if (m_system.providers.living.count(id) == 0 || !store.context(id))
+                if (m_state.providers.living.count(id) == 0 || !store.context(id))
                     continue;
                 Value const* const value = store.value(id, name);
                 Value const old = value ? *value : Value{};
@@ -196,23 +200,23 @@ public:
 
 private:
     struct Slot {
-        PlainProviders::Owner provider;
+        Providers::Owner provider;
         int last = -1;   // the present or last context
     };
-    struct Foreign final : PlainListener {
-        Foreign(PlainWorld& world, int listener) : world{world}, listener{listener} {}
-        void process(PlainStore::Report const& report) override
+    struct Foreign final : ReferenceListener {
+        Foreign(ReferenceModel& world, int listener) : world{world}, listener{listener} {}
+        void process(Store::Report const& report) override
         {
             for (bool const properties : {true, false})
                 if (!gone && report.has(properties))
                     world.heardReport(listener, report, properties);
         }
-        PlainWorld& world;
+        ReferenceModel& world;
         int listener;
     };
     struct Frame {
-        PlainStore::Report report;
-        std::vector<std::shared_ptr<PlainListener>> listeners;
+        Store::Report report;
+        std::vector<std::shared_ptr<ReferenceListener>> listeners;
         std::size_t next = 0;
         std::exception_ptr failure = nullptr;
     };
@@ -221,24 +225,24 @@ private:
 
     void create(int slot) override
     {
-        Slot& place = m_slots[PlainStore::index(slot)];
+        Slot& place = m_slots[Store::index(slot)];
         if (place.provider || m_creating.count(slot) != 0)
             return;
         int const id = nextContext();
         m_creating.insert(slot);
         try {
-            PlainProviders::Owner made;
+            Providers::Owner made;
             try {
                 inTransaction([&] {
-                    m_system.store.create(id);
-                    made = std::make_shared<PlainProviders::Provider>(m_system.providers, id,
-                                                                      [this](int gone) { destroyData(gone); });
+                    m_state.store.create(id);
+                    made = std::make_shared<Providers::Provider>(m_state.providers, id,
+                                                                 [this](int gone) { destroyData(gone); });
                 });
             } catch (...) {
                 made.reset();
                 throw;
             }
-            m_system.providers.living[id] = made;
+            m_state.providers.living[id] = made;
             m_known.insert(id);
             place.last = id;
             place.provider = std::move(made);
@@ -251,17 +255,14 @@ private:
     void destroyData(int id)
     {
         try {
-            inTransaction([&] { m_system.store.destroy(id); });
+            inTransaction([&] { m_state.store.destroy(id); });
         } catch (...) {   // throws nothing
         }
     }
-    void drop(int slot) override
-    {
-        PlainProviders::Owner const last = std::move(m_slots[PlainStore::index(slot)].provider);
-    }
+    void drop(int slot) override { Providers::Owner const last = std::move(m_slots[Store::index(slot)].provider); }
     void change(Op const& op) override
     {
-        Slot const& place = m_slots[PlainStore::index(op.slot)];
+        Slot const& place = m_slots[Store::index(op.slot)];
         if (!place.provider)
             return;
         int const id = place.last;
@@ -269,8 +270,8 @@ private:
         for (std::size_t i = 0; i != SLOTS; ++i)
             lastIn[i] = m_slots[i].last;
         Value const value = valueFor(op.value, lastIn);
-        PlainStore& store = m_system.store;
-        Slot const& target = m_slots[PlainStore::index(op.other % SLOTS)];
+        Store& store = m_state.store;
+        Slot const& target = m_slots[Store::index(op.other % SLOTS)];
         switch (op.kind) {
         case Kind::Set: return write(id, op.name, value);
         case Kind::Add:
@@ -281,7 +282,7 @@ private:
         case Kind::Rename: return inTransaction([&] { store.rename(id, op.name, op.newName); });
         default: break;
         }
-        std::optional<int>& held = m_lifted[PlainStore::index(op.other) % MOST_LIFTED];
+        std::optional<int>& held = m_lifted[Store::index(op.other) % MOST_LIFTED];
         if (op.kind == Kind::WriteHeld)
             return held ? inTransaction([&] { store.write(*held, value); }) : void();
         std::optional<int> const property = op.kind == Kind::Land ? held : store.find(id, op.name);
@@ -299,12 +300,12 @@ private:
     /// Looks up and holds the whole path first; then writes its end, then outward.
     void write(int id, std::string const& path, Value const& value)
     {
-        std::vector<std::pair<PlainProviders::Owner, std::string>> children;
+        std::vector<std::pair<Providers::Owner, std::string>> children;
         std::string rest = path;
         for (int at = id; rest.find('.') != std::string::npos;) {
             std::size_t const dot = rest.find('.');
-            Value const* const head = m_system.store.value(at, rest.substr(0, dot));
-            PlainProviders::Owner const child = head ? m_system.providers.find(*head) : nullptr;
+            Value const* const head = m_state.store.value(at, rest.substr(0, dot));
+            Providers::Owner const child = head ? m_state.providers.find(*head) : nullptr;
             if (!child)
                 break;
             at = child->id;
@@ -312,40 +313,41 @@ private:
             children.emplace_back(child, rest);
         }
         for (; !children.empty(); children.pop_back())
-            inTransaction([&] { m_system.store.set(children.back().first->id, children.back().second, value); });
-        inTransaction([&] { m_system.store.set(id, path, value); });
+            inTransaction([&] { m_state.store.set(children.back().first->id, children.back().second, value); });
+        inTransaction([&] { m_state.store.set(id, path, value); });
     }
-    void begin() override { m_system.store.begin(); }
-    void commit() override { deliver(m_system.store.commit()); }
-    void rollBack() override { m_system.store.rollBack(); }
-    std::size_t depth() const override { return m_system.store.depth(); }
+    void begin() override { m_state.store.begin(); }
+    void commit() override { deliver(m_state.store.commit()); }
+    void rollBack() override { m_state.store.rollBack(); }
+    std::size_t depth() const override { return m_state.store.depth(); }
 
     bool acquire(int number, Tree const& tree, int handle) override
     {
-        std::shared_ptr<PlainEngine> const engine = m_engines[PlainStore::index(number)];
+        std::shared_ptr<ReferenceEngine> const engine = m_engines[Store::index(number)];
         if (engine)
             engine->acquire(tree, handle);
         return engine != nullptr;
     }
     bool watch(int number, int slot, int handle) override
     {
-        std::shared_ptr<PlainView> const view = m_views[PlainStore::index(number)];
-        return view && view->acquire(m_slots[PlainStore::index(slot)].last, handle);
+        std::shared_ptr<ReferenceView> const view = m_views[Store::index(number)];
+        return view && view->acquire(m_slots[Store::index(slot)].last, handle);
     }
     void bind(int number, Binding const& binding) override
     {
-        std::shared_ptr<PlainEngine> const engine = m_engines[PlainStore::index(number)];
+        std::shared_ptr<ReferenceEngine> const engine = m_engines[Store::index(number)];
         if (!engine)
             return;
-        Slot const& slot = m_slots[PlainStore::index(binding.slot)];
+        Slot const& slot = m_slots[Store::index(binding.slot)];
         switch (binding.what) {
         case Binding::AcquireSymbol: return engine->acquireSymbol(binding.symbol, binding.text);
         case Binding::ReleaseSymbol: return engine->releaseSymbol(binding.symbol, binding.text);
         case Binding::MoveLeaf: engine->releaseLeaf(binding.symbol, binding.offset); [[fallthrough]];
         case Binding::AcquireLeaf: return engine->acquireLeaf(binding.symbol, binding.offset, slot.provider);
         case Binding::ReleaseLeaf: return engine->releaseLeaf(binding.symbol, binding.offset);
-        case Binding::ReleaseAlong: return engine->releaseAlong(binding.symbol, binding.offset, slot.provider);
-        case Binding::ReleaseAlongId: return engine->releaseAlong(binding.symbol, binding.offset, slot.last);
+        case Binding::ReleaseAlong:
+            return slot.provider ? engine->releaseLeaf(binding.symbol, binding.offset, slot.last) : void();
+        case Binding::ReleaseAlongId: return engine->releaseLeaf(binding.symbol, binding.offset, slot.last);
         case Binding::RemoveLeaf: return engine->removeLeaf(binding.symbol, binding.offset, slot.last);
         case Binding::CutOff: return engine->cutOff(binding.symbol, binding.offset, slot.last);
         default: return engine->update(binding.text);
@@ -355,57 +357,65 @@ private:
     {
         for (auto const& engine : m_allEngines)
             engine->release(handle);
-        for (auto const& view : std::vector<std::shared_ptr<PlainView>>{m_allViews})
+        for (auto const& view : std::vector<std::shared_ptr<ReferenceView>>{m_allViews})
             view->release(handle);
     }
     void detach(int handle) override
     {
-        for (auto const& view : std::vector<std::shared_ptr<PlainView>>{m_allViews})
+        for (auto const& view : std::vector<std::shared_ptr<ReferenceView>>{m_allViews})
             view->detach(handle);
     }
     void setEngine(int number, bool present) override
     {
-        std::shared_ptr<PlainEngine>& place = m_engines[PlainStore::index(number)];
-        PlainProviders::Owner const root = m_slots[PlainStore::index(number)].provider;
+        std::shared_ptr<ReferenceEngine>& place = m_engines[Store::index(number)];
+        Providers::Owner const root = m_slots[Store::index(number)].provider;
         if (present == (place != nullptr) || (present && !root))
             return;
-        if (std::shared_ptr<PlainEngine> const old = std::move(place)) {
+        if (std::shared_ptr<ReferenceEngine> const old = std::move(place)) {
             remove(old);
             return old->end();
         }
-        place = std::make_shared<PlainEngine>(
-            m_system, root,
+        place = std::make_shared<ReferenceEngine>(
+            m_state, root,
             [this](int handle, std::string const& text, Value const& value) {
                 heard(handle, std::to_string(handle) + ": " + text + " = " + shown(value), true);
             },
-            [this](Ref ref) { return ref.number < 0 ? STRANGER : m_ids.at(ref.number); });
+            [this](Ref ref) { return ref.number < 0 ? STRANGER : m_ids.at(ref.number); },
+            [this, number](std::string const& text, bool must) {
+                std::size_t const next = evaluations().size();
+                std::vector<std::string> const& ofSystem = m_systemUnderTest.evaluations();
+                bool const isNext = next < ofSystem.size() && ofSystem[next] == evaluation(number, text);
+                if (must || isNext)
+                    noteEvaluation(number, text);
+                return must || isNext;
+            });
         m_listeners.push_back(place);
         m_allEngines.push_back(place);
     }
     void setView(int number, bool present) override
     {
-        std::shared_ptr<PlainView>& place = m_views[PlainStore::index(number)];
+        std::shared_ptr<ReferenceView>& place = m_views[Store::index(number)];
         if (present == (place != nullptr))
             return;
-        if (std::shared_ptr<PlainView> const old = std::move(place)) {
+        if (std::shared_ptr<ReferenceView> const old = std::move(place)) {
             remove(old);
             return old->end();
         }
-        place = std::make_shared<PlainView>(
-            m_system, [this](int handle) { heard(handle, std::to_string(handle) + " detached", false); });
+        place = std::make_shared<ReferenceView>(
+            m_state, [this](int handle) { heard(handle, std::to_string(handle) + " detached", false); });
         m_listeners.push_back(place);
         m_allViews.push_back(place);
     }
     void setListener(int number, bool present) override
     {
-        std::shared_ptr<Foreign>& place = m_foreign[PlainStore::index(number)];
+        std::shared_ptr<Foreign>& place = m_foreign[Store::index(number)];
         if (present == (place != nullptr))
             return;
         if (std::shared_ptr<Foreign> const old = std::move(place))
             return remove(old);
         m_listeners.push_back(place = std::make_shared<Foreign>(*this, number));
     }
-    void remove(std::shared_ptr<PlainListener> const& listener)
+    void remove(std::shared_ptr<ReferenceListener> const& listener)
     {
         listener->gone = true;
         m_listeners.erase(std::find(m_listeners.begin(), m_listeners.end(), listener));
@@ -429,17 +439,17 @@ private:
     template <class Change>
     void inTransaction(Change const& make)
     {
-        m_system.store.begin();
+        m_state.store.begin();
         try {
             make();
         } catch (...) {
-            m_system.store.rollBack();
+            m_state.store.rollBack();
             throw;
         }
-        deliver(m_system.store.commit());
+        deliver(m_state.store.commit());
     }
     /// Delivers a report to all present listeners; each gets older pending reports first.
-    void deliver(PlainStore::Report report)
+    void deliver(Store::Report report)
     {
         if (report.entries.empty())
             return;
@@ -454,7 +464,7 @@ private:
     }
     static void serve(Frame& frame)
     {
-        std::shared_ptr<PlainListener> const listener = frame.listeners[frame.next++];
+        std::shared_ptr<ReferenceListener> const listener = frame.listeners[frame.next++];
         if (listener->gone)
             return;
         try {
@@ -464,41 +474,40 @@ private:
                 frame.failure = std::current_exception();
         }
     }
-    void heardReport(int listener, PlainStore::Report const& report, bool properties)
+    void heardReport(int listener, Store::Report const& report, bool properties)
     {
         std::string text = "listener " + std::to_string(listener);
         std::vector<Subject> subjects;
-        for (auto const change :
-             {PlainStore::Change::Created, PlainStore::Change::Modified, PlainStore::Change::Destroyed})
-            for (PlainStore::Entry const& entry : report.entries)
+        for (auto const change : {Store::Change::Created, Store::Change::Modified, Store::Change::Destroyed})
+            for (Store::Entry const& entry : report.entries)
                 if (entry.change == change && entry.element.isProperty == properties) {
                     text += std::string{" "} + "+~-"[static_cast<int>(change)] + line(entry, report.before);
                     subjects.push_back(subjectOf(entry.element));
                 }
-        calledOut(text, static_cast<std::uint64_t>(calls()) * 977 + static_cast<std::uint64_t>(listener), 0, true,
-                  subjects);
+        runCallback(text, static_cast<std::uint64_t>(calls()) * 977 + static_cast<std::uint64_t>(listener), 0, true,
+                    subjects);
     }
-    Subject subjectOf(PlainStore::Element const& element) const
+    Subject subjectOf(Store::Element const& element) const
     {
         if (!element.isProperty)
             return {element.id, false, {}};
-        PlainStore::Property const& now = m_system.store.now().properties[PlainStore::index(element.id)];
+        Store::Property const& now = m_state.store.property(element.id);
         return {now.owner, true, now.name};
     }
-    std::string line(PlainStore::Entry const& entry, PlainStore::State const& before) const
+    std::string line(Store::Entry const& entry, Store::State const& before) const
     {
         if (!entry.element.isProperty)
             return nameOf(entry.element.id) + oldContext(entry, before);
-        PlainStore::Property const& now = m_system.store.now().properties[PlainStore::index(entry.element.id)];
+        Store::Property const& now = m_state.store.property(entry.element.id);
         std::string text = now.name + '@' + nameOf(now.owner);
         if (entry.changed.empty())
             return text;
-        PlainStore::Property const& old = before.properties[PlainStore::index(entry.element.id)];
+        Store::Property const& old = before.properties[Store::index(entry.element.id)];
         text += entry.changed.count(1) != 0 ? " 1:" + old.name : "";
         text += entry.changed.count(2) != 0 ? " 2:" + shown(old.value) : "";
         return text + (entry.changed.count(3) != 0 ? " 3:" + nameOf(old.owner) : "");
     }
-    std::string oldContext(PlainStore::Entry const& entry, PlainStore::State const& before) const
+    std::string oldContext(Store::Entry const& entry, Store::State const& before) const
     {
         std::string text;
         if (entry.changed.count(1) != 0) {
@@ -509,7 +518,7 @@ private:
         if (entry.changed.count(2) != 0) {
             std::set<std::string> names;   // current names
             for (auto const& old : before.contexts.at(entry.element.id).properties)
-                names.insert(m_system.store.now().properties[PlainStore::index(old.second)].name);
+                names.insert(m_state.store.property(old.second).name);
             text += " 2:";
             for (std::string const& name : names)
                 text += name + ',';
@@ -541,21 +550,21 @@ private:
         return "undefined";
     }
     /// Returns false for the mirror of a destroyed context: it stays as it was until the next look for orphans.
-    bool isFresh(int id, PlainView::Clone const& clone, PlainView const& view) const
+    bool isFresh(int id, ReferenceView::Clone const& clone, ReferenceView const& view) const
     {
-        PlainStore::Context const* const context = m_system.store.context(id);
+        Store::Context const* const context = m_state.store.context(id);
         if (!context)
             return true;
         if ((context->active != clone.active && !clone.active.empty()) ||
             context->properties.size() != clone.properties.size())
             return false;
         for (auto const& [name, slot] : clone.properties) {
-            Value const* const source = m_system.store.value(id, name);
+            Value const* const source = m_state.store.value(id, name);
             auto const* const ref = std::get_if<Ref>(&slot.value);
-            if (ref && m_system.store.context(ref->number) && m_system.providers.names(slot.value) &&
+            if (ref && m_state.store.context(ref->number) && m_state.providers.names(slot.value) &&
                 view.clones.count(ref->number) == 0)
                 return false;
-            if (!source || m_system.store.find(id, name) != slot.property ||
+            if (!source || m_state.store.find(id, name) != slot.property ||
                 (!(*source == slot.value) && *source == *source))
                 return false;
         }
@@ -563,17 +572,18 @@ private:
     }
 
     Ids const& m_ids;
-    PlainSystem m_system;
+    World const& m_systemUnderTest;
+    ReferenceState m_state;
     std::array<Slot, SLOTS> m_slots;
     std::array<std::optional<int>, MOST_LIFTED> m_lifted;   // held properties
     std::set<int> m_creating;                               // slots
     std::set<int> m_known;                                  // contexts whose creation has returned
-    std::array<std::shared_ptr<PlainEngine>, ENGINES> m_engines;
-    std::array<std::shared_ptr<PlainView>, VIEWS> m_views;
+    std::array<std::shared_ptr<ReferenceEngine>, ENGINES> m_engines;
+    std::array<std::shared_ptr<ReferenceView>, VIEWS> m_views;
     std::array<std::shared_ptr<Foreign>, LISTENERS> m_foreign;
-    std::vector<std::shared_ptr<PlainEngine>> m_allEngines;
-    std::vector<std::shared_ptr<PlainView>> m_allViews;
-    std::vector<std::shared_ptr<PlainListener>> m_listeners;   // in order of registration
+    std::vector<std::shared_ptr<ReferenceEngine>> m_allEngines;
+    std::vector<std::shared_ptr<ReferenceView>> m_allViews;
+    std::vector<std::shared_ptr<ReferenceListener>> m_listeners;   // in order of registration
     std::vector<Frame*> m_frames;
 };
 

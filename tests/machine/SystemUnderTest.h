@@ -1,6 +1,6 @@
 #pragma once
 
-#include "machine/PlainWorld.h"
+#include "machine/ReferenceModel.h"
 #include "support/Allocations.h"
 
 #include "studio/data/ContextHandleImpl.h"
@@ -19,24 +19,24 @@
 namespace machine {
 
 /// The system under test, through its public interface.
-class RealWorld final : public World {
+class SystemUnderTest final : public World {
 public:
     using Provider = std::shared_ptr<studio::data::ContextProvider>;
 
     /// Stores the ids of its contexts in `ids`.
-    RealWorld(Script const& script, Ids& ids);
-    ~RealWorld() override;
+    SystemUnderTest(Script const& script, Ids& ids);
+    ~SystemUnderTest() override;
 
     void touchAll() override;
-    void bury() override;
+    void destroyLeftovers() override;
     /// Destroys the data that failed constructions left for lack of memory.
-    void buryNameless();
+    void destroyNameless();
     /// Returns which engines, views and listeners exist.
     std::string present() const;
     std::string contents() const;
     std::set<std::string> values() const;
     std::string read(int slot, std::string const& path) const;
-    std::string leaves() const;
+    std::array<Bindings, ENGINES> bindings() const;
     std::string mirrors() const;
     /// Returns the violated invariants; empty if there are none.
     std::string checkInvariants(bool touched = false) const;
