@@ -4,8 +4,8 @@
 #include "gel/ParseError.h"
 #include "machine/Interposed.h"
 #include "machine/Invariants.h"
-#include "studio/data/Expression.h"
 #include "studio/data/ProviderRegistry.h"
+#include "studio/data/detail/EngineState.h"
 #include "studio/data/model/ContextDataImpl.h"
 #include "studio/data/model/PropertyImpl.h"
 #include "tarn/zero/ModelImpl.h"
@@ -77,8 +77,9 @@ private:
 SystemUnderTest::SystemUnderTest(Script const& script, Ids& ids) : World{script}, m_ids{ids}
 {
     onEvaluation() = [this](studio::data::Expression const& expression) {
-        auto const engine = std::find_if(m_engines.begin(), m_engines.end(),
-                                         [&](auto const& each) { return each.get() == expression.engine; });
+        auto const engine = std::find_if(m_engines.begin(), m_engines.end(), [&](auto const& each) {
+            return each && &studio::data::detail::EngineState::of(*each) == &expression.engine;
+        });
         noteEvaluation(static_cast<int>(engine - m_engines.begin()), expression.text);
     };
 }
