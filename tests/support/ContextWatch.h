@@ -21,7 +21,7 @@ inline boost::uuids::uuid deadEntry()
         throw id;
     };
     try {
-        studio::data::ContextProvider::create();
+        static_cast<void>(studio::data::ContextProvider::create());
     } catch (boost::uuids::uuid const&) {}
     return id;
 }

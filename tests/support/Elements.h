@@ -70,8 +70,10 @@ inline Property add(ContextData const& context, std::string const& name, Propert
 }
 
 /// Returns a value that holds `payload` itself.
+// Not inlined: GCC would warn of reading an element from a box that holds a smaller value, which the type check
+// prevents.
 template <class T>
-tarn::zero::Value boxed(T const& payload)
+[[gnu::noinline]] tarn::zero::Value boxed(T const& payload)
 {
     return tarn::zero::Value{tarn::zero::ValueMeta{}, payload};
 }

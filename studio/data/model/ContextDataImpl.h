@@ -66,7 +66,7 @@ public:
     /// Returns a copy in `model` with copies of all properties; with the UUIDs of the originals if `cloneUUID`,
     /// otherwise with fresh ones. If it throws, nothing is made.
     // By design: the copy's active contexts are empty; whoever mirrors contexts fills them in itself.
-    [[nodiscard]] ContextData cloneTo(tarn::zero::Model const& model, bool cloneUUID) const;
+    ContextData cloneTo(tarn::zero::Model const& model, bool cloneUUID) const;
 
 private:
     ActiveContexts activeContexts;

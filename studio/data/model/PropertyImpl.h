@@ -85,7 +85,7 @@ public:
 
     /// Returns a copy in `model` without an owner; with this property's UUID if `cloneUUID`, otherwise with a fresh
     /// one.
-    [[nodiscard]] Property cloneTo(tarn::zero::Model const& model, bool cloneUUID) const;
+    Property cloneTo(tarn::zero::Model const& model, bool cloneUUID) const;
 
 private:
     friend class PropertyBackref;

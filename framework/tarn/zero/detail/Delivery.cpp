@@ -28,8 +28,10 @@ std::string namesIn(ReportData const& report)
 {
     std::string text;
     std::size_t const count = report.storages().size();
-    for (std::size_t i = 0; i != std::min(count, mostElements); ++i)
-        text += (i == 0 ? "" : ", ") + shortName(*report.storages()[i]->element().get());
+    for (std::size_t i = 0; i != std::min(count, mostElements); ++i) {
+        text += i == 0 ? "" : ", ";
+        text += shortName(*report.storages()[i]->element().get());
+    }
     return count <= mostElements ? text : text + " and " + std::to_string(count - mostElements) + " more";
 }
 
