@@ -3,8 +3,6 @@
 #include "studio/data/ContextProvider.h"
 #include "studio/data/ContextView.h"
 #include "studio/data/ExpressionEngine.h"
-#include "studio/data/model/ContextDataImpl.h"
-#include "studio/data/model/PropertyImpl.h"
 #include "tarn/zero/ModelImpl.h"
 #include "tarn/zero/Transaction.h"
 

@@ -16,6 +16,7 @@ public:
     /// What is held.
     using Function = std::function<void(Arguments...)>;
 
+    /// Makes a holder of `function`, which may be empty.
     explicit LentFunction(Function function) noexcept : m_function{std::move(function)} {}
     LentFunction(LentFunction const&) = delete;
     LentFunction& operator=(LentFunction const&) = delete;

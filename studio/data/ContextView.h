@@ -2,6 +2,8 @@
 
 #include "rook/factory/CppAndLumenOwned.h"
 #include "studio/data/ContextHandleImpl.h"
+#include "studio/data/model/ContextDataImpl.h"
+#include "studio/data/model/PropertyImpl.h"
 #include "tarn/zero/Listener.h"
 #include "tarn/zero/Model.h"
 #include "tarn/zero/services/Hashers.h"

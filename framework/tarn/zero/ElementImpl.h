@@ -51,12 +51,14 @@ private:
     std::atomic<std::int32_t> m_refCount{0};
 };
 
-/// Take and drop the reference of a `Counted<T>`. A handle whose `T` is incomplete where it is used overloads both.
+/// Counts one more reference of a `Counted<T>`. A handle class whose `T` is incomplete where handles are used has an
+/// overload of its own, and one of `dropReference`.
 template <class T>
 void takeReference(T* object) noexcept
 {
     object->addRef();
 }
+/// Counts one reference of a `Counted<T>` less; the last one destroys the object.
 template <class T>
 void dropReference(T* object) noexcept
 {
