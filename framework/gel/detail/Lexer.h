@@ -63,7 +63,7 @@ private:
     std::string_view flags();
 
     std::string_view m_text;
-    std::size_t m_next = 0;   // where the token after this one starts to be read
+    std::size_t m_next = 0;   // offset at which reading the next token begins
     Token m_token;
     std::forward_list<std::string> m_texts;   // token texts that differ from their spelling
 };

@@ -82,7 +82,7 @@ private:
 
     std::unordered_map<Id, Node, tarn::zero::services::hashers::TARN0Hasher<Id>> nodes;
     std::vector<Node*> suspects;   // capacity for all nodes, so that removal never allocates
-    std::vector<Node*> search;     // likewise
+    std::vector<Node*> search;     // stack of `rescue`; the same capacity
 };
 
 }   // namespace studio::data::detail

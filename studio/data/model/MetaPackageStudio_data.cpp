@@ -68,7 +68,7 @@ struct MetaPackageStudio_data::PropertyRow {
     bool saysNoDefault;
     Held held;
     unsigned long opposite;      // index in the class that it holds; 0: none
-    unsigned long qualifiedBy;   // likewise
+    unsigned long qualifiedBy;   // index in the class that it holds; 0: none
 };
 
 struct MetaPackageStudio_data::ClassRow {

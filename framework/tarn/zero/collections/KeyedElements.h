@@ -29,11 +29,11 @@ using KeyView = std::conditional_t<std::is_same_v<Key, std::string>, std::string
 /// A key is read from its element and not copied: it must not change while the element is in the table. After
 /// `keepKeys` the table copies the key of each element on insertion, and elements may change theirs.
 ///
-/// Erasing leaves a gap, a null handle, in the array. Its ranges are
+/// Erasing leaves a gap, a null handle, in the array. The array has three ranges:
 ///
 ///     0 ... m_first ... m_sorted ... size
 ///
-/// where the first holds gaps only, the second is sorted, and the third is in order of insertion; the last handle is no
+/// The first holds only gaps. The second is sorted. The third is in order of insertion, and its last handle is not a
 /// gap. *Cost*: gaps are closed when they outnumber the elements, so an erasure reads an amortised constant number of
 /// keys. An iteration after insertions sorts the inserted elements and those behind the least of them.
 template <class Key, class E, class KeyOf>
