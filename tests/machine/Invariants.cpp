@@ -135,7 +135,7 @@ std::string Invariants::of(ExpressionEngine const& engine)
         });
         found.require(isView, "a name is a view of nothing");
         owned -= binding.leaves.size();
-        bool const isStale = static_cast<detail::BindingHook<detail::Stale> const&>(binding).is_linked();
+        bool const isStale = static_cast<detail::BindingHook<detail::OfLinks> const&>(binding).is_linked();
         if (!isIdle || isStale)
             return;
         tarn::zero::ModelElement const element = model.findElement(binding.context->id, 1);

@@ -80,7 +80,7 @@ void ModelElement::Impl::Storage::recycle() noexcept
     resetChanges(boost::uuids::uuid{});
     m_previous = nullptr;
     m_displaced = nullptr;
-    m_untold = 0;
+    m_silentBits = 0;
     m_created = false;
     m_destroyed = false;
     m_madeProxy = false;

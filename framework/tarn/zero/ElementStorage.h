@@ -94,12 +94,12 @@ private:
     friend class detail::Journal;
 
     ModelElement m_element;
-    std::uint64_t toldBits() const noexcept { return changedBits() & ~m_untold; }
+    std::uint64_t reportedBits() const noexcept { return changedBits() & ~m_silentBits; }
 
     detail::StoragePool* m_pool = nullptr;   // the pool that owns it
     Storage* m_previous = nullptr;           // storage of the same element at an outer level
     Impl* m_displaced = nullptr;   // dead element or proxy of the same UUID that this created element replaced; or null
-    std::uint64_t m_untold = 0;    // changed bits kept for rollback only, not reported
+    std::uint64_t m_silentBits = 0;   // changed bits kept for rollback only, not reported
     std::uint32_t m_level = 0;
     bool m_created = false;
     bool m_destroyed = false;

@@ -58,16 +58,16 @@ void ModelElement::Impl::recordContainer()
     notifyModifying(index == NO_INDEX ? Changes::OFFSET_CONTAINMENT : index);
 }
 
-void ModelElement::Impl::recordContainerUntold()
+void ModelElement::Impl::recordContainerSilently()
 {
     unsigned long const index = containerIndex();
-    recordUntold(index == NO_INDEX ? Changes::OFFSET_CONTAINMENT : index);
+    recordSilently(index == NO_INDEX ? Changes::OFFSET_CONTAINMENT : index);
 }
 
-void ModelElement::Impl::recordUntold(unsigned long index)
+void ModelElement::Impl::recordSilently(unsigned long index)
 {
     refuseChange();
-    m_model->journal().touchUntold(*this, index);
+    m_model->journal().touchSilently(*this, index);
 }
 
 }   // namespace tarn::zero

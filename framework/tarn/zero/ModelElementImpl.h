@@ -120,9 +120,9 @@ public:
     /// Saves the present container as the old one, before it changes.
     void recordContainer();
     /// Saves the container for rollback only: the change that follows is not reported.
-    void recordContainerUntold();
+    void recordContainerSilently();
     /// Saves property `index` for rollback only: the change that follows is not reported.
-    void recordUntold(unsigned long index);
+    void recordSilently(unsigned long index);
     /// Makes this element the container of `child` without announcing it; inside a transaction the old container is
     /// saved for rollback. *Throws* `std::logic_error` for a dead child, and `InvalidValue` unless `feature` is a
     /// collection of this element that accepts the child.

@@ -150,7 +150,7 @@ void ExpressionBindings::dropIfEmpty(Binding& binding) noexcept
     --context.count;
     static_cast<PropertyBackref&>(binding).unlink();
     static_cast<BindingHook<OfContext>&>(binding).unlink();
-    static_cast<BindingHook<Stale>&>(binding).unlink();
+    static_cast<BindingHook<OfLinks>&>(binding).unlink();
     spareBindings.keep(std::unique_ptr<Binding>{&binding});
     if (!context.bindings.empty())
         return;

@@ -17,7 +17,7 @@
 namespace studio::data::detail {
 
 struct OfContext;   // tag: the list of a context's bindings
-struct Stale;       // tag: the list of bindings whose link from the property may be stale
+struct OfLinks;     // tag: a list of `ExpressionLinks`
 template <class Tag>
 using BindingHook = boost::intrusive::list_base_hook<boost::intrusive::tag<Tag>,
                                                      boost::intrusive::link_mode<boost::intrusive::auto_unlink>>;
@@ -49,7 +49,7 @@ struct ExpressionBindingLeaves : PropertyBackref {
 
 /// All leaves bound to one property name of one context, whether or not the property exists. A back reference of the
 /// property; see `ExpressionLinks`.
-struct ExpressionBinding : ExpressionBindingLeaves, BindingHook<OfContext>, BindingHook<Stale> {
+struct ExpressionBinding : ExpressionBindingLeaves, BindingHook<OfContext>, BindingHook<OfLinks> {
     using ExpressionBindingLeaves::ExpressionBindingLeaves;
 
     ExpressionContext* context = nullptr;

@@ -15,7 +15,7 @@ void ExpressionLinks::set(Binding& binding, Property::Impl* property) noexcept
             static_cast<PropertyBackref*>(present)->unlink();
         binding.link(*property);
     }
-    static_cast<BindingHook<Stale>&>(binding).unlink();
+    static_cast<BindingHook<OfLinks>&>(binding).unlink();
 }
 
 void ExpressionLinks::update(Property::Impl& property, Binding* binding, bool isLatest) noexcept

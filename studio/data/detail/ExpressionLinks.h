@@ -39,7 +39,7 @@ public:
     bool hasStale() const noexcept { return !stale.empty(); }
     void markStale(Binding& binding) noexcept
     {
-        if (!static_cast<BindingHook<Stale> const&>(binding).is_linked())
+        if (!static_cast<BindingHook<OfLinks> const&>(binding).is_linked())
             stale.push_back(binding);
     }
     /// Looks up the properties of the stale bindings. The model must be idle, and every report processed.
@@ -49,7 +49,7 @@ private:
     Binding* linkedTo(Property::Impl const& property) const noexcept;
 
     void const* owner;
-    BindingList<Binding, Stale> stale;
+    BindingList<Binding, OfLinks> stale;
 };
 
 }   // namespace studio::data::detail

@@ -171,17 +171,12 @@ Property::Impl* ViewState::copyFor(Property::Impl& source)
     ContextData::Impl const* const owner = source.isAlive() ? source.ownerImpl() : nullptr;
     if (!owner)
         return nullptr;
-    // Inside a transaction the structure version is meaningless.
-    bool const isIdle = !ContextProvider::sharedModel()->isInTransaction();
-    if (isIdle) {
-        epoch.catchUp();
-        if (Property::Impl* const copy = mirrors.find(source, epoch))
-            return copy;
-    }
+    if (Property::Impl* const copy = mirrors.find(source))
+        return copy;
     ContextData const* const clone = cloneOf(*owner);
     Property::Impl* const copy = clone ? copyOf(source, *clone->operator->()) : nullptr;
-    if (copy && isIdle)
-        mirrors.keep(source, *copy, epoch);
+    if (copy)
+        mirrors.keep(source, *copy);
     return copy;
 }
 
@@ -288,7 +283,7 @@ bool ViewState::isQuiet() const noexcept
 void ViewState::addCopy(Property const& source, ContextData const& clone, Update& update)
 {
     update.begin();
-    epoch.restart();
+    mirrors.invalidate();
     Property const copy = source->cloneTo(model, true);
     clone->getPropertiesMutable().add(copy);
     if (copy->getValue().isUUID())
@@ -298,7 +293,7 @@ void ViewState::addCopy(Property const& source, ContextData const& clone, Update
 void ViewState::removeCopy(Property const& copy, Update& update)
 {
     update.begin();
-    epoch.restart();
+    mirrors.invalidate();
     std::optional<Id> const old = uuidIn(copy->getValue());
     Id const owner = copy->ownerImpl()->identifier();
     copy->destroy();

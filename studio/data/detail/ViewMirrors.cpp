@@ -30,15 +30,20 @@ void ViewMirrors::clear() noexcept
         delete static_cast<Entry*>(&entries.front());
 }
 
-Property::Impl* ViewMirrors::find(Property::Impl const& source, Epoch const& epoch) const noexcept
+Property::Impl* ViewMirrors::find(Property::Impl const& source) noexcept
 {
+    if (model.isInTransaction())
+        return nullptr;   // the structure version is meaningless
+    epoch.catchUp();
     Entry const* const entry = entryOf(source);
     Property::Impl* const* const copy = entry ? entry->copy.in(epoch) : nullptr;
     return copy && (*copy)->isAlive() && (*copy)->ownerImpl() == entry->clone ? *copy : nullptr;
 }
 
-void ViewMirrors::keep(Property::Impl& source, Property::Impl& copy, Epoch const& epoch) noexcept
+void ViewMirrors::keep(Property::Impl& source, Property::Impl& copy) noexcept
 {
+    if (model.isInTransaction())
+        return;
     Entry* entry = entryOf(source);
     if (!entry) {
         if (!PropertyBackref::find(source, this, PropertyBackref::FEW).isCertain)

@@ -11,17 +11,19 @@ namespace studio::data::detail {
 /// property.
 class ViewMirrors {
 public:
-    ViewMirrors() = default;
+    explicit ViewMirrors(tarn::zero::Model::Impl const& sharedModel) noexcept : model{sharedModel} {}
     ViewMirrors(ViewMirrors const&) = delete;
     ViewMirrors& operator=(ViewMirrors const&) = delete;
     ~ViewMirrors() { clear(); }
 
     /// Returns the cached copy of a property; null if it must be looked up.
-    Property::Impl* find(Property::Impl const& source, Epoch const& epoch) const noexcept;
+    Property::Impl* find(Property::Impl const& source) noexcept;
     /// True if there is an entry, even an outdated one. False does not mean that no copy exists.
     bool contains(Property::Impl const& source) const noexcept { return entryOf(source) != nullptr; }
     /// Caches a looked-up copy. Does nothing if memory is short.
-    void keep(Property::Impl& source, Property::Impl& copy, Epoch const& epoch) noexcept;
+    void keep(Property::Impl& source, Property::Impl& copy) noexcept;
+    /// Makes every entry invalid, when a clone, or a property of one, comes or goes.
+    void invalidate() noexcept { epoch.restart(); }
     void clear() noexcept;
 
 private:
@@ -32,6 +34,8 @@ private:
     using Hook = boost::intrusive::list_base_hook<boost::intrusive::link_mode<boost::intrusive::auto_unlink>>;
     struct Link : Hook {};
     boost::intrusive::list<Link, boost::intrusive::constant_time_size<false>> entries;   // owned
+    tarn::zero::Model::Impl const& model;
+    Epoch epoch{model};
 };
 
 }   // namespace studio::data::detail

@@ -214,7 +214,7 @@ void ViewState::discardOrphans()
     for (Id const& id : orphans)
         clones.push_back(getData(id));
     Change change{*this};
-    epoch.restart();
+    mirrors.invalidate();
     for (ContextData const& clone : clones)
         if (clone)
             clone->destroy();
@@ -238,7 +238,7 @@ ContextData* ViewState::liveData(Id const& id)
         return &found->second;
     data.erase(found);
     exact.erase(id);
-    epoch.restart();
+    mirrors.invalidate();
     graph.remove(id);
     return nullptr;
 }
@@ -246,7 +246,7 @@ ContextData* ViewState::liveData(Id const& id)
 void ViewState::add(Id const& id, ContextData const& clone)
 {
     data.emplace(id, clone);
-    epoch.restart();
+    mirrors.invalidate();
     addToGraph(id, clone);
 }
 
@@ -265,7 +265,7 @@ void ViewState::refreshGraph()
         return;
     graph.clear();
     exact.clear();
-    epoch.restart();
+    mirrors.invalidate();
     for (auto entry = data.begin(); entry != data.end();)
         entry = entry->second ? std::next(entry) : data.erase(entry);
     for (auto const& [id, clone] : data)

@@ -3,7 +3,6 @@
 #include "studio/data/ContextProvider.h"
 #include "studio/data/ContextView.h"
 #include "studio/data/HandleRecord.h"
-#include "studio/data/detail/Epoch.h"
 #include "studio/data/detail/ExactClones.h"
 #include "studio/data/detail/ViewGraph.h"
 #include "studio/data/detail/ViewMirrors.h"
@@ -97,8 +96,7 @@ private:
     void lost(Id const& target, Id const& from, Update& update);
     void finish(Update& update);
 
-    Epoch epoch{*ContextProvider::sharedModel().get()};
-    ViewMirrors mirrors;
+    ViewMirrors mirrors{*ContextProvider::sharedModel().get()};
     ExactClones exact;
 };
 

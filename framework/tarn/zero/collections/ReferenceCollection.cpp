@@ -50,10 +50,10 @@ ModelElement ReferenceCollection::resolveProxy(ProxyId const& id)
     if (ModelElement const standIn = proxy(id); standIn.get() && canReplace(standIn, element)) {
         Model::Impl& model = *ownerImpl()->getModelImpl();
         if (model.isInTransaction()) {   // rollback restores what the read found
-            ownerImpl()->recordUntold(featureIndex());
+            ownerImpl()->recordSilently(featureIndex());
             for (ModelElement const& moved : {standIn, element})
                 if (m_composite)
-                    moved->recordContainerUntold();
+                    moved->recordContainerSilently();
         }
         replaceProxy(standIn, element);
         if (m_composite) {

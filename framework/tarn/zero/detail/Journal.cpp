@@ -58,11 +58,11 @@ void Journal::touch(Impl& element, unsigned long index)
     Storage& storage = storageFor(element);
     if (!storage.m_created && !storage.isChanged(index))
         element.copyValue(&storage, index);
-    if (storage.m_untold != 0)
-        storage.m_untold &= ~bitsOf(element, index);
+    if (storage.m_silentBits != 0)
+        storage.m_silentBits &= ~bitsOf(element, index);
 }
 
-void Journal::touchUntold(Impl& element, unsigned long index)
+void Journal::touchSilently(Impl& element, unsigned long index)
 {
     if (!isOpen())
         throw std::logic_error{"a change needs an open transaction: " + element.describe()};
@@ -71,7 +71,7 @@ void Journal::touchUntold(Impl& element, unsigned long index)
         return;
     std::uint64_t const before = storage.changedBits();
     element.copyValue(&storage, index);
-    storage.m_untold |= storage.changedBits() & ~before;
+    storage.m_silentBits |= storage.changedBits() & ~before;
 }
 
 void Journal::created(Impl& element, bool announced)
@@ -141,9 +141,9 @@ void Journal::mergeIntoOuter() noexcept
             continue;
         }
         if (!outer->m_created) {
-            std::uint64_t const told = outer->toldBits() | storage.toldBits();
+            std::uint64_t const told = outer->reportedBits() | storage.reportedBits();
             storage.mergeInto(*outer);
-            outer->m_untold = outer->changedBits() & ~told;
+            outer->m_silentBits = outer->changedBits() & ~told;
         }
         outer->m_destroyed |= storage.m_destroyed;
         outer->m_madeProxy |= storage.m_madeProxy;
@@ -186,7 +186,7 @@ void Journal::sealEach(Keep const& keep) noexcept
         element.m_storage = nullptr;
         if (storage->m_destroyed)
             finishDeath(element);
-        storage->m_bits = storage->toldBits();
+        storage->m_bits = storage->reportedBits();
         bool const counts =
             storage->m_created ? !storage->m_destroyed : storage->m_destroyed || storage->changedBits() != 0;
         if (!counts || !element.m_announced || !keep(*storage))

@@ -35,7 +35,7 @@ public:
     /// Saves property `index` of an element before its first change. If it throws, nothing is recorded.
     void touch(Impl& element, unsigned long index);
     /// Saves property `index` for rollback only: the change is not reported.
-    void touchUntold(Impl& element, unsigned long index);
+    void touchSilently(Impl& element, unsigned long index);
     /// Records that an element was created, announced or silently.
     void created(Impl& element, bool announced);
     void destroyed(Impl& element);
