@@ -2,13 +2,16 @@
 #include "gel/Eval.h"
 #include "gel/ParseError.h"
 #include "gel/Program.h"
+#include "gel/Tree.h"
+#include "workbench/NaiveEvaluator.h"
 
 #include <limits>
 #include <set>
 #include <string>
 
 // The bytes are a text. Whatever they are, it is refused with a place inside it, or it evaluates: to the same value
-// each time, asking for none but its own symbols and for none twice.
+// each time, which is that of the naive evaluator, asking for none but its own symbols and for none twice. Each part of
+// its tree is a text of its own.
 
 namespace {
 
@@ -52,6 +55,17 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         require(first.asked == second.asked, "the same symbols are asked for again");
         for (std::string const& symbol : first.asked)
             require(symbols.count(symbol) == 1, "only symbols of the text are asked for");
+
+        gel::Tree const tree(text);
+        Source third;
+        workbench::NaiveEvaluator naive([&](std::string const& symbol) { return third.lookup(symbol); });
+        require(naive.evaluate(tree) == value, "the value is that of the naive evaluator");
+        require(third.asked == first.asked, "which asks for the same symbols");
+        for (std::size_t index = 0; index < tree.nodes().size() && tree.nodes().size() < 100; ++index)
+            if (gel::Tree::Node const& node = tree.nodes()[index]; node.kind != gel::Tree::Kind::Pattern) {
+                gel::Tree const part(std::string(tree.textOf(node)));
+                require(part.root().kind == node.kind && part.root().name == node.name, "a part is a text of its own");
+            }
     } catch (gel::ParseError const& error) {
         std::string const place = std::to_string(error.line()) + ':' + std::to_string(error.column());
         require(error.what() == "gel:" + place + ": " + error.reason(), "what() is made of place and reason");

@@ -1,5 +1,7 @@
 #include "workbench/Reference.h"
 
+#include "workbench/NaiveEvaluator.h"
+
 #include <boost/uuid/uuid_io.hpp>
 
 #include <utility>
@@ -40,9 +42,10 @@ PropertyValue fromLanguage(gel::Value const& value)
 Reference::Reference(std::vector<Expression> const& expressions, std::vector<Operation> const& initial, Names names)
     : names{std::move(names)}
 {
-    programs.reserve(expressions.size());
-    for (Expression const& expression : expressions)
+    for (Expression const& expression : expressions) {
         programs.emplace_back(expression.text);
+        trees.emplace_back(expression.text);
+    }
     contexts[0];
     for (Operation const& operation : initial)
         apply(operation);
@@ -54,14 +57,14 @@ std::vector<Answer> Reference::step(std::vector<Operation> const& operations)
     auto const start = std::chrono::steady_clock::now();
     for (Operation const& operation : operations)
         apply(operation);
+    runAll();
+    spent += std::chrono::steady_clock::now() - start;
     std::vector<PropertyValue> after = evaluateAll();
     std::vector<Answer> changed;
     for (std::size_t i = 0; i < after.size(); ++i)
         if (!(after[i] == current[i]))
             changed.push_back({i, after[i]});
     current = std::move(after);
-    spent += std::chrono::steady_clock::now() - start;
-    evaluated += programs.size();
     return changed;
 }
 
@@ -78,13 +81,22 @@ void Reference::apply(Operation const& operation)
     }
 }
 
+void Reference::runAll()
+{
+    Source const source(contexts);
+    for (gel::Program const& program : programs)
+        static_cast<void>(program.eval(source));
+    evaluated += programs.size();
+}
+
 std::vector<PropertyValue> Reference::evaluateAll() const
 {
     Source const source(contexts);
     std::vector<PropertyValue> values;
-    values.reserve(programs.size());
-    for (gel::Program const& program : programs)
-        values.push_back(fromLanguage(program.eval(source)));
+    values.reserve(trees.size());
+    for (gel::Tree const& tree : trees)
+        values.push_back(fromLanguage(
+            NaiveEvaluator{[&](std::string const& symbol) { return source.lookup(symbol); }}.evaluate(tree)));
     return values;
 }
 

@@ -2,6 +2,7 @@
 
 #include "gel/DataSource.h"
 #include "gel/Program.h"
+#include "gel/Tree.h"
 #include "studio/data/PropertyValue.h"
 #include "workbench/Document.h"
 
@@ -17,7 +18,7 @@
 namespace workbench {
 
 /// A host without the library, the reference for values and for cost: contexts are maps, and every expression is
-/// evaluated after every step.
+/// evaluated after every step. The values are those of the naive evaluator, the cost is that of the parsed programs.
 class Reference {
 public:
     /// Returns the value of a property that refers to a context, by the context's number.
@@ -53,11 +54,13 @@ private:
     };
 
     void apply(Operation const& operation);
+    void runAll();
     std::vector<studio::data::PropertyValue> evaluateAll() const;
 
     Names names;
     std::map<std::size_t, Context> contexts;
     std::vector<gel::Program> programs;
+    std::vector<gel::Tree> trees;
     std::vector<studio::data::PropertyValue> current;
     std::size_t evaluated = 0;
     std::chrono::nanoseconds spent{};

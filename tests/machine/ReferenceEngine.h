@@ -52,17 +52,17 @@ public:
         symbols.clear();
         root.reset();
     }
-    void acquire(Tree const& tree, int handle)
+    void acquire(Text const& parsed, int handle)
     {
-        std::string const text = tree.text();
+        std::string const text = parsed.text;
         std::shared_ptr<Expression>& entry = expressions[text];
         if (!entry) {
-            if (tree.isBroken) {
+            if (parsed.isBroken()) {
                 expressions.erase(text);
                 throw std::invalid_argument{text};
             }
-            entry =
-                std::make_shared<Expression>(Expression{text, tree, ++lastNumber, tree.symbols(), false, {}, false});
+            entry = std::make_shared<Expression>(
+                Expression{text, parsed, ++lastNumber, parsed.symbols(), false, {}, false});
             for (std::string const& symbol : entry->symbols)
                 acquireSymbol(symbol, text);
             entry->value = evaluate(*entry);
@@ -221,7 +221,7 @@ private:
     };
     struct Expression {
         std::string text;
-        Tree tree;
+        Text parsed;
         int number;
         std::set<std::string> symbols;
         Value value;
@@ -331,7 +331,7 @@ private:
     }
     Value evaluate(Expression const& expression) const
     {
-        return expression.tree.eval([&](std::string const& symbol) -> Value {
+        return expression.parsed.eval([&](std::string const& symbol) -> Value {
             Value const value = root ? state.read(root->id, symbol) : Value{};
             auto const* const ref = std::get_if<Ref>(&value);
             return ref ? Value{textOf(*ref)} : value;

@@ -321,11 +321,11 @@ private:
     void rollBack() override { m_state.store.rollBack(); }
     std::size_t depth() const override { return m_state.store.depth(); }
 
-    bool acquire(int number, Tree const& tree, int handle) override
+    bool acquire(int number, Text const& text, int handle) override
     {
         std::shared_ptr<ReferenceEngine> const engine = m_engines[Store::index(number)];
         if (engine)
-            engine->acquire(tree, handle);
+            engine->acquire(text, handle);
         return engine != nullptr;
     }
     bool watch(int number, int slot, int handle) override

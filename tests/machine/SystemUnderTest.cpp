@@ -198,18 +198,17 @@ void SystemUnderTest::rollBack()
     inSystem([&] { m_open.pop_back(); });
 }
 
-bool SystemUnderTest::acquire(int number, Tree const& tree, int handle)
+bool SystemUnderTest::acquire(int number, Text const& text, int handle)
 {
     auto const& engine = m_engines[Store::index(number)];
     if (!engine)
         return false;
-    studio::data::ExpressionHandle::Callback const callback = [this, handle](std::string const& text,
+    studio::data::ExpressionHandle::Callback const callback = [this, handle](std::string const& told,
                                                                              PropertyValue const& value) {
         support::Exempt const inside;
-        heard(handle, std::to_string(handle) + ": " + text + " = " + shown(value), true);
+        heard(handle, std::to_string(handle) + ": " + told + " = " + shown(value), true);
     };
-    std::string const text = tree.text();
-    auto made = inSystem([&] { return engine->acquireExpression(text, callback); });
+    auto made = inSystem([&] { return engine->acquireExpression(text.text, callback); });
     m_expressionHandles[handle] = std::move(made);
     return true;
 }

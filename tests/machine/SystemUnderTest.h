@@ -57,7 +57,7 @@ private:
     void commit() override;
     void rollBack() override;
     std::size_t depth() const override { return m_open.size(); }
-    bool acquire(int engine, Tree const& tree, int handle) override;
+    bool acquire(int engine, Text const& text, int handle) override;
     bool watch(int view, int slot, int handle) override;
     void bind(int engine, Binding const& binding) override;
     void release(int handle) override;

@@ -1,12 +1,14 @@
 #pragma once
 
+#include "gel/Eval.h"
+#include "gel/Tree.h"
 #include "machine/Steps.h"
-#include "support/NaiveGel.h"
+#include "workbench/NaiveEvaluator.h"
 
 #include <cmath>
+#include <optional>
 #include <set>
 #include <string>
-#include <utility>
 #include <variant>
 #include <vector>
 
@@ -26,30 +28,25 @@ inline std::string numberText(double number)
 }
 
 /// An expression of a run.
-class Tree {
+class Text {
 public:
     /// Makes the text determined by `seed`; one in forty does not parse.
-    static Tree fromSeed(std::uint64_t seed)
+    static Text fromSeed(std::uint64_t seed)
     {
         Dice dice{seed};
-        Tree tree;
-        tree.expression = dice.oneIn(3) ? random(dice, 2) : list(dice);
-        tree.isBroken = dice.oneIn(40);
-        return tree;
+        std::string text = dice.oneIn(3) ? random(dice, 2) : list(dice);
+        if (dice.oneIn(40))
+            return {text + " +", std::nullopt};
+        return {text, gel::Tree{text}};
     }
 
-    std::string text() const { return print(expression).text + (isBroken ? " +" : ""); }
-    std::set<std::string> symbols() const
-    {
-        std::vector<std::string> names;
-        expression.collectSymbols(names);
-        return {names.begin(), names.end()};
-    }
+    bool isBroken() const { return !tree; }   // does not parse
+    std::set<std::string> symbols() const { return gel::symbols(text); }
     /// Evaluates; `lookUp` returns the value of a symbol, with a reference as text.
     template <class LookUp>
     Value eval(LookUp const& lookUp) const
     {
-        support::naive::Naive naive{[&](std::string const& symbol) -> gel::Value {
+        workbench::NaiveEvaluator naive{[&](std::string const& symbol) -> gel::Value {
             Value const value = lookUp(symbol);
             if (auto const* const text = std::get_if<std::string>(&value))
                 return *text;
@@ -58,7 +55,7 @@ public:
             auto const* const number = std::get_if<double>(&value);
             return number ? gel::Value{*number} : gel::Value{};
         }};
-        gel::Value const value = naive.of(expression);
+        gel::Value const value = naive.evaluate(*tree);
         if (value.isString())
             return value.getString();
         if (value.isLogical())
@@ -66,41 +63,37 @@ public:
         return value.isDouble() ? Value{value.getDouble()} : Value{};
     }
 
-    bool isBroken = false;   // does not parse
+    std::string text;
+    std::optional<gel::Tree> tree;
 
 private:
-    using Node = support::naive::Tree;
-
-    static Node text(std::string const& content) { return {"literal", {}, '\'' + content + '\'', content}; }
-    static Node symbol(Dice& dice)
+    static std::string symbol(Dice& dice)
     {
         std::string const path = Script::path(dice);
-        return {"symbol", {}, path.empty() ? "a" : path};
+        bool const isPlain = ('.' + path + '.').find("..") == std::string::npos;
+        return path.empty() ? "a" : isPlain ? path : '`' + path + '`';
     }
     /// Makes a text whose value shows every change of its symbols.
-    static Node list(Dice& dice)
+    static std::string list(Dice& dice)
     {
-        Node tree = orDash(dice);
+        std::string text = orDash(dice);
         for (int more = dice.below(3); more != 0; --more)
-            tree = {"+", {{"+", {std::move(tree), text(",")}}, orDash(dice)}};
-        return tree;
+            text += " + ',' + " + orDash(dice);
+        return text;
     }
-    static Node orDash(Dice& dice) { return {"+", {text(""), {"??", {symbol(dice), text("-")}}}}; }
-    static Node random(Dice& dice, int depth)
+    static std::string orDash(Dice& dice) { return "('' + (" + symbol(dice) + " ?? '-'))"; }
+    static std::string random(Dice& dice, int depth)
     {
-        static std::vector<std::string> const s_signs{"?:", "&&", "||", "??", "!", "defined", "==", "+", "+"};
-        if (depth == 0 || dice.oneIn(5)) {
-            int const number = dice.oneIn(5) ? dice.below(3) : -1;
-            return number < 0 ? symbol(dice) : Node{"literal", {}, std::to_string(number), number};
-        }
-        Node tree{dice.pick(s_signs)};
-        bool const isUnary = tree.sign == "!" || tree.sign == "defined";
-        for (int count = isUnary ? 1 : tree.sign == "?:" ? 3 : 2; count != 0; --count)
-            tree.parts.push_back(random(dice, depth - 1));
-        return tree;
+        static std::vector<std::string> const s_signs{"?", "&&", "||", "??", "!", "defined", "==", "+", "+"};
+        if (depth == 0 || dice.oneIn(5))
+            return dice.oneIn(5) ? std::to_string(dice.below(3)) : symbol(dice);
+        std::string const sign = dice.pick(s_signs);
+        std::string const first = random(dice, depth - 1);
+        if (sign == "!" || sign == "defined")
+            return '(' + sign + '(' + first + "))";
+        std::string const text = '(' + first + ' ' + sign + ' ' + random(dice, depth - 1);
+        return text + (sign == "?" ? " : " + random(dice, depth - 1) : "") + ')';
     }
-
-    Node expression{};
 };
 
 }   // namespace machine

@@ -132,7 +132,7 @@ protected:
     virtual void commit() = 0;
     virtual void rollBack() = 0;
     virtual std::size_t depth() const = 0;
-    virtual bool acquire(int engine, Tree const& tree, int handle) = 0;   // false: there is no such engine or view
+    virtual bool acquire(int engine, Text const& text, int handle) = 0;   // false: there is no such engine or view
     virtual bool watch(int view, int slot, int handle) = 0;
     virtual void bind(int engine, Binding const& binding) = 0;
     virtual void release(int handle) = 0;
@@ -317,7 +317,7 @@ private:
         m_handles[handle] = {op.seed >> 8};
         m_mayBeStale |= depth() != 0;
         if (isContext ? watch(op.other % VIEWS, op.slot, handle)
-                      : acquire(op.other % ENGINES, Tree::fromSeed(op.text), handle))
+                      : acquire(op.other % ENGINES, Text::fromSeed(op.text), handle))
             m_held[handle] = isContext;
         else
             log("[nothing]");
@@ -325,9 +325,9 @@ private:
     void bindByHand(Op const& op)
     {
         m_mayBeStale = true;
-        Tree const tree = Tree::fromSeed(op.text);
-        std::set<std::string> const symbols = tree.symbols();
-        if (tree.isBroken || symbols.empty())
+        Text const text = Text::fromSeed(op.text);
+        std::set<std::string> const symbols = text.isBroken() ? std::set<std::string>{} : text.symbols();
+        if (symbols.empty())
             return;
         Dice dice{op.seed};
         std::string const symbol = *std::next(symbols.begin(), dice.below(static_cast<int>(symbols.size())));
@@ -336,7 +336,7 @@ private:
             if (std::size_t const dot = symbol.find('.', offset); dot != std::string::npos)
                 offset = dot + 1;
         bind(op.other % ENGINES,
-             {static_cast<Binding::What>(dice.below(Binding::COUNT)), symbol, tree.text(), offset, dice.below(SLOTS)});
+             {static_cast<Binding::What>(dice.below(Binding::COUNT)), symbol, text.text, offset, dice.below(SLOTS)});
     }
     void releaseOne(Op const& op)
     {

@@ -23,19 +23,31 @@ std::string arity(Function const& function)
     return std::to_string(function.most) + (function.most == 1 ? " argument" : " arguments");
 }
 
+std::string_view withinLimit(std::string_view text)
+{
+    if (text.size() > Parser::MAX_BYTES) {
+        throw ParseError(text, 0,
+                         "a text of " + std::to_string(text.size()) + " bytes is too long; at most " +
+                             std::to_string(Parser::MAX_BYTES) + " are allowed");
+    }
+    return text;
+}
+
 }   // namespace
 
 Program Parser::parse(std::string const& text)
 {
-    if (text.size() > MAX_BYTES) {
-        throw ParseError(text, 0,
-                         "a text of " + std::to_string(text.size()) + " bytes is too long; at most " +
-                             std::to_string(MAX_BYTES) + " are allowed");
-    }
-    Parser parser(text);
+    Parser parser(text, nullptr);
     parser.whole();
     return std::move(parser.m_code).finish(text);
 }
+
+void Parser::parse(std::string const& text, TreeBuilder& nodes)
+{
+    Parser(text, &nodes).whole();
+}
+
+Parser::Parser(std::string_view text, TreeBuilder* nodes) : m_lexer(withinLimit(text)), m_nodes(nodes) {}
 
 void Parser::whole()
 {
@@ -69,6 +81,7 @@ void Parser::conditional()
     leave();
     m_code.land(end);
     m_code.fold(start);
+    join(Tree::Kind::Conditional, 3);
 }
 
 /// Parses an operand and all operators behind it that bind tighter than `loosest`.
@@ -99,6 +112,7 @@ void Parser::comparison(Operator const& relation)
         m_lexer.advance();
         operation(relation.right);
         m_code.apply(relation.operation);
+        join(kindOf(relation.sign), 2);
     }
     if (row().binds == COMPARISON)
         fail("comparisons do not chain; use && or parentheses");
@@ -112,16 +126,19 @@ void Parser::membership()
     expect(Sign::OpenBracket, "after 'in'");
     enter(opening);
     Emitter::Jumps found;
+    std::size_t items = 0;
     if (token().sign != Sign::CloseBracket) {
         do {
             conditional();
             m_code.jump(Operation::SkipIfItem, found, isWanted);
+            ++items;
         } while (accept(Sign::Comma));
     }
-    close(Sign::CloseBracket, Sign::OpenBracket, opening);
+    Extent const list = close(Sign::CloseBracket, Sign::OpenBracket, opening);
     leave();
     m_code.endOfList(!isWanted);
     m_code.land(found);
+    join(isWanted ? Tree::Kind::In : Tree::Kind::NotIn, 1 + items, list);
 }
 
 void Parser::match()
@@ -134,6 +151,9 @@ void Parser::match()
     if (!pattern)
         m_lexer.fail(regex.offset + fault.offset, "regular expression: " + fault.reason);
     m_code.match(std::move(pattern));
+    if (m_nodes)   // with both slashes
+        m_nodes->pattern({regex.offset - 1, regex.offset + regex.pattern.size() + 1 + regex.flags.size()});
+    join(Tree::Kind::Match, 2);
 }
 
 void Parser::combination(Operator const& row)
@@ -157,6 +177,7 @@ void Parser::combination(Operator const& row)
     default: operation(row.right); m_code.apply(row.operation);
     }
     m_code.land(skip);
+    join(kindOf(row.sign), 2);
 }
 
 void Parser::operand()
@@ -175,27 +196,31 @@ bool Parser::prefixed()
         return false;
     }
     Emitter::Start const start = m_code.start();
-    enter(token().offset);
+    Extent const prefix = extent();
+    enter(prefix.begin);
     m_lexer.advance();
     bool const isNegated = prefixed();
     leave();
     m_code.apply(sign == Sign::Not ? Operation::Not : Operation::Negate);
     m_code.fold(start);
+    join(sign == Sign::Not ? Tree::Kind::Not : Tree::Kind::Negate, 1, prefix);
     return isNegated || sign == Sign::Not;
 }
 
 void Parser::primary()
 {
     switch (token().sign) {
-    case Sign::Number: m_code.constant(Operand(Value(token().number))); break;
-    case Sign::String: m_code.constant(Operand(token().text)); break;
+    case Sign::Number: constant(Operand(Value(token().number))); break;
+    case Sign::String: constant(Operand(token().text)); break;
     case Sign::True:
-    case Sign::False: m_code.constant(Operand(token().sign == Sign::True)); break;
-    case Sign::Undefined: m_code.constant(Operand::undefined()); break;
+    case Sign::False: constant(Operand(token().sign == Sign::True)); break;
+    case Sign::Undefined: constant(Operand::undefined()); break;
     case Sign::Name:
         if (m_lexer.callFollows())
             return call();
         m_code.read(token().text);
+        if (m_nodes)
+            m_nodes->symbol(extent(), token().text);
         break;
     case Sign::OpenParenthesis: return parenthesis();
     default: failOperand();
@@ -226,13 +251,15 @@ void Parser::call()
             conditional();
         } while (accept(Sign::Comma));
     }
-    close(Sign::CloseParenthesis, Sign::OpenParenthesis, opening);
+    Extent const arguments = close(Sign::CloseParenthesis, Sign::OpenParenthesis, opening);
     leave();
     if (count < function->fewest || count > function->most) {
         m_lexer.fail(name, quoted(function->name) + " takes " + arity(*function) + ", not " + std::to_string(count));
     }
     m_code.call(*function, count);
     m_code.fold(start);
+    if (m_nodes)
+        m_nodes->join(Tree::Kind::Call, count, {name, arguments.end}, function->name);
 }
 
 void Parser::parenthesis()
@@ -241,8 +268,23 @@ void Parser::parenthesis()
     enter(opening);
     m_lexer.advance();
     conditional();
-    close(Sign::CloseParenthesis, Sign::OpenParenthesis, opening);
+    Extent const group = close(Sign::CloseParenthesis, Sign::OpenParenthesis, opening);
     leave();
+    if (m_nodes)
+        m_nodes->group(group);
+}
+
+void Parser::constant(Operand const& value)
+{
+    m_code.constant(value);
+    if (m_nodes)
+        m_nodes->constant(extent(), value.release());
+}
+
+void Parser::join(Tree::Kind kind, std::size_t parts, Extent more)
+{
+    if (m_nodes)
+        m_nodes->join(kind, parts, more);
 }
 
 bool Parser::accept(Sign sign)
@@ -259,11 +301,13 @@ void Parser::expect(Sign sign, std::string const& purpose)
         fail("expected " + quoted(rowOf(sign).spelling) + " " + purpose + ", found " + found());
 }
 
-void Parser::close(Sign closing, Sign opening, std::size_t openedAt)
+Extent Parser::close(Sign closing, Sign opening, std::size_t openedAt)
 {
+    std::size_t const end = extent().end;
     if (token().sign != closing)
         expect(closing, "to close the " + quoted(rowOf(opening).spelling) + " at " + m_lexer.place(openedAt));
     m_lexer.advance();
+    return {openedAt, end};
 }
 
 void Parser::enter(std::size_t offset)

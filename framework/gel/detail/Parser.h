@@ -3,6 +3,7 @@
 #include "gel/Program.h"
 #include "gel/detail/Emitter.h"
 #include "gel/detail/Lexer.h"
+#include "gel/detail/TreeBuilder.h"
 
 #include <cstddef>
 #include <string>
@@ -18,9 +19,11 @@ public:
 
     /// Parses `text`. *Throws* `ParseError` at the first error from the left.
     static Program parse(std::string const& text);
+    /// Parses `text` and collects its nodes. *Throws* `ParseError` at the first error from the left.
+    static void parse(std::string const& text, TreeBuilder& nodes);
 
 private:
-    explicit Parser(std::string_view text) : m_lexer(text) {}
+    Parser(std::string_view text, TreeBuilder* nodes);
 
     // One operation per grammar rule, loosest first.
     void whole();
@@ -36,11 +39,16 @@ private:
     void call();
     void parenthesis();
 
+    void constant(Operand const& value);
+    void join(Tree::Kind kind, std::size_t parts, Extent more = {});
+
     Token const& token() const noexcept { return m_lexer.token(); }
+    Extent extent() const noexcept { return {token().offset, token().offset + token().spelling.size()}; }
     Operator const& row() const noexcept { return rowOf(token().sign); }
     bool accept(Sign sign);
     void expect(Sign sign, std::string const& purpose);
-    void close(Sign closing, Sign opening, std::size_t openedAt);
+    /// Accepts a closing sign. Returns the extent from the opening one on.
+    Extent close(Sign closing, Sign opening, std::size_t openedAt);
     void enter(std::size_t offset);
     void leave() noexcept { --m_nesting; }
 
@@ -51,6 +59,7 @@ private:
 
     Lexer m_lexer;
     Emitter m_code;
+    TreeBuilder* m_nodes;   // null unless a tree is wanted
     std::size_t m_nesting = 0;
 };
 
