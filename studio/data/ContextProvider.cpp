@@ -11,7 +11,10 @@
 
 #include <boost/container/small_vector.hpp>
 
+#include <boost/uuid/uuid_io.hpp>
+
 #include <algorithm>
+#include <stdexcept>
 
 namespace studio::data {
 
@@ -70,11 +73,23 @@ std::shared_ptr<ContextProvider> ContextProvider::create()
     return std::shared_ptr<ContextProvider>{new ContextProvider};
 }
 
-ContextProvider::ContextProvider()
+std::shared_ptr<ContextProvider> ContextProvider::create(boost::uuids::uuid const& id)
+{
+    if (id.is_nil())
+        throw std::invalid_argument{"a context cannot have the nil UUID"};
+    detail::ProviderTable& table = detail::ProviderTable::instance();
+    auto const entry = table.all().find(id);
+    if (sharedModel()->findElement(id, 1) || (entry != table.all().end() && entry->second))
+        throw std::invalid_argument{"the UUID " + to_string(id) + " belongs to an existing context or property"};
+    table.remove(id);   // that of a failed construction
+    return std::shared_ptr<ContextProvider>{new ContextProvider{id}};
+}
+
+ContextProvider::ContextProvider(boost::uuids::uuid const& id)
 {
     try {
-        inTransaction([this] {
-            element = ContextData::create(sharedModel(), boost::uuids::uuid{});
+        inTransaction([&] {
+            element = ContextData::create(sharedModel(), id);
             detail::ProviderTable::instance().add(getId(), this);
         });
     } catch (...) {

@@ -44,8 +44,14 @@ public:
     /// throws, a listener's exception too. Then no element is left, and looking up its id throws `std::bad_weak_ptr`.
     [[nodiscard]] static std::shared_ptr<ContextProvider> create();
 
-    /// For `create` only: a provider that no `std::shared_ptr` owns cannot be looked up.
-    ContextProvider();
+    /// Makes a new, empty context of that identity, for contexts that are restored. *Notifies* as `create()`. *Throws*
+    /// `std::invalid_argument` for the nil UUID and for one that an element of the shared model has; nothing has
+    /// changed then. *Throws* further as `create()`.
+    [[nodiscard]] static std::shared_ptr<ContextProvider> create(boost::uuids::uuid const& id);
+
+    /// For `create` only: a provider that no `std::shared_ptr` owns cannot be looked up. The nil UUID stands for a new
+    /// one.
+    explicit ContextProvider(boost::uuids::uuid const& id = {});
     /// Removes the provider from the registry, then destroys its element. Throws nothing, whatever listeners throw.
     ~ContextProvider() override;
 
