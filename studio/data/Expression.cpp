@@ -50,13 +50,53 @@ Expression::~Expression()
     retire();
 }
 
+/// Calls `call` with each handle present at the start and not released since, in order of acquisition.
+template <class Call>
+void Expression::forEachHandle(Call const& call)
+{
+    struct Pass {
+        explicit Pass(Expression& walked) noexcept : expression{walked} { ++expression.passes; }
+        ~Pass()
+        {
+            if (--expression.passes == 0 && expression.gaps != 0)
+                expression.closeGaps();
+        }
+        Expression& expression;
+    };
+    if (handles.empty())
+        return;
+    Pass const pass{*this};
+    std::size_t const count = handles.size();   // handles acquired by a callback have had their first call
+    for (std::size_t i = 0; i != count; ++i)
+        if (ExpressionHandle const* const handle = handles[i])
+            call(*handle);
+}
+
+PropertyValue Expression::result() const
+{
+    return DataSource::toPropertyValue(program.evalPinned(Source{*this}));
+}
+
 void Expression::evaluate()
 {
-    PropertyValue result = DataSource::toPropertyValue(program.evalPinned(Source{*this}));
-    if (result == value)
+    PropertyValue found = result();
+    if (found == value)
         return;
-    value = std::move(result);
-    notifyHandles();
+    value = std::move(found);
+    forEachHandle([this](ExpressionHandle const& handle) { handle.call(*this); });
+}
+
+void Expression::evaluateObserved()
+{
+    PropertyValue found = result();
+    engine.observers.each([&](EngineObserver& observer) { observer.expressionEvaluated(text, value, found); });
+    if (found == value)
+        return;
+    value = std::move(found);
+    forEachHandle([this](ExpressionHandle const& handle) {
+        engine.observers.each([this](EngineObserver& observer) { observer.handleNotified(text, value); });
+        handle.call(*this);
+    });
 }
 
 std::vector<std::string> Expression::symbolNames() const
@@ -108,26 +148,6 @@ void Expression::retire() noexcept
         return;
     for (detail::ExpressionSymbol* const symbol : symbols)
         engine.releaseSymbol(*symbol, text);
-}
-
-void Expression::notifyHandles()
-{
-    struct Pass {
-        explicit Pass(Expression& walked) noexcept : expression{walked} { ++expression.passes; }
-        ~Pass()
-        {
-            if (--expression.passes == 0 && expression.gaps != 0)
-                expression.closeGaps();
-        }
-        Expression& expression;
-    };
-    if (handles.empty())
-        return;
-    Pass const pass{*this};
-    std::size_t const count = handles.size();   // handles acquired by a callback have had their first call
-    for (std::size_t i = 0; i != count; ++i)
-        if (ExpressionHandle const* const handle = handles[i])
-            handle->call(*this);
 }
 
 void Expression::closeGaps() noexcept

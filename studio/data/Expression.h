@@ -38,12 +38,15 @@ public:
     /// value current at each call. Handles released meanwhile are skipped. *Throws* what a look-up throws: nothing has
     /// changed then. *Throws* what a callback throws: the later handles are not called.
     void evaluate();
+    /// Does what `evaluate` does, and calls the engine's observers.
+    void evaluateObserved();
 
     /// Adds a handle. *Throws* `std::bad_alloc`; the handle is not added then.
     void addHandle(ExpressionHandle& handle);
     /// Removes a handle. Returns false if it is not one of this expression.
     bool removeHandle(ExpressionHandle& handle) noexcept;
     bool hasHandles() const noexcept { return handles.size() != gaps; }
+    std::size_t handleCount() const noexcept { return handles.size() - gaps; }
     /// Detaches every handle, before the engine is destroyed.
     void detachHandles() noexcept;
     /// Releases the symbols when the engine has removed the expression, even if a running call still keeps it alive.
@@ -62,7 +65,9 @@ private:
 
     class Source;
 
-    void notifyHandles();
+    PropertyValue result() const;
+    template <class Call>
+    void forEachHandle(Call const& call);
     void closeGaps() noexcept;
 
     // Spans three cache lines; the last one is needed only to notify handles.

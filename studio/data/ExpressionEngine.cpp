@@ -17,13 +17,15 @@ std::size_t ExpressionEngine::LeafHash::operator()(Leaf const& leaf) const noexc
     return seed;
 }
 
-ExpressionEngine::ExpressionEngine(std::shared_ptr<ContextProvider> provider)
-    : state{detail::EngineState::Pointer{new detail::EngineState{std::move(provider)}}.detach()}
+ExpressionEngine::ExpressionEngine(std::shared_ptr<ContextProvider> provider, ReleasePolicy policy)
+    : state{detail::EngineState::Pointer{new detail::EngineState{std::move(provider), policy}}.detach()}
 {
     ContextProvider::sharedModel()->addDeepListener(this);
 }
 
-ExpressionEngine::ExpressionEngine(boost::uuids::uuid id) : ExpressionEngine{model::getContextProvider(id)} {}
+ExpressionEngine::ExpressionEngine(boost::uuids::uuid id, ReleasePolicy policy)
+    : ExpressionEngine{model::getContextProvider(id), policy}
+{}
 
 void ExpressionEngine::Release::operator()(detail::EngineState* state) const noexcept
 {
@@ -45,6 +47,31 @@ std::unique_ptr<ExpressionHandle> ExpressionEngine::acquireExpression(std::strin
 void ExpressionEngine::releaseExpression(ExpressionHandle* handle) noexcept
 {
     state->release(*handle);
+}
+
+std::shared_ptr<ContextProvider> const& ExpressionEngine::getRoot() const noexcept
+{
+    return state->root;
+}
+
+ReleasePolicy ExpressionEngine::getReleasePolicy() const noexcept
+{
+    return state->releasePolicy;
+}
+
+std::vector<ExpressionEngine::Entry> ExpressionEngine::listExpressions() const
+{
+    return state->list();
+}
+
+void ExpressionEngine::addObserver(EngineObserver& observer)
+{
+    state->observers.add(observer);
+}
+
+void ExpressionEngine::removeObserver(EngineObserver& observer) noexcept
+{
+    state->observers.remove(observer);
 }
 
 Expression* ExpressionEngine::findExpression(std::string const& text) const
@@ -70,8 +97,7 @@ std::vector<ExpressionEngine::Leaf> ExpressionEngine::findLeaves(boost::uuids::u
 
 void ExpressionEngine::updateExpression(std::string const& text) const
 {
-    if (Expression::Pin const pinned{state->expressions.find(text)})
-        pinned->evaluate();
+    state->update(text);
 }
 
 void ExpressionEngine::acquireSymbol(std::string const& symbol, std::string const& text)

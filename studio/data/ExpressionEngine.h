@@ -19,11 +19,20 @@ namespace studio::data {
 
 class ContextData;
 class ContextProvider;
+class EngineObserver;
 class Expression;
 class Property;
 namespace detail {
 class EngineState;
 }
+
+/// What the release of an expression does to symbols that other expressions name, too.
+enum class ReleasePolicy : std::uint8_t {
+    /// Unbinds them for all: the others are not evaluated for their changes, until a new text names the symbols.
+    UnbindsShared,
+    /// Keeps them bound. Nothing changes for the others.
+    KeepsShared
+};
 
 /// Evaluates expressions over the properties of one root context and notifies its subscribers when a value changes.
 ///
@@ -56,10 +65,21 @@ public:
         std::size_t operator()(Leaf const& leaf) const noexcept;
     };
 
+    /// An acquired expression.
+    struct Entry {
+        /// The text.
+        std::string text;
+        /// The value of the last evaluation.
+        PropertyValue value;
+        /// The number of handles.
+        std::size_t handles;
+    };
+
     /// Reads symbols from `provider`. With null every symbol is undefined and nothing is ever bound.
-    explicit ExpressionEngine(std::shared_ptr<ContextProvider> provider);
+    explicit ExpressionEngine(std::shared_ptr<ContextProvider> provider,
+                              ReleasePolicy policy = ReleasePolicy::UnbindsShared);
     /// Reads symbols from the provider of that id; if there is none, every symbol is undefined.
-    explicit ExpressionEngine(boost::uuids::uuid id);
+    explicit ExpressionEngine(boost::uuids::uuid id, ReleasePolicy policy = ReleasePolicy::UnbindsShared);
     /// Detaches every remaining handle.
     ~ExpressionEngine() override;
 
@@ -73,6 +93,19 @@ public:
     /// Removes a handle, and with the last one its expression. Called by the handle's destructor. Ignores foreign
     /// handles.
     void releaseExpression(ExpressionHandle* handle) noexcept;
+
+    /// Returns the provider that symbols are read from; null if there is none.
+    std::shared_ptr<ContextProvider> const& getRoot() const noexcept;
+    /// Returns what a release does to symbols that other expressions name.
+    ReleasePolicy getReleasePolicy() const noexcept;
+    /// Returns the acquired expressions in order of their acquisition. *Cost*: a copy of every text and value.
+    std::vector<Entry> listExpressions() const;
+
+    /// Registers an observer behind the present ones. *Lifetime*: it must be removed before it is destroyed, unless the
+    /// engine is destroyed first. *Cost*: an engine without observers only tests for them.
+    void addObserver(EngineObserver& observer);
+    /// Removes an observer; ignores one that is not registered. Possible during any of its calls.
+    void removeObserver(EngineObserver& observer) noexcept;
 
     /// Returns the expression of that text; null if it has no handle.
     Expression* findExpression(std::string const& text) const;
@@ -91,8 +124,8 @@ public:
     void acquireSymbol(std::string const& symbol, std::string const& text);
     /// Undoes `acquireSymbol`: unbinds the path, and a change of the symbol no longer evaluates the expression of that
     /// text. Ignores an unknown symbol.
-    // By design: unbinds the symbol for every expression that names it, not only for `text`; a later acquisition binds
-    // it again. Hosts rely on a release costing no look at the others.
+    // By design: unless the engine keeps shared symbols, unbinds the symbol for every expression that names it, not
+    // only for `text`; a later acquisition binds it again. Hosts rely on that.
     void releaseSymbol(std::string const& symbol, std::string const& text) noexcept;
     /// Binds the path of a known symbol from `offset` on, beginning at `provider`. Ignores a null provider and an
     /// unknown symbol. *Throws* `std::out_of_range` for an offset past the symbol's end; nothing is bound then.

@@ -22,11 +22,57 @@ bool EngineState::concerns(tarn::zero::ModelElement::Impl const& element, std::u
     return found.binding || !found.isCertain || links.hasStale();
 }
 
+/// Runs `work` as a round. The caller keeps the state.
+template <class Work>
+void EngineState::inRound(tarn::zero::ReportData const* report, Work const& work)
+{
+    ++rounds;
+    try {
+        if (!observers.empty())
+            observers.each([&](EngineObserver& observer) { observer.roundBegins(report); });
+        work();
+    } catch (...) {
+        try {
+            endRound();
+        } catch (...) {
+            // The first exception is the one that leaves.
+        }
+        throw;
+    }
+    endRound();
+}
+
+void EngineState::endRound()
+{
+    if (--rounds == 0 && !observers.empty())
+        observers.each([](EngineObserver& observer) { observer.roundsEnded(); });
+}
+
+void EngineState::evaluate(Expression& expression)
+{
+    if (observers.empty())
+        expression.evaluate();
+    else
+        expression.evaluateObserved();
+}
+
+void EngineState::update(std::string const& text)
+{
+    Pointer const kept{this};
+    if (Expression::Pin const pinned{expressions.find(text)})
+        inRound(nullptr, [&] { evaluate(*pinned); });
+}
+
 void EngineState::process(tarn::zero::ReportData const& report)
 {
     if (symbols.empty())
         return epoch.follow(report);
     Pointer const kept{this};
+    inRound(&report, [&] { processInRound(report); });
+}
+
+void EngineState::processInRound(tarn::zero::ReportData const& report)
+{
     std::optional<BatchLease> lease;
     try {
         lease.emplace(batches);
@@ -34,6 +80,8 @@ void EngineState::process(tarn::zero::ReportData const& report)
         touchAll(report, *lease->batch);
         for (Symbol* const symbol : lease->batch->symbols) {
             rebind(*symbol);
+            if (!observers.empty())
+                observers.each([&](EngineObserver& observer) { observer.symbolRebound(symbol->text); });
             collect(*symbol, *lease->batch);
         }
         lease->batch->sort();
@@ -47,7 +95,7 @@ void EngineState::process(tarn::zero::ReportData const& report)
     }
     for (EngineBatch::Reader const& reader : lease->batch->readers)
         if (!reader.expression->isRetired())   // retired by a callback, or with the engine
-            reader.expression->evaluate();
+            evaluate(*reader.expression);
 }
 
 void EngineState::touchAll(tarn::zero::ReportData const& report, EngineBatch& batch)

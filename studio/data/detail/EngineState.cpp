@@ -9,6 +9,7 @@ namespace studio::data::detail {
 void EngineState::end() noexcept
 {
     isEnded = true;
+    observers.clear();
     for (Expression::Pin const& expression : expressions)
         expression->detachHandles();
     for (Expression::Pin const& expression : expressions) {
@@ -76,6 +77,19 @@ void EngineState::release(ExpressionHandle& handle) noexcept
     last->retire();
 }
 
+std::vector<ExpressionEngine::Entry> EngineState::list() const
+{
+    std::vector<Expression const*> ordered;
+    for (Expression::Pin const& expression : expressions)
+        ordered.push_back(expression.get());
+    std::sort(ordered.begin(), ordered.end(),
+              [](Expression const* left, Expression const* right) { return left->number < right->number; });
+    std::vector<ExpressionEngine::Entry> entries;
+    for (Expression const* const expression : ordered)
+        entries.push_back({expression->text, expression->value, expression->handleCount()});
+    return entries;
+}
+
 void EngineState::addReader(Symbol& symbol, Expression& expression)
 {
     if (std::count(symbol.readers.begin(), symbol.readers.end(), &expression) == 0)
@@ -118,8 +132,9 @@ EngineState::Symbol& EngineState::bindSymbol(std::string_view name, std::string 
 
 void EngineState::releaseSymbol(Symbol& symbol, std::string const& text) noexcept
 {
-    unbindFrom(symbol, 0);
     symbol.expressions.erase(text);
+    if (releasePolicy == ReleasePolicy::UnbindsShared || symbol.expressions.empty())
+        unbindFrom(symbol, 0);
     dropIfUnused(symbol);
 }
 

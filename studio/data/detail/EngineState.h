@@ -5,6 +5,7 @@
 #include "studio/data/ExpressionEngine.h"
 #include "studio/data/ProviderRegistry.h"
 #include "studio/data/detail/EngineBatch.h"
+#include "studio/data/detail/EngineObservers.h"
 #include "studio/data/detail/Epoch.h"
 #include "studio/data/detail/ExpressionBindings.h"
 #include "studio/data/detail/ExpressionLinks.h"
@@ -20,6 +21,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace studio::data::detail {
 
@@ -32,7 +34,9 @@ public:
     using Pointer = boost::intrusive_ptr<EngineState>;
     using Symbol = ExpressionSymbol;
 
-    explicit EngineState(std::shared_ptr<ContextProvider> provider) noexcept : root{std::move(provider)} {}
+    EngineState(std::shared_ptr<ContextProvider> provider, ReleasePolicy policy) noexcept
+        : root{std::move(provider)}, releasePolicy{policy}
+    {}
     static EngineState& of(ExpressionEngine const& engine) noexcept { return *engine.state; }
 
     /// Detaches every handle and releases every symbol and the root, when the engine is destroyed.
@@ -44,6 +48,8 @@ public:
     std::unique_ptr<ExpressionHandle> acquire(std::string const& text, ExpressionHandle::Callback const& callback);
     /// Removes a handle, and with the last one its expression. Ignores a handle of another engine.
     void release(ExpressionHandle& handle) noexcept;
+    /// Implements `ExpressionEngine::listExpressions`.
+    std::vector<ExpressionEngine::Entry> list() const;
     static void addReader(Symbol& symbol, Expression& expression);
     static void removeReader(Symbol& symbol, Expression const& expression) noexcept;
 
@@ -85,9 +91,12 @@ public:
     bool concerns(tarn::zero::ModelElement::Impl const& element, std::uint64_t changed) const noexcept;
     /// Finds the paths that a transaction touched, evaluates each of their expressions once, and calls handles.
     void process(tarn::zero::ReportData const& report);
+    /// Implements `ExpressionEngine::updateExpression`.
+    void update(std::string const& text);
 
     tarn::zero::Model::Impl const& model = *ContextProvider::sharedModel().get();
     std::shared_ptr<ContextProvider> root;
+    ReleasePolicy const releasePolicy;
     ExpressionBindings bindings{this};
     ExpressionLinks links{this};
     Epoch epoch{model};
@@ -96,6 +105,8 @@ public:
     std::uint64_t lastNumber = 0;   // of an expression
     std::uint64_t lastStamp = 0;    // of a report
     EngineBatches batches;
+    EngineObservers observers;
+    std::uint32_t rounds = 0;     // running, one inside the other
     bool hasNotedTexts = false;   // a symbol may be registered for a text that does not name it
     bool isEnded = false;         // the engine was destroyed
 
@@ -107,6 +118,11 @@ private:
                          Property::Impl* property);
     bool verify(Symbol& symbol);
 
+    template <class Work>
+    void inRound(tarn::zero::ReportData const* report, Work const& work);
+    void evaluate(Expression& expression);
+    void endRound();
+    void processInRound(tarn::zero::ReportData const& report);
     void touchAll(tarn::zero::ReportData const& report, EngineBatch& batch);
     void touchProperty(Property::Impl& property, tarn::zero::ReportData::Storage const& change, bool isLatest,
                        EngineBatch& batch);
