@@ -15,6 +15,17 @@ foreach(_set IN ITEMS studio_data-targets studio_data-json-targets)
     install(EXPORT ${_set} NAMESPACE studio_data:: DESTINATION "${_package}" COMPONENT development)
 endforeach()
 
+get_property(_components GLOBAL PROPERTY studio_data_COMPONENTS)
+foreach(_component IN LISTS _components)
+    install(TARGETS studio_data_${_component} EXPORT studio_data-${_component}-targets
+        LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
+        ARCHIVE COMPONENT development
+        FILE_SET headers DESTINATION "${_headers}" COMPONENT development)
+    install(EXPORT studio_data-${_component}-targets NAMESPACE studio_data:: DESTINATION "${_package}"
+        COMPONENT development)
+endforeach()
+list(JOIN _components " " STUDIO_DATA_COMPONENTS)
+
 configure_package_config_file(cmake/studio_data-config.cmake.in "${PROJECT_BINARY_DIR}/studio_data-config.cmake"
     INSTALL_DESTINATION "${_package}" NO_SET_AND_CHECK_MACRO NO_CHECK_REQUIRED_COMPONENTS_MACRO)
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/studio_data-config-version.cmake"

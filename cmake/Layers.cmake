@@ -110,3 +110,36 @@ macro(studio_data_library)
         target_link_libraries(studio_data_private_headers PRIVATE studio_data_build nlohmann_json::nlohmann_json PCRE2::8BIT)
     endif()
 endmacro()
+
+# studio_data_component(<name> [LINK <public targets>] PUBLIC_HEADERS ... [PRIVATE_HEADERS ...] SOURCES ...)
+#   A library of its own over studio_data, whose installed headers are all that it sees: the target studio_data_<name>,
+#   known as studio_data::<name>. It exports what cmake/studio_data_<name>.map says.
+function(studio_data_component name)
+    cmake_parse_arguments(PARSE_ARGV 1 part "" "" "LINK;PUBLIC_HEADERS;PRIVATE_HEADERS;SOURCES")
+    if(part_UNPARSED_ARGUMENTS)
+        message(FATAL_ERROR "studio_data_component(${name}): what is ${part_UNPARSED_ARGUMENTS}?")
+    endif()
+    set(target studio_data_${name})
+    add_library(${target} ${part_SOURCES} ${part_PRIVATE_HEADERS})
+    add_library(studio_data::${name} ALIAS ${target})
+    target_sources(${target} PUBLIC FILE_SET headers TYPE HEADERS
+        BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${part_PUBLIC_HEADERS})
+    target_link_libraries(${target}
+        PUBLIC studio_data ${part_LINK}
+        PRIVATE $<BUILD_INTERFACE:studio_data_warnings> $<BUILD_INTERFACE:studio_data_instrumentation>)
+    set_target_properties(${target} PROPERTIES
+        EXPORT_NAME ${name}
+        VERSION ${PROJECT_VERSION}
+        SOVERSION ${PROJECT_VERSION_MAJOR}
+        POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON
+        VERIFY_INTERFACE_HEADER_SETS ${PROJECT_IS_TOP_LEVEL})
+    if(BUILD_SHARED_LIBS)
+        set(exports "${PROJECT_SOURCE_DIR}/cmake/${target}.map")
+        target_link_options(${target} PRIVATE "LINKER:--version-script=${exports}")
+        if(NOT STUDIO_DATA_SANITIZE)
+            target_link_options(${target} PRIVATE "LINKER:--no-undefined")
+        endif()
+        set_target_properties(${target} PROPERTIES LINK_DEPENDS "${exports}")
+    endif()
+    set_property(GLOBAL APPEND PROPERTY studio_data_COMPONENTS ${name})
+endfunction()

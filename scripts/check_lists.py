@@ -11,6 +11,7 @@ import sys
 LISTS = {
     "framework": (["framework"], (".h", ".cpp")),
     "studio/data": (["studio/data"], (".h", ".cpp")),
+    "studio/host": (["studio/host"], (".h", ".cpp")),
     "tests": (["tests/framework", "tests/studio", "tests/flows"], (".cpp",)),
     "workbench": (["workbench"], (".h", ".cpp")),
     "benchmarks": (["benchmarks"], (".h", ".cpp")),

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "studio/data/ContextProvider.h"
+#include "studio/host/Export.h"
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace studio::host {
+
+/// The place where a dotted path ends at present, and why there.
+struct PathEnd {
+    /// The reason why the walk along the path stops.
+    enum class Reason {
+        Found,        ///< at the property that the path names
+        Missing,      ///< the context has no property of that name
+        PlainValue,   ///< the property holds no reference, and the path goes on
+        Dangling,     ///< the property refers to a context that does not exist, and the path goes on
+        Hidden,       ///< a property whose own name is the rest of the path, with its dots, hides what the path reaches
+        NoContext     ///< there is no context to begin at
+    };
+
+    Reason reason;
+    /// The position in the path of the name at which the walk stops; for `Hidden`, of the rest.
+    std::size_t offset;
+    /// The number of bytes of that name.
+    std::size_t size;
+    /// The context that the walk reached: the one that has, lacks or hides the property. Null for `NoContext`.
+    std::shared_ptr<data::ContextProvider> context;
+    /// The value that reading the path yields: of the property that was found or hides the path, else undefined.
+    data::PropertyValue value;
+};
+
+/// Walks along a dotted path from `context`, as reading the path does, and says where it ends. *Throws* as
+/// `ContextProvider::getPropertyValue` does.
+STUDIO_HOST_EXPORT PathEnd endOf(std::shared_ptr<data::ContextProvider> context, std::string_view path);
+
+/// A sentence for a programmer on where a path ends: `"editor.documnet" is missing: the context has no property
+/// "documnet"`.
+STUDIO_HOST_EXPORT std::string describe(PathEnd const& end, std::string_view path);
+
+}   // namespace studio::host
