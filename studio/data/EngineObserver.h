@@ -38,9 +38,9 @@ public:
     /// Called before the callback of a handle, in a round.
     virtual void handleNotified(std::string const& text, PropertyValue const& value) noexcept;
     /// Called when the outermost round has ended, also by an exception, and no callback is running. May do anything:
-    /// write, which starts rounds of their own, acquire, release, add and remove observers, destroy the engine. What it
-    /// throws leaves the commit or the `updateExpression` that began the round, unless that throws already; later
-    /// observers are not called then.
+    /// write, which starts rounds of their own and ends them for all observers before this call returns, acquire,
+    /// release, add and remove observers, destroy the engine. What it throws leaves the commit or the
+    /// `updateExpression` that began the round, unless that throws already; later observers are not called then.
     virtual void roundsEnded();
 };
 

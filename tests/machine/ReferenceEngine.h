@@ -36,9 +36,11 @@ public:
     /// Called before each evaluation but an expression's first. Returns whether it takes place: always if it must.
     using MayEvaluate = std::function<bool(std::string const& text, bool must)>;
 
-    ReferenceEngine(ReferenceState& lookedAt, Providers::Owner provider, Call called, TextOf uuidText, MayEvaluate may)
+    ReferenceEngine(ReferenceState& lookedAt, Providers::Owner provider, bool keepsSharedSymbols, Call called,
+                    TextOf uuidText, MayEvaluate may)
         : state{lookedAt},
           root{std::move(provider)},
+          keepsShared{keepsSharedSymbols},
           call{std::move(called)},
           textOf{std::move(uuidText)},
           mayEvaluate{std::move(may)}
@@ -102,12 +104,13 @@ public:
     }
     void releaseSymbol(std::string const& name, std::string const& text)
     {
-        releaseLeaf(name, 0);   // for all of its readers
         bool const isRead = std::any_of(expressions.begin(), expressions.end(),
                                         [&](auto const& entry) { return entry.second->symbols.count(name) != 0; });
         Symbol* const symbol = find(name);
         if (symbol)
             symbol->texts.erase(text);
+        if (symbol && (!keepsShared || symbol->texts.empty()))
+            releaseLeaf(name, 0);   // for all of its readers
         if (symbol && symbol->texts.empty() && !isRead)
             symbols.erase(name);
     }
@@ -340,6 +343,7 @@ private:
 
     ReferenceState& state;
     Providers::Owner root;
+    bool keepsShared;
     Call call;
     TextOf textOf;
     MayEvaluate mayEvaluate;

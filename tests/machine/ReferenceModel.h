@@ -376,7 +376,7 @@ private:
             return old->end();
         }
         place = std::make_shared<ReferenceEngine>(
-            m_state, root,
+            m_state, root, number == KEEPS_SHARED,
             [this](int handle, std::string const& text, Value const& value) {
                 heard(handle, std::to_string(handle) + ": " + text + " = " + shown(value), true);
             },

@@ -11,6 +11,7 @@ namespace machine {
 
 constexpr int SLOTS = 4;   ///< places for contexts; the first two are the engines' roots
 constexpr int ENGINES = 2;
+constexpr int KEEPS_SHARED = 1;   ///< the engine whose releases keep shared symbols
 constexpr int VIEWS = 2;
 constexpr int LISTENERS = 2;   ///< listeners besides engines and views
 constexpr std::size_t MOST_LIFTED = 3;

@@ -289,7 +289,11 @@ void SystemUnderTest::setEngine(int number, bool present)
     if (auto old = std::move(place))
         inSystem([&] { old.reset(); });
     else
-        place = inSystem([&] { return std::make_unique<studio::data::ExpressionEngine>(root); });
+        place = inSystem([&] {
+            using studio::data::ReleasePolicy;
+            return std::make_unique<studio::data::ExpressionEngine>(
+                root, number == KEEPS_SHARED ? ReleasePolicy::KeepsShared : ReleasePolicy::UnbindsShared);
+        });
 }
 
 void SystemUnderTest::setView(int number, bool present)

@@ -101,6 +101,7 @@ public:
 protected:
     struct HandleInfo {
         std::uint64_t seed;
+        bool releasesShared;   // for other expressions, too
         int calls = 0;
     };
     /// What `Bind` does: to a symbol for a text, to its leaves from `offset` on, which begin at the context of `slot`,
@@ -314,7 +315,7 @@ private:
             return;
         int const handle = ++m_numbers.handle;
         bool const isContext = op.kind == Kind::Watch;
-        m_handles[handle] = {op.seed >> 8};
+        m_handles[handle] = {op.seed >> 8, !isContext && op.other % ENGINES != KEEPS_SHARED};
         m_mayBeStale |= depth() != 0;
         if (isContext ? watch(op.other % VIEWS, op.slot, handle)
                       : acquire(op.other % ENGINES, Text::fromSeed(op.text), handle))
@@ -352,7 +353,7 @@ private:
     }
     void releaseHandle(int handle)
     {
-        m_mayBeStale |= !m_held[handle];   // unbinds other expressions' symbols, too
+        m_mayBeStale |= m_handles[handle].releasesShared;
         m_held.erase(handle);
         release(handle);
     }

@@ -11,6 +11,7 @@
 
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -51,6 +52,24 @@ TEST(ContextProvider, EachWriteIsOneReportAndAnUnchangedOneIsNone)
         EXPECT_EQ(watch.take(), row.heard) << row.name;
     }
     EXPECT_FALSE(provider->hasProperty("x"));
+}
+
+TEST(ContextProvider, IsMadeUnderAnIdentityThatNobodyHas)
+{
+    Provider const living = context({{"x", 1}});
+    boost::uuids::uuid const gone = context()->getId();
+    boost::uuids::uuid const failed = deadEntry();
+    std::size_t const before = ContextProvider::sharedModel()->elements().size();
+    for (boost::uuids::uuid const& id : {boost::uuids::uuid{}, living->getId(), living->getProperty("x").Uuid()})
+        EXPECT_THROW(static_cast<void>(ContextProvider::create(id)), std::invalid_argument);
+    EXPECT_EQ(ContextProvider::sharedModel()->elements().size(), before);
+    EXPECT_EQ(getContextProvider(living->getId()), living);
+    for (boost::uuids::uuid const& id : {gone, failed}) {
+        Provider const made = ContextProvider::create(id);
+        EXPECT_TRUE(made->getId() == id && getContextProvider(id) == made && made->getPropertyNames().empty());
+        EXPECT_THROW(static_cast<void>(ContextProvider::create(id)), std::invalid_argument);
+    }
+    EXPECT_EQ(getContextProvider(gone), nullptr);
 }
 
 TEST(ContextProvider, ListsOfContextsCompareByContent)

@@ -3,6 +3,7 @@
 #include "gel/Eval.h"
 #include "studio/data/ContextView.h"
 #include "studio/data/DataSource.h"
+#include "studio/data/EngineObserver.h"
 #include "studio/data/Expression.h"
 #include "studio/data/ProviderRegistry.h"
 #include "support/Allocations.h"
@@ -16,6 +17,7 @@
 #include <functional>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <unordered_set>
@@ -150,6 +152,90 @@ TEST_F(Expressions, ManyEnginesAndViewsFollowOneProperty)
         for (auto const& mirror : mirrors)
             EXPECT_EQ(mirror->getData()->getProperties().findImpl("x")->getValue(), PropertyValue(value));
     }
+}
+
+// ---- observers
+
+/// Writes down what it is called for; `atEnd` runs when the rounds have ended.
+struct Recorder final : EngineObserver {
+    Recorder(ExpressionEngine& watched, char const* shownAs) : engine{watched}, name{shownAs}
+    {
+        engine.addObserver(*this);
+    }
+    ~Recorder() override { engine.removeObserver(*this); }
+    void roundBegins(tarn::zero::ReportData const* report) noexcept override { log += report ? "[" : "(["; }
+    void symbolRebound(std::string_view symbol) noexcept override { log += "bind " + std::string{symbol} + ' '; }
+    void expressionEvaluated(std::string const& text, PropertyValue const& before,
+                             PropertyValue const& after) noexcept override
+    {
+        log += text + ':' + shown(before) + '>' + shown(after) + ' ';
+    }
+    void handleNotified(std::string const& text, PropertyValue const&) noexcept override { log += text + "! "; }
+    void roundsEnded() override
+    {
+        log += "]";
+        if (auto const once = std::exchange(atEnd, nullptr))
+            once();
+    }
+    std::string take() { return std::exchange(log, {}); }
+
+    ExpressionEngine& engine;
+    char const* name;
+    std::string log;
+    std::function<void()> atEnd;
+};
+
+TEST_F(Expressions, ObserversSeeEachRoundInOrder)
+{
+    std::optional<Recorder> first{std::in_place, engine, "first"}, second{std::in_place, engine, "second"};
+    std::function<void()> inside;
+    Handle const handle = engine.acquireExpression("a.b + x", [&](auto&&...) {
+        if (auto const once = std::exchange(inside, nullptr))
+            once();
+    });
+    Handle const other = calls.hear("x > 0");
+    auto const expect = [&](char const* log, std::function<void()> const& act) {
+        act();
+        EXPECT_EQ(first->take(), log);
+        EXPECT_EQ(second->take(), log);
+    };
+    expect("", [] {});
+    expect("[a.b + x:2>3 a.b + x! x > 0:true>true ]", [&] { root->setPropertyValue("x", 2); });
+    expect("", [&] { root->setPropertyValue("y", 2); });   // concerns no expression
+    expect("([x > 0:true>true ]", [&] { engine.updateExpression("x > 0"), engine.updateExpression("none"); });
+    // A write in a callback is a round inside the running one; one at the end of the rounds begins new ones.
+    Provider const far = context({{"b", 5}});
+    first->take(), second->take();
+    inside = [&] { root->setPropertyValue("a", far); };
+    first->atEnd = [&] { root->setPropertyValue("x", 4); };
+    root->setPropertyValue("x", 3);
+    EXPECT_EQ(first->take(), "[a.b + x:3>4 a.b + x! [bind a.b a.b + x:4>8 a.b + x! x > 0:true>true ]"
+                             "[a.b + x:8>9 a.b + x! x > 0:true>true ]");
+    root->setPropertyValue("a", child);
+    second->take(), first->take();
+    inside = [] { throw std::runtime_error{"out"}; };
+    EXPECT_THROW(root->setPropertyValue("x", 9), std::runtime_error);
+    EXPECT_EQ(first->take(), "[a.b + x:5>10 a.b + x! ]") << "rounds end by exceptions, too";
+    first->atEnd = [&] { second.reset(); };
+    root->setPropertyValue("x", 8);
+    EXPECT_FALSE(second);
+    auto const entries = engine.listExpressions();
+    ASSERT_EQ(entries.size(), 2u);
+    EXPECT_TRUE(entries[0].text == "a.b + x" && entries[0].value == PropertyValue(9) && entries[0].handles == 1);
+    EXPECT_EQ(engine.getRoot(), root);
+    auto brief = std::make_unique<ExpressionEngine>(root);
+    struct Ends final : EngineObserver {
+        void roundsEnded() override { engine->reset(), ++calls; }
+        std::unique_ptr<ExpressionEngine>* engine;
+        int calls = 0;
+    } ends[2];
+    for (Ends& each : ends) {
+        each.engine = &brief;
+        brief->addObserver(each);
+    }
+    Handle const last = brief->acquireExpression("x", [](auto&&...) {});
+    root->setPropertyValue("x", 7);
+    EXPECT_EQ(ends[0].calls + ends[1].calls, 1) << "nobody is called after the engine";
 }
 
 // ---- failures
