@@ -80,6 +80,7 @@ std::vector<Workload> workloads(Arguments const& arguments)
     addViews(list, sizes);
     addMemory(list, sizes);
     addLanguage(list);
+    addHost(list);
     std::erase_if(list, [&](Workload const& workload) { return !isNamed(workload.id, arguments.workloads); });
     for (Workload& workload : list) {
         if (arguments.peer == "floor")

@@ -23,6 +23,9 @@ foreach(_component IN LISTS _components)
         FILE_SET headers DESTINATION "${_headers}" COMPONENT development)
     install(EXPORT studio_data-${_component}-targets NAMESPACE studio_data:: DESTINATION "${_package}"
         COMPONENT development)
+    configure_file(cmake/studio_data-component.pc.in "${PROJECT_BINARY_DIR}/studio_data-${_component}.pc" @ONLY)
+    install(FILES "${PROJECT_BINARY_DIR}/studio_data-${_component}.pc"
+        DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
 endforeach()
 list(JOIN _components " " STUDIO_DATA_COMPONENTS)
 

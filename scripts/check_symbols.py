@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Compares the exports of the shared library with the list in tests/install/symbols.txt.
+"""Compares the exports of a shared library with its list: tests/install/symbols.txt, of a component symbols-NAME.txt.
 
 Usage: check_symbols.py [--renew] LIBRARY [ROOT]. Prints a line for each name that was added or removed; exit code 1 if there
 is one. With --renew it writes the list instead.
@@ -18,7 +18,7 @@ OWN = ("studio::data::", "tarn::zero::", "tarn0::messages::", "gel::", "rook::fa
        "foundation::core::except::")
 OF = re.compile(r"^(?:vtable|VTT|typeinfo|typeinfo name|guard variable|(?:non-)?virtual thunk|covariant return thunk)"
                 r" (?:for|to) ")
-LIST = os.path.join("tests", "install", "symbols.txt")
+COMPONENT = re.compile(r"libstudio_data_(\w+)\.so")
 
 
 def demangled(library):
@@ -40,10 +40,10 @@ def listed(exported):
     return {name for kind, name in exported if kind in "TBDR" and "<" not in bare(name) and not OF.match(name)}
 
 
-def check(exported, kept):
+def check(exported, kept, own):
     for kind, name in exported:
         place = bare(name).split("<")[0]
-        if not place.startswith(OWN):
+        if not place.startswith(own):
             yield f"not ours: {name}"
         elif re.search(r"\b(detail|unnamed)::", place):
             yield f"private: {name}"
@@ -56,14 +56,16 @@ def main(arguments):
     renew = "--renew" in arguments
     arguments = [argument for argument in arguments if argument != "--renew"]
     root = arguments[1] if len(arguments) > 1 else os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
-    path = os.path.join(root, LIST)
+    component = COMPONENT.match(os.path.basename(arguments[0]))
+    path = os.path.join(root, "tests", "install", f"symbols-{component[1]}.txt" if component else "symbols.txt")
+    own = f"studio::{component[1]}::" if component else OWN
     exported = list(demangled(arguments[0]))
     if renew:
         with open(path, "w", encoding="utf-8") as file:
             file.writelines(name + "\n" for name in sorted(listed(exported)))
     with open(path, encoding="utf-8") as file:
         kept = set(file.read().splitlines())
-    found = list(check(exported, kept))
+    found = list(check(exported, kept, own))
     if found:
         print("\n".join(found))
         print(f"If that is wanted: scripts/check_symbols.py --renew {arguments[0]}")

@@ -1,30 +1,26 @@
-// The smallest host: a context, a context inside it, an expression over both, and a callback for its changes.
-// The engine watches what the expression names. The callback runs inside the write that changed the result, and at no
-// other time.
+// Contexts, a subscription, and what a write does to it.
 
-#include "studio/data/ContextProvider.h"
-#include "studio/data/ExpressionEngine.h"
-#include "studio/data/ExpressionHandle.h"
+#include "studio/host/ContextTree.h"
+#include "studio/host/Subscriptions.h"
 
 #include <iostream>
 
-using namespace studio::data;
+using namespace studio::host;
 
 int main()
 {
-    auto const window = ContextProvider::create();
-    auto const editor = ContextProvider::create();
+    ContextTree window;
+    auto const root = window.root();
+    auto const editor = window.make("editor");   // a child: its properties are read as editor.…
+    root->addProperty("title", "notes.txt");
     editor->addProperty("readOnly", false);
-    window->addProperty("title", "notes.txt");
-    window->addProperty("editor", PropertyValue(editor));   // a child: its properties are read as editor.…
 
-    auto const show = [](std::string const& text, PropertyValue const& value) {
-        std::cout << text << ": " << value.asString() << '\n';
-    };
-    ExpressionEngine engine(window);
-    auto const canSave = engine.acquireExpression("title != '' && !editor.readOnly", show);
+    Subscriptions subscriptions(root);
+    auto const canSave = subscriptions.when("title != '' && !editor.readOnly", [](bool isEnabled) {
+        std::cout << "save is " << (isEnabled ? "enabled" : "disabled") << '\n';
+    });
 
-    editor->setPropertyValue("readOnly", true);           // the result changes: the callback runs, before this returns
-    window->setPropertyValue("title", "todo.txt");        // the result stays: silence
-    window->setPropertyValue("editor.readOnly", false);   // the same property, by its path
+    editor->setPropertyValue("readOnly", true);         // the result changes: the callback runs, before this returns
+    root->setPropertyValue("title", "todo.txt");        // the result stays: silence
+    root->setPropertyValue("editor.readOnly", false);   // the same property, by its path
 }

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <stdexcept>
 
-namespace studio::host::detail {
+namespace studio::host {
 
 using data::PropertyValue;
 
@@ -24,7 +24,7 @@ bool isOfKind(PropertyValue const& value, KeyKind kind)
 
 }   // namespace
 
-void Keys::refuseBadDescription(KeyDescription const& key)
+void KeyFunctions::refuseBadDescription(KeyDescription const& key)
 {
     if (key.name.empty() || key.name.find('.') != std::string::npos)
         throw std::invalid_argument{"the name of a key must be one name without dots, not \"" + key.name + '"'};
@@ -34,7 +34,7 @@ void Keys::refuseBadDescription(KeyDescription const& key)
     refuseBadValue(key, key.defaultValue);
 }
 
-void Keys::refuseBadValue(KeyDescription const& key, PropertyValue const& value)
+void KeyFunctions::refuseBadValue(KeyDescription const& key, PropertyValue const& value)
 {
     bool const isListed =
         key.allowed.empty() || std::find(key.allowed.begin(), key.allowed.end(), value) != key.allowed.end();
@@ -43,19 +43,19 @@ void Keys::refuseBadValue(KeyDescription const& key, PropertyValue const& value)
                                     (value.isUndefined() ? "that was given" : value.asString())};
 }
 
-void Keys::refuseNull(KeyDescription const& key, data::ContextProvider const* context)
+void KeyFunctions::refuseNull(KeyDescription const& key, data::ContextProvider const* context)
 {
     if (!context)
         throw std::invalid_argument{"the key \"" + key.name + "\" was used without a context"};
 }
 
-bool Keys::isInteger(PropertyValue const& value, double least, double beyond) noexcept
+bool KeyFunctions::isInteger(PropertyValue const& value, double least, double beyond) noexcept
 {
     return value.isDouble() && value.getDouble() >= least && value.getDouble() < beyond &&
            std::trunc(value.getDouble()) == value.getDouble();
 }
 
-bool Keys::write(KeyDescription const& key, data::ContextProvider& context, PropertyValue const& value)
+bool KeyFunctions::write(KeyDescription const& key, data::ContextProvider& context, PropertyValue const& value)
 {
     refuseBadValue(key, value);
     data::Property::Impl* const property = context.findProperty(key.name);
@@ -68,4 +68,4 @@ bool Keys::write(KeyDescription const& key, data::ContextProvider& context, Prop
     return isChanged;
 }
 
-}   // namespace studio::host::detail
+}   // namespace studio::host

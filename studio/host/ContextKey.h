@@ -56,19 +56,22 @@ constexpr KeyKind kindOf() noexcept
         return KeyKind::Text;
 }
 
-/// The functions of keys that do not depend on their type.
-struct STUDIO_HOST_EXPORT Keys {
-    /// *Throws* `std::invalid_argument` for a name that is empty or has a dot, and a default that is not allowed.
+}   // namespace detail
+
+/// What keys do whatever their type. For `ContextKey` only.
+struct STUDIO_HOST_EXPORT KeyFunctions {
+    /// Refuses a declaration: *throws* `std::invalid_argument` for a name that is empty or has a dot, for allowed values
+    /// of another kind, and for a default that is not allowed.
     static void refuseBadDescription(KeyDescription const& key);
+    /// Refuses a value: *throws* `std::invalid_argument` unless it is of the key's kind and allowed.
     static void refuseBadValue(KeyDescription const& key, data::PropertyValue const& value);
+    /// Refuses a missing context: *throws* `std::invalid_argument` for null.
     static void refuseNull(KeyDescription const& key, data::ContextProvider const* context);
     /// True for an integral number from `least` up to, but not including, `beyond`.
     static bool isInteger(data::PropertyValue const& value, double least, double beyond) noexcept;
-    /// Writes or adds the property. Returns true if something has changed.
+    /// Writes or adds the property. Returns true if something has changed. *Throws* as `refuseBadValue`.
     static bool write(KeyDescription const& key, data::ContextProvider& context, data::PropertyValue const& value);
 };
-
-}   // namespace detail
 
 /// A declared property: its name, type, default, description and allowed values in one object, which hosts define once
 /// and use instead of names in quotes. `T` is `bool`, an integer, `float`, `double`, `std::string`, an enum, or
@@ -85,7 +88,7 @@ public:
     {
         for (T const& value : allowed)
             described.allowed.push_back(toValue(value));
-        detail::Keys::refuseBadDescription(described);
+        KeyFunctions::refuseBadDescription(described);
     }
 
     /// Declares a key of an enum by the texts of its enumerators, which are the allowed values. *Throws* as above.
@@ -97,7 +100,7 @@ public:
     {
         for (auto const& [value, text] : names)
             described.allowed.emplace_back(text);
-        detail::Keys::refuseBadDescription(described);
+        KeyFunctions::refuseBadDescription(described);
     }
 
     /// Returns the name of the property in its context.
@@ -109,14 +112,14 @@ public:
     /// `std::invalid_argument` for a null context, and what its commit throws.
     void addTo(std::shared_ptr<data::ContextProvider> const& context) const
     {
-        detail::Keys::refuseNull(described, context.get());
+        KeyFunctions::refuseNull(described, context.get());
         context->addProperty(described.name, described.defaultValue);
     }
     /// Returns the value in a context; the default if there is no such property, or none that the type can hold.
     /// *Throws* `std::invalid_argument` for a null context.
     T get(std::shared_ptr<data::ContextProvider> const& context) const
     {
-        detail::Keys::refuseNull(described, context.get());
+        KeyFunctions::refuseNull(described, context.get());
         return fromValue(context->getPropertyValue(described.name));
     }
     /// Writes the property, or adds it. Returns true if the value has changed. *Throws* `std::invalid_argument` for a
@@ -124,8 +127,8 @@ public:
     /// exactly; nothing is written then. *Throws* what its commit throws.
     bool set(std::shared_ptr<data::ContextProvider> const& context, T const& value) const
     {
-        detail::Keys::refuseNull(described, context.get());
-        return detail::Keys::write(described, *context, toValue(value));
+        KeyFunctions::refuseNull(described, context.get());
+        return KeyFunctions::write(described, *context, toValue(value));
     }
 
 private:
@@ -159,7 +162,7 @@ private:
                 return value.getBool();
         } else if constexpr (std::integral<T>) {
             using Limits = std::numeric_limits<T>;
-            if (detail::Keys::isInteger(value, static_cast<double>(Limits::min()), std::ldexp(1.0, Limits::digits)))
+            if (KeyFunctions::isInteger(value, static_cast<double>(Limits::min()), std::ldexp(1.0, Limits::digits)))
                 return static_cast<T>(value.getDouble());
         } else if constexpr (std::floating_point<T>) {
             if (value.isDouble())

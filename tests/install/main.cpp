@@ -8,6 +8,8 @@
 #include "studio/data/ExpressionHandle.h"
 #include "studio/data/model/ContextDataImpl.h"
 #include "studio/data/model/PropertyImpl.h"
+#include "studio/host/Schema.h"
+#include "studio/host/Subscriptions.h"
 #include "tarn/zero/ModelImpl.h"
 #include "tarn/zero/ReportException.h"
 #include "tarn/zero/Transaction.h"
@@ -17,6 +19,7 @@
 
 #include <iostream>
 #include <stdexcept>
+#include <string>
 
 using namespace studio::data;
 
@@ -109,6 +112,18 @@ void types()
     expect(throws<gel::ParseError>([] { gel::symbols("a b"); }), "a text that does not parse is refused");
 }
 
+void hostLayer()
+{
+    auto const root = ContextProvider::create();
+    studio::host::ContextKey<int>{"count", 1, "How many"}.addTo(root);
+    studio::host::Subscriptions subscriptions{root};
+    std::string shown;
+    auto const kept = subscriptions.show("count", [&](std::string const& text) { shown += text; });
+    root->setPropertyValue("count", 2);
+    expect(shown == "12", "the host layer shows changes");
+    expect(throws<std::invalid_argument>([] { studio::host::Schema{}.require("count"); }), "unknown names are refused");
+}
+
 }   // namespace
 
 int main()
@@ -117,6 +132,7 @@ int main()
     writes();
     views();
     types();
+    hostLayer();
     std::cout << (s_failures == 0 ? "as it should be\n" : "");
     return s_failures;
 }

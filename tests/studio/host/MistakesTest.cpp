@@ -1,0 +1,67 @@
+#include "gel/ParseError.h"
+#include "studio/host/Batch.h"
+#include "studio/host/Schema.h"
+#include "studio/host/Subscriptions.h"
+#include "support/Contexts.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <stdexcept>
+#include <string>
+
+// The mistakes of beginners are answered with what the guide says.
+namespace studio::host {
+namespace {
+
+using support::Provider;
+
+TEST(Mistakes, AreAnsweredAsTheGuideSays)
+{
+    Provider const editor = support::context({{"readOnly", false}});
+    Provider const root = support::context({{"count", 1}, {"editor", editor}});
+    Subscriptions lenient{root};
+    Subscriptions strict{root};
+    Schema schema;
+    schema.add(ContextKey<int>{"count", 0, ""});
+    schema.add(ContextKey<bool>{"readOnly", false, ""}, "editor");
+    strict.require(schema);
+    Subscription kept;
+    auto const subscribe = [&](Subscriptions& to, char const* text) { kept = to.when(text, [](bool) {}); };
+    auto const messageOf = [](std::function<void()> const& mistake) {
+        try {
+            mistake();
+        } catch (std::exception const& error) {
+            return std::string{error.what()};
+        }
+        return std::string{};
+    };
+    auto const forgotten = [] {
+        std::string reason;
+        Batch{[&](Failure const& failure) { reason = failure.reason; }};
+        return reason;
+    };
+    auto const unresolved = [&] {
+        subscribe(lenient, "!editor.readonly");
+        auto const found = lenient.unresolved();
+        return found.size() == 1 ? describe(found[0].end, found[0].name) : "";
+    };
+    auto const endless = [&] {
+        kept = lenient.watch("count", [&](data::PropertyValue const& value) {
+            root->setPropertyValue("count", value.getDouble() + 1);
+        });
+    };
+    std::string const nesting = messageOf(endless);
+    std::ifstream file{GUIDE};
+    std::string const guide{std::istreambuf_iterator<char>{file}, {}};
+    for (std::string const& message :
+         {messageOf([&] { subscribe(strict, "title != ''' && !editor.readOnly"); }),
+          messageOf([&] { subscribe(strict, "editor.readonly"); }), unresolved(),
+          messageOf([&] { subscribe(strict, "count == 'three'"); }), forgotten(), nesting.substr(0, nesting.find(':'))})
+        EXPECT_TRUE(!message.empty() && guide.find('`' + message + '`') != std::string::npos) << message;
+}
+
+}   // namespace
+}   // namespace studio::host
