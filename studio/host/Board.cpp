@@ -20,8 +20,9 @@ Snapshot::Snapshot(std::uint64_t number, std::vector<Entry> values, std::shared_
 
 data::PropertyValue const* Snapshot::find(std::string_view text) const noexcept
 {
-    auto const found = std::lower_bound(entries.begin(), entries.end(), text,
-                                        [](Entry const& entry, std::string_view wanted) { return entry.text < wanted; });
+    auto const found =
+        std::lower_bound(entries.begin(), entries.end(), text,
+                         [](Entry const& entry, std::string_view wanted) { return entry.text < wanted; });
     return found != entries.end() && found->text == text ? &found->value : nullptr;
 }
 
@@ -101,8 +102,7 @@ void Board::Publisher::publish()
     };
     bool const isUnchanged = last && std::equal(entries.begin(), entries.end(), last->begin(), isSame);   // once more
     std::shared_ptr<Snapshot const> next =
-        isUnchanged ? last
-                    : std::make_shared<Snapshot const>(last ? last->number() + 1 : 1, std::move(entries), texts);
+        isUnchanged ? last : std::make_shared<Snapshot const>(last ? last->number() + 1 : 1, std::move(entries), texts);
     isCalled = false;
     std::lock_guard const lock{mutex};
     last.swap(next);
