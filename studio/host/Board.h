@@ -37,7 +37,9 @@ public:
     /// the snapshot.
     data::PropertyValue const* find(std::string_view text) const noexcept;
 
+    /// Begins a walk over the entries.
     Iterator begin() const noexcept { return entries.begin(); }
+    /// Ends a walk over the entries.
     Iterator end() const noexcept { return entries.end(); }
 
 private:
