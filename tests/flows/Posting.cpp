@@ -7,6 +7,7 @@
 #include <condition_variable>
 #include <iostream>
 #include <mutex>
+#include <numeric>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -82,13 +83,8 @@ int main()
     for (std::size_t i = 0; i != posters; ++i)
         threads.emplace_back(post, i);
     std::thread readers[]{std::thread{read}, std::thread{read}};
-    auto const count = [](std::vector<int> const& numbers) {
-        int sum = 0;
-        for (int const number : numbers)
-            sum += number;
-        return sum;
-    };
-    while (count(ran) < closedAfter) {
+    auto const count = [&] { return std::accumulate(ran.begin(), ran.end(), 0); };
+    while (count() < closedAfter) {
         {
             std::unique_lock lock{mutex};
             condition.wait(lock, [&] { return isAwake; });
@@ -105,7 +101,7 @@ int main()
         reader.join();
 
     wrong += ran != accepted;
-    wrong += *board.current()->find("sum") != data::PropertyValue{count(ran) - failed};
+    wrong += *board.current()->find("sum") != data::PropertyValue{count() - failed};
     for (std::size_t i = 0; i != posters; ++i)
         wrong += *board.current()->find(names[i + 1]) != data::PropertyValue{written[i]};
     std::cout << (wrong == 0 ? "posted once and in order\n" : "posted otherwise\n");

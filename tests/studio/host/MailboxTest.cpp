@@ -23,12 +23,11 @@ struct MailboxTest : testing::Test {
         notes += mailbox->post([this, note] { notes += note; }) ? "" : "refused";
     }
     /// Notes how many ran, after what they note, or that the drain was refused.
-    template <class Refusal = std::logic_error>
     void drain(std::size_t limit = Mailbox::DEFAULT_LIMIT)
     try {
-        std::size_t const count = mailbox->drain(limit);
-        notes += '(' + std::to_string(count) + ')';
-    } catch (Refusal const&) {
+        std::string const ran = std::to_string(mailbox->drain(limit));
+        notes += '(' + ran + ')';
+    } catch (std::exception const&) {
         notes += '!';
     }
     double read(char const* name) const { return context->getPropertyValue(name).getDouble(); }
@@ -57,8 +56,8 @@ TEST_F(MailboxTest, WakesForEachDrainThatIsDueAndKeepsWhatARefusedOneWouldRun)
     for (auto const& [step, afterwards] : {
              Step{[&] { post("a"), post("b"), post("c"), drain(1); }, "2 a(1)"},
              {[&] { support::inTransaction([&] { drain(); }), post("d"); }, "3 !"},
-             {[&] { drain<std::invalid_argument>(0), post("e"), post("f"); }, "4 !"},
-             {[&] { whileFrozen([&] { drain<std::exception>(); }), post("g"); }, "5 !"},
+             {[&] { drain(0), post("e"), post("f"); }, "4 !"},
+             {[&] { whileFrozen([&] { drain(); }), post("g"); }, "5 !"},
              {[&] { mailbox->post([&] { post("later"), drain(); }), drain(), drain(), drain(); },
               "6 bcdefg!(7)later(1)(0)"},
              {[&] { EXPECT_THROW((throws = true, post("h")), int); }, "7 "},
@@ -140,9 +139,7 @@ TEST_F(MailboxTest, WhatFailsIsUndoneAloneAndReportedOrElseThrown)
             try {
                 EXPECT_EQ(mailbox->drain(), 4U);
                 EXPECT_TRUE(isHandled);
-            } catch (std::runtime_error const& exception) {
-                failures = exception.what();
-            } catch (std::logic_error const& exception) {
+            } catch (std::exception const& exception) {
                 failures = exception.what();
             }
             listenerThrows = false;
