@@ -30,7 +30,7 @@ std::string quoted(std::string_view text)
 /// The failure that is the exception being handled.
 Failure currentFailure(std::string text, data::PropertyValue value = {})
 {
-    Failure failure{std::move(text), std::move(value), std::current_exception(), "an exception of unknown type"};
+    Failure failure{std::move(text), std::move(value), std::current_exception(), "an exception of an unknown type"};
     try {
         throw;
     } catch (std::exception const& exception) {
