@@ -20,8 +20,8 @@ struct TreeState;
 
 /// Which identities the contexts of a restored tree have.
 enum class Identities {
-    Kept,   ///< those of the snapshot: to go on where a session ended
-    Fresh   ///< their own: to make a copy, or to apply a template
+    Kept,   ///< the identities in the snapshot: to go on where a session ended
+    Fresh   ///< new identities, or the ones that they have: to make a copy, or to apply a template
 };
 
 /// Owns contexts by their dotted paths. References keep no context alive; this class does: each context of the tree
