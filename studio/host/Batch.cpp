@@ -1,0 +1,150 @@
+#include "studio/host/Batch.h"
+
+#include "studio/data/ContextProvider.h"
+#include "studio/host/detail/OpenBatches.h"
+#include "tarn/zero/ModelImpl.h"
+
+#include <exception>
+#include <memory>
+#include <stdexcept>
+
+namespace studio::host {
+
+using detail::BatchChange;
+using detail::OpenBatches;
+using tarn::zero::Transaction;
+
+namespace {
+
+// The innermost open batch, and the last change in the open batches.
+constinit Batch* s_innermost = nullptr;
+constinit BatchChange* s_lastChange = nullptr;
+
+tarn::zero::Model::Impl& model()
+{
+    return *data::ContextProvider::sharedModel().get();
+}
+
+}   // namespace
+
+Batch::Batch(ErrorHandler handler) : onError{std::move(handler)}, outer{s_innermost}, changesBefore{s_lastChange}
+{
+    isInTransaction = outer ? outer->isInTransaction || !outer->isInnermost() : model().isInTransaction();
+    transaction.emplace(model().beginTransaction(true));
+    probe.emplace(model().beginTransaction(true));
+    s_innermost = this;
+}
+
+Batch::~Batch()
+{
+    undo();
+    if (wasEnded || !onError)
+        return;
+    onError({"a batch",
+             {},
+             nullptr,
+             std::uncaught_exceptions() ? "an exception ended a batch: its changes are undone"
+                                        : "a batch ended without commit() or rollBack(): its changes are undone"});
+}
+
+void Batch::commit()
+{
+    if (!isOpen())
+        throw std::logic_error{"the batch has ended before"};
+    if (s_innermost != this || !endProbe())
+        throw std::logic_error{"a batch cannot be committed while a batch or a transaction inside it is open"};
+
+    // The batch has ended before listeners run: they may destroy it.
+    std::optional<Transaction> last{std::move(*transaction)};
+    BatchChange* changes = outer ? nullptr : std::exchange(s_lastChange, nullptr);
+    wasEnded = true;
+    leave();
+    struct Release {
+        BatchChange*& changes;
+        ~Release() { discard(changes, nullptr, false); }
+    } const release{changes};
+    try {
+        last->commit(boost::none);
+    } catch (...) {
+        bool const isUndone = model().isInTransaction();
+        last.reset();
+        if (isUndone)
+            discard(changes, nullptr, true);
+        throw;
+    }
+}
+
+void Batch::rollBack() noexcept
+{
+    wasEnded = true;
+    undo();
+}
+
+void Batch::undo() noexcept
+{
+    if (!isOpen())
+        return;
+    while (s_innermost != this)
+        s_innermost->leave();
+    BatchChange* const before = changesBefore;
+    leave();
+    discard(s_lastChange, before, true);
+}
+
+/// Ends the batch for its users, and its transaction if that was not moved away.
+void Batch::leave() noexcept
+{
+    s_innermost = outer;
+    outer = nullptr;
+    probe.reset();
+    transaction.reset();
+}
+
+/// Commits the probe. False, and nothing has changed, if a batch or a transaction that was opened inside is still open.
+bool Batch::endProbe()
+{
+    try {
+        probe->commit(boost::none);
+        return true;
+    } catch (std::logic_error const&) {
+        return false;
+    }
+}
+
+bool Batch::isInnermost()
+{
+    if (!endProbe())
+        return false;
+    probe.emplace(model().beginTransaction(true));
+    return true;
+}
+
+/// Takes the changes after `before` off the list, the last one first, and destroys them.
+void Batch::discard(BatchChange*& last, BatchChange const* before, bool isUndone) noexcept
+{
+    while (last != before) {
+        std::unique_ptr<BatchChange> const change{std::exchange(last, last->previous)};
+        if (isUndone)
+            change->undo();
+    }
+}
+
+bool OpenBatches::any() noexcept
+{
+    return s_innermost != nullptr;
+}
+
+void OpenBatches::remember(std::unique_ptr<BatchChange> change) noexcept
+{
+    change->previous = s_lastChange;
+    s_lastChange = change.release();
+}
+
+void OpenBatches::refuseTransaction(Batch const& batch)
+{
+    if (batch.isInTransaction)
+        throw std::logic_error{"a tree cannot be changed inside a transaction that is not a batch: it would not be "
+                               "notified of a rollback"};
+}
+
+}   // namespace studio::host
