@@ -32,12 +32,10 @@ int main()
     auto const save = subscriptions.when("editor.document.dirty", [](bool isEnabled) {
         std::cout << "save: " << (isEnabled ? "enabled" : "disabled") << '\n';
     });
-    auto const status = subscriptions.show("'Line ' + editor.line", [](std::string const& text) {
-        std::cout << "status: " << text << '\n';
-    });
-    auto popup = subscriptions.watch("editor.document.dirty ? editor.line : 0", [](auto const& value) {
-        std::cout << "popup: " << value.asString() << '\n';
-    });
+    auto const status = subscriptions.show("'Line ' + editor.line",
+                                           [](std::string const& text) { std::cout << "status: " << text << '\n'; });
+    auto popup = subscriptions.watch("editor.document.dirty ? editor.line : 0",
+                                     [](auto const& value) { std::cout << "popup: " << value.asString() << '\n'; });
 
     std::cout << "type three lines\n";
     batch([&] {

@@ -60,8 +60,8 @@ constexpr KeyKind kindOf() noexcept
 
 /// What keys do whatever their type. For `ContextKey` only.
 struct STUDIO_HOST_EXPORT KeyFunctions {
-    /// Refuses a declaration: *throws* `std::invalid_argument` for a name that is empty or has a dot, for allowed values
-    /// of another kind, and for a default that is not allowed.
+    /// Refuses a declaration: *throws* `std::invalid_argument` for a name that is empty or has a dot, for allowed
+    /// values of another kind, and for a default that is not allowed.
     static void refuseBadDescription(KeyDescription const& key);
     /// Refuses a value: *throws* `std::invalid_argument` unless it is of the key's kind and allowed.
     static void refuseBadValue(KeyDescription const& key, data::PropertyValue const& value);

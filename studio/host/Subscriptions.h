@@ -67,12 +67,15 @@ public:
     /// Calls `callback` with the truth of the text: undefined, 0, `false` and the empty text are false. *Throws*
     /// `gel::ParseError` for a text that does not parse, `std::invalid_argument` for an empty function or a text that
     /// the schema refuses, and, without an error handler, what the first call throws; nothing is subscribed then.
-    [[nodiscard("a subscription that is not kept ends at once")]] Subscription when(std::string const& text, std::function<void(bool)> callback);
+    [[nodiscard("a subscription that is not kept ends at once")]] Subscription when(std::string const& text,
+                                                                                    std::function<void(bool)> callback);
     /// Calls `callback` with the value as a person reads it: a number in its shortest form, a logical as `true` or
     /// `false`, undefined as the empty text. *Throws* as `when`.
-    [[nodiscard("a subscription that is not kept ends at once")]] Subscription show(std::string const& text, std::function<void(std::string const&)> callback);
+    [[nodiscard("a subscription that is not kept ends at once")]] Subscription show(
+        std::string const& text, std::function<void(std::string const&)> callback);
     /// Calls `callback` with the value. *Throws* as `when`.
-    [[nodiscard("a subscription that is not kept ends at once")]] Subscription watch(std::string const& text, std::function<void(data::PropertyValue const&)> callback);
+    [[nodiscard("a subscription that is not kept ends at once")]] Subscription watch(
+        std::string const& text, std::function<void(data::PropertyValue const&)> callback);
 
     /// A name in a subscribed text that yields nothing at present.
     struct Unresolved {
