@@ -37,7 +37,8 @@ enum class Identities {
 /// notified of a rollback. A listener's exception passes on, after a change that is final.
 ///
 /// Used on the thread of the shared model. A tree that is destroyed in a batch keeps its contexts alive until the
-/// outermost batch ends.
+/// outermost batch ends. One that was made in a batch that rolled back has no root in the model: nothing can be made in
+/// it.
 class STUDIO_HOST_EXPORT ContextTree {
 public:
     /// The longest path has this many names.
