@@ -49,6 +49,7 @@ public:
     /// A constant, a symbol, a pattern, or an operator or function with its operands.
     /// *Lifetime*: what it refers to lasts as long as the tree.
     struct Node {
+        /// What the node is.
         Kind kind;
         /// The symbol as a data source is asked for it; a pattern with slashes and flags; the name of a function; the
         /// spelling of an operator: `==` also for `===`, `not in`, `?:`. Empty for a constant.

@@ -1,6 +1,7 @@
 #include "studio/host/ContextTree.h"
 
 #include "studio/data/model/PropertyImpl.h"
+#include "studio/host/detail/Messages.h"
 #include "studio/host/detail/Paths.h"
 #include "studio/host/detail/Snapshot.h"
 #include "studio/host/detail/TreeState.h"
@@ -18,6 +19,7 @@ namespace studio::host {
 using data::ContextProvider;
 using data::Property;
 using data::PropertyValue;
+using detail::inQuotes;
 using detail::OpenBatches;
 using detail::TreeBatch;
 using detail::TreeState;
@@ -25,14 +27,9 @@ using Provider = std::shared_ptr<ContextProvider>;
 
 namespace {
 
-std::string quoted(std::string_view path)
-{
-    return '"' + std::string{path} + '"';
-}
-
 [[noreturn]] void refuse(std::string_view path, std::string const& reason)
 {
-    throw std::invalid_argument{"there cannot be a context at " + quoted(path) + ": " + reason};
+    throw std::invalid_argument{"there cannot be a context at " + inQuotes(path) + ": " + reason};
 }
 
 template <class Create>
@@ -50,7 +47,7 @@ std::shared_ptr<TreeState> stateWith(Create const& create)
 void requireElement(ContextProvider const& context, std::string_view path)
 {
     if (!ContextProvider::sharedModel()->findElement(context.getId(), 1))
-        throw std::logic_error{"the element of the context at " + quoted(path) + " was destroyed"};
+        throw std::logic_error{"the element of the context at " + inQuotes(path) + " was destroyed"};
 }
 
 bool refersTo(Property::Impl const* property, ContextProvider const& context)
@@ -80,7 +77,7 @@ Provider walk(Provider owner, std::string_view path, Step const& step)
     for (std::size_t begin = 0;;) {
         std::size_t const dot = path.find('.', begin);
         if (dot != std::string_view::npos && owner->findHiding(path.substr(begin)))
-            refuse(path, "a property whose own name is " + quoted(path.substr(begin)) + " hides it");
+            refuse(path, "a property whose own name is " + inQuotes(path.substr(begin)) + " hides it");
         owner = step(owner, path.substr(0, dot));
         if (dot == std::string_view::npos)
             return owner;
@@ -205,7 +202,7 @@ std::shared_ptr<ContextProvider> ContextTree::make(std::string_view path)
         Provider context = state->find(at);
         if (Property::Impl const* const property = owner->findProperty(detail::lastName(at))) {
             if (!context || !refersTo(property, *context))
-                refuse(path, "the property " + quoted(at) + " holds something else");
+                refuse(path, "the property " + inQuotes(at) + " holds something else");
             return context;
         }
         if (!context) {
@@ -240,7 +237,7 @@ void ContextTree::move(std::string_view from, std::string_view to)
     TreeBatch batch{state};
     Provider const context = state->find(from);
     if (!context)
-        throw std::invalid_argument{"there is no context at " + quoted(from) + " to move"};
+        throw std::invalid_argument{"there is no context at " + inQuotes(from) + " to move"};
     if (to.starts_with(from) && to.substr(from.size()).starts_with('.'))
         refuse(to, "it would hold itself");
     Provider const owner = walk(state->root, to, [&](Provider const& holder, std::string_view at) {
@@ -248,7 +245,7 @@ void ContextTree::move(std::string_view from, std::string_view to)
             return holder;
         Provider next = state->find(at);
         if (!next)
-            refuse(to, "there is none at " + quoted(at));
+            refuse(to, "there is none at " + inQuotes(at));
         return next;
     });
     if (state->find(to))

@@ -3,6 +3,7 @@
 #include "studio/data/ContextProvider.h"
 #include "studio/data/ProviderRegistry.h"
 #include "studio/data/model/PropertyImpl.h"
+#include "studio/host/detail/Messages.h"
 #include "tarn/zero/ModelImpl.h"
 #include "tarn/zero/Transaction.h"
 
@@ -20,26 +21,10 @@
 
 namespace studio::host {
 
+using detail::currentFailure;
+using detail::inQuotes;
+
 namespace {
-
-std::string quoted(std::string_view text)
-{
-    return '"' + std::string{text} + '"';
-}
-
-/// The failure that is the exception being handled.
-Failure currentFailure(std::string text, data::PropertyValue value = {})
-{
-    Failure failure{std::move(text), std::move(value), std::current_exception(), "an exception of an unknown type"};
-    try {
-        throw;
-    } catch (std::exception const& exception) {
-        failure.reason = exception.what();
-    } catch (...) {
-        // Has no text.
-    }
-    return failure;
-}
 
 /// True in a scope of the owner's thread.
 class Scope {
@@ -253,7 +238,7 @@ void Mailbox::State::run(Item const& item, std::vector<Failure>& failures)
             write(item);
         savepoint.commit(boost::none);
     } catch (...) {
-        std::string const text = item.task ? "a posted function" : "a posted write of " + quoted(item.name);
+        std::string const text = item.task ? "a posted function" : "a posted write of " + inQuotes(item.name);
         failures.push_back(currentFailure(text, item.value));
     }
 }
@@ -265,7 +250,8 @@ void Mailbox::State::write(Item const& item)
         throw std::invalid_argument{"there is no context " + to_string(item.context)};
     data::Property::Impl* const property = context->findProperty(item.name);
     if (!property)
-        throw std::invalid_argument{"the context " + to_string(item.context) + " has no property " + quoted(item.name)};
+        throw std::invalid_argument{"the context " + to_string(item.context) + " has no property " +
+                                    inQuotes(item.name)};
     property->setValue(item.value);
 }
 

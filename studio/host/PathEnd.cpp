@@ -1,12 +1,14 @@
 #include "studio/host/PathEnd.h"
 
 #include "studio/data/model/PropertyImpl.h"
+#include "studio/host/detail/Messages.h"
 
 #include <utility>
 
 namespace studio::host {
 
 using data::Property;
+using detail::inQuotes;
 using Reason = PathEnd::Reason;
 
 PathEnd endOf(std::shared_ptr<data::ContextProvider> context, std::string_view path)
@@ -36,22 +38,21 @@ PathEnd endOf(std::shared_ptr<data::ContextProvider> context, std::string_view p
 
 std::string describe(PathEnd const& end, std::string_view path)
 {
-    auto const quoted = [](std::string_view text) { return '"' + std::string{text} + '"'; };
-    std::string const name = quoted(path.substr(end.offset, end.size));
-    std::string const reached = end.offset == 0 ? "the root" : quoted(path.substr(0, end.offset - 1));
+    std::string const name = inQuotes(path.substr(end.offset, end.size));
+    std::string const reached = end.offset == 0 ? "the root" : inQuotes(path.substr(0, end.offset - 1));
     switch (end.reason) {
-    case Reason::Found: return quoted(path) + " is there";
-    case Reason::Missing: return quoted(path) + " is missing: " + reached + " has no property " + name;
+    case Reason::Found: return inQuotes(path) + " is there";
+    case Reason::Missing: return inQuotes(path) + " is missing: " + reached + " has no property " + name;
     case Reason::PlainValue:
-        return quoted(path) + " is missing: the property " + name + " of " + reached + " is not a context";
+        return inQuotes(path) + " is missing: the property " + name + " of " + reached + " is not a context";
     case Reason::Dangling:
-        return quoted(path) + " is missing: the property " + name + " of " + reached +
+        return inQuotes(path) + " is missing: the property " + name + " of " + reached +
                " refers to a context that does not exist";
     case Reason::Hidden:
-        return quoted(path) + " is not followed: " + reached + " has a property whose own name is " + name;
+        return inQuotes(path) + " is not followed: " + reached + " has a property whose own name is " + name;
     case Reason::NoContext: break;
     }
-    return quoted(path) + " is missing: there is no context";
+    return inQuotes(path) + " is missing: there is no context";
 }
 
 }   // namespace studio::host

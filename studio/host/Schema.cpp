@@ -1,6 +1,7 @@
 #include "studio/host/Schema.h"
 
 #include "gel/Tree.h"
+#include "studio/host/detail/Messages.h"
 
 #include <nlohmann/json.hpp>
 
@@ -13,6 +14,7 @@
 namespace studio::host {
 
 using data::PropertyValue;
+using detail::inQuotes;
 using gel::Tree;
 using Kind = Tree::Kind;
 
@@ -73,11 +75,6 @@ std::size_t distance(std::string_view left, std::string_view right)
         beforeAbove = std::exchange(above, std::move(row));
     }
     return above.back();
-}
-
-std::string inQuotes(std::string_view text)
-{
-    return '"' + std::string{text} + '"';
 }
 
 }   // namespace

@@ -2,6 +2,7 @@
 
 #include "gel/Eval.h"
 #include "studio/host/Schema.h"
+#include "studio/host/detail/Messages.h"
 
 #include <array>
 #include <charconv>
@@ -44,17 +45,6 @@ bool truthOf(PropertyValue const& value)
     if (value.isDouble())
         return value.getDouble() != 0;
     return value.isString() && !value.getString().empty();
-}
-
-std::string reasonOf(std::exception_ptr const& exception)
-{
-    try {
-        std::rethrow_exception(exception);
-    } catch (std::exception const& known) {
-        return known.what();
-    } catch (...) {
-        return "an exception of an unknown type";
-    }
 }
 
 // The kinds of subscription. Each keeps what it handed over last, to leave out repetitions.
@@ -156,9 +146,8 @@ Subscription Subscriptions::subscribe(std::string const& text, std::shared_ptr<T
             try {
                 (*told)(value);
             } catch (...) {
-                std::exception_ptr const exception = std::current_exception();
                 if (ErrorHandler const handler = shared->onError)   // a copy: it may set another one
-                    handler({changed, value, exception, reasonOf(exception)});
+                    detail::report(handler, detail::currentFailure(changed, value));
             }
         })};
 }
