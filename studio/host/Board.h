@@ -38,8 +38,10 @@ public:
     data::PropertyValue const* find(std::string_view text) const noexcept;
 
     /// Begins a walk over the entries.
+    /// Returns the first entry.
     Iterator begin() const noexcept { return entries.begin(); }
     /// Ends a walk over the entries.
+    /// Returns the position behind the last entry.
     Iterator end() const noexcept { return entries.end(); }
 
 private:

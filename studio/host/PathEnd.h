@@ -22,6 +22,7 @@ struct PathEnd {
         NoContext     ///< there is no context to begin at
     };
 
+    /// Why the walk stops.
     Reason reason;
     /// The position in the path of the name at which the walk stops; for `Hidden`, of the rest.
     std::size_t offset;
