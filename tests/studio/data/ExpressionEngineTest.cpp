@@ -180,14 +180,13 @@ struct Recorder final : EngineObserver {
     std::string take() { return std::exchange(log, {}); }
 
     ExpressionEngine& engine;
-    char const* name;
     std::string log;
     std::function<void()> atEnd;
 };
 
 TEST_F(Expressions, ObserversSeeEachRoundInOrder)
 {
-    std::optional<Recorder> first{std::in_place, engine, "first"}, second{std::in_place, engine, "second"};
+    std::optional<Recorder> first{std::in_place, engine}, second{std::in_place, engine};
     std::function<void()> inside;
     Handle const handle = engine.acquireExpression("a.b + x", [&](auto&&...) {
         if (auto const once = std::exchange(inside, nullptr))
@@ -304,32 +303,6 @@ TEST_F(Expressions, EveryWalkRefusesAnOffsetBeyondTheSymbol)
                 EXPECT_STREQ(refusal.what(), "basic_string_view::substr: __pos (which is 2) > __size (which is 1)");
             }
         }
-}
-
-TEST_F(Expressions, TextsThatASymbolIsNotedForAreEvaluatedWithIt)
-{
-    Handle const x = calls.hear("x");
-    Handle const y = calls.hear("y");
-    calls.take();
-    int value = 1;
-    auto const write = [&](char const* name) {
-        root->setPropertyValue(name, ++value);
-        return calls.take();
-    };
-    engine.releaseSymbol("x", "x");
-    EXPECT_EQ(engine.findExpressions("x"), nullptr);
-    EXPECT_EQ(write("x"), "");
-    engine.acquireSymbol("x", "y");
-    engine.acquireSymbol("x", "z later");
-    EXPECT_EQ(*engine.findExpressions("x"), (Texts{"y", "z later"}));
-    engine.updateExpression("x");
-    EXPECT_EQ(calls.take(), "x=2");
-    root->removeProperty("y");   // the evaluation of y below finds the value that this one left
-    EXPECT_EQ(calls.take(), "y=undefined");
-    engine.acquireSymbol("x", "x");
-    EXPECT_EQ(write("x"), "x=3");
-    engine.releaseSymbol("x", "y");
-    EXPECT_EQ(*engine.findExpressions("x"), (Texts{"x", "z later"}));
 }
 
 TEST_F(Expressions, ReadWhatIsThereAfterAReportThatArrivedInAnOpenTransaction)
