@@ -3,9 +3,10 @@
 #include "studio/data/ContextProvider.h"
 #include "studio/data/ProviderRegistry.h"
 #include "studio/data/model/PropertyImpl.h"
+#include "studio/host/Batch.h"
 #include "studio/host/detail/Messages.h"
+#include "studio/host/detail/OpenBatches.h"
 #include "tarn/zero/ModelImpl.h"
-#include "tarn/zero/Transaction.h"
 
 #include <boost/uuid/uuid_io.hpp>
 
@@ -25,6 +26,16 @@ using detail::currentFailure;
 using detail::inQuotes;
 
 namespace {
+
+/// Notes that the batch in which it is remembered was undone.
+class UndoNote final : public detail::BatchChange {
+public:
+    explicit UndoNote(bool& noted) noexcept : flag{noted} {}
+    void undo() noexcept override { flag = true; }
+
+private:
+    bool& flag;
+};
 
 /// True in a scope of the owner's thread.
 class Scope {
@@ -152,16 +163,17 @@ std::size_t Mailbox::State::drain(std::size_t limit)
     bool leavesSome = false;
     {
         Scope const draining{isDraining};
-        tarn::zero::Model const& model = data::ContextProvider::sharedModel();
+        bool isUndone = false;
         try {
-            tarn::zero::Transaction transaction = model->beginTransaction(true);
+            Batch batch;   // what it runs may change trees, which only a batch notifies of a rollback
+            detail::OpenBatches::remember(std::make_unique<UndoNote>(isUndone));
             leavesSome = take(limit, taken);
             for (auto item = taken.cbegin(); item != taken.cend() && !isEnded; ++item, ++count)
                 run(*item, failures);
             try {
-                transaction.commit(boost::none);
+                batch.commit();
             } catch (...) {
-                if (model->isInTransaction())
+                if (isUndone)
                     throw;
                 failures.push_back(currentFailure("the commit of a mailbox"));   // of a listener: the change stays
             }
@@ -231,12 +243,12 @@ void Mailbox::State::putBack(Queue& taken) noexcept
 void Mailbox::State::run(Item const& item, std::vector<Failure>& failures)
 {
     try {
-        tarn::zero::Transaction savepoint = data::ContextProvider::sharedModel()->beginTransaction(true);
+        Batch savepoint;
         if (item.task)
             item.task();
         else
             write(item);
-        savepoint.commit(boost::none);
+        savepoint.commit();
     } catch (...) {
         std::string const text = item.task ? "a posted function" : "a posted write of " + inQuotes(item.name);
         failures.push_back(currentFailure(text, item.value));

@@ -57,9 +57,9 @@ public:
     /// Runs what is queued, at most `limit` functions and writes, in one transaction, and returns how many it ran.
     /// What is posted meanwhile is left for the next drain.
     ///
-    /// Each function and each write has a savepoint of its own: if it throws, it alone is undone. When the transaction
-    /// is committed, failures are reported to the error handler in their order, the exception of a listener last.
-    /// Without a handler the first one is thrown then, and the others are lost.
+    /// Each function and each write has a `Batch` of its own, so that functions may change trees: if it throws, it
+    /// alone is undone. When the transaction is committed, failures are reported to the error handler in their order,
+    /// the exception of a listener last. Without a handler the first one is thrown then, and the others are lost.
     ///
     /// *Throws*, with everything still queued, and the next post wakes again:
     /// - `std::logic_error` inside an open transaction of the shared model, and inside a drain of this mailbox;

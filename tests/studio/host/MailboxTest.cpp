@@ -1,5 +1,6 @@
 #include "studio/host/Mailbox.h"
 
+#include "studio/host/ContextTree.h"
 #include "support/Allocations.h"
 #include "support/Contexts.h"
 #include "support/Random.h"
@@ -123,7 +124,7 @@ TEST_F(MailboxTest, WhatFailsIsUndoneAloneAndReportedOrElseThrown)
     for (bool const isHandled : {true, false})
         for (auto const& [fails, reason] : {
                  Case{failing([] { throw std::runtime_error{"posted"}; }), "posted"},
-                 {failing([&] { leaked.emplace(context->getModel()->beginTransaction(true)); }), "committed once"},
+                 {failing([&] { leaked.emplace(context->getModel()->beginTransaction(true)); }), "inside it is open"},
                  {failing([&] { mailbox->drain(); }), "drained inside its own drain"},
                  {failing([&] { Mailbox{{}}.drain(); }), "drained inside an open transaction"},
                  {[&] { mailbox->post([&] { listenerThrows = true; }); }, "listener"},
@@ -173,6 +174,15 @@ TEST_F(MailboxTest, WhatACommitWithoutMemoryUndoesRunsAgain)
         }
         EXPECT_TRUE(read("a") == read("p63") && read("a") == static_cast<double>(skipped + 2)) << failures;
     }
+}
+
+TEST_F(MailboxTest, FunctionsMayChangeTrees)
+{
+    ContextTree tree;
+    mailbox->post([&] { tree.make("a"); });
+    mailbox->post([&] { tree.make("b"), throw 1; });
+    mailbox->drain();
+    EXPECT_TRUE(tree.find("a") && !tree.find("b") && !tree.root()->hasProperty("b"));
 }
 
 TEST_F(MailboxTest, MayBeDestroyedInsideItsDrain)
