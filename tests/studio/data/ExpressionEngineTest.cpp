@@ -158,10 +158,7 @@ TEST_F(Expressions, ManyEnginesAndViewsFollowOneProperty)
 
 /// Writes down what it is called for; `atEnd` runs when the rounds have ended.
 struct Recorder final : EngineObserver {
-    Recorder(ExpressionEngine& watched, char const* shownAs) : engine{watched}, name{shownAs}
-    {
-        engine.addObserver(*this);
-    }
+    explicit Recorder(ExpressionEngine& watched) : engine{watched} { engine.addObserver(*this); }
     ~Recorder() override { engine.removeObserver(*this); }
     void roundBegins(tarn::zero::ReportData const* report) noexcept override { log += report ? "[" : "(["; }
     void symbolRebound(std::string_view symbol) noexcept override { log += "bind " + std::string{symbol} + ' '; }
