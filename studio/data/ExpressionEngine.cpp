@@ -27,9 +27,9 @@ ExpressionEngine::ExpressionEngine(boost::uuids::uuid id, ReleasePolicy policy)
     : ExpressionEngine{model::getContextProvider(id), policy}
 {}
 
-void ExpressionEngine::Release::operator()(detail::EngineState* state) const noexcept
+void ExpressionEngine::Release::operator()(detail::EngineState* released) const noexcept
 {
-    intrusive_ptr_release(state);
+    intrusive_ptr_release(released);
 }
 
 ExpressionEngine::~ExpressionEngine()
