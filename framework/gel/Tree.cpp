@@ -16,6 +16,12 @@ struct Tree::Contents {
 
 Tree::Tree(std::string text) : m_contents(std::make_shared<Contents const>(std::move(text))) {}
 
+Tree::Tree(Tree const& other) noexcept = default;
+
+Tree& Tree::operator=(Tree const& other) noexcept = default;
+
+Tree::~Tree() = default;
+
 std::string const& Tree::text() const noexcept
 {
     return m_contents->text;

@@ -68,6 +68,10 @@ public:
     /// Parses `text`. *Throws* `ParseError` if it does not parse. *Cost*: linear, without a cache.
     explicit Tree(std::string text);
 
+    Tree(Tree const& other) noexcept;
+    Tree& operator=(Tree const& other) noexcept;
+    ~Tree();
+
     /// The parsed text. *Lifetime*: as long as the tree.
     std::string const& text() const noexcept;
 

@@ -284,6 +284,9 @@ TEST(GelTree, TellsWhereEachPartStands)
         chain += "||-1";
     EXPECT_EQ(Tree(chain).nodes().size(), 1 + (chain.size() - 1) / 4 * 3);
     EXPECT_THROW(Tree("a +"), ParseError);
+    Tree first("a");
+    Tree const moved(std::move(first));
+    EXPECT_EQ(first.text() + moved.text(), "aa") << "moving copies";
 }
 
 }   // namespace
