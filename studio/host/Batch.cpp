@@ -27,7 +27,11 @@ tarn::zero::Model::Impl& model()
 
 }   // namespace
 
-Batch::Batch(ErrorHandler handler) : onError{std::move(handler)}, outer{s_innermost}, changesBefore{s_lastChange}
+Batch::Batch(ErrorHandler handler)
+    : onError{std::move(handler)},
+      outer{s_innermost},
+      changesBefore{s_lastChange},
+      exceptions{std::uncaught_exceptions()}
 {
     isInTransaction = outer ? outer->isInTransaction || !outer->isInnermost() : model().isInTransaction();
     transaction.emplace(model().beginTransaction(true));
@@ -43,8 +47,9 @@ Batch::~Batch()
     onError({"a batch",
              {},
              nullptr,
-             std::uncaught_exceptions() ? "an exception ended a batch: its changes are undone"
-                                        : "a batch ended without commit() or rollBack(): its changes are undone"});
+             std::uncaught_exceptions() > exceptions
+                 ? "an exception ended a batch: its changes are undone"
+                 : "a batch ended without commit() or rollBack(): its changes are undone"});
 }
 
 void Batch::commit()
@@ -56,20 +61,24 @@ void Batch::commit()
 
     // The batch has ended before listeners run: they may destroy it.
     std::optional<Transaction> last{std::move(*transaction)};
-    BatchChange* changes = outer ? nullptr : std::exchange(s_lastChange, nullptr);
+    bool const isNested = outer != nullptr;
+    BatchChange const* const before = changesBefore;
+    BatchChange* const changes = isNested ? s_lastChange : std::exchange(s_lastChange, nullptr);
     wasEnded = true;
     leave();
     struct Release {
-        BatchChange*& changes;
-        ~Release() { discard(changes, nullptr, false); }
-    } const release{changes};
+        ~Release() { release(changes); }
+        BatchChange* changes;   // those of an inner batch stay until the outermost one has ended
+    } const atEnd{isNested ? nullptr : changes};
     try {
         last->commit(boost::none);
     } catch (...) {
-        bool const isUndone = model().isInTransaction();
+        // A commit that fails leaves its transaction open. After one that succeeded another may be open, which a
+        // listener began.
+        bool const mayBeOpen = model().isInTransaction();
         last.reset();
-        if (isUndone)
-            discard(changes, nullptr, true);
+        if (isNested || (mayBeOpen && !model().isInTransaction()))
+            undo(changes, before);
         throw;
     }
 }
@@ -86,9 +95,14 @@ void Batch::undo() noexcept
         return;
     while (s_innermost != this)
         s_innermost->leave();
-    BatchChange* const before = changesBefore;
+    BatchChange const* const before = changesBefore;
+    bool const isNested = outer != nullptr;
     leave();
-    discard(s_lastChange, before, true);
+    // Taken off first: what is released may open batches of its own.
+    BatchChange* const changes = isNested ? s_lastChange : std::exchange(s_lastChange, nullptr);
+    undo(changes, before);
+    if (!isNested)
+        release(changes);
 }
 
 /// Ends the batch for its users, and its transaction if that was not moved away.
@@ -119,14 +133,19 @@ bool Batch::isInnermost()
     return true;
 }
 
-/// Takes the changes after `before` off the list, the last one first, and destroys them.
-void Batch::discard(BatchChange*& last, BatchChange const* before, bool isUndone) noexcept
+/// Undoes the changes after `before`, the last one first, except those that are undone.
+void Batch::undo(BatchChange* last, BatchChange const* before) noexcept
 {
-    while (last != before) {
-        std::unique_ptr<BatchChange> const change{std::exchange(last, last->previous)};
-        if (isUndone)
+    for (BatchChange* change = last; change != before; change = change->previous)
+        if (!std::exchange(change->isUndone, true))
             change->undo();
-    }
+}
+
+/// Destroys the changes, the last one first.
+void Batch::release(BatchChange* last) noexcept
+{
+    while (last)
+        std::unique_ptr<BatchChange>{std::exchange(last, last->previous)}.reset();
 }
 
 bool OpenBatches::any() noexcept

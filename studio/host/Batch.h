@@ -55,8 +55,8 @@ private:
     STUDIO_DATA_LOCAL bool isInnermost();
     STUDIO_DATA_LOCAL void leave() noexcept;
     STUDIO_DATA_LOCAL void undo() noexcept;
-    STUDIO_DATA_LOCAL static void discard(detail::BatchChange*& last, detail::BatchChange const* before,
-                                          bool isUndone) noexcept;
+    STUDIO_DATA_LOCAL static void undo(detail::BatchChange* last, detail::BatchChange const* before) noexcept;
+    STUDIO_DATA_LOCAL static void release(detail::BatchChange* last) noexcept;
 
     ErrorHandler onError;
     std::optional<tarn::zero::Transaction> transaction;   // empty once the batch has ended
@@ -64,6 +64,7 @@ private:
     Batch* outer;
     detail::BatchChange* changesBefore;   // the last one when the batch began
     bool isInTransaction;                 // opened inside a transaction that is no batch
+    int exceptions;                       // under way when it began
     bool wasEnded = false;                // by `commit` or `rollBack`
 };
 

@@ -53,8 +53,9 @@ private:
 /// Publishes the values of expressions for other threads, as an immutable snapshot after each commit that changes one
 /// of them. `current` may be called on any thread; everything else belongs to the thread of the shared model.
 ///
-/// A snapshot is published when everything that follows from a commit is done, writes of callbacks too: readers never
-/// see a state in between, nor one that may still roll back.
+/// A snapshot is published when everything that follows from a commit in its engine is done, writes of callbacks of
+/// that engine too, and while no transaction is open. Other engines on the same contexts may write later. If a callback
+/// has left a transaction open, the next commit that concerns the engine publishes.
 class STUDIO_HOST_EXPORT Board {
 public:
     /// Subscribes to the texts, of which equal ones count once, and publishes their values as snapshot 1. Made inside a

@@ -1,6 +1,7 @@
 #include "studio/host/ContextKey.h"
 
 #include "studio/data/model/PropertyImpl.h"
+#include "tarn/zero/ModelImpl.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -28,9 +29,12 @@ void KeyFunctions::refuseBadDescription(KeyDescription const& key)
 {
     if (key.name.empty() || key.name.find('.') != std::string::npos)
         throw std::invalid_argument{"the name of a key must be one name without dots, not \"" + key.name + '"'};
-    for (PropertyValue const& value : key.allowed)
-        if (!isOfKind(value, key.kind))
+    for (auto value = key.allowed.begin(); value != key.allowed.end(); ++value) {
+        if (!isOfKind(*value, key.kind))
             throw std::invalid_argument{"an allowed value of the key \"" + key.name + "\" is not of its kind"};
+        if (std::find(key.allowed.begin(), value, *value) != value)
+            throw std::invalid_argument{"the key \"" + key.name + "\" names an allowed value twice"};
+    }
     refuseBadValue(key, key.defaultValue);
 }
 
@@ -60,6 +64,8 @@ bool KeyFunctions::write(KeyDescription const& key, data::ContextProvider& conte
     refuseBadValue(key, value);
     data::Property::Impl* const property = context.findProperty(key.name);
     if (!property) {
+        if (!data::ContextProvider::sharedModel()->findElement(context.getId(), 1))
+            return false;
         context.addProperty(key.name, value);
         return true;
     }

@@ -61,7 +61,7 @@ constexpr KeyKind kindOf() noexcept
 /// What keys do whatever their type. For `ContextKey` only.
 struct STUDIO_HOST_EXPORT KeyFunctions {
     /// Refuses a declaration: *throws* `std::invalid_argument` for a name that is empty or has a dot, for allowed
-    /// values of another kind, and for a default that is not allowed.
+    /// values of another kind or named twice, and for a default that is not allowed.
     static void refuseBadDescription(KeyDescription const& key);
     /// Refuses a value: *throws* `std::invalid_argument` unless it is of the key's kind and allowed.
     static void refuseBadValue(KeyDescription const& key, data::PropertyValue const& value);
@@ -69,7 +69,8 @@ struct STUDIO_HOST_EXPORT KeyFunctions {
     static void refuseNull(KeyDescription const& key, data::ContextProvider const* context);
     /// True for an integral number from `least` up to, but not including, `beyond`.
     static bool isInteger(data::PropertyValue const& value, double least, double beyond) noexcept;
-    /// Writes or adds the property. Returns true if something has changed. *Throws* as `refuseBadValue`.
+    /// Writes or adds the property. Returns true if something has changed: not if the context's element is gone.
+    /// *Throws* as `refuseBadValue`.
     static bool write(KeyDescription const& key, data::ContextProvider& context, data::PropertyValue const& value);
 };
 
@@ -122,9 +123,10 @@ public:
         KeyFunctions::refuseNull(described, context.get());
         return fromValue(context->getPropertyValue(described.name));
     }
-    /// Writes the property, or adds it. Returns true if the value has changed. *Throws* `std::invalid_argument` for a
-    /// null context, for a value that is not allowed and for an integer beyond 2^53, which a number does not hold
-    /// exactly; nothing is written then. *Throws* what its commit throws.
+    /// Writes the property, or adds it. Returns true if the value has changed: not if a rollback has taken the
+    /// context's element away. *Throws* `std::invalid_argument` for a null context, for a value that is not allowed and
+    /// for an integer beyond 2^53, which a number does not hold exactly; nothing is written then. *Throws* what its
+    /// commit throws.
     bool set(std::shared_ptr<data::ContextProvider> const& context, T const& value) const
     {
         KeyFunctions::refuseNull(described, context.get());
@@ -165,7 +167,8 @@ private:
             if (KeyFunctions::isInteger(value, static_cast<double>(Limits::min()), std::ldexp(1.0, Limits::digits)))
                 return static_cast<T>(value.getDouble());
         } else if constexpr (std::floating_point<T>) {
-            if (value.isDouble())
+            // An infinity is one in every type; a number beyond the range of the type is not.
+            if (value.isDouble() && (std::isinf(value.getDouble()) || !std::isinf(static_cast<T>(value.getDouble()))))
                 return static_cast<T>(value.getDouble());
         } else if constexpr (std::same_as<T, std::string>) {
             if (value.isString())

@@ -246,6 +246,9 @@ void ContextTree::move(std::string_view from, std::string_view to)
         Provider next = state->find(at);
         if (!next)
             refuse(to, "there is none at " + inQuotes(at));
+        Property::Impl const* const property = holder->findProperty(detail::lastName(at));
+        if (property && !refersTo(property, *next))
+            refuse(to, "the property " + inQuotes(at) + " holds something else");
         return next;
     });
     if (state->find(to))

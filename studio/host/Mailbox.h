@@ -39,8 +39,8 @@ public:
     Mailbox(Mailbox const&) = delete;
     Mailbox& operator=(Mailbox const&) = delete;
     /// Closes the mailbox and destroys what is queued. A drain that is running, whose callback destroys the mailbox,
-    /// completes its transaction, but begins nothing more and calls neither `wake` nor the error handler. *Requires*
-    /// that no other thread uses the mailbox any more.
+    /// completes its transaction, but begins nothing more and calls neither `wake` nor the error handler: the first
+    /// failure leaves `drain` then. *Requires* that no other thread uses the mailbox any more.
     ~Mailbox();
 
     /// Queues a function; returns false, and destroys it, if the mailbox is closed. *Throws* `std::invalid_argument`

@@ -38,8 +38,8 @@ struct PathEnd {
 /// `ContextProvider::getPropertyValue` does.
 STUDIO_HOST_EXPORT PathEnd endOf(std::shared_ptr<data::ContextProvider> context, std::string_view path);
 
-/// A sentence for a programmer on where a path ends: `"editor.documnet" is missing: the context has no property
-/// "documnet"`.
+/// A sentence for a programmer on where a path ends: `"editor.documnet" is missing: "editor" has no property
+/// "documnet"`. The context in which the path begins is called the root.
 STUDIO_HOST_EXPORT std::string describe(PathEnd const& end, std::string_view path);
 
 }   // namespace studio::host

@@ -168,18 +168,29 @@ private:
         checkAllowed(node, partOf(node, 0), partOf(node, other));
         checkAllowed(node, partOf(node, other), partOf(node, 0));
     }
+    /// The constant that a node stands for, a negative number too; undefined for any other node.
+    gel::Value constantOf(Tree::Node const& node) const
+    {
+        if (node.kind == Kind::Constant)
+            return node.constant;
+        bool const isNegated = node.kind == Kind::Negate && partOf(node, 0).constant.isDouble();
+        return isNegated ? gel::Value{-partOf(node, 0).constant.getDouble()} : gel::Value{};
+    }
     void checkAllowed(Tree::Node const& node, Tree::Node const& symbol, Tree::Node const& constant)
     {
-        if (symbol.kind != Kind::Symbol || constant.kind != Kind::Constant || constant.constant.isUndefined())
+        gel::Value const wanted = constantOf(constant);
+        if (symbol.kind != Kind::Symbol || wanted.isUndefined())
             return;
         KeyDescription const* const key = schema.find(symbol.name);
         if (!key || key->allowed.empty())
             return;
-        gel::Value const& wanted = constant.constant;
         PropertyValue const value = wanted.isString()    ? PropertyValue{wanted.getString()}
                                     : wanted.isLogical() ? PropertyValue{wanted.getBool()}
                                                          : PropertyValue{wanted.getDouble()};
-        if (std::find(key->allowed.begin(), key->allowed.end(), value) != key->allowed.end())
+        auto const isRead = [&](PropertyValue const& allowed) {   // a reference is read as text
+            return allowed.isUUID() ? value == PropertyValue{allowed.asString()} : value == allowed;
+        };
+        if (std::any_of(key->allowed.begin(), key->allowed.end(), isRead))
             return;
         std::string message = inQuotes(symbol.name) + " is never " + std::string{tree.textOf(constant)} + "; it may be";
         char const* separator = " ";
@@ -196,7 +207,7 @@ private:
         bool const areNumbers = (left & (NUMBER | LOGICAL)) != 0 && (right & (NUMBER | LOGICAL)) != 0;
         bool const areTexts = (left & right & TEXT) != 0;
         if (!areNumbers && !areTexts)
-            report(node, std::string{tree.textOf(node)} + " is never true: a number and a text have no order");
+            report(node, std::string{tree.textOf(node)} + " is never true: its sides have no order");
     }
 
     Schema const& schema;
@@ -206,6 +217,7 @@ private:
 
 void Schema::add(KeyDescription const& key, std::string_view at)
 {
+    KeyFunctions::refuseBadDescription(key);
     if (!at.empty() && (at.front() == '.' || at.back() == '.' || at.find("..") != at.npos))
         throw std::invalid_argument{"the path " + inQuotes(at) + " has an empty name"};
     std::string const path = at.empty() ? key.name : std::string{at} + '.' + key.name;
@@ -256,6 +268,8 @@ std::string Schema::json() const
             return value.getString();
         if (value.isLogical())
             return value.getBool();
+        if (value.isUUID())
+            return value.asString();
         return value.isDouble() ? nlohmann::json(value.getDouble()) : nlohmann::json{};
     };
     static constexpr std::array<char const*, 4> KINDS{"logical", "number", "text", "context"};

@@ -28,7 +28,7 @@ public:
 
     /// Adds a key of the context at the path `at`, of the root for an empty one. The contexts along the path are known
     /// names from then on. *Throws* `std::invalid_argument` for a path with an empty component, and for a name that the
-    /// schema has with another kind; nothing is added then.
+    /// schema has with another kind, and as the constructor of a `ContextKey`; nothing is added then.
     void add(KeyDescription const& key, std::string_view at = {});
     /// Adds a key by its object.
     template <class T>
@@ -41,8 +41,8 @@ public:
     KeyDescription const* find(std::string_view path) const;
 
     /// Returns the mistakes in a text, in order of their positions: names that the schema does not have, with the most
-    /// similar one that it has, and comparisons that cannot be true because their sides are never of one kind, or
-    /// because a key does not allow the constant. *Throws* `gel::ParseError` for a text that does not parse.
+    /// similar one that it has, and comparisons whose result never changes, because their sides are never of one kind
+    /// or because a key does not allow the constant. *Throws* `gel::ParseError` for a text that does not parse.
     std::vector<Problem> check(std::string const& text) const;
     /// Refuses a text that has mistakes. *Throws* `std::invalid_argument` with the messages of `check`, a line each,
     /// and `gel::ParseError` for a text that does not parse.

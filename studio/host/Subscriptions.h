@@ -55,8 +55,9 @@ public:
     Subscriptions& operator=(Subscriptions const&) = delete;
 
     /// Sets who receives the exceptions of callbacks. With a handler everybody else is served, and the write that
-    /// caused the call returns. Without one, as at first and with an empty function, an exception leaves the write, and
-    /// later callbacks of that expression are skipped.
+    /// caused the call returns. Without one, as at first and with an empty function, an exception leaves the write. The
+    /// callbacks and evaluations that would have followed it in that round are skipped then, until their symbols change
+    /// again.
     void onError(ErrorHandler handler);
 
     /// Refuses texts from now on that name what `schema` does not have, or that compare what can never be equal: the
@@ -64,7 +65,8 @@ public:
     /// the schema.
     void require(Schema const& schema);
 
-    /// Calls `callback` with the truth of the text: undefined, 0, `false` and the empty text are false. *Throws*
+    /// Calls `callback` with the truth of the text: undefined, 0, `false` and the empty text are false. Inside an open
+    /// transaction the first call is made with its writes, which a rollback may undo. *Throws*
     /// `gel::ParseError` for a text that does not parse, `std::invalid_argument` for an empty function or a text that
     /// the schema refuses, and, without an error handler, what the first call throws; nothing is subscribed then.
     [[nodiscard("a subscription that is not kept ends at once")]] Subscription when(std::string const& text,

@@ -6,8 +6,8 @@
 
 namespace studio::host::detail {
 
-/// A change beside the model that follows the model when a batch rolls back. Destroyed after its `undo`, or after the
-/// outermost commit: what it holds is released then.
+/// A change beside the model that follows the model when a batch rolls back. Destroyed when the outermost batch has
+/// ended, whether it was undone or not: what it holds is released then.
 class BatchChange {
 public:
     BatchChange() = default;
@@ -15,7 +15,7 @@ public:
     BatchChange& operator=(BatchChange const&) = delete;
     virtual ~BatchChange() = default;
 
-    /// Undoes the change. The model has been rolled back, and all later changes are undone.
+    /// Undoes the change, once. The model has been rolled back, and all later changes are undone.
     virtual void undo() noexcept = 0;
 
 private:
@@ -23,6 +23,7 @@ private:
     friend struct OpenBatches;
 
     BatchChange* previous = nullptr;
+    bool isUndone = false;
 };
 
 /// The batches that are open, for objects beside the model that are changed in them.

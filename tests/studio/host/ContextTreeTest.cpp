@@ -3,6 +3,7 @@
 #include "studio/data/ProviderRegistry.h"
 #include "studio/host/Batch.h"
 #include "studio/host/Put.h"
+#include "studio/host/Subscriptions.h"
 #include "support/Allocations.h"
 #include "support/Contexts.h"
 #include "support/Random.h"
@@ -120,6 +121,40 @@ TEST_F(Trees, FollowTheirBatches)
     reports.onProperties = [](auto const&) { throw std::runtime_error{"listener"}; };
     EXPECT_THROW(outer.commit(), std::runtime_error);
     EXPECT_FALSE(lives(kept) || lives(below) || tree.find("kept"));
+}
+
+TEST_F(Trees, AreUndoneWholeWhateverAReleaseCalls)
+{
+    std::optional<ContextTree> brief{std::in_place};
+    boost::uuids::uuid const doc = brief->make("doc")->getId();
+    put(brief->find("doc"), "x", 1);
+    put(tree.root(), "ref", doc);
+    put(tree.root(), "n", 0);
+    Subscriptions subscriptions{tree.root()};
+    Subscription const kept = subscriptions.when("ref.x", [&](bool) { batch([&] { put(tree.root(), "n", 1); }); });
+    {
+        Batch outer;
+        {
+            Batch inner;
+            tree.make("a");
+            brief.reset();   // its contexts are released when the outermost batch has ended
+            inner.rollBack();
+            EXPECT_TRUE(lives(doc));
+        }
+        tree.make("b");
+        outer.rollBack();
+    }
+    EXPECT_FALSE(lives(doc) || tree.find("a") || tree.find("b"));
+    EXPECT_TRUE(tree.make("a.b"));
+    // A commit is final, whatever a listener leaves open and throws.
+    std::optional<Batch> drag;
+    reports.onProperties = [&](auto const&) {
+        if (!drag)
+            drag.emplace(), throw std::runtime_error{"listener"};
+    };
+    EXPECT_THROW(batch([&] { tree.make("c"); }), std::runtime_error);
+    drag->rollBack();
+    EXPECT_TRUE(tree.find("c") && tree.root()->hasProperty("c"));
 }
 
 TEST_F(Trees, ComeBackFromASnapshot)

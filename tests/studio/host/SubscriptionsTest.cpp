@@ -250,6 +250,7 @@ Schema schemaOfAnEditor()
 {
     Schema schema;
     schema.add(ContextKey<int>{"count", 0, "Open documents"});
+    schema.add(ContextKey<int>{"limit", 1, "", {-1, 1}});
     schema.add(ContextKey<bool>{"readOnly", false, "No changes"}, "editor.document");
     schema.add(ContextKey<std::string>{"name", "", "Its name"}, "editor.document");
     schema.add(ContextKey<Mode>{"mode", Mode::Insert, "", {{Mode::Insert, "insert"}, {Mode::Replace, "replace"}}},
@@ -269,13 +270,15 @@ TEST(Schema, FindsWhatCanNeverHold)
         {"count in [1, true, undefined]", {R"(0+29 count is never equal to true: they are of different kinds)"}},
         {"(count ?? 0) == undefined", {R"(0+25 count ?? 0 is never equal to undefined: they are of different kinds)"}},
         {"editor.mode != 'inser'", {R"(0+22 "editor.mode" is never 'inser'; it may be "insert", "replace")"}},
-        {"'x' < count", {R"(0+11 'x' < count is never true: a number and a text have no order)"}},
+        {"'x' < count", {R"(0+11 'x' < count is never true: its sides have no order)"}},
         {"count < 'x' + 1 ? !editor : length(editor.mode) == (count > 1)",
-         {R"(0+15 count < 'x' + 1 is never true: a number and a text have no order)",
+         {R"(0+15 count < 'x' + 1 is never true: its sides have no order)",
           R"(28+34 length(editor.mode) is never equal to count > 1: they are of different kinds)"}},
         {"editor == editor.document.name && -count + count == 1 && (!count) == defined(count)", {}},
         {"(count > 1 ? 'a' : count) == 'a' && text(count) + 1 == '11' && count =~ /a/", {}},
         {"count + editor.document.readOnly > true", {}},
+        {"undefined < 3", {"0+13 undefined < 3 is never true: its sides have no order"}},
+        {"limit == -1 || limit == -2", {R"(15+11 "limit" is never -2; it may be -1, 1)"}},
     };
     for (auto const& [text, expected] : rows) {
         std::vector<std::string> found;
