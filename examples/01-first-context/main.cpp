@@ -22,5 +22,5 @@ int main()
 
     editor->setPropertyValue("readOnly", true);         // the result changes: the callback runs, before this returns
     root->setPropertyValue("title", "todo.txt");        // the result stays: silence
-    root->setPropertyValue("editor.readOnly", false);   // the same property, by its path
+    root->setPropertyValue("editor.readOnly", false);   // writes readOnly of the editor
 }

@@ -146,7 +146,7 @@ public:
         auto map = std::make_unique<ElementMap>();
         for (E const& element : elements)
             if (!map->containsKey(Set::keyOf(element)))
-                map->putKeyed(element);   // also an element that is a proxy by now
+                map->putKeyed(element);   // an element that has become a proxy, too
         return map;
     }
 
