@@ -61,6 +61,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         workbench::NaiveEvaluator naive([&](std::string const& symbol) { return third.lookup(symbol); });
         require(naive.evaluate(tree) == value, "the value is that of the naive evaluator");
         require(third.asked == first.asked, "which asks for the same symbols");
+        require(tree.trace(Source()) == naive.values(), "and a trace finds the same value of each node");
         for (std::size_t index = 0; index < tree.nodes().size() && tree.nodes().size() < 100; ++index)
             if (gel::Tree::Node const& node = tree.nodes()[index]; node.kind != gel::Tree::Kind::Pattern) {
                 gel::Tree const part(std::string(tree.textOf(node)));

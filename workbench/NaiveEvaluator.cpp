@@ -91,6 +91,7 @@ Value arithmetic(Kind kind, Value const& left, Value const& right)
 Value NaiveEvaluator::evaluate(gel::Tree const& tree)
 {
     evaluated = &tree;
+    found.resize(tree.nodes().size());
     return valueOf(static_cast<std::uint32_t>(tree.nodes().size() - 1));
 }
 
@@ -98,13 +99,17 @@ Value NaiveEvaluator::evaluate(gel::Tree const& tree)
 /// recurse, so that a long chain of operators does not.
 Value NaiveEvaluator::valueOf(std::uint32_t index)
 {
-    std::vector<Node const*> operators;
-    Node const* node = &evaluated->nodes()[index];
-    for (; !node->parts.empty(); node = &evaluated->nodes()[node->parts[0]])
-        operators.push_back(node);
-    Value value = node->kind == Kind::Symbol ? fetched(std::string{node->name}) : node->constant;
-    for (; !operators.empty(); operators.pop_back())
-        value = applied(*operators.back(), std::move(value));
+    std::vector<std::uint32_t> operators;
+    auto const nodes = evaluated->nodes();
+    for (; !nodes[index].parts.empty(); index = nodes[index].parts[0])
+        operators.push_back(index);
+    Node const& first = nodes[index];
+    Value value = first.kind == Kind::Symbol ? fetched(std::string{first.name}) : first.constant;
+    found[index] = value;
+    for (; !operators.empty(); operators.pop_back()) {
+        value = applied(nodes[operators.back()], std::move(value));
+        found[operators.back()] = value;
+    }
     return value;
 }
 

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,8 @@ public:
 
     gel::Value evaluate(gel::Tree const& tree);
 
+    /// The value of each node of the tree, empty for one that was not needed.
+    std::vector<std::optional<gel::Value>> const& values() const noexcept { return found; }
     /// The symbols that were looked up, in order and each once.
     std::vector<std::string> const& symbols() const noexcept { return asked; }
 
@@ -34,6 +37,7 @@ private:
 
     LookUp lookUp;
     gel::Tree const* evaluated = nullptr;
+    std::vector<std::optional<gel::Value>> found;
     std::map<std::string, gel::Value> known;
     std::vector<std::string> asked;
 };

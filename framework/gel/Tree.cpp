@@ -1,5 +1,7 @@
 #include "gel/Tree.h"
 
+#include "gel/Program.h"
+#include "gel/detail/Evaluator.h"
 #include "gel/detail/Parser.h"
 #include "gel/detail/TreeBuilder.h"
 
@@ -8,10 +10,13 @@
 namespace gel {
 
 struct Tree::Contents {
-    explicit Contents(std::string parsed) : text(std::move(parsed)), nodes(text) { detail::Parser::parse(text, nodes); }
+    explicit Contents(std::string parsed)
+        : text(std::move(parsed)), nodes(text), program(detail::Parser::parse(text, nodes))
+    {}
 
     std::string text;
     detail::TreeBuilder nodes;
+    Program program;   // unfolded
 };
 
 Tree::Tree(std::string text) : m_contents(std::make_shared<Contents const>(std::move(text))) {}
@@ -30,6 +35,14 @@ std::string const& Tree::text() const noexcept
 std::span<Tree::Node const> Tree::nodes() const noexcept
 {
     return m_contents->nodes.nodes();
+}
+
+std::vector<std::optional<Value>> Tree::trace(DataSource const& source) const
+{
+    std::shared_ptr<Contents const> const kept = m_contents;   // a lookup may destroy this handle
+    std::vector<std::optional<Value>> values(kept->nodes.nodes().size());
+    detail::trace(detail::Instructions::of(kept->program), kept->nodes.code(), source, values);
+    return values;
 }
 
 std::string_view Tree::textOf(Node const& node) const noexcept

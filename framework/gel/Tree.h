@@ -1,14 +1,17 @@
 #pragma once
 
 #include "foundation/Export.h"
+#include "gel/DataSource.h"
 #include "gel/Value.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace gel {
 
@@ -82,6 +85,11 @@ public:
 
     /// The node of the whole expression. *Lifetime*: as long as the tree.
     Node const& root() const noexcept { return nodes().back(); }
+
+    /// Evaluates the text as `Program::eval` does, with the same look-ups, and returns the value of each node, in the
+    /// order of `nodes()`: empty for a node that is not needed, and for a pattern. *Throws* what `source` throws, and
+    /// `std::bad_alloc`. *Cost*: an evaluation, and a copy of every value.
+    std::vector<std::optional<Value>> trace(DataSource const& source) const;
 
     /// The part of the text that `node` stands for. *Lifetime*: as long as the tree.
     std::string_view textOf(Node const& node) const noexcept;

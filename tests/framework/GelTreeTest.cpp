@@ -243,6 +243,9 @@ TEST(GelTree, ARandomExpressionMeansWhatItsTextMeans)
             RecordingSource const source(values);
             ASSERT_TRUE(program.eval(source) == expected);
             ASSERT_EQ(source.asked, asked);
+            RecordingSource const traced(values);
+            ASSERT_TRUE(tree.trace(traced) == naive.values());
+            ASSERT_EQ(traced.asked, asked);
             BoundSource const bound(program, values);
             ASSERT_TRUE(program.evalPinned(bound) == expected);
             ASSERT_EQ(bound.asked, asked);

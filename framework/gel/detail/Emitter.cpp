@@ -37,7 +37,7 @@ constexpr bool yieldsLogical(Operation operation) noexcept
 
 }   // namespace
 
-Emitter::Emitter()
+Emitter::Emitter(bool folds) : m_folds(folds)
 {
     m_code.reserve(32);   // enough for most programs
     m_constants.reserve(8);
@@ -79,7 +79,7 @@ void Emitter::apply(Operation operation)
     if (operation <= Operation::Truth)
         return append(operation);
     --m_depth;
-    if (m_code.back().operation == Operation::Constant && m_landing != m_code.size())
+    if (m_folds && m_code.back().operation == Operation::Constant && m_landing != m_code.size())
         m_code.back() = {operation, 1, m_code.back().index};
     else
         append(operation);
@@ -121,7 +121,7 @@ void Emitter::land(Jumps const& jumps) noexcept
 
 void Emitter::fold(Start const& start)
 {
-    if (m_reads != start.reads || m_code.size() <= start.code + 1)
+    if (!m_folds || m_reads != start.reads || m_code.size() <= start.code + 1)
         return;
     Routine const written{m_code, m_constants.data(), m_patterns.data(), {}, m_deepest, false};
     Value value = evaluate(written, start.code, NoSource());

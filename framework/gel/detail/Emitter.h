@@ -16,6 +16,7 @@
 namespace gel::detail {
 
 /// Code generator: appends instructions, tracks the stack depth, folds constants and omits instructions without effect.
+/// Unfolded code keeps an instruction for each operand, so that an evaluation has a value for each.
 /// *Cost*: most programs need no allocation, except for long names.
 class Emitter {
 public:
@@ -34,9 +35,11 @@ public:
         std::uint32_t last = NO_JUMP;
     };
 
-    Emitter();
+    explicit Emitter(bool folds);
 
     Start start() const noexcept;
+    /// The index of the next instruction.
+    std::uint32_t position() const noexcept { return static_cast<std::uint32_t>(m_code.size()); }
 
     /// *Lifetime*: the text of a constant must last until the program is finished.
     void constant(Operand const& value);
@@ -79,6 +82,7 @@ private:
     std::pmr::vector<std::unique_ptr<Pattern const>> m_patterns{&m_memory};
     std::forward_list<Value> m_texts;   // computed constants
     std::size_t m_textCount = 0;
+    bool const m_folds;
     std::size_t m_landing = 0;     // the last jump target
     bool m_landsLogical = false;   // and whether every jump to it yields a logical
     bool m_rereads = false;

@@ -5,6 +5,8 @@
 #include "gel/detail/Operand.h"
 
 #include <cmath>
+#include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <utility>
@@ -58,13 +60,47 @@ Operand negate(Operand const& operand) noexcept
     return operand.isNumeric() ? Operand::computed(-operand.numeric(), false) : Operand::undefined();
 }
 
-Value run(Routine const& routine, std::size_t begin, DataSource const& source)
+/// Follows nothing.
+struct NoTracer {
+    static void reach(Instruction const*, Instruction const*, Operand const*) noexcept {}
+};
+
+/// Stores the value of each node when the evaluation reaches the end of its code.
+class NodeTracer {
+public:
+    NodeTracer(Instruction const* first, std::span<CodeExtent const> code, std::span<std::optional<Value>> values)
+        : m_first(first), m_code(code), m_values(values)
+    {}
+
+    /// The instruction `last` has run, and `next` comes: the top is the value of every node whose code ends there and
+    /// has run. A jump over the code of a node begins before it.
+    void reach(Instruction const* last, Instruction const* next, Operand const* top)
+    {
+        auto const from = static_cast<std::uint32_t>(last - m_first);
+        auto const to = static_cast<std::uint32_t>(next - m_first);
+        while (m_node != m_code.size() && m_code[m_node].end < to)
+            ++m_node;
+        for (; m_node != m_code.size() && m_code[m_node].end == to; ++m_node)
+            if (m_code[m_node].begin <= from)
+                m_values[m_node] = top->copy();
+    }
+
+private:
+    Instruction const* m_first;
+    std::span<CodeExtent const> m_code;
+    std::span<std::optional<Value>> m_values;
+    std::size_t m_node = 0;   // the first whose end was not reached: ends ascend, and no jump goes back
+};
+
+template <class Tracer>
+Value run(Routine const& routine, std::size_t begin, DataSource const& source, Tracer tracer)
 {
     EvaluationFrame frame(routine);
     Operand* top = frame.bottom();
     Instruction const* const code = routine.code.data();
     Instruction const* const end = code + routine.code.size();
     for (Instruction const* next = code + begin; next != end;) {
+        [[maybe_unused]] Instruction const* const last = next;
         Instruction const now = *next++;
         auto const join = [&](auto combine) {   // combines the two topmost operands, or top and a constant
             Operand const& right = now.small == 0 ? *top-- : routine.constants[now.index];
@@ -129,6 +165,7 @@ Value run(Routine const& routine, std::size_t begin, DataSource const& source)
         case Operation::Greater: compare([](auto a, auto b) { return a > b; }); break;
         case Operation::GreaterOrEqual: compare([](auto a, auto b) { return a >= b; }); break;
         }
+        tracer.reach(last, next, top);
     }
     return top->release();
 }
@@ -137,12 +174,19 @@ Value run(Routine const& routine, std::size_t begin, DataSource const& source)
 
 Value evaluate(Instructions const& program, DataSource const& source)
 {
-    return run(program.routine(), 0, source);
+    return run(program.routine(), 0, source, NoTracer());
 }
 
 Value evaluate(Routine const& routine, std::size_t begin, DataSource const& source)
 {
-    return run(routine, begin, source);
+    return run(routine, begin, source, NoTracer());
+}
+
+void trace(Instructions const& program, std::span<CodeExtent const> code, DataSource const& source,
+           std::span<std::optional<Value>> values)
+{
+    Routine const routine = program.routine();
+    run(routine, 0, source, NodeTracer(routine.code.data(), code, values));
 }
 
 }   // namespace gel::detail

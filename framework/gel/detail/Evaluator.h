@@ -3,8 +3,11 @@
 #include "gel/DataSource.h"
 #include "gel/Value.h"
 #include "gel/detail/Instructions.h"
+#include "gel/detail/TreeBuilder.h"
 
 #include <cstddef>
+#include <optional>
+#include <span>
 
 namespace gel::detail {
 
@@ -16,5 +19,10 @@ Value evaluate(Instructions const& program, DataSource const& source);
 
 /// Evaluates the instructions from `begin` on.
 Value evaluate(Routine const& routine, std::size_t begin, DataSource const& source);
+
+/// Evaluates unfolded code, and stores the value of each of its nodes that is evaluated in `values`. *Throws* as
+/// `evaluate`. *Cost*: that of an evaluation, and of a copy of each value.
+void trace(Instructions const& program, std::span<CodeExtent const> code, DataSource const& source,
+           std::span<std::optional<Value>> values);
 
 }   // namespace gel::detail

@@ -59,6 +59,8 @@ public:
 
     /// The value for the host; moves from a temporary.
     Value release() const;
+    /// The value for the host; copies a temporary.
+    Value copy() const { return isText() ? Value(std::string(text())) : release(); }
 
 private:
     // A kind or, beyond them, TEXT plus the size of a borrowed text.

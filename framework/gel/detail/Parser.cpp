@@ -42,12 +42,16 @@ Program Parser::parse(std::string const& text)
     return std::move(parser.m_code).finish(text);
 }
 
-void Parser::parse(std::string const& text, TreeBuilder& nodes)
+Program Parser::parse(std::string const& text, TreeBuilder& nodes)
 {
-    Parser(text, &nodes).whole();
+    Parser parser(text, &nodes);
+    parser.whole();
+    return std::move(parser.m_code).finish(text);
 }
 
-Parser::Parser(std::string_view text, TreeBuilder* nodes) : m_lexer(withinLimit(text)), m_nodes(nodes) {}
+Parser::Parser(std::string_view text, TreeBuilder* nodes)
+    : m_lexer(withinLimit(text)), m_code(nodes == nullptr), m_nodes(nodes)
+{}
 
 void Parser::whole()
 {
@@ -150,9 +154,10 @@ void Parser::match()
     std::unique_ptr<Pattern const> pattern = Pattern::compile(regex.pattern, regex.flags, fault);
     if (!pattern)
         m_lexer.fail(regex.offset + fault.offset, "regular expression: " + fault.reason);
-    m_code.match(std::move(pattern));
     if (m_nodes)   // with both slashes
-        m_nodes->pattern({regex.offset - 1, regex.offset + regex.pattern.size() + 1 + regex.flags.size()});
+        m_nodes->pattern({regex.offset - 1, regex.offset + regex.pattern.size() + 1 + regex.flags.size()},
+                         m_code.position());
+    m_code.match(std::move(pattern));
     join(Tree::Kind::Match, 2);
 }
 
@@ -220,7 +225,7 @@ void Parser::primary()
             return call();
         m_code.read(token().text);
         if (m_nodes)
-            m_nodes->symbol(extent(), token().text);
+            m_nodes->symbol(extent(), token().text, m_code.position());
         break;
     case Sign::OpenParenthesis: return parenthesis();
     default: failOperand();
@@ -259,7 +264,7 @@ void Parser::call()
     m_code.call(*function, count);
     m_code.fold(start);
     if (m_nodes)
-        m_nodes->join(Tree::Kind::Call, count, {name, arguments.end}, function->name);
+        m_nodes->join(Tree::Kind::Call, count, m_code.position(), {name, arguments.end}, function->name);
 }
 
 void Parser::parenthesis()
@@ -278,13 +283,13 @@ void Parser::constant(Operand const& value)
 {
     m_code.constant(value);
     if (m_nodes)
-        m_nodes->constant(extent(), value.release());
+        m_nodes->constant(extent(), value.release(), m_code.position());
 }
 
 void Parser::join(Tree::Kind kind, std::size_t parts, Extent more)
 {
     if (m_nodes)
-        m_nodes->join(kind, parts, more);
+        m_nodes->join(kind, parts, m_code.position(), more);
 }
 
 bool Parser::accept(Sign sign)

@@ -19,8 +19,8 @@ public:
 
     /// Parses `text`. *Throws* `ParseError` at the first error from the left.
     static Program parse(std::string const& text);
-    /// Parses `text` and collects its nodes. *Throws* `ParseError` at the first error from the left.
-    static void parse(std::string const& text, TreeBuilder& nodes);
+    /// Parses `text` into unfolded code and collects its nodes. *Throws* `ParseError` at the first error from the left.
+    static Program parse(std::string const& text, TreeBuilder& nodes);
 
 private:
     Parser(std::string_view text, TreeBuilder* nodes);

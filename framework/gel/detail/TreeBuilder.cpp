@@ -42,24 +42,25 @@ std::string_view spellingOf(Tree::Kind kind) noexcept
 
 }   // namespace
 
-void TreeBuilder::constant(Extent extent, Value value)
+void TreeBuilder::constant(Extent extent, Value value, std::uint32_t position)
 {
-    push(Tree::Kind::Constant, {}, extent);
+    push(Tree::Kind::Constant, {}, extent, {position - 1, position});
     m_nodes.back().constant = std::move(value);
 }
 
-void TreeBuilder::symbol(Extent extent, std::string_view name)
+void TreeBuilder::symbol(Extent extent, std::string_view name, std::uint32_t position)
 {
     std::span<char const> const kept = keep(std::span<char const>(name));
-    push(Tree::Kind::Symbol, {kept.data(), kept.size()}, extent);
+    push(Tree::Kind::Symbol, {kept.data(), kept.size()}, extent, {position - 1, position});
 }
 
-void TreeBuilder::pattern(Extent extent)
+void TreeBuilder::pattern(Extent extent, std::uint32_t position)
 {
-    push(Tree::Kind::Pattern, m_text.substr(extent.begin, extent.end - extent.begin), extent);
+    push(Tree::Kind::Pattern, m_text.substr(extent.begin, extent.end - extent.begin), extent, {position, position});
 }
 
-void TreeBuilder::join(Tree::Kind kind, std::size_t parts, Extent more, std::string_view function)
+void TreeBuilder::join(Tree::Kind kind, std::size_t parts, std::uint32_t position, Extent more,
+                       std::string_view function)
 {
     auto const first = m_operands.end() - static_cast<std::ptrdiff_t>(parts);
     Extent const extent{std::min(more.begin, first->extent.begin), std::max(more.end, m_operands.back().extent.end)};
@@ -68,11 +69,13 @@ void TreeBuilder::join(Tree::Kind kind, std::size_t parts, Extent more, std::str
         indexes.push_back(operand->node);
     m_operands.erase(first, m_operands.end());
     push(kind, kind == Tree::Kind::Call ? function : spellingOf(kind), extent,
-         keep(std::span<std::uint32_t const>(indexes)));
+         {m_code[indexes.front()].begin, position}, keep(std::span<std::uint32_t const>(indexes)));
 }
 
-void TreeBuilder::push(Tree::Kind kind, std::string_view name, Extent extent, std::span<std::uint32_t const> parts)
+void TreeBuilder::push(Tree::Kind kind, std::string_view name, Extent extent, CodeExtent code,
+                       std::span<std::uint32_t const> parts)
 {
+    m_code.push_back(code);
     m_operands.push_back({static_cast<std::uint32_t>(m_nodes.size()), extent});
     m_nodes.push_back({kind, name, {}, extent.begin, extent.end - extent.begin, parts});
 }
