@@ -256,6 +256,33 @@ struct Quiet : Listener {
     int removals = 0;
 };
 
+TEST(Listener, GetsReportsWithTheirNumbersAndCauses)
+{
+    Model const model = newModel();
+    ContextData const context = newContext(model);
+    std::string log;
+    ReportRecorder early{model}, late{model};
+    std::uint64_t before = 0;   // the number of the last report before these
+    auto const numberOf = [&](ReportData const& report) { return report.number() - before; };
+    auto const note = [&](char const* name, ReportData const& report, std::uint64_t answered, char const* answer) {
+        std::uint64_t const cause = report.cause() == 0 ? 0 : report.cause() - before;
+        log += name + std::to_string(numberOf(report)) + '<' + std::to_string(cause) + ' ';
+        if (numberOf(report) == answered)
+            commit(model, [&] { add(context, answer); });
+    };
+    early.onContexts = [&](auto const& data) {
+        before = log.empty() ? data->number() - 1 : before;
+        note("e", *data, numberOf(*data) < 3 ? numberOf(*data) : 0, numberOf(*data) == 1 ? "b" : "d");
+    };
+    // Gets the first report inside the commit of the second one, and answers the first.
+    late.onContexts = [&](auto const& data) { note("l", *data, 1, "x"); };
+    commit(model, [&] { add(context, "a"); });
+    commit(model, [] {});
+    rollBack(model, [&] { add(context, "y"); });
+    commit(model, [&] { add(context, "z"); });
+    EXPECT_EQ(log, "e1<0 l1<0 e2<1 l2<1 e3<1 l3<1 e4<2 l4<2 e5<0 l5<0 ");
+}
+
 TEST(Listener, MayTakeTheLastHandleOfItsModel)
 {
     World w;

@@ -50,13 +50,20 @@ std::uint64_t Model::Impl::open()
     refuseFrozen();
     if (m_delivery->isFull() && !m_journal->isOpen())
         m_delivery->refuse();
+    return begin();
+}
+
+std::uint64_t Model::Impl::begin()
+{
+    if (!m_journal->isOpen())
+        m_cause = m_delivery->servedNumber();
     return m_journal->begin();
 }
 
 Transaction Model::Impl::beginDestruction()
 {
     refuseFrozen();
-    return Transaction{Model{this}, m_journal->begin()};
+    return Transaction{Model{this}, begin()};
 }
 
 void Model::Impl::refuseAsFrozen() const
@@ -159,6 +166,8 @@ std::shared_ptr<ReportData> Model::Impl::seal(std::uint64_t serial)
     journal.seal(report->m_storages, report->m_classes);
     report->m_structureVersion = journal.structureVersion();
     report->m_lastTransaction = journal.lastSerial();
+    report->m_cause = m_cause;
+    report->m_number = m_reportCount += report->empty() ? 0 : 1;
     return report;
 }
 

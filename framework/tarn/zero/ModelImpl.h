@@ -98,6 +98,7 @@ private:
     [[noreturn]] STUDIO_DATA_LOCAL void refuseAsFrozen() const;
     /// Opens a transaction level and returns its number. The only way into a transaction.
     STUDIO_DATA_LOCAL std::uint64_t open();
+    STUDIO_DATA_LOCAL std::uint64_t begin();
     /// Opens a transaction for a destruction, which the nesting limit does not refuse.
     STUDIO_DATA_LOCAL Transaction beginDestruction();
     STUDIO_DATA_LOCAL void commit(std::uint64_t serial);
@@ -117,6 +118,8 @@ private:
     std::unique_ptr<detail::ListenerList> m_listeners;
     std::unique_ptr<detail::Delivery> m_delivery;
     std::vector<std::shared_ptr<ReportData>> m_spareReports;
+    std::uint64_t m_reportCount = 0;
+    std::uint64_t m_cause = 0;   // of the open transaction: the number of the report that was being delivered
     unsigned m_freezers = 0;
     unsigned m_thawers = 0;
 };

@@ -50,6 +50,12 @@ public:
     /// The records of all elements, in order of first touch; borrowed.
     std::vector<Storage*> const& storages() const noexcept { return m_storages; }
     bool empty() const noexcept { return m_storages.empty(); }
+    /// The number of this report: 1 for the first that the model delivers, then 2, 3 and so on. A commit that changes
+    /// nothing, or nothing that a listener is concerned with, has no report and takes no number.
+    std::uint64_t number() const noexcept { return m_number; }
+    /// The number of the report that a listener was being notified of when this transaction began: what this one
+    /// follows from. 0 if no report was in delivery.
+    std::uint64_t cause() const noexcept { return m_cause; }
     /// Structure version before this transaction. If it differs from the previous report's `structureVersion()`, the
     /// structure changed in between without a report.
     std::uint64_t structureVersionBefore() const noexcept { return m_structureVersionBefore; }
@@ -66,6 +72,8 @@ private:
 
     std::vector<Storage*> m_storages;     // owned, in order of first touch
     std::vector<Impl const*> m_classes;   // of the elements, each once
+    std::uint64_t m_number = 0;
+    std::uint64_t m_cause = 0;
     std::uint64_t m_structureVersionBefore = 0;
     std::uint64_t m_structureVersion = 0;
     std::uint64_t m_lastTransaction = 0;

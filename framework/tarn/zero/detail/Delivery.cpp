@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace tarn::zero::detail {
 
@@ -70,6 +71,7 @@ void Delivery::deliver(std::shared_ptr<ReportData> const& report, ListenerList::
 
 void Delivery::serve(PendingDelivery& pending)
 {
+    std::uint64_t const outer = std::exchange(m_servedNumber, pending.report->number());
     while (pending.next != pending.holders.size()) {
         ListenerHolderBase& holder = pending.holders[pending.next++];
         if (!holder.listener())
@@ -81,6 +83,7 @@ void Delivery::serve(PendingDelivery& pending)
                 pending.firstException = std::current_exception();
         }
     }
+    m_servedNumber = outer;
 }
 
 void Delivery::refuse() const

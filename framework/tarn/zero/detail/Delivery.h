@@ -5,6 +5,7 @@
 #include <boost/intrusive/list.hpp>
 
 #include <cstddef>
+#include <cstdint>
 #include <exception>
 #include <memory>
 #include <vector>
@@ -18,6 +19,9 @@ public:
     /// Delivers `report`, which the caller keeps, to `holders`; returns when all have received it. *Throws* the first
     /// exception that a listener threw for this report.
     void deliver(std::shared_ptr<ReportData> const& report, ListenerList::Snapshot const& holders);
+
+    /// The number of the report that a listener is being notified of; 0 if there is none.
+    std::uint64_t servedNumber() const noexcept { return m_servedNumber; }
 
     /// True if no report is in delivery.
     bool isIdle() const noexcept { return m_pending.empty(); }
@@ -46,11 +50,12 @@ private:
         std::exception_ptr firstException;
     };
 
-    static void serve(PendingDelivery& pending);
+    void serve(PendingDelivery& pending);
     std::vector<ReportData const*> reports() const;
 
     boost::intrusive::list<PendingDelivery> m_pending;   // oldest first
     std::size_t m_limit = 1'000;
+    std::uint64_t m_servedNumber = 0;
 };
 
 }   // namespace tarn::zero::detail
