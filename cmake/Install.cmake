@@ -16,6 +16,7 @@ foreach(_set IN ITEMS studio_data-targets studio_data-json-targets)
 endforeach()
 
 get_property(_components GLOBAL PROPERTY studio_data_COMPONENTS)
+set(STUDIO_DATA_NEEDS "")
 foreach(_component IN LISTS _components)
     install(TARGETS studio_data_${_component} EXPORT studio_data-${_component}-targets
         LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
@@ -23,6 +24,12 @@ foreach(_component IN LISTS _components)
         FILE_SET headers DESTINATION "${_headers}" COMPONENT development)
     install(EXPORT studio_data-${_component}-targets NAMESPACE studio_data:: DESTINATION "${_package}"
         COMPONENT development)
+    get_property(_needs GLOBAL PROPERTY studio_data_${_component}_NEEDS)
+    set(_pc_needs "")
+    foreach(_need IN LISTS _needs)
+        string(APPEND _pc_needs ", studio_data-${_need} = ${PROJECT_VERSION}")
+    endforeach()
+    string(APPEND STUDIO_DATA_NEEDS "set(studio_data_${_component}_needs ${_needs})\n")
     configure_file(cmake/studio_data-component.pc.in "${PROJECT_BINARY_DIR}/studio_data-${_component}.pc" @ONLY)
     install(FILES "${PROJECT_BINARY_DIR}/studio_data-${_component}.pc"
         DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)

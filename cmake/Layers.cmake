@@ -111,21 +111,22 @@ macro(studio_data_library)
     endif()
 endmacro()
 
-# studio_data_component(<name> [LINK <public targets>] PUBLIC_HEADERS ... [PRIVATE_HEADERS ...] SOURCES ...)
+# studio_data_component(<name> [NEEDS <components>] PUBLIC_HEADERS ... [PRIVATE_HEADERS ...] SOURCES ...)
 #   A library of its own over studio_data, whose installed headers are all that it sees: the target studio_data_<name>,
 #   known as studio_data::<name>. It exports what cmake/studio_data_<name>.map says.
 function(studio_data_component name)
-    cmake_parse_arguments(PARSE_ARGV 1 part "" "" "LINK;PUBLIC_HEADERS;PRIVATE_HEADERS;SOURCES")
+    cmake_parse_arguments(PARSE_ARGV 1 part "" "" "NEEDS;PUBLIC_HEADERS;PRIVATE_HEADERS;SOURCES")
     if(part_UNPARSED_ARGUMENTS)
         message(FATAL_ERROR "studio_data_component(${name}): what is ${part_UNPARSED_ARGUMENTS}?")
     endif()
     set(target studio_data_${name})
+    list(TRANSFORM part_NEEDS PREPEND studio_data_ OUTPUT_VARIABLE part_libraries)
     add_library(${target} ${part_SOURCES} ${part_PRIVATE_HEADERS})
     add_library(studio_data::${name} ALIAS ${target})
     target_sources(${target} PUBLIC FILE_SET headers TYPE HEADERS
         BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${part_PUBLIC_HEADERS})
     target_link_libraries(${target}
-        PUBLIC studio_data ${part_LINK}
+        PUBLIC studio_data ${part_libraries}
         PRIVATE $<BUILD_INTERFACE:studio_data_warnings> $<BUILD_INTERFACE:studio_data_instrumentation>)
     set_target_properties(${target} PROPERTIES
         EXPORT_NAME ${name}
@@ -147,4 +148,5 @@ function(studio_data_component name)
     list(TRANSFORM part_PUBLIC_HEADERS PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/")
     set_property(GLOBAL APPEND PROPERTY studio_data_COMPONENT_HEADERS ${part_PUBLIC_HEADERS})
     set_property(GLOBAL APPEND PROPERTY studio_data_COMPONENTS ${name})
+    set_property(GLOBAL PROPERTY studio_data_${name}_NEEDS ${part_NEEDS})
 endfunction()

@@ -12,6 +12,7 @@ LISTS = {
     "framework": (["framework"], (".h", ".cpp")),
     "studio/data": (["studio/data"], (".h", ".cpp")),
     "studio/host": (["studio/host"], (".h", ".cpp")),
+    "studio/inspect": (["studio/inspect"], (".h", ".cpp")),
     "tests": (["tests/framework", "tests/studio", "tests/flows"], (".cpp",)),
     "workbench": (["workbench"], (".h", ".cpp")),
     "benchmarks": (["benchmarks"], (".h", ".cpp")),

@@ -3,37 +3,73 @@
 #include "studio/data/model/PropertyImpl.h"
 #include "studio/host/detail/Messages.h"
 
+#include <optional>
 #include <utility>
 
 namespace studio::host {
 
+using boost::uuids::uuid;
 using data::Property;
 using detail::inQuotes;
 using Reason = PathEnd::Reason;
+
+ContextReader::~ContextReader() = default;
+
+bool ContextReader::hasContext(uuid const& id) const
+{
+    return data::PropertyValue{id}.isContextProvider();
+}
+
+std::optional<data::PropertyValue> ContextReader::find(uuid const& context, std::string_view name) const
+{
+    data::PropertyValue const value{context};
+    std::shared_ptr<data::ContextProvider> const provider =
+        value.isContextProvider() ? value.getContextProvider() : nullptr;
+    Property::Impl const* const property = provider ? provider->findProperty(name) : nullptr;
+    return property ? std::optional{property->getValue()} : std::nullopt;
+}
+
+Walk walkAlong(ContextReader const& reader, uuid const& begin, std::string_view path)
+{
+    Walk walk{Reason::Found, {}, {}};
+    uuid context = begin;
+    for (std::size_t offset = 0;;) {
+        std::string_view const rest = path.substr(offset);
+        std::string_view const name = rest.substr(0, rest.find('.'));
+        bool const isLast = name.size() == rest.size();
+        walk.steps.push_back({context, offset, name.size()});
+        auto const stop = [&](Reason reason, data::PropertyValue value = {}) {
+            walk.reason = reason;
+            walk.value = std::move(value);
+            return std::move(walk);
+        };
+        if (std::optional<data::PropertyValue> hiding = isLast ? std::nullopt : reader.find(context, rest)) {
+            walk.steps.back().size = rest.size();
+            return stop(Reason::Hidden, *std::move(hiding));
+        }
+        std::optional<data::PropertyValue> value = reader.find(context, name);
+        if (!value)
+            return stop(Reason::Missing);
+        if (isLast)
+            return stop(Reason::Found, *std::move(value));
+        if (!value->isUUID())
+            return stop(Reason::PlainValue);
+        context = value->getUUID();
+        if (!reader.hasContext(context))
+            return stop(Reason::Dangling);
+        offset += name.size() + 1;
+    }
+}
 
 PathEnd endOf(std::shared_ptr<data::ContextProvider> context, std::string_view path)
 {
     if (!context)
         return {Reason::NoContext, 0, 0, nullptr, {}};
-    for (std::size_t offset = 0;;) {
-        std::string_view const rest = path.substr(offset);
-        std::string_view const name = rest.substr(0, rest.find('.'));
-        bool const isLast = name.size() == rest.size();
-        if (Property::Impl const* const hiding = isLast ? nullptr : context->findHiding(rest))
-            return {Reason::Hidden, offset, rest.size(), std::move(context), hiding->getValue()};
-        Property::Impl const* const property = context->findProperty(name);
-        if (!property)
-            return {Reason::Missing, offset, name.size(), std::move(context), {}};
-        data::PropertyValue const value = property->getValue();
-        if (isLast)
-            return {Reason::Found, offset, name.size(), std::move(context), value};
-        std::shared_ptr<data::ContextProvider> next = context->getChildContextProvider(std::string{name});
-        if (!next)
-            return {
-                value.isUUID() ? Reason::Dangling : Reason::PlainValue, offset, name.size(), std::move(context), {}};
-        context = std::move(next);
-        offset += name.size() + 1;
-    }
+    Walk walk = walkAlong(ContextReader{}, context->getId(), path);
+    Walk::Step const& last = walk.steps.back();
+    if (last.context != context->getId())
+        context = data::PropertyValue{last.context}.getContextProvider();
+    return {walk.reason, last.offset, last.size, std::move(context), std::move(walk.value)};
 }
 
 std::string describe(PathEnd const& end, std::string_view path)

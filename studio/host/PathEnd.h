@@ -1,12 +1,14 @@
 #pragma once
 
 #include "studio/data/ContextProvider.h"
+#include "studio/host/ContextReader.h"
 #include "studio/host/Export.h"
 
 #include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace studio::host {
 
@@ -37,6 +39,29 @@ struct PathEnd {
 /// Walks along a dotted path from `context`, as reading the path does, and says where it ends. *Throws* as
 /// `ContextProvider::getPropertyValue` does.
 STUDIO_HOST_EXPORT PathEnd endOf(std::shared_ptr<data::ContextProvider> context, std::string_view path);
+
+/// A walk along a dotted path, over contexts that a `ContextReader` reads.
+struct Walk {
+    /// One name on the way, and the context in which it was looked up.
+    struct Step {
+        /// The context.
+        boost::uuids::uuid context;
+        /// The position of the name in the path.
+        std::size_t offset;
+        /// The number of its bytes: up to the next dot, or for `Hidden` up to the end.
+        std::size_t size;
+    };
+
+    /// Why the walk stops; never `NoContext`.
+    PathEnd::Reason reason;
+    /// The names on the way; the walk stops at the last one.
+    std::vector<Step> steps;
+    /// The value that reading the path yields.
+    data::PropertyValue value;
+};
+
+/// Walks along a dotted path from the context `begin`, as reading the path does. *Throws* what `reader` throws.
+STUDIO_HOST_EXPORT Walk walkAlong(ContextReader const& reader, boost::uuids::uuid const& begin, std::string_view path);
 
 /// A sentence for a programmer on where a path ends: `"editor.documnet" is missing: "editor" has no property
 /// "documnet"`. The context in which the path begins is called the root.

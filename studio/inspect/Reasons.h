@@ -1,0 +1,52 @@
+#pragma once
+
+#include "studio/data/ContextProvider.h"
+#include "studio/inspect/Export.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace studio::inspect {
+
+/// A host's sentences for the people in front of the screen: why a command is not available. Each belongs to a
+/// condition that has to hold, and is shown where that condition decides and does not hold.
+class STUDIO_INSPECT_EXPORT Reasons {
+public:
+    /// Turns a sentence of the table into another language, before its values are inserted.
+    using Translation = std::function<std::string(std::string const& sentence)>;
+    /// Makes a sentence for a condition that is not in the table. An empty result leaves it out.
+    using Fallback = std::function<std::string(std::string const& condition)>;
+
+    /// Explains over the context `root`.
+    explicit Reasons(std::shared_ptr<data::ContextProvider> root);
+
+    /// Adds the sentence that is shown when `condition` does not hold; replaces one of an equal condition. Conditions
+    /// are equal if they differ in spacing, parentheses, spellings of names and operators, doubled `!`, or the sides of
+    /// `==` only: `!(a == 'x')` is `a != 'x'`. Expressions in braces are replaced by their values when the sentence is
+    /// shown: `Only {selection.count} of {selection.needed}`; `{{` stands for a brace. *Throws* `gel::ParseError` for a
+    /// condition or an expression in braces that does not parse, and `std::invalid_argument` for a brace that is not
+    /// closed; nothing is added then.
+    void add(std::string const& condition, std::string sentence);
+    /// Sets the translation of sentences. An empty function, as at first, leaves them as they are.
+    void translate(Translation translation);
+    /// Sets what is shown for conditions without a sentence. An empty function restores the built-in: `needs …`, with
+    /// the condition and the present values of its symbols.
+    void otherwise(Fallback fallback);
+
+    /// Returns the sentences that say why `text` does not count as true at present: those of all sub-conditions that
+    /// decide, in the order of the text, each once. A sentence for a larger part of the text replaces those of its
+    /// parts. Empty if the text counts as true. *Throws* `gel::ParseError` for a text that does not parse, and what the
+    /// functions of the host throw.
+    std::vector<std::string> reasonFor(std::string const& text) const;
+
+private:
+    std::shared_ptr<data::ContextProvider> root;
+    std::map<std::string, std::string> sentences;   // by condition, normalised
+    Translation translation;
+    Fallback fallback;
+};
+
+}   // namespace studio::inspect

@@ -1,0 +1,189 @@
+#pragma once
+
+#include "studio/data/ExpressionEngine.h"
+#include "studio/inspect/Export.h"
+
+#include <boost/uuid/uuid.hpp>
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace studio::inspect {
+
+/// A change of one property in a commit.
+struct PropertyChange {
+    /// What happened to the property.
+    enum class Kind : std::uint8_t {
+        Created,
+        Changed,      ///< its value, its name or its context
+        Destroyed
+    };
+
+    /// What happened.
+    Kind kind;
+    /// The context that has the property; nil for none. Of a destroyed property, the one that had it.
+    boost::uuids::uuid context;
+    /// The name of the property.
+    std::string name;
+    /// The context before the commit; differs from `context` if the property was moved.
+    boost::uuids::uuid contextBefore;
+    /// The name before the commit; differs from `name` if the property was renamed.
+    std::string nameBefore;
+    /// The value before the commit; empty for a created property.
+    std::optional<data::PropertyValue> before;
+    /// The value after the commit; empty for a destroyed property.
+    std::optional<data::PropertyValue> after;
+};
+
+/// An evaluation, or a call of a handle, that followed from a commit.
+struct Evaluation {
+    /// The text.
+    std::string text;
+    /// The value before.
+    data::PropertyValue before;
+    /// The value after.
+    data::PropertyValue after;
+    /// The time of the evaluation, since the watcher was made.
+    std::chrono::nanoseconds at;
+};
+
+/// A commit that a watcher has kept.
+struct Commit {
+    /// The number of its report, `ReportData::number()`.
+    std::uint64_t number;
+    /// The number of the commit under whose delivery it began; 0 for none.
+    std::uint64_t cause;
+    /// The text whose callback was running then; empty if none of the engine's was.
+    std::string callback;
+    /// The changes of properties, in order of first touch.
+    std::vector<PropertyChange> changes;
+    /// The contexts that it created.
+    std::vector<boost::uuids::uuid> created;
+    /// The contexts that it destroyed.
+    std::vector<boost::uuids::uuid> destroyed;
+    /// The evaluations that followed, in their order.
+    std::vector<Evaluation> evaluations;
+    /// The texts of the handles that were called, in order.
+    std::vector<std::string> calls;
+    /// When the watcher received it, since the watcher was made.
+    std::chrono::nanoseconds began;
+    /// When the engine's work on it had ended; equals `began` while that lasts.
+    std::chrono::nanoseconds ended;
+};
+
+/// Why the value of an expression last changed.
+struct Why {
+    /// A commit, and the callback that made it.
+    struct Link {
+        /// The number of the commit.
+        std::uint64_t commit;
+        /// The text whose callback made it; empty if no callback of the engine did.
+        std::string callback;
+    };
+
+    /// The number of the commit that changed the value; 0 if none that is kept did.
+    std::uint64_t commit = 0;
+    /// The value before it.
+    data::PropertyValue before;
+    /// The value after it.
+    data::PropertyValue after;
+    /// The changes that did it: each that undoes the change of the value if it alone is undone. If there is none, all
+    /// changes of properties that the text read, and `isTogether` is true.
+    std::vector<PropertyChange> changes;
+    /// The path of each of `changes`, as the text reaches it.
+    std::vector<std::string> paths;
+    /// True if only several changes together explain the change of the value.
+    bool isTogether = false;
+    /// The chain of causes: this commit, the one whose callback made it, and so on up to a commit that no callback
+    /// made, or that is no longer kept.
+    std::vector<Link> chain;
+};
+
+/// Why an expression has not changed. Each row but the first two is one of the guide *When an expression does not
+/// update*.
+enum class Standstill : std::uint8_t {
+    NotAcquired,      ///< no handle of the engine has the text
+    Untouched,        ///< nothing has touched the paths of its symbols
+    SameResult,       ///< the last commit that touched it left the value equal
+    Hidden,           ///< a property with dots in its name hides the path that the symbol is bound along
+    Renamed,          ///< a property that the text reads was renamed
+    Moved,            ///< a property that the text reads was moved to another context
+    Unbound,          ///< the release of another text unbound a symbol that both name
+    InRound,          ///< a round is running, and the expression is still to be evaluated in it
+    Endless,          ///< a write was refused inside the delivery of too many commits
+    RolledBack,       ///< the value was read in a transaction that was rolled back
+    NotANumber,       ///< NaN was written over NaN
+    ProviderGone      ///< the provider of a context was released in a transaction that was rolled back
+};
+
+/// Why an expression has not changed, with the evidence.
+struct WhyNot {
+    /// The row that applies.
+    Standstill row;
+    /// The symbol that it concerns; empty if it concerns the whole text.
+    std::string symbol;
+    /// The commit that shows it; 0 if none does.
+    std::uint64_t commit = 0;
+};
+
+/// Keeps the last commits of the shared model and what an engine did for each, and answers from them why an expression
+/// has or has not changed. For tools: while a watcher exists, every commit is reported and copied.
+///
+/// It acquires no expression and writes nothing.
+class STUDIO_INSPECT_EXPORT Watcher {
+public:
+    /// How much is kept. The oldest commits are dropped first; the newest is always kept.
+    struct Limits {
+        /// The number of commits.
+        std::size_t commits = 1'000;
+        /// The approximate number of bytes of all commits that are kept.
+        std::size_t bytes = 4 << 20;
+    };
+
+    /// Watches an engine with the default limits from now on.
+    explicit Watcher(data::ExpressionEngine& engine);
+    /// Watches an engine from now on. The engine may end first; nothing is recorded after that.
+    Watcher(data::ExpressionEngine& engine, Limits limits);
+    ~Watcher();
+    Watcher(Watcher const&) = delete;
+    Watcher& operator=(Watcher const&) = delete;
+
+    /// Returns copies of the commits that are kept, oldest first.
+    std::vector<Commit> commits() const;
+    /// Returns the number of commits that were dropped to stay within the limits, or because memory ran out.
+    std::uint64_t dropped() const noexcept;
+    /// Returns the approximate number of bytes of the commits that are kept.
+    std::size_t bytes() const noexcept;
+
+    /// Says why the value of an acquired text last changed. *Throws* `gel::ParseError` for a text that does not parse.
+    /// *Cost*: an evaluation for each changed property that the text reads, and a pass over the later commits.
+    Why why(std::string const& text) const;
+    /// Says why an acquired text has not changed since it last did. *Throws* as `why`.
+    WhyNot whyNot(std::string const& text) const;
+
+    /// Returns the rounds as a trace in the JSON format that trace viewers of browsers read: evaluations, callbacks and
+    /// nested commits on a time axis, in microseconds.
+    std::string chromeTrace() const;
+
+private:
+    class Record;
+    std::unique_ptr<Record> record;
+};
+
+/// Returns all rows that may apply to a text of `engine`, as far as the present state shows them.
+STUDIO_INSPECT_EXPORT std::vector<WhyNot> whyNot(data::ExpressionEngine const& engine, std::string const& text);
+
+/// Returns a sentence or more for a programmer, a line each, with old and new values, paths and the chain of causes.
+STUDIO_INSPECT_EXPORT std::string describe(Why const& why, std::string const& text);
+/// Returns a sentence for a programmer: what is seen, why, and what to do.
+STUDIO_INSPECT_EXPORT std::string describe(WhyNot const& whyNot, std::string const& text);
+/// Returns the answer as a JSON object; docs/explanations.md describes its members.
+STUDIO_INSPECT_EXPORT std::string json(Why const& why, std::string const& text);
+STUDIO_INSPECT_EXPORT std::string json(WhyNot const& whyNot, std::string const& text);
+
+}   // namespace studio::inspect

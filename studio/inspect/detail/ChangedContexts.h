@@ -1,0 +1,48 @@
+#pragma once
+
+#include "studio/host/ContextReader.h"
+
+#include <boost/uuid/uuid.hpp>
+
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace studio::inspect::detail {
+
+/// Contexts as another reader reads them, except for what is set here: how they were, or would be.
+class ChangedContexts final : public host::ContextReader {
+public:
+    /// *Lifetime*: refers to `read`.
+    explicit ChangedContexts(host::ContextReader const& read) noexcept : base{read} {}
+
+    /// Gives the property `name` of a context another value; none if it is empty.
+    void set(boost::uuids::uuid const& context, std::string_view name, std::optional<data::PropertyValue> value);
+    /// Takes the value of `set` back.
+    void unset(boost::uuids::uuid const& context, std::string_view name);
+    /// Lets a context exist or not.
+    void setExists(boost::uuids::uuid const& context, bool exists) { contexts[context] = exists; }
+
+    bool hasContext(boost::uuids::uuid const& id) const override;
+    std::optional<data::PropertyValue> find(boost::uuids::uuid const& context, std::string_view name) const override;
+
+private:
+    using Key = std::pair<boost::uuids::uuid, std::string>;
+    struct Less {
+        using is_transparent = void;
+        template <class Left, class Right>
+        bool operator()(Left const& left, Right const& right) const noexcept
+        {
+            return left.first != right.first ? left.first < right.first
+                                             : std::string_view{left.second} < std::string_view{right.second};
+        }
+    };
+
+    host::ContextReader const& base;
+    std::map<Key, std::optional<data::PropertyValue>, Less> properties;
+    std::map<boost::uuids::uuid, bool> contexts;
+};
+
+}   // namespace studio::inspect::detail
