@@ -45,7 +45,8 @@ struct Explanation {
     /// the value of the text, while those of no proper subset do. Of a false `a && b` in which both are false that is
     /// the set of both. Smaller sets first. Empty if no sub-condition matters, as in a text without one.
     std::vector<std::vector<std::uint32_t>> deciding;
-    /// False if there are so many sets that some may be missing from `deciding`, and some there may not be the smallest.
+    /// False if there are so many sets that some may be missing from `deciding`, and some there may not be the
+    /// smallest.
     bool isComplete;
     /// The symbols, in order of their first places in the text.
     std::vector<Symbol> symbols;

@@ -3,13 +3,15 @@
 #include "studio/data/ContextProvider.h"
 #include "studio/inspect/Export.h"
 
+#include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
 namespace studio::inspect {
+
+struct Explanation;
 
 /// A host's sentences for the people in front of the screen: why a command is not available. Each belongs to a
 /// condition that has to hold, and is shown where that condition decides and does not hold.
@@ -22,13 +24,16 @@ public:
 
     /// Explains over the context `root`.
     explicit Reasons(std::shared_ptr<data::ContextProvider> root);
+    Reasons(Reasons&& other) noexcept;
+    Reasons& operator=(Reasons&& other) noexcept;
+    ~Reasons();
 
     /// Adds the sentence that is shown when `condition` does not hold; replaces one of an equal condition. Conditions
     /// are equal if they differ in spacing, parentheses, spellings of names and operators, doubled `!`, or the sides of
-    /// `==` only: `!(a == 'x')` is `a != 'x'`. Expressions in braces are replaced by their values when the sentence is
-    /// shown: `Only {selection.count} of {selection.needed}`; `{{` stands for a brace. *Throws* `gel::ParseError` for a
-    /// condition or an expression in braces that does not parse, and `std::invalid_argument` for a brace that is not
-    /// closed; nothing is added then.
+    /// a comparison only: `!(a == 'x')` is `'x' != a`. Expressions in braces are replaced by their values when the
+    /// sentence is shown: `Only {selection.count} of {selection.needed}`; `{{` stands for a brace. *Throws*
+    /// `gel::ParseError` for a condition or an expression in braces that does not parse, and `std::invalid_argument`
+    /// for a brace that is not closed; nothing is added then.
     void add(std::string const& condition, std::string sentence);
     /// Sets the translation of sentences. An empty function, as at first, leaves them as they are.
     void translate(Translation translation);
@@ -43,8 +48,13 @@ public:
     std::vector<std::string> reasonFor(std::string const& text) const;
 
 private:
+    struct Table;
+
+    std::string withoutSentence(Explanation const& explanation, std::uint32_t node, std::uint32_t parent,
+                                bool holds) const;
+
     std::shared_ptr<data::ContextProvider> root;
-    std::map<std::string, std::string> sentences;   // by condition, normalised
+    std::unique_ptr<Table> table;
     Translation translation;
     Fallback fallback;
 };

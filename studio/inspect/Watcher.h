@@ -20,7 +20,7 @@ struct PropertyChange {
     /// What happened to the property.
     enum class Kind : std::uint8_t {
         Created,
-        Changed,      ///< its value, its name or its context
+        Changed,   ///< its value, its name or its context
         Destroyed
     };
 
@@ -107,18 +107,18 @@ struct Why {
 /// Why an expression has not changed. Each row but the first two is one of the guide *When an expression does not
 /// update*.
 enum class Standstill : std::uint8_t {
-    NotAcquired,      ///< no handle of the engine has the text
-    Untouched,        ///< nothing has touched the paths of its symbols
-    SameResult,       ///< the last commit that touched it left the value equal
-    Hidden,           ///< a property with dots in its name hides the path that the symbol is bound along
-    Renamed,          ///< a property that the text reads was renamed
-    Moved,            ///< a property that the text reads was moved to another context
-    Unbound,          ///< the release of another text unbound a symbol that both name
-    InRound,          ///< a round is running, and the expression is still to be evaluated in it
-    Endless,          ///< a write was refused inside the delivery of too many commits
-    RolledBack,       ///< the value was read in a transaction that was rolled back
-    NotANumber,       ///< NaN was written over NaN
-    ProviderGone      ///< the provider of a context was released in a transaction that was rolled back
+    NotAcquired,   ///< no handle of the engine has the text
+    Untouched,     ///< nothing has touched the paths of its symbols
+    SameResult,    ///< the last commit that touched it left the value equal
+    Hidden,        ///< a property with dots in its name hides the path that the symbol is bound along
+    Renamed,       ///< a property that the text reads was renamed
+    Moved,         ///< a property that the text reads was moved to another context
+    Unbound,       ///< the release of another text unbound a symbol that both name
+    InRound,       ///< a round is running, and the expression is still to be evaluated in it
+    Endless,       ///< a write was refused inside the delivery of too many commits
+    RolledBack,    ///< the value was read in a transaction that was rolled back
+    NotANumber,    ///< NaN was written over NaN
+    ProviderGone   ///< the provider of a context was released in a transaction that was rolled back
 };
 
 /// Why an expression has not changed, with the evidence.

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "gel/DataSource.h"
+#include "gel/Tree.h"
+#include "studio/inspect/Explanation.h"
+#include "studio/inspect/detail/Normal.h"
+#include "studio/inspect/detail/Outcomes.h"
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace studio::inspect::detail {
+
+/// Finds the logical sub-conditions of a text and what they decide.
+class Conditions {
+public:
+    /// `values` are those of a trace of `tree` over `source`. *Lifetime*: refers to all of them.
+    Conditions(gel::Tree const& tree, std::span<std::optional<gel::Value> const> values, gel::DataSource const& source,
+               Normal::Numbers const& normal);
+
+    /// The sub-conditions, in order of their first places.
+    std::vector<Explanation::Condition> const& list() const noexcept { return conditions; }
+    /// The outcomes of the whole text.
+    Outcomes const& outcomes() const noexcept { return all.back(); }
+
+private:
+    /// What a node is taken for.
+    enum class Role : std::uint8_t {
+        Unused,     ///< part of a sub-condition
+        Value,      ///< its value counts
+        Truth,      ///< its truth counts, and it is put together of sub-conditions
+        Condition   ///< it is a sub-condition
+    };
+
+    void assignRoles();
+    void findConditions();
+    void combine();
+    Outcomes outcomesOf(std::uint32_t node);
+    bool hasSymbol(std::uint32_t node) const noexcept { return symbols[node]; }
+    gel::Value valueOf(std::uint32_t node) const;
+    gel::Tree::Node const& at(std::uint32_t node) const noexcept { return tree.nodes()[node]; }
+
+    gel::Tree const& tree;
+    std::span<std::optional<gel::Value> const> values;
+    gel::DataSource const& source;
+    Normal::Numbers const& normal;
+    std::vector<bool> symbols;            // of each node, whether it reads any
+    std::vector<Role> roles;              // by node
+    std::vector<std::uint32_t> numbers;   // by node: of its sub-condition
+    std::vector<Explanation::Condition> conditions;
+    std::vector<Outcomes> all;   // by node
+};
+
+}   // namespace studio::inspect::detail
