@@ -35,6 +35,10 @@ Explanation explain(std::string const& text, uuid const& root, host::ContextRead
     explanation.conditions = found.list();
     explanation.deciding = found.outcomes().setsThatChange(explanation.value);
     explanation.isComplete = found.outcomes().isComplete();
+    if (explanation.deciding.size() > detail::Outcomes::MOST_TERMS) {
+        explanation.deciding.resize(detail::Outcomes::MOST_TERMS);
+        explanation.isComplete = false;
+    }
     std::set<std::string_view> known;
     for (Tree::Node const& node : tree.nodes())
         if (node.kind == Kind::Symbol && known.insert(node.name).second) {

@@ -166,8 +166,9 @@ void Outcomes::add(gel::Value const& value, Terms terms)
     all.insert(all.end(), std::make_move_iterator(terms.begin()), std::make_move_iterator(terms.end()));
     if (auto const trivial = std::find_if(all.begin(), all.end(), [](Term const& term) { return term.empty(); });
         trivial != all.end())
-        all = {Term{}};   // it implies all others
-    limit(all, MOST_TERMS, complete);
+        all = {Term{}};                // it implies all others
+    if (all.size() > 2 * MOST_TERMS)   // not each time that one is added
+        limit(all, MOST_TERMS, complete);
 }
 
 Terms Outcomes::both(Terms left, Terms right, bool& complete)
