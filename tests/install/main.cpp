@@ -10,6 +10,8 @@
 #include "studio/data/model/PropertyImpl.h"
 #include "studio/host/Schema.h"
 #include "studio/host/Subscriptions.h"
+#include "studio/inspect/Flips.h"
+#include "studio/inspect/Reasons.h"
 #include "tarn/zero/ModelImpl.h"
 #include "tarn/zero/ReportException.h"
 #include "tarn/zero/Transaction.h"
@@ -122,6 +124,11 @@ void hostLayer()
     root->setPropertyValue("count", 2);
     expect(shown == "12", "the host layer shows changes");
     expect(throws<std::invalid_argument>([] { studio::host::Schema{}.require("count"); }), "unknown names are refused");
+
+    studio::inspect::Reasons reasons{root};
+    reasons.add("count > 2", "{count} is too few");
+    expect(reasons.reasonFor("count > 2") == std::vector<std::string>{"2 is too few"}, "reasons are sentences");
+    expect(studio::inspect::flipsOf("count > 2", root).at(0).result == gel::Value{true}, "flips are found");
 }
 
 }   // namespace
