@@ -6,7 +6,6 @@
 #include "studio/host/Subscriptions.h"
 #include "support/Allocations.h"
 #include "support/Contexts.h"
-#include "support/Random.h"
 #include "support/ReportRecorder.h"
 
 #include <boost/uuid/uuid_io.hpp>
@@ -14,7 +13,6 @@
 
 #include <functional>
 #include <limits>
-#include <map>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -235,73 +233,6 @@ TEST_F(Trees, RefuseATextThatIsNoSnapshot)
     EXPECT_EQ(reports.take(), "");
     put(tree.root(), "n", "\xFF");
     EXPECT_THROW(tree.save(), std::invalid_argument);
-}
-
-TEST(TreeWalk, AgreesWithAMapOfPaths)
-{
-    ContextTree tree;
-    std::vector<std::string> const paths{"a", "b", "a.a", "a.b", "b.a", "a.a.a", "a.b.b", "b.a.a"};
-    std::map<std::string, PropertyValue> model;   // the value of `p` in each context
-    std::map<std::string, decltype(model)> saved{{tree.save(), model}};
-    support::Random random{0};
-    auto const isAt = [](std::string const& path, std::string const& top) {
-        return (path + '.').starts_with(top + '.');
-    };
-    std::function<void(int)> const step = [&](int depth) {
-        std::string const at = random.pick(paths), to = random.pick(paths), owner = to.substr(0, to.rfind('.'));
-        auto const before = model;
-        switch (random.below(7)) {
-        case 0:
-            tree.make(at);
-            for (std::size_t end = 1; end <= at.size(); end += 2)
-                model.try_emplace(at.substr(0, end));
-            break;
-        case 1:
-            EXPECT_EQ(tree.drop(at), model.contains(at));
-            std::erase_if(model, [&](auto const& node) { return isAt(node.first, at); });
-            break;
-        case 2:
-            if (!model.contains(at) || model.contains(to) || isAt(to, at) || (owner != to && !model.contains(owner))) {
-                EXPECT_THROW(tree.move(at, to), std::invalid_argument);
-                break;
-            }
-            tree.move(at, to);
-            std::erase_if(model, [&](auto const& node) { return isAt(node.first, at); });
-            for (auto const& [path, value] : before)
-                if (isAt(path, at))
-                    model[to + path.substr(at.size())] = value;
-            break;
-        case 3:
-            if (put(tree.root(), at + ".p", random.below(9)) != Written::Nowhere)
-                model.at(at) = tree.find(at)->getPropertyValue("p");
-            break;
-        case 4: saved[tree.save()] = model; break;
-        case 5: {
-            auto const& [text, state] = *std::next(saved.begin(), static_cast<long>(random.below(saved.size())));
-            tree.restore(text, random.oneIn(2) ? Identities::Kept : Identities::Fresh);
-            model = state;
-            break;
-        }
-        default:
-            Batch open;
-            for (std::size_t left = depth == 3 ? 0 : random.below(6); left != 0; --left)
-                step(depth + 1);
-            if (random.oneIn(2))
-                return open.commit();
-            open.rollBack();
-            model = before;
-        }
-        for (std::string const& each : paths) {
-            ASSERT_EQ(tree.find(each) != nullptr, model.contains(each)) << each;
-            ASSERT_EQ(tree.root()->getPropertyValue(each + ".p"), model.contains(each) ? model[each] : PropertyValue{});
-        }
-    };
-    for (std::uint64_t const seed : support::seeds(20)) {
-        SCOPED_TRACE(seed);
-        random = support::Random{seed};
-        for (int i = 0; i != 100 && !testing::Test::HasFailure(); ++i)
-            step(0);
-    }
 }
 
 TEST(TreeMemory, RunsOutAndTheTreeIsAsBefore)
