@@ -14,7 +14,6 @@
 #include <new>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 namespace studio::data {
 namespace {
