@@ -229,7 +229,7 @@ TEST(OwnedCollection, LosesNothingWithoutMemory)
         }
 }
 
-TEST(OwnedCollection, TellsWhatItIs)
+TEST(OwnedCollection, DescribesItself)
 {
     Crowd w;
     EXPECT_TRUE(w.map.isMapInterface() && !w.map.isSequenceInterface() && !w.map.isMultimapInterface());

@@ -11,13 +11,11 @@
 #include <map>
 #include <new>
 #include <ostream>
-#include <set>
 #include <stdexcept>
 #include <string>
 #include <thread>
 #include <utility>
 #include <variant>
-#include <vector>
 
 namespace gel {
 
@@ -64,7 +62,7 @@ std::string errorOf(std::string const& text)
 
 class GelTable : public testing::TestWithParam<Table> {};
 
-TEST_P(GelTable, YieldsTheValueAndAsksOnlyForWhatItNeeds)
+TEST_P(GelTable, YieldsTheValueAndReadsOnlyWhatItNeeds)
 {
     for (Row const& row : GetParam().rows) {
         SCOPED_TRACE(row.text);

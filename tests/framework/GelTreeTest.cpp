@@ -238,7 +238,7 @@ TEST(GelTree, ARandomExpressionMeansWhatItsTextMeans)
     }
 }
 
-TEST(GelTree, TellsWhereEachPartStands)
+TEST(GelTree, GivesThePlaceOfEachPart)
 {
     struct Row {
         char const* text;

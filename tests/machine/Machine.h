@@ -4,7 +4,6 @@
 #include "machine/Steps.h"
 #include "machine/SystemUnderTest.h"
 
-#include <cstdint>
 #include <map>
 #include <string>
 

@@ -81,7 +81,7 @@ TEST_F(Expressions, AreUndefinedWithoutARootAndFollowOneThatIsGivenById)
 
 // ---- sharing and releasing
 
-TEST_F(Expressions, HandlesMayBeToldAgainAndOutliveTheEngine)
+TEST_F(Expressions, HandlesMayBeNotifiedAgainAndOutliveTheEngine)
 {
     auto brief = std::make_unique<ExpressionEngine>(root);
     CallRecorder heard{*brief};

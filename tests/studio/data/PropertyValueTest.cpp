@@ -93,7 +93,7 @@ TEST(PropertyValueText, OfANumberIsAnIntOrHasSixDecimals)
     EXPECT_TRUE(std::isnan(PropertyValue(NOT_A_NUMBER).getNumeric()) && PropertyValue(NOT_A_NUMBER).getBool());
 }
 
-TEST(PropertyValueText, TellsKindsApartOnAStreamWhateverItsState)
+TEST(PropertyValueText, ShowsTheKindOnAStreamWhateverItsState)
 {
     // clang-format off
     std::pair<PropertyValue, std::string> const rows[] = {
