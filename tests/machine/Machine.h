@@ -4,6 +4,7 @@
 #include "machine/Steps.h"
 #include "machine/SystemUnderTest.h"
 
+#include <cstdint>
 #include <map>
 #include <string>
 
