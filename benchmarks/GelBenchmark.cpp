@@ -1,4 +1,4 @@
-#include "benchmarks/FloorValue.h"
+#include "benchmarks/BaselineValue.h"
 #include "benchmarks/Workload.h"
 #include "gel/DataSource.h"
 #include "gel/Eval.h"
@@ -20,7 +20,7 @@ namespace benchmarks {
 namespace {
 
 /// All symbols. E2 and E3 evaluate every symbol that they name.
-std::pair<char const*, floor::Value> const s_symbols[] = {
+std::pair<char const*, baseline::Value> const s_symbols[] = {
     {"a", 1.0},
     {"b", 2.0},
     {"c", 3.0},
@@ -72,7 +72,7 @@ public:
     std::string const& text(std::string_view name) const { return std::get<std::string>(table.find(name)); }
 
 private:
-    Table<floor::Value> table;
+    Table<baseline::Value> table;
 };
 
 class Source final : public gel::DataSource {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "benchmarks/FloorPeer.h"
+#include "benchmarks/BaselinePeer.h"
 #include "benchmarks/LibraryPeer.h"
 #include "benchmarks/Workload.h"
 
@@ -19,7 +19,7 @@ namespace benchmarks {
 template <class Make>
 Workload both(std::string id, Workload::Kind kind, double units, Make const& make)
 {
-    return {std::move(id), kind, units, [=] { return make(std::make_shared<FloorPeer>()); },
+    return {std::move(id), kind, units, [=] { return make(std::make_shared<BaselinePeer>()); },
             [=] { return make(std::make_shared<LibraryPeer>()); }};
 }
 

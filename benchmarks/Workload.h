@@ -32,13 +32,13 @@ struct Workload {
 
     std::string id;
     Kind kind = Kind::steady;
-    double units = 1;                ///< of one run: figures are per unit
-    std::function<Task()> floor;     ///< the baseline; may be empty
-    std::function<Task()> library;   ///< the library through its public interface
+    double units = 1;                 ///< of one run: figures are per unit
+    std::function<Task()> baseline;   ///< the baseline; may be empty
+    std::function<Task()> library;    ///< the library through its public interface
 
     std::vector<Peer> peers() const
     {
-        std::vector<Peer> list{{"floor", floor}, {"studio_data", library}};
+        std::vector<Peer> list{{"baseline", baseline}, {"studio_data", library}};
         std::erase_if(list, [](Peer const& peer) { return !peer.make; });
         return list;
     }

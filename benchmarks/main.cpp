@@ -17,7 +17,7 @@ namespace {
 constexpr char const* HELP = R"(Usage: studio-bench [OPTIONS] [WORKLOAD...]
 
 Runs the workloads, each on the library and on the same steps by hand, and prints a line
-for each figure: workload, peer (studio_data or floor), metric, value. Metrics: ns, the
+for each figure: workload, peer (studio_data or baseline), metric, value. Metrics: ns, the
 least time per operation of CPU time; alloc, allocations per operation; bytes per item.
 `W4` names all workloads that begin with `W4-`, too.
 
@@ -50,7 +50,7 @@ Arguments read(std::vector<std::string> const& words)
             result.list = true;
         else if (word == "--help")
             result.help = true;
-        else if (word == "--peer=floor" || word == "--peer=studio_data")
+        else if (word == "--peer=baseline" || word == "--peer=studio_data")
             result.peer = value;
         else if (name == "--repetitions")
             result.effort.repetitions = std::max(1, std::stoi(value));
@@ -83,10 +83,10 @@ std::vector<Workload> workloads(Arguments const& arguments)
     addHost(list);
     std::erase_if(list, [&](Workload const& workload) { return !isNamed(workload.id, arguments.workloads); });
     for (Workload& workload : list) {
-        if (arguments.peer == "floor")
+        if (arguments.peer == "baseline")
             workload.library = {};
         if (arguments.peer == "studio_data")
-            workload.floor = {};
+            workload.baseline = {};
     }
     if (list.empty())
         throw std::invalid_argument("no workload is called that; --list names them");

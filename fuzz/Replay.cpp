@@ -4,7 +4,6 @@
 #include <fstream>
 #include <iterator>
 #include <string>
-#include <vector>
 
 // Runs a fuzz target once over every file in the folders that are named, without libFuzzer.
 

@@ -15,7 +15,7 @@ import statistics
 import subprocess
 import sys
 
-HERE, FLOOR = "studio_data", "floor"
+HERE, BASELINE = "studio_data", "baseline"
 MARGIN = 1.1
 RECORDED = "W11-recorded-session"   # is there only where the recorded session is
 NOTHING = 1e-4   # allocations per operation: a table that grows now and then is not one
@@ -70,7 +70,7 @@ class Target:
     def value(self, figures):
         """What is held to the target: a ratio, or the figure itself; None if it was not measured."""
         mine = figures.get((self.workload, self.metric, HERE))
-        other = {"floor": (self.workload, self.metric, FLOOR), "-": None}.get(self.against, (self.against, self.metric, HERE))
+        other = {"baseline": (self.workload, self.metric, BASELINE), "-": None}.get(self.against, (self.against, self.metric, HERE))
         if mine is None or other is None:
             return mine
         return mine / figures[other] if other in figures else None
@@ -82,7 +82,7 @@ class Target:
 
 def table(figures, targets):
     targets = [Target(*words) for words in targets]
-    rows = [["", "floor ns", "ns", "ratio", "must", "aim", "", "floor instr", "instr", "ratio", "alloc", "bytes"]]
+    rows = [["", "baseline ns", "ns", "ratio", "must", "aim", "", "baseline instr", "instr", "ratio", "alloc", "bytes"]]
     missed = []
 
     def judged(target):
@@ -96,17 +96,17 @@ def table(figures, targets):
     for name in workloads_of(figures):
         mine = [target for target in targets if target.workload == name and target.value(figures) is not None]
         figure = lambda metric, peer, name=name: figures.get((name, metric, peer))
-        ratio = lambda metric: (figure(metric, HERE) / figure(metric, FLOOR)
-                                if figure(metric, HERE) and figure(metric, FLOOR) else None)
-        row = [name, shown(figure("ns", FLOOR)), shown(figure("ns", HERE)), shown(ratio("ns"), "x"), "", "", "",
-               shown(figure("ir", FLOOR)), shown(figure("ir", HERE)), shown(ratio("ir"), "x"),
+        ratio = lambda metric: (figure(metric, HERE) / figure(metric, BASELINE)
+                                if figure(metric, HERE) and figure(metric, BASELINE) else None)
+        row = [name, shown(figure("ns", BASELINE)), shown(figure("ns", HERE)), shown(ratio("ns"), "x"), "", "", "",
+               shown(figure("ir", BASELINE)), shown(figure("ir", HERE)), shown(ratio("ir"), "x"),
                shown(figure("alloc", HERE)), shown(figure("bytes", HERE))]
         rows.append(row)
         for target in mine:
             value, must, aim, verdict = judged(target)
             if target.metric == "alloc":
                 row[10] += " MISSED" if verdict == "MISSED" else ""
-            elif target.against in ("floor", "-"):
+            elif target.against in ("baseline", "-"):
                 row[4:7] = must, aim, verdict
             else:
                 rows.append([f"  beside {target.against}", "", "", value, must, aim, verdict] + [""] * 5)
@@ -124,7 +124,7 @@ def table(figures, targets):
 def ratios(figures):
     """Instructions as a multiple of the baseline's; of the baseline's W1 for a workload without a baseline."""
     for name in workloads_of(figures):
-        by_hand = figures.get((name, "ir", FLOOR), figures["W1", "ir", FLOOR])
+        by_hand = figures.get((name, "ir", BASELINE), figures["W1", "ir", BASELINE])
         yield name, figures[name, "ir", HERE] / by_hand
 
 

@@ -2,12 +2,12 @@
 #include "support/Allocations.h"
 #include "support/Contexts.h"
 #include "support/Instructions.h"
+#include "tarn/zero/ReportData.h"
 
 #include <gtest/gtest.h>
 
 #include <functional>
 #include <memory>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -77,30 +77,22 @@ struct Mirrored {
     int value = 0;
 };
 
-// ---- a steady stream
-
-/// One operation, performed repeatedly. Constructing it prepares everything that it needs.
+/// One operation, performed repeatedly.
 using Operation = std::function<void()>;
 
-struct Steady {
+/// Prepares an operation in a world of some size.
+struct Row {
     char const* name;
-    std::function<Operation()> make;
+    std::function<Operation(std::size_t size)> make;
 };
-void PrintTo(Steady const& row, std::ostream* out)
-{
-    *out << row.name;
-}
-class SteadyStream : public testing::TestWithParam<Steady> {};
 
-TEST_P(SteadyStream, AllocatesNothing)
+/// Prepares the operation and performs it until everything that it needs again has been made.
+Operation warmed(Row const& row, std::size_t size)
 {
-    Operation const operation = GetParam().make();
+    Operation const operation = row.make(size);
     for (int i = 0; i < 20; ++i)
         operation();
-    std::size_t const before = support::allocationCount();
-    for (int i = 0; i < 100; ++i)
-        operation();
-    EXPECT_EQ(support::allocationCount() - before, 0u);
+    return operation;
 }
 
 Operation writeHeard(std::size_t expressions)
@@ -160,41 +152,63 @@ Operation writeUnheard()
     return [written, value = std::make_shared<int>(0)] { written->setPropertyValue("number", ++*value); };
 }
 
-INSTANTIATE_TEST_SUITE_P(Cost, SteadyStream,
-                         testing::Values(Steady{"OfWritesThatNobodyHears", writeUnheard},
-                                         Steady{"OfWritesWithOneExpression", [] { return writeHeard(1); }},
-                                         Steady{"OfWritesWithManyExpressions", [] { return writeHeard(1000); }},
-                                         Steady{"OfTransactionsOfManyWrites", [] { return writeAll(1000); }},
-                                         Steady{"OfReferencesThatSwingToAndFro", [] { return repoint(0); }},
-                                         Steady{"OfChangesInAMirror", [] { return changeMirrored(100); }}),
-                         [](auto const& info) { return info.param.name; });
+/// Long texts at the end of a path, and of one that leads nowhere.
+Operation writeByPaths()
+{
+    Provider const leaf = context({{"text", ""}});
+    Provider const middle = context({{"a component with a long name", leaf}});
+    Provider const root = context({{"child", middle}});
+    std::vector<std::string> const names{"child.a component with a long name.text", "child.none.at all"};
+    std::vector<PropertyValue> const texts{std::string(200, 'x'), std::string(200, 'y')};
+    return [=] {   // keeps the contexts
+        for (std::string const& path : names)
+            for (PropertyValue const& text : texts)
+                root->setPropertyValue(path, text);
+    };
+}
+
+/// Transactions inside each other, one of them rolled back, whose old values a listener reads.
+Operation writeNested()
+{
+    struct OldValues : tarn::zero::Listener {
+        OldValues() { ContextProvider::sharedModel()->addDeepListener(this); }
+        ~OldValues() override { ContextProvider::sharedModel()->removeListener(this); }
+        void transactionCommitted(tarn::zero::DeepChangeReport<Property> const& report)
+        {
+            for (tarn::zero::ReportEntry const entry : report.modified())
+                sum += entry.peekOldValue<PropertyValue>(Property::Impl::VALUE)->getDouble();
+        }
+        double sum = 0;
+    };
+    return [world = std::make_shared<World>(3), listener = std::make_shared<OldValues>()] {
+        world->write("property0");
+        inTransaction([&] {
+            world->write("property1");
+            inTransaction([&] { world->write("property2"); });
+            support::rolledBack([&] { world->write("property2"); });
+        });
+    };
+}
+
+TEST(SteadyStream, AllocatesNothing)
+{
+    for (Row const& row : {Row{"writes that nobody hears", [](auto) { return writeUnheard(); }},
+                           {"one expression", writeHeard},
+                           {"transactions of many writes", writeAll},
+                           {"references that swing to and fro", [](auto) { return repoint(0); }},
+                           {"changes in a mirror", changeMirrored},
+                           {"dotted names", [](auto) { return writeByPaths(); }},
+                           {"transactions in each other", [](auto) { return writeNested(); }}})
+        for (std::size_t const size : {1U, 1000U}) {
+            Operation const operation = warmed(row, size);
+            std::size_t const before = support::allocationCount();
+            for (int i = 0; i < 100; ++i)
+                operation();
+            EXPECT_EQ(support::allocationCount() - before, 0u) << row.name << ' ' << size;
+        }
+}
 
 // ---- growth
-
-/// An operation in a world of some size, which should not matter.
-struct Growth {
-    char const* name;
-    std::function<Operation(std::size_t size)> make;
-};
-void PrintTo(Growth const& row, std::ostream* out)
-{
-    *out << row.name;
-}
-class CostOfOne : public testing::TestWithParam<Growth> {};
-
-TEST_P(CostOfOne, DoesNotDependOnWhatThereIs)
-{
-    auto const cost = [](std::size_t size) {
-        Operation const operation = GetParam().make(size);
-        for (int i = 0; i < 20; ++i)
-            operation();
-        return support::instructionsOf(operation);
-    };
-    std::size_t const small = cost(50);
-    std::size_t const large = cost(5'000);
-    EXPECT_GT(small, 100u);   // it was counted at all
-    EXPECT_LT(static_cast<double>(large), 1.3 * static_cast<double>(small)) << small << " and " << large;
-}
 
 Operation writeElsewhere(std::size_t size)
 {
@@ -256,14 +270,23 @@ Operation resizeMirrored(std::size_t size)
     };
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Cost, CostOfOne,
-    testing::Values(Growth{"WriteWithExpressionsElsewhere", writeElsewhere},
-                    Growth{"WriteAmongExpressions", writeOneOfMany}, Growth{"ExpressionAmongOthers", acquireAndRelease},
-                    Growth{"HandleAmongOthers", acquireAndReleaseHandle}, Growth{"ReferenceAmongOtherSymbols", repoint},
-                    Growth{"ChangeInAMirror", changeMirrored}, Growth{"ReferenceThatLeavesAMirror", removeMirrored},
-                    Growth{"PropertyThatComesAndGoesInAMirror", resizeMirrored}),
-    [](auto const& info) { return info.param.name; });
+TEST(CostOfOne, DoesNotDependOnWhatThereIs)
+{
+    for (Row const& row : {Row{"write with expressions elsewhere", writeElsewhere},
+                           {"write among expressions", writeOneOfMany},
+                           {"expression among others", acquireAndRelease},
+                           {"handle among others", acquireAndReleaseHandle},
+                           {"reference among other symbols", repoint},
+                           {"change in a mirror", changeMirrored},
+                           {"reference that leaves a mirror", removeMirrored},
+                           {"property that comes and goes in a mirror", resizeMirrored}}) {
+        std::size_t const small = support::instructionsOf(warmed(row, 50));
+        std::size_t const large = support::instructionsOf(warmed(row, 5'000));
+        EXPECT_GT(small, 100u) << row.name << " was counted at all";
+        EXPECT_LT(static_cast<double>(large), 1.3 * static_cast<double>(small))
+            << row.name << ' ' << small << ' ' << large;
+    }
+}
 
 TEST(Cost, OfADottedNameGrowsWithItsLength)
 {

@@ -48,11 +48,18 @@ int main()
             wrong += shared.eval(Nothing{}) == gel::Value{"shared"} ? 0 : 1;
         }
     };
-    std::vector<std::thread> threads;
-    for (int i = 0; i != 8; ++i)
-        threads.emplace_back(use);
-    for (std::thread& thread : threads)
-        thread.join();
+    auto const inEightThreads = [](auto const& work) {
+        std::vector<std::thread> threads;
+        for (int i = 0; i != 8; ++i)
+            threads.emplace_back(work);
+        for (std::thread& thread : threads)
+            thread.join();
+    };
+    inEightThreads(use);
+    inEightThreads([&wrong, copied = gel::Program{"'abab' =~ /^(a|b)+$/ && (n ?? 1) + 1 == 2"}] {
+        for (int i = 0; i != 200; ++i)
+            wrong += copied.eval(Nothing{}) == gel::Value{true} ? 0 : 1;
+    });
     std::cout << (wrong == 0 ? "made once\n" : "made otherwise\n");
     return wrong != 0;
 }

@@ -5,8 +5,8 @@
 
 #include <algorithm>
 #include <functional>
-#include <memory>
 #include <set>
+#include <utility>
 #include <vector>
 
 namespace studio::data {
@@ -77,22 +77,28 @@ TEST(Wrapping, NativeFactoryTakesOwnershipOnlyFromAHost)
     EXPECT_FALSE(object.isRetracting());
 }
 
-/// Every kind of object, owned by the host or by the library: the host is notified of each destruction, in any order.
+/// Every kind of object, owned by the host or by the library, handles released before or not: the host is notified of
+/// each destruction, in any order.
 TEST(Wrapping, SurvivesEveryOrderOfDestruction)
 {
-    for (bool const hostOwns : {false, true}) {
+    for (auto const& [hostOwns, isReleased] : {std::pair{false, false}, {true, false}, {false, true}, {true, true}}) {
         std::vector<int> order{0, 1, 2, 3};
         do {
             Host host;
             auto provider = ContextProvider::create();
             auto view = ContextView::create(tarn::zero::Model{});
             auto first = view->acquire(provider->getId(), nullptr);
-            auto second = view->acquire(provider->getId(), [&](ContextData const&) {
-                EXPECT_FALSE(first && host.heard.count(first.get()));   // it may be wrapped still
-            });
+            auto second =
+                view->acquire(provider->getId(), [&, id = provider->getId(), dying = view.get()](auto const&) {
+                    EXPECT_FALSE(first && host.heard.count(first.get()));   // it may be wrapped still
+                    EXPECT_FALSE(dying->acquire(id, nullptr) || dying->createRecord(id))
+                        << "a view that ends hands out none";
+                });
+            if (isReleased)
+                first->release(), second->release();
             std::vector<Wrappable const*> const objects{provider.get(), view.get(), first.get(), second.get()};
-            auto const end = [&](auto& object) {
-                if (!hostOwns)
+            auto const end = [isHosts = hostOwns](auto& object) {
+                if (!isHosts)
                     return object.reset();
                 object->giveToLumen();
                 delete static_cast<CppAndLumenOwned*>(object.release());

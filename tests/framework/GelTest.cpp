@@ -11,13 +11,11 @@
 #include <map>
 #include <new>
 #include <ostream>
-#include <set>
 #include <stdexcept>
 #include <string>
 #include <thread>
 #include <utility>
 #include <variant>
-#include <vector>
 
 namespace gel {
 
@@ -64,7 +62,7 @@ std::string errorOf(std::string const& text)
 
 class GelTable : public testing::TestWithParam<Table> {};
 
-TEST_P(GelTable, YieldsTheValueAndAsksOnlyForWhatItNeeds)
+TEST_P(GelTable, YieldsTheValueAndReadsOnlyWhatItNeeds)
 {
     for (Row const& row : GetParam().rows) {
         SCOPED_TRACE(row.text);
@@ -119,13 +117,6 @@ TEST(Gel, ShowsTheLineWithACaretUnderThePlace)
         } catch (ParseError const& error) {
             EXPECT_EQ(error.excerpt(), excerpt);
         }
-}
-
-TEST(Gel, NamesAllSymbolsSortedAlsoThoseItSkips)
-{
-    EXPECT_EQ(symbols("b.c && false ? `x-y` : a in [b.c, min] || min(1, 2) > `b`.c"),
-              (std::set<std::string>{"a", "b.c", "min", "x-y"}));
-    EXPECT_EQ(symbols("1 + 1"), std::set<std::string>{});
 }
 
 TEST(Gel, NestsTwoHundredLevels)
@@ -278,26 +269,6 @@ TEST(Gel, ATextMayBeEvaluatedInsideItself)
     EXPECT_EQ(factorial(20), 2432902008176640000.0);
 }
 
-TEST(Gel, WhatALookupThrowsPassesUnchanged)
-{
-    std::string const text = "text(1.5) + 'a text that no small buffer holds' + s0 + (lower(s1) + s2) + "
-                             "s3 + s4 + s5 + s6 + s7 + s8 + s9 + s10 + s11 + s12 + s13 + s14 + s15";
-    for (std::string const more : {"", " + s16 + s17"})
-        for (std::size_t const failing : {0U, 1U, 7U, 15U}) {
-            FunctionSource const source([&](std::string const& symbol) -> Value {
-                if (symbol == "s" + std::to_string(failing))
-                    throw std::out_of_range(symbol);
-                return std::string(100, 'X');
-            });
-            try {
-                eval(text + more, source);
-                ADD_FAILURE() << "nothing was thrown";
-            } catch (std::out_of_range const& error) {
-                EXPECT_EQ("s" + std::to_string(failing), error.what());
-            }
-        }
-}
-
 TEST(Gel, MatchesAreBounded)
 {
     for (auto const& [text, expected] : std::map<std::string, bool>{
@@ -324,20 +295,6 @@ TEST(Gel, MatchesTheSameWithAndWithoutJit)
                 EXPECT_EQ(eval("s =~ /" + pattern + "/", source), eval("s =~ /(*NO_JIT)" + pattern + "/", source))
                     << pattern << " on " << count << " times " << unit;
             }
-}
-
-TEST(Gel, ACopyMayBeEvaluatedOnAnotherThread)
-{
-    Program const program("s =~ /^(a|b)+$/ && n + 1 == 2");
-    std::vector<std::thread> threads;
-    for (int index = 0; index < 4; ++index)
-        threads.emplace_back([program] {
-            RecordingSource const source({{"s", "abab"}, {"n", 1}});
-            for (int time = 0; time < 2'000; ++time)
-                ASSERT_EQ(program.eval(source), true);
-        });
-    for (std::thread& thread : threads)
-        thread.join();
 }
 
 TEST(Gel, EvaluatesAfterTheCacheOfItsThreadIsGone)

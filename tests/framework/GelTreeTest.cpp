@@ -3,6 +3,7 @@
 #include "gel/ParseError.h"
 #include "gel/Program.h"
 #include "gel/Tree.h"
+#include "support/Random.h"
 #include "workbench/NaiveEvaluator.h"
 
 #include <gtest/gtest.h>
@@ -11,7 +12,6 @@
 #include <cmath>
 #include <limits>
 #include <map>
-#include <random>
 #include <set>
 #include <string>
 #include <utility>
@@ -23,6 +23,7 @@ namespace gel::test {
 namespace {
 
 using Values = std::map<std::string, Value>;
+std::vector<std::string> const SYMBOLS{"a", "b", "c.d", "e-f"};
 
 /// An expression as it is generated.
 struct Expression {
@@ -137,7 +138,7 @@ void expectPieces(Tree const& tree)
 
 class Generator {
 public:
-    explicit Generator(unsigned seed) : m_random(seed) {}
+    explicit Generator(std::uint64_t seed) : m_random(seed) {}
 
     Expression tree(int depth)
     {
@@ -148,17 +149,16 @@ public:
             {"literal", {}, "0", 0},         {"literal", {}, "1", 1},         {"literal", {}, "2.5", 2.5},
             {"literal", {}, "true", true},   {"literal", {}, "''", ""},       {"literal", {}, "'a'", "a"},
             {"literal", {}, "false", false}, {"literal", {}, "undefined", {}}};
-        if (depth == 0 || below(5) == 0)
-            return below(3) == 0 ? oneOf(s_literals)
-                                 : Expression{"symbol", {}, oneOf<std::string>({"a", "b", "c.d", "e-f"})};
-        Expression made{oneOf(s_operators)};
+        if (depth == 0 || m_random.oneIn(5))
+            return m_random.oneIn(3) ? m_random.pick(s_literals) : Expression{"symbol", {}, m_random.pick(SYMBOLS)};
+        Expression made{m_random.pick(s_operators)};
         std::size_t count = made.level() == 8 || made.sign == "=~" || made.sign == "defined" ? 1 : 2;
         if (made.sign == "=~")
-            made.text = oneOf<std::string>({"a", "^x"});
+            made.text = m_random.oneIn(2) ? "a" : "^x";
         else if (made.sign == "?:")
             count = 3;
         else if (made.sign == "max" || made.isMembership())
-            count = 1 + below(4);
+            count = 1 + m_random.below(4);
         while (made.parts.size() < count)
             made.parts.push_back(tree(depth - 1));
         return made;
@@ -170,25 +170,13 @@ public:
         static std::vector<Value> const s_values{Value(), 0,  1,   2,    -1.5, -0.0,  true,
                                                  false,   "", "a", "xa", "1",  s_nan, INFINITY};
         Values made;
-        for (char const* const name : {"a", "b", "c.d", "e-f"})
-            made[name] = oneOf(s_values);
+        for (std::string const& name : SYMBOLS)
+            made[name] = m_random.pick(s_values);
         return made;
     }
 
 private:
-    std::size_t below(std::size_t count) { return std::uniform_int_distribution<std::size_t>(0, count - 1)(m_random); }
-    template <class T>
-    T const& oneOf(std::vector<T> const& choices)
-    {
-        return choices[below(choices.size())];
-    }
-    template <class T>
-    T oneOf(std::initializer_list<T> choices)
-    {
-        return choices.begin()[below(choices.size())];
-    }
-
-    std::mt19937 m_random;
+    support::Random m_random;
 };
 
 /// Answers by the number of a symbol alone, from what was bound beforehand.
@@ -253,7 +241,7 @@ TEST(GelTree, ARandomExpressionMeansWhatItsTextMeans)
     }
 }
 
-TEST(GelTree, TellsWhereEachPartStands)
+TEST(GelTree, GivesThePlaceOfEachPart)
 {
     struct Row {
         char const* text;

@@ -28,7 +28,7 @@ TEST(Handle, NullAnswersEveryQuestion)
     ModelElement{}.removeRef();
 }
 
-TEST(Handle, TellsItsClass)
+TEST(Handle, KnowsItsClass)
 {
     Model const model = Model::create(ModelConstellation{ModelSpec{u"two"}});
     EXPECT_EQ(model->name(), u"two");
@@ -233,7 +233,7 @@ TEST_F(HookTest, MayChangeWhatIsBeingDestroyed)
 
 // ---- dead elements and reports
 
-TEST(DeadElement, IsToldOfByAReportThatOutlivesTheModel)
+TEST(DeadElement, IsInAReportThatOutlivesTheModel)
 {
     World w;
     ReportRecorder::Data data;
@@ -282,7 +282,7 @@ TEST(Identity, FirstElementOfAUuidStaysTheOneThatIsFound)
     EXPECT_FALSE(newModel()->findElement(id, 1));
 }
 
-TEST(Identity, NilAsksForAFreshRandomUuid)
+TEST(Identity, NilMakesAFreshRandomUuid)
 {
     Model const model = newModel();
     boost::uuids::uuid const one = newContext(model).Uuid();

@@ -301,39 +301,6 @@ TEST(Listener, MayTakeTheLastHandleOfItsModel)
 
 // ---- cost
 
-/// Reads the old value of every property that it hears of.
-struct OldValueSum : Listener {
-    void transactionCommitted(DeepChangeReport<Property> const& report)
-    {
-        for (ReportEntry const entry : report.modified())
-            sum += entry.peekOldValue<PropertyValue>(Property::Impl::VALUE)->getDouble();
-    }
-    double sum = 0;
-};
-
-TEST(Transaction, SteadyWritesAllocateNothing)
-{
-    World w;
-    OldValueSum listener;
-    w.model->addDeepListener(&listener);
-    auto const write = [&](int first, int count) {
-        for (int i = first; i != first + count; ++i) {
-            w.a->setValue(i);
-            commit(w.model, [&] {
-                w.b->setValue(i);
-                commit(w.model, [&] { w.lone->setValue(i); });
-                rollBack(w.model, [&] { w.lone->setValue(-i); });
-            });
-        }
-    };
-    write(100, 10);
-    std::size_t const before = allocationCount();
-    write(110, 1000);
-    EXPECT_EQ(allocationCount() - before, 0u);
-    w.model->removeListener(&listener);
-    EXPECT_GT(listener.sum, 0);
-}
-
 TEST(Transaction, CostOfAddingGrowsWithTheNumberAndNotItsSquare)
 {
     auto const bytesFor = [](int count) {

@@ -2,7 +2,6 @@
 
 #include "gel/Value.h"
 #include "studio/data/ContextProvider.h"
-#include "studio/data/ContextView.h"
 #include "studio/data/ExpressionEngine.h"
 #include "studio/data/ExpressionHandle.h"
 #include "studio/data/model/ContextDataImpl.h"

@@ -1,10 +1,10 @@
 #include "studio/data/ContextProvider.h"
 
 #include "studio/data/ProviderRegistry.h"
-#include "support/Allocations.h"
 #include "support/ContextWatch.h"
 #include "support/Contexts.h"
 #include "support/Printers.h"
+#include "support/Refusals.h"
 #include "tarn/zero/collections/PrimitiveSequence.h"
 
 #include <gtest/gtest.h>
@@ -21,38 +21,6 @@ namespace {
 using namespace support;
 using model::getContextProvider;
 using Names = std::vector<std::string>;
-
-// ---- own properties
-
-TEST(ContextProvider, EachWriteIsOneReportAndAnUnchangedOneIsNone)
-{
-    Provider const provider = ContextProvider::create();
-    struct Row {
-        char const* name;
-        std::function<void()> write;
-        char const* heard;
-    };
-    auto const activate = [&](Names const& names) { return [=] { provider->setActiveContexts(names); }; };
-    Row const rows[] = {
-        {"add", [&] { provider->addProperty("x", 1); }, "+x; context"},
-        {"add again", [&] { provider->addProperty("x", 2); }, ""},
-        {"set", [&] { provider->setPropertyValue("x", 2); }, "x"},
-        {"set again", [&] { provider->setPropertyValue("x", 2); }, ""},
-        {"set undefined", [&] { provider->setPropertyValue("x", {}); }, "x"},
-        {"activate", activate({"b", "a", "b", ""}), "context"},
-        // By design: an equal list is written, and reported, too.
-        {"activate again", activate({"b", "a", "b", ""}), "context"},
-        {"deactivate", activate({}), "context"},
-        {"nothing to deactivate", activate({}), ""},
-        {"remove", [&] { provider->removeProperty("x"); }, "-x; context"},
-    };
-    ContextWatch watch;
-    for (Row const& row : rows) {
-        row.write();
-        EXPECT_EQ(watch.take(), row.heard) << row.name;
-    }
-    EXPECT_FALSE(provider->hasProperty("x"));
-}
 
 TEST(ContextProvider, IsMadeUnderAnIdentityThatNobodyHas)
 {
@@ -97,43 +65,6 @@ TEST(DottedName, CallbackOfOneWriteMayDropEveryoneWhoComesAfter)
     root.setPropertyValue("a.b.c", 7);
     // Children on the way are held until they have been written; the provider that was called is not.
     EXPECT_EQ(watch.take(), "c; -a -a.b.c; -context; -c; -context; b.c; -b -b.c; -context");
-}
-
-/// Counts reports, without memory of its own.
-struct Counter : tarn::zero::Listener {
-    void transactionCommitted(tarn::zero::ShallowChangeReport<Property> const&) { ++count; }
-    int count = 0;
-};
-
-TEST(DottedName, SteadyWritesAllocateNothing)
-{
-    PropertyValue const texts[] = {std::string(200, 'x'), std::string(200, 'y')};
-    PropertyValue const numbers[] = {1, 2};
-    Provider const leaf = context({{"text", texts[0]}});
-    Provider const middle = context({{"a component with a long name", leaf}});
-    Provider const root = context({{"child", middle}, {"number", numbers[0]}});
-    struct Stream {
-        std::string name;
-        PropertyValue const* values;
-        int reports;
-    };
-    Counter counter;
-    ContextProvider::sharedModel()->addDeepListener(&counter);
-    for (auto const& [name, values, reports] :
-         {Stream{"number", numbers, 100}, Stream{"child.a component with a long name.text", texts, 100},
-          Stream{"child.none.at all", numbers, 0}}) {
-        std::size_t before = 0;
-        for (std::size_t round = 0; round < 110; ++round) {
-            if (round == 10) {
-                before = allocationCount();
-                counter.count = 0;
-            }
-            root->setPropertyValue(name, values[round % 2]);
-        }
-        EXPECT_EQ(allocationCount(), before) << name;
-        EXPECT_EQ(counter.count, reports) << name;
-    }
-    ContextProvider::sharedModel()->removeListener(&counter);
 }
 
 // ---- the registry, and values that name providers
@@ -183,12 +114,8 @@ TEST(ProviderRegistry, FindsWhoLivesAndKeepsNobodyAlive)
     for (PropertyValue const& none :
          {value, PropertyValue(), PropertyValue(boost::uuids::uuid{}), PropertyValue("x")}) {
         EXPECT_FALSE(none.isContextProvider());
-        try {
-            none.getContextProvider();
-            ADD_FAILURE() << "accepted";
-        } catch (std::invalid_argument const& refusal) {
-            EXPECT_STREQ(refusal.what(), "Not a valid ContextProvider Id");
-        }
+        EXPECT_EQ(refusalOf<std::invalid_argument>([&] { none.getContextProvider(); }),
+                  "Not a valid ContextProvider Id");
     }
 }
 

@@ -14,7 +14,6 @@
 #include <new>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 namespace studio::data {
 namespace {
@@ -85,7 +84,7 @@ TEST_F(View, HandleDetachedByHandIsInNoRecord)
     EXPECT_TRUE(other->getData());
 }
 
-TEST_F(View, AsksForALivingProvider)
+TEST_F(View, NeedsALivingProvider)
 {
     Provider doomed;
     {
@@ -300,7 +299,7 @@ TEST_F(View, RollBackOfAnothersTransactionOnItsModelIsSurvived)
     EXPECT_EQ(read(other, "n"), PropertyValue(1));
 }
 
-TEST_F(View, CopyThatAHolderTakesOutIsMirroredAnewWithItsContext)
+TEST_F(View, CopyThatAHolderTakesOutIsMirroredAgainWithItsContext)
 {
     Provider const root = context();
     Handle const handle = acquire(root);

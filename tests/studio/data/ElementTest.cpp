@@ -183,7 +183,7 @@ TEST(Builder, WithoutNotificationReportsNothingUntilAnnounced)
     EXPECT_EQ(recorder.take(), "");
 }
 
-TEST(Builder, OrchestratorTellsWhoMadeWhat)
+TEST(Builder, OrchestratorFindsWhatABuilderMade)
 {
     Model const model = newModel();
     ReportRecorder recorder{model};

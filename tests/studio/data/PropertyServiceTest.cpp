@@ -112,7 +112,7 @@ TEST_F(PropertyServiceTest, RemovalFreesTheSourceAndLeavesTheNames)
     EXPECT_EQ(two.timesAsked, 1);
 }
 
-TEST_F(PropertyServiceTest, SourceMayDoAnythingWhileItIsAsked)
+TEST_F(PropertyServiceTest, SourceMayDoAnythingInsideGetTriggers)
 {
     Plan present{'0', "a"}, running{'1', "a"}, another{'2', "a"};
     struct Row {

@@ -2,12 +2,12 @@
 #include "studio/data/model/MetaPackageStudio_data.h"
 #include "studio/data/model/PropertyImpl.h"
 #include "support/Elements.h"
+#include "support/Refusals.h"
 #include "tarn/zero/collections/ElementSequence.h"
 
 #include <boost/uuid/uuid_io.hpp>
 #include <gtest/gtest.h>
 
-#include <exception>
 #include <functional>
 #include <string>
 
@@ -19,16 +19,6 @@ using support::uuid;
 std::string id(int last)
 {
     return "(00000000-0000-0000-0000-00000000000" + std::to_string(last) + ")";
-}
-
-std::string whatOf(std::function<void()> const& refused)
-{
-    try {
-        refused();
-    } catch (std::exception const& refusal) {
-        return refusal.what();
-    }
-    return "accepted";
 }
 
 Property makeProperty(tarn::zero::Model const& model, std::uint8_t last, std::string const& name)
@@ -108,12 +98,12 @@ TEST(Refusal, NamesWhatWasRefusedAndOnWhichElement)
         {[&] { context->cloneTo(Model{}, false); }, "a copy needs a model: " + contextText},
     };
     for (auto const& [refused, what] : rows) {
-        std::string const told = whatOf(refused);
+        std::string const told = support::refusalOf(refused);
         EXPECT_EQ(told.substr(0, what.size()), what) << told;
         EXPECT_TRUE(told.size() == what.size() || told.substr(what.size()) == ".") << told;
     }
     Model::Freezer const frozen{model};
-    EXPECT_EQ(whatOf([&] { title->setValue(1); }), "The model is frozen and cannot be modified.");
+    EXPECT_EQ(support::refusalOf([&] { title->setValue(1); }), "The model is frozen and cannot be modified.");
     EXPECT_EQ(title->getValue(), PropertyValue{});
     EXPECT_EQ(properties.size(), 2u);
 }

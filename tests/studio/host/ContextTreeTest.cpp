@@ -6,7 +6,6 @@
 #include "studio/host/Subscriptions.h"
 #include "support/Allocations.h"
 #include "support/Contexts.h"
-#include "support/Random.h"
 #include "support/ReportRecorder.h"
 
 #include <boost/uuid/uuid_io.hpp>
@@ -14,7 +13,6 @@
 
 #include <functional>
 #include <limits>
-#include <map>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -94,38 +92,9 @@ TEST_F(Trees, RefuseWhatCannotBeAndStayAsTheyAre)
     EXPECT_EQ(reports.take(), "");
 }
 
-TEST_F(Trees, FollowTheirBatches)
-{
-    boost::uuids::uuid const kept = tree.make("kept.below")->getId();
-    boost::uuids::uuid made{};
-    std::optional<ContextTree> brief{std::in_place}, undone;
-    boost::uuids::uuid const below = brief->make("a")->getId();
-    std::string const before = tree.save();
-    Batch outer;
-    EXPECT_THROW(batch([&] {
-                     tree.drop("kept");
-                     made = tree.make("kept.made")->getId();
-                     batch([&] { tree.move("kept.made", "moved"); });
-                     tree.restore(before, Identities::Kept);
-                     EXPECT_EQ(tree.find("kept.below")->getId(), kept);
-                     undone.emplace();
-                     throw 1;
-                 }),
-                 int);
-    EXPECT_EQ(tree.save(), before);
-    EXPECT_FALSE(lives(made));
-    EXPECT_THROW(undone->make("a"), std::logic_error);
-    brief.reset();
-    tree.drop("kept");
-    EXPECT_TRUE(lives(kept) && lives(below));
-    reports.onProperties = [](auto const&) { throw std::runtime_error{"listener"}; };
-    EXPECT_THROW(outer.commit(), std::runtime_error);
-    EXPECT_FALSE(lives(kept) || lives(below) || tree.find("kept"));
-}
-
 TEST_F(Trees, AreUndoneWholeWhateverAReleaseCalls)
 {
-    std::optional<ContextTree> brief{std::in_place};
+    std::optional<ContextTree> brief{std::in_place}, undone;
     boost::uuids::uuid const doc = brief->make("doc")->getId();
     put(brief->find("doc"), "x", 1);
     put(tree.root(), "ref", doc);
@@ -137,11 +106,13 @@ TEST_F(Trees, AreUndoneWholeWhateverAReleaseCalls)
         {
             Batch inner;
             tree.make("a");
+            undone.emplace();
             brief.reset();   // its contexts are released when the outermost batch has ended
             inner.rollBack();
             EXPECT_TRUE(lives(doc));
         }
         tree.make("b");
+        EXPECT_THROW(undone->make("a"), std::logic_error);
         outer.rollBack();
     }
     EXPECT_FALSE(lives(doc) || tree.find("a") || tree.find("b"));
@@ -235,73 +206,6 @@ TEST_F(Trees, RefuseATextThatIsNoSnapshot)
     EXPECT_EQ(reports.take(), "");
     put(tree.root(), "n", "\xFF");
     EXPECT_THROW(tree.save(), std::invalid_argument);
-}
-
-TEST(TreeWalk, AgreesWithAMapOfPaths)
-{
-    ContextTree tree;
-    std::vector<std::string> const paths{"a", "b", "a.a", "a.b", "b.a", "a.a.a", "a.b.b", "b.a.a"};
-    std::map<std::string, PropertyValue> model;   // the value of `p` in each context
-    std::map<std::string, decltype(model)> saved{{tree.save(), model}};
-    support::Random random{0};
-    auto const isAt = [](std::string const& path, std::string const& top) {
-        return (path + '.').starts_with(top + '.');
-    };
-    std::function<void(int)> const step = [&](int depth) {
-        std::string const at = random.pick(paths), to = random.pick(paths), owner = to.substr(0, to.rfind('.'));
-        auto const before = model;
-        switch (random.below(7)) {
-        case 0:
-            tree.make(at);
-            for (std::size_t end = 1; end <= at.size(); end += 2)
-                model.try_emplace(at.substr(0, end));
-            break;
-        case 1:
-            EXPECT_EQ(tree.drop(at), model.contains(at));
-            std::erase_if(model, [&](auto const& node) { return isAt(node.first, at); });
-            break;
-        case 2:
-            if (!model.contains(at) || model.contains(to) || isAt(to, at) || (owner != to && !model.contains(owner))) {
-                EXPECT_THROW(tree.move(at, to), std::invalid_argument);
-                break;
-            }
-            tree.move(at, to);
-            std::erase_if(model, [&](auto const& node) { return isAt(node.first, at); });
-            for (auto const& [path, value] : before)
-                if (isAt(path, at))
-                    model[to + path.substr(at.size())] = value;
-            break;
-        case 3:
-            if (put(tree.root(), at + ".p", random.below(9)) != Written::Nowhere)
-                model.at(at) = tree.find(at)->getPropertyValue("p");
-            break;
-        case 4: saved[tree.save()] = model; break;
-        case 5: {
-            auto const& [text, state] = *std::next(saved.begin(), static_cast<long>(random.below(saved.size())));
-            tree.restore(text, random.oneIn(2) ? Identities::Kept : Identities::Fresh);
-            model = state;
-            break;
-        }
-        default:
-            Batch open;
-            for (std::size_t left = depth == 3 ? 0 : random.below(6); left != 0; --left)
-                step(depth + 1);
-            if (random.oneIn(2))
-                return open.commit();
-            open.rollBack();
-            model = before;
-        }
-        for (std::string const& each : paths) {
-            ASSERT_EQ(tree.find(each) != nullptr, model.contains(each)) << each;
-            ASSERT_EQ(tree.root()->getPropertyValue(each + ".p"), model.contains(each) ? model[each] : PropertyValue{});
-        }
-    };
-    for (std::uint64_t const seed : support::seeds(20)) {
-        SCOPED_TRACE(seed);
-        random = support::Random{seed};
-        for (int i = 0; i != 100 && !testing::Test::HasFailure(); ++i)
-            step(0);
-    }
 }
 
 TEST(TreeMemory, RunsOutAndTheTreeIsAsBefore)

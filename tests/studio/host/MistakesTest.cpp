@@ -1,16 +1,14 @@
-#include "gel/ParseError.h"
 #include "studio/host/Batch.h"
 #include "studio/host/Schema.h"
 #include "studio/host/Subscriptions.h"
 #include "support/Contexts.h"
+#include "support/Refusals.h"
 #include "tarn/zero/ModelImpl.h"
 
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <functional>
 #include <iterator>
-#include <stdexcept>
 #include <string>
 
 // The mistakes of beginners are answered with what the guide says.
@@ -31,14 +29,6 @@ TEST(Mistakes, AreAnsweredAsTheGuideSays)
     strict.require(schema);
     Subscription kept;
     auto const subscribe = [&](Subscriptions& to, char const* text) { kept = to.when(text, [](bool) {}); };
-    auto const messageOf = [](std::function<void()> const& mistake) {
-        try {
-            mistake();
-        } catch (std::exception const& error) {
-            return std::string{error.what()};
-        }
-        return std::string{};
-    };
     auto const forgotten = [] {
         std::string reason;
         static_cast<void>(Batch{[&](Failure const& failure) { reason = failure.reason; }});
@@ -57,7 +47,7 @@ TEST(Mistakes, AreAnsweredAsTheGuideSays)
     tarn::zero::Model const& model = data::ContextProvider::sharedModel();
     std::size_t const limit = model->nestingLimit();
     model->setNestingLimit(limit / 10);
-    std::string nesting = messageOf(endless);
+    std::string nesting = support::refusalOf(endless);
     model->setNestingLimit(limit);
     std::string const few = std::to_string(limit / 10) + " commits";
     if (std::size_t const at = nesting.find(few); at != std::string::npos)
@@ -65,10 +55,11 @@ TEST(Mistakes, AreAnsweredAsTheGuideSays)
     std::ifstream file{GUIDE};
     std::string const guide{std::istreambuf_iterator<char>{file}, {}};
     for (std::string const& message :
-         {messageOf([&] { subscribe(strict, "title != ''' && !editor.readOnly"); }),
-          messageOf([&] { subscribe(strict, "editor.readonly"); }), unresolved(),
-          messageOf([&] { subscribe(strict, "count == 'three'"); }), forgotten(), nesting.substr(0, nesting.find(','))})
-        EXPECT_TRUE(!message.empty() && guide.find('`' + message + '`') != std::string::npos) << message;
+         {support::refusalOf([&] { subscribe(strict, "title != ''' && !editor.readOnly"); }),
+          support::refusalOf([&] { subscribe(strict, "editor.readonly"); }), unresolved(),
+          support::refusalOf([&] { subscribe(strict, "count == 'three'"); }), forgotten(),
+          nesting.substr(0, nesting.find(','))})
+        EXPECT_TRUE(guide.find('`' + message + '`') != std::string::npos) << message;
 }
 
 }   // namespace

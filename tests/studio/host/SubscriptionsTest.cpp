@@ -127,40 +127,6 @@ TEST_F(Subscribed, FailuresReachTheHostAndNotTheWriter)
     EXPECT_THROW(root->setPropertyValue("n", -5), std::runtime_error);
 }
 
-TEST_F(Subscribed, MayEndInAnyOrderAlsoInsideTheirCallbacks)
-{
-    enum class End { Itself, Sibling, All, Engine };
-    for (End const end : {End::Itself, End::Sibling, End::All, End::Engine}) {
-        subscriptions.emplace(root);
-        root->setPropertyValue("n", 1);
-        std::vector<Subscription> kept(2);
-        int calls = 0;
-        for (std::size_t i = 0; i != 2; ++i)
-            kept[i] = subscriptions->watch("n", [&, i, lasts = std::string(40, 'x')](PropertyValue const& value) {
-                ++calls;
-                if (value == PropertyValue(2)) {
-                    if (end == End::All)
-                        kept.clear();
-                    else if (end == End::Engine)
-                        subscriptions.reset();
-                    else
-                        kept[end == End::Itself ? i : 1 - i].reset();
-                }
-                EXPECT_EQ(lasts, std::string(40, 'x')) << "what is captured lasts";
-            });
-        root->setPropertyValue("n", 2);
-        EXPECT_EQ(calls, end == End::Itself ? 4 : 3);
-        root->setPropertyValue("n", 3);
-        EXPECT_EQ(calls, end == End::Sibling ? 4 : end == End::Itself ? 4 : 3);
-    }
-    ExpressionEngine engine{root, data::ReleasePolicy::KeepsShared};
-    std::optional<Subscriptions> over{std::in_place, engine};
-    Subscription const outlives = over->when("n > 0", note("n"));
-    over.reset();
-    root->setPropertyValue("n", -1);
-    EXPECT_EQ(take(), "n+ ") << "nothing is called after the end";
-}
-
 TEST_F(Subscribed, AllocateNoMoreThanHandlesOfTheEngine)
 {
     PropertyValue const texts[] = {std::string(60, 'y'), std::string(60, 'z')};
@@ -223,20 +189,17 @@ TEST(ContextKey, ReadsAndWritesByItsType)
     EXPECT_EQ(mode.get(target), Mode::Replace);
     EXPECT_TRUE(parent.set(target, other) && parent.get(target) == other && parent.set(target, nullptr));
     EXPECT_EQ(parent.get(target), nullptr);
+    auto const declare = [](char const* name, std::vector<int> const& allowed) {
+        ContextKey<int>{name, 1, "", allowed};
+    };
     std::vector<std::function<void()>> const refused{[&] { theme.set(target, "blue"); },
                                                      [&] { mode.set(target, Mode::Other); },
                                                      [&] { size.set(target, (1ll << 53) + 1); },
                                                      [&] { line.get(nullptr); },
                                                      [&] { dirty.addTo(nullptr); },
-                                                     [&] {
-                                                         ContextKey<int>{"a.b", 1, ""};
-                                                     },
-                                                     [&] {
-                                                         ContextKey<int>{"", 1, ""};
-                                                     },
-                                                     [&] {
-                                                         ContextKey<int>{"n", 1, "", {2, 3}};
-                                                     }};
+                                                     [&] { declare("a.b", {}); },
+                                                     [&] { declare("", {}); },
+                                                     [&] { declare("n", {2, 3}); }};
     for (auto const& refusal : refused)
         EXPECT_THROW(refusal(), std::invalid_argument);
     EXPECT_EQ(theme.get(target), "dark");

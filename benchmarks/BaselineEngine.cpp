@@ -1,10 +1,10 @@
-#include "benchmarks/FloorEngine.h"
+#include "benchmarks/BaselineEngine.h"
 
 #include <algorithm>
 #include <string_view>
 #include <utility>
 
-namespace benchmarks::floor {
+namespace benchmarks::baseline {
 
 Engine::Handle::Handle(Engine& engine, Expression& expression, Callback callback)
     : engine{engine}, expression{expression}, callback{std::move(callback)}, position{expression.handles.size()}
@@ -149,4 +149,4 @@ void Engine::release(Expression& expression)
     expressions.erase(expressions.find(expression.text));
 }
 
-}   // namespace benchmarks::floor
+}   // namespace benchmarks::baseline

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "benchmarks/FloorEngine.h"
-#include "benchmarks/FloorMirror.h"
-#include "benchmarks/FloorStore.h"
+#include "benchmarks/BaselineEngine.h"
+#include "benchmarks/BaselineMirror.h"
+#include "benchmarks/BaselineStore.h"
 
 #include <cstdint>
 #include <memory>
@@ -14,7 +14,7 @@
 namespace benchmarks {
 
 /// The baseline, behind the operations in which workloads are written; `LibraryPeer` has them, too.
-class FloorPeer {
+class BaselinePeer {
 public:
     using Context = std::uint32_t;
 
@@ -43,16 +43,17 @@ public:
     void listen(Context root)
     {
         engine.reset();
-        engine = std::make_unique<floor::Engine>(store, root);
+        engine = std::make_unique<baseline::Engine>(store, root);
     }
     /// Acquires an expression; its callback stores the value in `received`.
     void subscribe(std::string const& text)
     {
-        handles.push_back(engine->acquire(
-            text, [this](std::string const&, floor::Value const& value) { received = *std::get_if<double>(&value); }));
+        handles.push_back(engine->acquire(text, [this](std::string const&, baseline::Value const& value) {
+            received = *std::get_if<double>(&value);
+        }));
     }
 
-    void mirror(Context root) { view = std::make_unique<floor::Mirror>(store, root); }
+    void mirror(Context root) { view = std::make_unique<baseline::Mirror>(store, root); }
     std::optional<double> mirrored(Context context, std::string const& name) const
     {
         return number(view->find(slot(context, name)));
@@ -66,18 +67,18 @@ private:
     {
         return store.find(context, store.names.find(name));
     }
-    static std::optional<double> number(floor::Value const* value)
+    static std::optional<double> number(baseline::Value const* value)
     {
         auto const* const found = value ? std::get_if<double>(value) : nullptr;
         return found ? std::optional{*found} : std::nullopt;
     }
 
-    floor::Store store;
-    std::unique_ptr<floor::Engine> engine;
-    std::unique_ptr<floor::Mirror> view;
+    baseline::Store store;
+    std::unique_ptr<baseline::Engine> engine;
+    std::unique_ptr<baseline::Mirror> view;
 
 public:
-    std::vector<std::unique_ptr<floor::Engine::Handle>> handles;
+    std::vector<std::unique_ptr<baseline::Engine::Handle>> handles;
 };
 
 }   // namespace benchmarks

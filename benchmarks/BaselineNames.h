@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace benchmarks::floor {
+namespace benchmarks::baseline {
 
 /// Interns texts: gives each a number from 1 on.
 class Names {
@@ -70,4 +70,4 @@ private:
     std::vector<std::uint32_t> places = std::vector<std::uint32_t>(64);   // linear probing; holds the numbers
 };
 
-}   // namespace benchmarks::floor
+}   // namespace benchmarks::baseline

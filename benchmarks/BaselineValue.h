@@ -5,7 +5,7 @@
 #include <string>
 #include <variant>
 
-namespace benchmarks::floor {
+namespace benchmarks::baseline {
 
 /// The 128-bit identity of a context.
 struct Identity {
@@ -25,4 +25,4 @@ struct IdentityHash {
 /// A value of the same kinds as the library's, in the same order.
 using Value = std::variant<std::monostate, Identity, double, bool, std::string>;
 
-}   // namespace benchmarks::floor
+}   // namespace benchmarks::baseline

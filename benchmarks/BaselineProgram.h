@@ -1,6 +1,6 @@
 #pragma once
 
-#include "benchmarks/FloorValue.h"
+#include "benchmarks/BaselineValue.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-namespace benchmarks::floor {
+namespace benchmarks::baseline {
 
 /// A value during an evaluation, not owned. No initializers, so that a stack of them costs nothing.
 struct Cell {
@@ -93,4 +93,4 @@ private:
     std::vector<Instruction> instructions;
 };
 
-}   // namespace benchmarks::floor
+}   // namespace benchmarks::baseline

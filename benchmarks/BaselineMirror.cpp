@@ -1,6 +1,6 @@
-#include "benchmarks/FloorMirror.h"
+#include "benchmarks/BaselineMirror.h"
 
-namespace benchmarks::floor {
+namespace benchmarks::baseline {
 
 Mirror::Mirror(Store& source, std::uint32_t root) : source{source}
 {
@@ -63,4 +63,4 @@ void Mirror::lose(std::uint32_t context)
         }
 }
 
-}   // namespace benchmarks::floor
+}   // namespace benchmarks::baseline

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "benchmarks/FloorNames.h"
-#include "benchmarks/FloorValue.h"
+#include "benchmarks/BaselineNames.h"
+#include "benchmarks/BaselineValue.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -15,7 +15,7 @@
 /// finds interned names, keeps old values, drops what did not change and reports; an engine evaluates compiled programs
 /// once each and calls back; a mirror is updated. There are no elements, handles, classes, identities of properties or
 /// errors, and callbacks may not change anything: a figure above this baseline is the cost of those.
-namespace benchmarks::floor {
+namespace benchmarks::baseline {
 
 /// Contexts with named slots, written in transactions.
 class Store {
@@ -121,4 +121,4 @@ private:
     std::uint32_t transaction = 0;
 };
 
-}   // namespace benchmarks::floor
+}   // namespace benchmarks::baseline

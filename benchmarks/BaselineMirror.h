@@ -1,11 +1,11 @@
 #pragma once
 
-#include "benchmarks/FloorStore.h"
+#include "benchmarks/BaselineStore.h"
 
 #include <cstdint>
 #include <vector>
 
-namespace benchmarks::floor {
+namespace benchmarks::baseline {
 
 /// A second store with a copy of all that one context of the first reaches through references. A context is copied with
 /// its first reference and removed with its last.
@@ -37,4 +37,4 @@ private:
     std::vector<std::uint32_t> slotCopies;   // by slot of the source
 };
 
-}   // namespace benchmarks::floor
+}   // namespace benchmarks::baseline

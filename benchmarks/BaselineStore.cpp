@@ -1,6 +1,6 @@
-#include "benchmarks/FloorStore.h"
+#include "benchmarks/BaselineStore.h"
 
-namespace benchmarks::floor {
+namespace benchmarks::baseline {
 
 std::uint32_t Store::addContext()
 {
@@ -36,4 +36,4 @@ void Store::enter(Context& context, Entry const& entry)
     context.entries[place] = entry;
 }
 
-}   // namespace benchmarks::floor
+}   // namespace benchmarks::baseline

@@ -1,9 +1,9 @@
-#include "benchmarks/FloorProgram.h"
+#include "benchmarks/BaselineProgram.h"
 
 #include <algorithm>
 #include <cstdlib>
 
-namespace benchmarks::floor {
+namespace benchmarks::baseline {
 
 Program::Program(std::string_view text, std::function<std::uint32_t(std::string_view name)> const& numbered)
 {
@@ -20,4 +20,4 @@ Program::Program(std::string_view text, std::function<std::uint32_t(std::string_
     }
 }
 
-}   // namespace benchmarks::floor
+}   // namespace benchmarks::baseline

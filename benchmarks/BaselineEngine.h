@@ -1,7 +1,7 @@
 #pragma once
 
-#include "benchmarks/FloorProgram.h"
-#include "benchmarks/FloorStore.h"
+#include "benchmarks/BaselineProgram.h"
+#include "benchmarks/BaselineStore.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -11,7 +11,7 @@
 #include <unordered_map>
 #include <vector>
 
-namespace benchmarks::floor {
+namespace benchmarks::baseline {
 
 /// Evaluates expressions over slots reached along paths from one root context: once after each commit that touches one
 /// of them. Calls their handles if the value differs.
@@ -82,4 +82,4 @@ struct Engine::Expression {
     std::uint32_t stamp = 0;   // number of the last report that touched it
 };
 
-}   // namespace benchmarks::floor
+}   // namespace benchmarks::baseline
