@@ -34,6 +34,9 @@ public:
 
     std::shared_ptr<studio::data::ContextProvider> const& root() const noexcept { return contexts[0]; }
 
+    /// The engine of the subscriptions, for observers.
+    studio::data::ExpressionEngine& expressionEngine() const noexcept { return *engine; }
+
     /// The value of a property that refers to the context; still names a context that was dropped.
     studio::data::PropertyValue reference(std::size_t context) const { return references[context]; }
 

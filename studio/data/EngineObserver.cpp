@@ -12,6 +12,10 @@ void EngineObserver::expressionEvaluated(std::string const&, PropertyValue const
 
 void EngineObserver::handleNotified(std::string const&, PropertyValue const&) noexcept {}
 
+void EngineObserver::roundEnds(tarn::zero::ReportData const*) noexcept {}
+
+void EngineObserver::engineEnds() noexcept {}
+
 void EngineObserver::roundsEnded() {}
 
 }   // namespace studio::data

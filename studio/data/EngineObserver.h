@@ -18,7 +18,7 @@ class PropertyValue;
 ///
 /// A *round* is the processing of one report, or of one `ExpressionEngine::updateExpression`. A callback that writes
 /// starts a round inside the running one. Observers are called in the order of their registration. Only `roundsEnded`
-/// may change anything; the others run in the middle of a round and must neither write nor use the engine.
+/// may change anything; the others may run in the middle of a round and must neither write nor use the engine.
 class STUDIO_DATA_EXPORT EngineObserver {
 public:
     EngineObserver() = default;
@@ -37,6 +37,11 @@ public:
                                      PropertyValue const& after) noexcept;
     /// Called before the callback of a handle, in a round.
     virtual void handleNotified(std::string const& text, PropertyValue const& value) noexcept;
+    /// Called when a round has ended, also by an exception, with the report of its `roundBegins`. Rounds end in the
+    /// reverse order of their beginnings. Not called if the engine was destroyed in the round.
+    virtual void roundEnds(tarn::zero::ReportData const* report) noexcept;
+    /// Called when the engine is about to be destroyed: no call follows, and the observer need not be removed.
+    virtual void engineEnds() noexcept;
     /// Called when the outermost round has ended, also by an exception, and no callback is running. May do anything:
     /// write, which starts rounds of their own and ends them for all observers before this call returns, acquire,
     /// release, add and remove observers, destroy the engine. What it throws leaves the commit or the

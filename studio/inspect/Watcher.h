@@ -66,7 +66,8 @@ struct Commit {
     std::vector<boost::uuids::uuid> created;
     /// The contexts that it destroyed.
     std::vector<boost::uuids::uuid> destroyed;
-    /// The evaluations that followed, in their order.
+    /// The evaluations that followed, in their order; those of `ExpressionEngine::updateExpression` after the newest
+    /// commit, too.
     std::vector<Evaluation> evaluations;
     /// The texts of the handles that were called, in order.
     std::vector<std::string> calls;
@@ -88,37 +89,47 @@ struct Why {
 
     /// The number of the commit that changed the value; 0 if none that is kept did.
     std::uint64_t commit = 0;
+    /// The number of the commit in whose round the expression was evaluated. It differs from `commit` if a callback
+    /// wrote before the expression was due, and for a change that evaluates nothing, such as a rename.
+    std::uint64_t evaluated = 0;
     /// The value before it.
     data::PropertyValue before;
     /// The value after it.
     data::PropertyValue after;
     /// The changes that did it: each that undoes the change of the value if it alone is undone. If there is none, all
-    /// changes of properties that the text read, and `isTogether` is true.
+    /// changes of properties that the text read, and `isTogether` is true. Undoing the destruction of a property with
+    /// its context brings that context back, too.
     std::vector<PropertyChange> changes;
     /// The path of each of `changes`, as the text reaches it.
     std::vector<std::string> paths;
     /// True if only several changes together explain the change of the value.
     bool isTogether = false;
+    /// False if the changes cannot be told, and none are named: a commit that they depend on is not kept, or a
+    /// transaction is open. `commit` then equals `evaluated`, and a commit that is not kept may have changed the value
+    /// since.
+    bool isComplete = true;
     /// The chain of causes: this commit, the one whose callback made it, and so on up to a commit that no callback
     /// made, or that is no longer kept.
     std::vector<Link> chain;
 };
 
-/// Why an expression has not changed. Each row but the first two is one of the guide *When an expression does not
-/// update*.
+/// Why an expression has not changed. Each row but the first two and the last is one of the guide *When an expression
+/// does not update*.
 enum class Standstill : std::uint8_t {
-    NotAcquired,   ///< no handle of the engine has the text
-    Untouched,     ///< nothing has touched the paths of its symbols
-    SameResult,    ///< the last commit that touched it left the value equal
-    Hidden,        ///< a property with dots in its name hides the path that the symbol is bound along
-    Renamed,       ///< a property that the text reads was renamed
-    Moved,         ///< a property that the text reads was moved to another context
-    Unbound,       ///< the release of another text unbound a symbol that both name
-    InRound,       ///< a round is running, and the expression is still to be evaluated in it
-    Endless,       ///< a write was refused inside the delivery of too many commits
-    RolledBack,    ///< the value was read in a transaction that was rolled back
-    NotANumber,    ///< NaN was written over NaN
-    ProviderGone   ///< the provider of a context was released in a transaction that was rolled back
+    NotAcquired,    ///< no handle of the engine has the text
+    Untouched,      ///< nothing has touched the paths of its symbols
+    SameResult,     ///< the last commit that touched it left the value equal
+    Hidden,         ///< a property with dots in its name hides the path that the symbol is bound along
+    Renamed,        ///< a property that the text reads was renamed
+    Moved,          ///< a property that the text reads was moved to another context
+    Unbound,        ///< the release of another text unbound a symbol that both name
+    InRound,        ///< a round is running, and the expression is still to be evaluated in it
+    Interrupted,    ///< an exception of a callback ended the round before the expression was evaluated
+    Endless,        ///< a write was refused inside the delivery of too many commits
+    RolledBack,     ///< the value was read in a transaction that was rolled back
+    NotANumber,     ///< NaN was written over NaN
+    ProviderGone,   ///< the provider of a context was released in a transaction that was rolled back
+    NotKept         ///< the value is not that of the present contexts, and the commit that shows why is not kept
 };
 
 /// Why an expression has not changed, with the evidence.
@@ -126,7 +137,7 @@ struct WhyNot {
     /// The row that applies.
     Standstill row;
     /// The symbol that it concerns; empty if it concerns the whole text.
-    std::string symbol;
+    std::string symbol{};
     /// The commit that shows it; 0 if none does.
     std::uint64_t commit = 0;
 };
@@ -147,7 +158,7 @@ public:
 
     /// Watches an engine with the default limits from now on.
     explicit Watcher(data::ExpressionEngine& engine);
-    /// Watches an engine from now on. The engine may end first; nothing is recorded after that.
+    /// Watches an engine from now on. The engine may end first: the watcher then answers from what it has recorded.
     Watcher(data::ExpressionEngine& engine, Limits limits);
     ~Watcher();
     Watcher(Watcher const&) = delete;
@@ -160,10 +171,12 @@ public:
     /// Returns the approximate number of bytes of the commits that are kept.
     std::size_t bytes() const noexcept;
 
-    /// Says why the value of an acquired text last changed. *Throws* `gel::ParseError` for a text that does not parse.
-    /// *Cost*: an evaluation for each changed property that the text reads, and a pass over the later commits.
+    /// Says why the value of an acquired text last changed. *Throws* `gel::ParseError` for a text that does not parse,
+    /// and as `host::ContextReader`. *Cost*: an evaluation for each changed property that the text reads, and a pass
+    /// over the later commits.
     Why why(std::string const& text) const;
-    /// Says why an acquired text has not changed since it last did. *Throws* as `why`.
+    /// Says why an acquired text has not changed since it last did. *Throws* as `why`. *Cost*: an evaluation, a copy of
+    /// the engine's list of expressions, and a pass over the commits.
     WhyNot whyNot(std::string const& text) const;
 
     /// Returns the rounds as a trace in the JSON format that trace viewers of browsers read: evaluations, callbacks and
@@ -175,7 +188,8 @@ private:
     std::unique_ptr<Record> record;
 };
 
-/// Returns all rows that may apply to a text of `engine`, as far as the present state shows them.
+/// Returns all rows that may apply to a text of `engine`, as far as the present state shows them. *Throws* as
+/// `Watcher::why`.
 STUDIO_INSPECT_EXPORT std::vector<WhyNot> whyNot(data::ExpressionEngine const& engine, std::string const& text);
 
 /// Returns a sentence or more for a programmer, a line each, with old and new values, paths and the chain of causes.

@@ -70,6 +70,9 @@ public:
     /// Number of the last transaction opened. While it equals a report's `ReportData::lastTransaction`, the state is
     /// the one that the report describes.
     std::uint64_t lastTransaction() const noexcept;
+    /// `ReportData::number` of the last report, which may still be in delivery; 0 before the first one. While it equals
+    /// a report's number and no transaction is open, the values are those that the report left.
+    std::uint64_t lastReport() const noexcept { return m_reportCount; }
     /// Announces a change of structure in the open transaction. Called by element classes before the change.
     void bumpStructureVersion() noexcept;
     /// Advances the structure version at once, also inside a transaction, for a change that no report announces.

@@ -33,18 +33,22 @@ void EngineState::inRound(tarn::zero::ReportData const* report, Work const& work
         work();
     } catch (...) {
         try {
-            endRound();
+            endRound(report);
         } catch (...) {
             // The first exception is the one that leaves.
         }
         throw;
     }
-    endRound();
+    endRound(report);
 }
 
-void EngineState::endRound()
+void EngineState::endRound(tarn::zero::ReportData const* report)
 {
-    if (--rounds == 0 && !observers.empty())
+    --rounds;
+    if (observers.empty())
+        return;
+    observers.each([&](EngineObserver& observer) { observer.roundEnds(report); });
+    if (rounds == 0)
         observers.each([](EngineObserver& observer) { observer.roundsEnded(); });
 }
 

@@ -9,6 +9,7 @@ namespace studio::data::detail {
 void EngineState::end() noexcept
 {
     isEnded = true;
+    observers.each([](EngineObserver& observer) { observer.engineEnds(); });
     observers.clear();
     for (Expression::Pin const& expression : expressions)
         expression->detachHandles();

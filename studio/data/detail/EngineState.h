@@ -121,7 +121,7 @@ private:
     template <class Work>
     void inRound(tarn::zero::ReportData const* report, Work const& work);
     void evaluate(Expression& expression);
-    void endRound();
+    void endRound(tarn::zero::ReportData const* report);
     void processInRound(tarn::zero::ReportData const& report);
     void touchAll(tarn::zero::ReportData const& report, EngineBatch& batch);
     void touchProperty(Property::Impl& property, tarn::zero::ReportData::Storage const& change, bool isLatest,

@@ -169,6 +169,7 @@ struct Recorder final : EngineObserver {
         log += text + ':' + shown(before) + '>' + shown(after) + ' ';
     }
     void handleNotified(std::string const& text, PropertyValue const&) noexcept override { log += text + "! "; }
+    void roundEnds(tarn::zero::ReportData const* report) noexcept override { log += report ? "." : ".)"; }
     void roundsEnded() override
     {
         log += "]";
@@ -197,22 +198,22 @@ TEST_F(Expressions, ObserversSeeEachRoundInOrder)
         EXPECT_EQ(second->take(), log);
     };
     expect("", [] {});
-    expect("[a.b + x:2>3 a.b + x! x > 0:true>true ]", [&] { root->setPropertyValue("x", 2); });
+    expect("[a.b + x:2>3 a.b + x! x > 0:true>true .]", [&] { root->setPropertyValue("x", 2); });
     expect("", [&] { root->setPropertyValue("y", 2); });   // concerns no expression
-    expect("([x > 0:true>true ]", [&] { engine.updateExpression("x > 0"), engine.updateExpression("none"); });
+    expect("([x > 0:true>true .)]", [&] { engine.updateExpression("x > 0"), engine.updateExpression("none"); });
     // A write in a callback is a round inside the running one; one at the end of the rounds begins new ones.
     Provider const far = context({{"b", 5}});
     first->take(), second->take();
     inside = [&] { root->setPropertyValue("a", far); };
     first->atEnd = [&] { root->setPropertyValue("x", 4); };
     root->setPropertyValue("x", 3);
-    EXPECT_EQ(first->take(), "[a.b + x:3>4 a.b + x! [bind a.b a.b + x:4>8 a.b + x! x > 0:true>true ]"
-                             "[a.b + x:8>9 a.b + x! x > 0:true>true ]");
+    EXPECT_EQ(first->take(), "[a.b + x:3>4 a.b + x! [bind a.b a.b + x:4>8 a.b + x! .x > 0:true>true .]"
+                             "[a.b + x:8>9 a.b + x! x > 0:true>true .]");
     root->setPropertyValue("a", child);
     second->take(), first->take();
     inside = [] { throw std::runtime_error{"out"}; };
     EXPECT_THROW(root->setPropertyValue("x", 9), std::runtime_error);
-    EXPECT_EQ(first->take(), "[a.b + x:5>10 a.b + x! ]") << "rounds end by exceptions, too";
+    EXPECT_EQ(first->take(), "[a.b + x:5>10 a.b + x! .]") << "rounds end by exceptions, too";
     first->atEnd = [&] { second.reset(); };
     root->setPropertyValue("x", 8);
     EXPECT_FALSE(second);
@@ -223,8 +224,9 @@ TEST_F(Expressions, ObserversSeeEachRoundInOrder)
     auto brief = std::make_unique<ExpressionEngine>(root);
     struct Ends final : EngineObserver {
         void roundsEnded() override { engine->reset(), ++calls; }
+        void engineEnds() noexcept override { ++ended; }
         std::unique_ptr<ExpressionEngine>* engine;
-        int calls = 0;
+        int calls = 0, ended = 0;
     } ends[2];
     for (Ends& each : ends) {
         each.engine = &brief;
@@ -233,6 +235,7 @@ TEST_F(Expressions, ObserversSeeEachRoundInOrder)
     Handle const last = brief->acquireExpression("x", [](auto&&...) {});
     root->setPropertyValue("x", 7);
     EXPECT_EQ(ends[0].calls + ends[1].calls, 1) << "nobody is called after the engine";
+    EXPECT_TRUE(ends[0].ended == 1 && ends[1].ended == 1);
 }
 
 // ---- failures
