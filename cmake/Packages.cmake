@@ -58,9 +58,9 @@ studio_data_package(runtime ${_library} libs "contexts and expressions over them
 studio_data_package(development libstudio-data-dev libdevel "contexts and expressions over them - development files"
     "This package holds what programs need to be built against the library,
 its guides and its examples.")
-studio_data_package(tools studio-data-tools utils "contexts and expressions over them - host program"
+studio_data_package(tools studio-data-tools utils "contexts and expressions over them - host programs"
     "This package holds studio-workbench, which loads conditions and replays
-recorded sessions over them.")
+recorded sessions over them, and studio-shell, which explains their values.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
     "${_library} ${_same}, libboost1.81-dev | libboost-dev (>= 1.81)")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_RECOMMENDS "nlohmann-json3-dev (>= 3.11), pkgconf | pkg-config")
@@ -77,11 +77,13 @@ else()
     configure_file(cmake/debian/changelog.in "${PROJECT_BINARY_DIR}/debian/changelog.Debian" @ONLY)
     configure_file(CHANGELOG.md "${PROJECT_BINARY_DIR}/debian/changelog" COPYONLY)
     configure_file(workbench/studio-workbench.1 "${PROJECT_BINARY_DIR}/debian/studio-workbench.1" COPYONLY)
-    execute_process(COMMAND gzip --best --no-name --force changelog changelog.Debian studio-workbench.1
+    configure_file(shell/studio-shell.1 "${PROJECT_BINARY_DIR}/debian/studio-shell.1" COPYONLY)
+    execute_process(COMMAND gzip --best --no-name --force changelog changelog.Debian studio-workbench.1 studio-shell.1
         WORKING_DIRECTORY "${PROJECT_BINARY_DIR}/debian" COMMAND_ERROR_IS_FATAL ANY)
     install(FILES "${PROJECT_BINARY_DIR}/debian/changelog.gz" DESTINATION "${CMAKE_INSTALL_DOCDIR}"
         COMPONENT documentation)
-    install(FILES "${PROJECT_BINARY_DIR}/debian/studio-workbench.1.gz" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1"
+    install(FILES "${PROJECT_BINARY_DIR}/debian/studio-workbench.1.gz" "${PROJECT_BINARY_DIR}/debian/studio-shell.1.gz"
+        DESTINATION "${CMAKE_INSTALL_MANDIR}/man1"
         COMPONENT tools)
     # The terms as this format wants them: indented, with a dot in each empty line.
     file(READ LICENSE _license)

@@ -13,8 +13,9 @@ LISTS = {
     "studio/data": (["studio/data"], (".h", ".cpp")),
     "studio/host": (["studio/host"], (".h", ".cpp")),
     "studio/inspect": (["studio/inspect"], (".h", ".cpp")),
-    "tests": (["tests/framework", "tests/studio", "tests/flows"], (".cpp",)),
+    "tests": (["tests/framework", "tests/studio", "tests/flows", "tests/shell"], (".cpp",)),
     "workbench": (["workbench"], (".h", ".cpp")),
+    "shell": (["shell"], (".h", ".cpp")),
     "benchmarks": (["benchmarks"], (".h", ".cpp")),
 }
 

@@ -52,6 +52,8 @@ missing_packages() {
 #if PCRE2_MAJOR != 10 || PCRE2_MINOR < 40
 #error "too old"
 #endif' || echo libpcre2-dev
+    compiles '#include <histedit.h>' || echo libedit-dev
+    compiles '#include <CLI/CLI.hpp>' || echo libcli11-dev
     for purpose in "$@"; do
         case $purpose in
         tests)

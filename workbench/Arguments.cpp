@@ -1,6 +1,8 @@
 #include "workbench/Arguments.h"
 
 #include <array>
+#include <charconv>
+#include <system_error>
 
 namespace workbench {
 
@@ -29,9 +31,28 @@ bool isOption(std::string const& word)
     return word.size() > 1 && word[0] == '-';
 }
 
+Arguments::Place readPlace(std::string const& word)
+{
+    Arguments::Place place{};
+    char const* const last = word.data() + word.size();
+    auto const number = std::from_chars(word.data(), last, place.expression);
+    bool const hasStep = number.ec == std::errc() && number.ptr != last && *number.ptr == '@';
+    auto const step = std::from_chars(hasStep ? number.ptr + 1 : last, last, place.step);
+    if (!hasStep || step.ec != std::errc() || step.ptr != last)
+        throw UsageError("--explain needs the numbers of an expression and a step, such as 2@10");
+    return place;
+}
+
 void expectEffect(Arguments const& arguments, bool files)
 {
     bool const saves = !arguments.saveSample.empty();
+    if (arguments.explain) {
+        if (saves)
+            throw UsageError("--explain does not go with --save-sample");
+        for (Flag const& flag : s_flags)
+            if (arguments.*flag.field)
+                throw UsageError(std::string("--explain does not go with ") + flag.spelling);
+    }
     if (arguments.force && !saves)
         throw UsageError("--force goes with --save-sample only");
     if (!saves)
@@ -61,6 +82,9 @@ its own: a day at a small editor.
                      after every step, and print what that costs
   --mirror           keep a view of the contexts beside, and compare it with them at the
                      end; with --check after every step
+  --explain N@STEP   print why expression number N has its value after that step of the
+                     session, and nothing else; 0 is the first expression, and the
+                     state before the first step
   --quiet            no summary: print differences, and with --trace the steps
   --save-sample DIR  write the sample as two files that can be edited and replayed; on a
                      terminal, prompts before files that exist are overwritten
@@ -98,6 +122,10 @@ Arguments Arguments::read(std::vector<std::string> const& words)
             if (++i == words.size() || words[i].empty() || isOption(words[i]))
                 throw UsageError("--save-sample needs a folder to write to");
             result.saveSample = words[i];
+        } else if (word == "--explain") {
+            if (result.explain)
+                throw UsageError("--explain is given twice");
+            result.explain = readPlace(++i == words.size() ? std::string() : words[i]);
         } else {
             throw UsageError("unknown option " + word);
         }
@@ -107,6 +135,8 @@ Arguments Arguments::read(std::vector<std::string> const& words)
     expectEffect(result, !files.empty());
     if (files.size() == 1)
         throw UsageError("expected a file of expressions and at least one session, or neither; found 1 file");
+    if (result.explain && files.size() > 2)
+        throw UsageError("--explain takes one session");
     if (!files.empty()) {
         result.expressions = files[0];
         result.recordings.assign(files.begin() + 1, files.end());

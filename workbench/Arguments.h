@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -22,6 +24,12 @@ struct Arguments {
     bool mirror = false;
     bool quiet = false;
     bool force = false;
+    /// An expression and a step, both by number.
+    struct Place {
+        std::size_t expression;
+        std::size_t step;
+    };
+    std::optional<Place> explain;
     std::string saveSample;                ///< a folder; empty when not requested
     std::string expressions;               ///< a file; empty for the sample
     std::vector<std::string> recordings;   ///< files; empty if and only if `expressions` is

@@ -1,13 +1,11 @@
 #include "workbench/Report.h"
 
+#include "workbench/Terminal.h"
 #include "workbench/Text.h"
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
-#include <stdexcept>
 
 namespace workbench {
 
@@ -134,12 +132,6 @@ void Report::differences(std::size_t count, std::vector<std::string> const& firs
     if (count > first.size())
         out << "  and " << counted(count - first.size()) << " more\n";
     expectWritten(out);
-}
-
-void expectWritten(std::ostream& out)
-{
-    if (!out.flush())
-        throw std::runtime_error(std::string("the output cannot be written: ") + std::strerror(errno));
 }
 
 }   // namespace workbench

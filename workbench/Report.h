@@ -44,7 +44,4 @@ private:
     std::optional<std::size_t> width;
 };
 
-/// Writes what is still buffered. Throws `std::runtime_error` when that, or anything written before, failed.
-void expectWritten(std::ostream& out);
-
 }   // namespace workbench

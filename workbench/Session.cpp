@@ -3,11 +3,6 @@
 #include "studio/data/ContextProvider.h"
 #include "studio/data/ExpressionEngine.h"
 #include "studio/data/ExpressionHandle.h"
-#include "tarn/zero/Model.h"
-#include "tarn/zero/ModelImpl.h"
-#include "tarn/zero/Transaction.h"
-
-#include <boost/none.hpp>
 
 #include <algorithm>
 #include <chrono>
@@ -18,8 +13,6 @@ namespace workbench {
 using studio::data::ContextProvider;
 using studio::data::ExpressionEngine;
 using studio::data::PropertyValue;
-using Kind = Operation::Kind;
-
 namespace {
 
 /// Merges the callbacks of a step: per expression the first `from` and the last `to`.
@@ -41,12 +34,10 @@ void netChanges(std::vector<Change>& calls, StepResult& result)
 }   // namespace
 
 Session::Session(std::vector<Expression> const& expressions, Recording const& recording)
-    : contexts(recording.contexts), references(recording.contexts), reported(expressions.size())
+    : contexts(recording.contexts, ContextProvider::create()), reported(expressions.size())
 {
-    contexts[0] = ContextProvider::create();
-    references[0] = PropertyValue(contexts[0]);
-    apply(recording.initial);
-    engine = std::make_unique<ExpressionEngine>(contexts[0]);
+    contexts.apply(recording.initial);
+    engine = std::make_unique<ExpressionEngine>(root());
     handles.reserve(expressions.size());
     for (std::size_t i = 0; i < expressions.size(); ++i)
         subscribe(i, expressions[i].text);
@@ -59,7 +50,7 @@ StepResult Session::run(Step const& step)
 {
     StepResult result;
     auto const start = std::chrono::steady_clock::now();
-    apply(step.operations);
+    contexts.apply(step.operations);
     result.time = std::chrono::steady_clock::now() - start;
     result.notifications = calls.size();
     netChanges(calls, result);
@@ -73,40 +64,6 @@ void Session::subscribe(std::size_t expression, std::string const& text)
         engine->acquireExpression(text, [this, expression](std::string const&, PropertyValue const& value) {
             calls.push_back({expression, std::exchange(reported[expression], value), value});
         }));
-}
-
-void Session::apply(std::vector<Operation> const& operations)
-{
-    tarn::zero::Model const model = contexts[0]->getModel();
-    tarn::zero::Transaction transaction = model->beginTransaction(true);
-    for (Operation const& operation : operations)
-        apply(operation);
-    transaction.commit(boost::none);
-}
-
-void Session::apply(Operation const& operation)
-{
-    std::shared_ptr<ContextProvider>& context = contexts[operation.context];
-    switch (operation.kind) {
-    case Kind::create:
-        context = ContextProvider::create();
-        references[operation.context] = PropertyValue(context);
-        break;
-    case Kind::set: write(operation, operation.value); break;
-    case Kind::remove: context->removeProperty(operation.name); break;
-    case Kind::link: write(operation, references[operation.target]); break;
-    case Kind::drop: context.reset(); break;
-    case Kind::activate: context->setActiveContexts(operation.names); break;
-    }
-}
-
-void Session::write(Operation const& operation, PropertyValue const& value)
-{
-    ContextProvider& context = *contexts[operation.context];
-    if (context.hasProperty(operation.name))
-        context.setPropertyValue(operation.name, value);
-    else
-        context.addProperty(operation.name, value);
 }
 
 }   // namespace workbench

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "studio/data/PropertyValue.h"
+#include "workbench/Contexts.h"
 #include "workbench/Document.h"
 #include "workbench/StepResult.h"
 
@@ -32,23 +33,19 @@ public:
     /// The last value passed to each expression's callback.
     std::vector<studio::data::PropertyValue> const& values() const noexcept { return reported; }
 
-    std::shared_ptr<studio::data::ContextProvider> const& root() const noexcept { return contexts[0]; }
+    std::shared_ptr<studio::data::ContextProvider> const& root() const noexcept { return contexts.root(); }
 
     /// The engine of the subscriptions, for observers.
     studio::data::ExpressionEngine& expressionEngine() const noexcept { return *engine; }
 
     /// The value of a property that refers to the context; still names a context that was dropped.
-    studio::data::PropertyValue reference(std::size_t context) const { return references[context]; }
+    studio::data::PropertyValue reference(std::size_t context) const { return contexts.reference(context); }
 
 private:
-    void apply(std::vector<Operation> const& operations);
-    void apply(Operation const& operation);
-    void write(Operation const& operation, studio::data::PropertyValue const& value);
     void subscribe(std::size_t expression, std::string const& text);
 
     // Destroyed in reverse order: handles, then the engine, then the contexts.
-    std::vector<std::shared_ptr<studio::data::ContextProvider>> contexts;
-    std::vector<studio::data::PropertyValue> references;
+    Contexts contexts;
     std::unique_ptr<studio::data::ExpressionEngine> engine;
     std::vector<studio::data::PropertyValue> reported;
     std::vector<Change> calls;   // the running step's callbacks, each with the expression's value before

@@ -1,9 +1,12 @@
 #include "workbench/Terminal.h"
 
+#include <cerrno>
 #include <charconv>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <iostream>
+#include <stdexcept>
 #include <string_view>
 
 #include <fcntl.h>
@@ -53,6 +56,12 @@ void protectStandardStreams()
         close(descriptor);
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
+}
+
+void expectWritten(std::ostream& out)
+{
+    if (!out.flush())
+        throw std::runtime_error(std::string("the output cannot be written: ") + std::strerror(errno));
 }
 
 }   // namespace workbench

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <iosfwd>
 #include <optional>
 #include <string>
 
@@ -19,5 +20,8 @@ bool confirm(std::string const& question);
 /// Opens each standard stream that was closed when the program started, so that no file opened later takes its place;
 /// writing to it fails. Makes writes to a broken pipe fail as well, instead of ending the program.
 void protectStandardStreams();
+
+/// Writes what is still buffered. Throws `std::runtime_error` when that, or anything written before, failed.
+void expectWritten(std::ostream& out);
 
 }   // namespace workbench

@@ -1,6 +1,8 @@
+#include "studio/inspect/Explanation.h"
 #include "workbench/Arguments.h"
 #include "workbench/Document.h"
 #include "workbench/Json.h"
+#include "workbench/RecordedState.h"
 #include "workbench/Reference.h"
 #include "workbench/Replay.h"
 #include "workbench/Report.h"
@@ -93,6 +95,23 @@ ExitCode replayAll(Arguments const& arguments)
     return different.empty() ? GOOD : DIFFERENT;
 }
 
+/// Prints the explanation of one expression after a step.
+void explainOne(Arguments const& arguments)
+{
+    bool const isSample = arguments.expressions.empty();
+    std::vector<Expression> const expressions =
+        isSample ? sample::expressions() : loadExpressions(arguments.expressions);
+    Recording const recording =
+        isSample ? sample::day() : loadRecording(arguments.recordings.front(), expressions.size());
+    auto const [number, step] = *arguments.explain;
+    if (number >= expressions.size())
+        throw UsageError("--explain: there are " + counted(expressions.size(), "expression") + ", counted from 0");
+    if (step > recording.steps.size())
+        throw UsageError("--explain: the session has " + counted(recording.steps.size(), "step"));
+    std::cout << studio::inspect::describe(
+        studio::inspect::explain(expressions[number].text, RecordedState::idOf(0), RecordedState(recording, step)));
+}
+
 ExitCode run(std::vector<std::string> const& words)
 {
     Arguments const arguments = Arguments::read(words);
@@ -103,6 +122,8 @@ ExitCode run(std::vector<std::string> const& words)
         std::cout << "studio-workbench " << STUDIO_DATA_VERSION << '\n';
     else if (!arguments.saveSample.empty())
         saveSample(arguments.saveSample, arguments.force);
+    else if (arguments.explain)
+        explainOne(arguments);
     else
         result = replayAll(arguments);
     expectWritten(std::cout);

@@ -128,6 +128,15 @@ USAGE = [
     (["--save-sample", ".", "e.json", "s.json"], "--save-sample takes no files"),
     (["--check", "--save-sample", "."], "--save-sample does not go with --check"),
     (["--force", "--check"], "--force goes with --save-sample only"),
+    (["--explain"], "--explain needs the numbers of an expression and a step, such as 2@10"),
+    (["--explain", "1@x"], "--explain needs the numbers of an expression and a step, such as 2@10"),
+    (["--explain", "1@2@3"], "--explain needs the numbers of an expression and a step, such as 2@10"),
+    (["--explain", "1@1", "--explain", "1@1"], "--explain is given twice"),
+    (["--explain", "1@1", "--trace"], "--explain does not go with --trace"),
+    (["--explain", "1@1", "--save-sample", "."], "--explain does not go with --save-sample"),
+    (["--explain", "1@1", "e.json", "s.json", "s.json"], "--explain takes one session"),
+    (["--explain", "2@1", "e.json", "s.json"], "--explain: there are 2 expressions, counted from 0"),
+    (["--explain", "1@4", "e.json", "s.json"], "--explain: the session has 3 steps"),
     (["missing.json", "s.json"], "missing.json: cannot be opened: No such file or directory"),
     (["--check", "e.json", "s.json", "missing.json"], "missing.json: cannot be opened: No such file or directory"),
     ([".", "s.json"], ".: cannot be read: Is a directory"),
@@ -145,6 +154,9 @@ def usage():
         code, out, err = run(*arguments)
         expect(str(arguments), code == 2 and out == "" and err.startswith("studio-workbench: " + line)
                and err.count("\n") == 1, f"{code} {out}{err}")
+    for step, line in (("0", "!b.c is true\n"), ("1", "!b.c is false\n"), ("3", "!b.c is true\n")):
+        code, out, err = run("--explain", "1@" + step, "e.json", "s.json")
+        expect("--explain after step " + step, code == 0 and out.startswith(line) and err == "", f"{code} {out}{err}")
     code, out, err = run("--help")
     expect("--help", code == 0 and out.startswith("Usage: studio-workbench") and err == "", f"{code} {out}{err}")
     with open(MANUAL, encoding="utf-8") as file:

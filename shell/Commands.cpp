@@ -1,0 +1,266 @@
+#include "shell/Commands.h"
+
+#include "shell/Places.h"
+#include "shell/Text.h"
+#include "shell/Verbs.h"
+#include "studio/data/PropertyValueJson.h"
+#include "studio/host/PathEnd.h"
+#include "studio/host/Put.h"
+#include "studio/inspect/HtmlReport.h"
+#include "workbench/Text.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace shell {
+
+using json = nlohmann::ordered_json;
+using studio::data::PropertyValue;
+using workbench::counted;
+namespace host = studio::host;
+namespace inspect = studio::inspect;
+
+Commands::Commands(Files& files, Material material)
+    : files{files}, model{std::make_unique<Workspace>(std::make_shared<Material const>(std::move(material)))}
+{}
+
+std::size_t Commands::requireNumber(std::string_view word)
+{
+    if (auto const number = numberIn(word))
+        return *number;
+    throw CommandError("expected a whole number, found " + workbench::inQuotes(word));
+}
+
+void Commands::failAt(host::PathEnd const& end, std::string_view path)
+{
+    throw CommandError(host::describe(end, path));
+}
+
+std::string Commands::textOf(std::string_view argument) const
+{
+    auto const& expressions = model->material().expressions;
+    if (argument.starts_with('#')) {
+        std::size_t const number = requireNumber(argument.substr(1));
+        if (number >= expressions.size())
+            throw CommandError("there is no expression #" + std::to_string(number) + ": the session has " +
+                               counted(expressions.size(), "expression") + ", counted from 0");
+        return expressions[number].text;
+    }
+    for (workbench::Expression const& expression : expressions)
+        if (expression.source == argument)
+            return expression.text;
+    return std::string(argument);
+}
+
+Answer Commands::watch(std::string_view argument)
+{
+    refuseInBatch("watch");
+    std::string const text = textOf(argument);
+    model->watch(text);
+    PropertyValue const value = evaluate(text, model->root()->getId());
+    return {literal(value), value};
+}
+
+Answer Commands::unwatch(std::string_view argument)
+{
+    refuseInBatch("unwatch");
+    if (!model->unwatch(textOf(argument)))
+        throw CommandError("this text is not watched");
+    return {};
+}
+
+Answer Commands::set(std::string_view arguments)
+{
+    auto const [path, rest] = firstWord(arguments);
+    auto const isAssignment = rest.starts_with('=') && !rest.starts_with("==");
+    std::string_view const text = isAssignment ? trimmed(rest.substr(1)) : rest;
+    PropertyValue value;
+    if (text.starts_with('@')) {
+        value = model->root()->getPropertyValue(std::string(text.substr(1)));
+        if (text.size() == 1)
+            value = PropertyValue{model->root()};
+        if (!value.isContextProvider())
+            throw CommandError("there is no context at " + workbench::inQuotes(text.substr(1)));
+    } else {
+        value = evaluate(textOf(text), model->root()->getId());
+    }
+    // References are named by the paths before the write, which may move a context to another path.
+    Places const places = Places::reachedFrom(model->root()->getId());
+    PropertyValue const before = model->root()->getPropertyValue(std::string(path));
+    host::Written const written = host::put(model->root(), path, value);
+    if (written == host::Written::Nowhere)
+        failAt(host::endOf(model->root(), path), path);
+    std::string const line = std::string(path) + ": ";
+    switch (written) {
+    case host::Written::Changed: return {line + places.shown(before) + " -> " + places.shown(value), value};
+    case host::Written::Added: return {line + places.shown(value) + ", a new property", value};
+    default: return {line + places.shown(value) + ", as before", value};
+    }
+}
+
+Answer Commands::unset(std::string_view path)
+{
+    host::PathEnd const end = host::endOf(model->root(), path);
+    if (end.reason != host::PathEnd::Reason::Found && end.reason != host::PathEnd::Reason::Hidden)
+        failAt(end, path);
+    end.context->removeProperty(std::string(path.substr(end.offset, end.size)));
+    return std::string(path) + ": removed";
+}
+
+Answer Commands::make(std::string_view path)
+{
+    bool const isThere = model->tree().find(path) != nullptr;
+    model->tree().make(path);
+    return std::string(path) + (isThere ? ": a context, as before" : ": a new context");
+}
+
+Answer Commands::drop(std::string_view path)
+{
+    if (!model->tree().drop(path))
+        throw CommandError("no context was made at " + workbench::inQuotes(path) +
+                           " here; those of a session are dropped by its steps");
+    return std::string(path) + ": dropped";
+}
+
+Answer Commands::batch(std::string_view)
+{
+    if (model->isInBatch())
+        throw CommandError("a batch is open already");
+    model->beginBatch();
+    return {"nothing is reported before end; cancel undoes"};
+}
+
+Answer Commands::end(std::string_view)
+{
+    if (!model->isInBatch())
+        throw CommandError("no batch is open");
+    model->endBatch(true);
+    return {"committed"};
+}
+
+Answer Commands::cancel(std::string_view)
+{
+    if (!model->isInBatch())
+        throw CommandError("no batch is open");
+    model->endBatch(false);
+    return {"undone"};
+}
+
+Answer Commands::step(std::string_view count)
+{
+    refuseInBatch("step");
+    std::size_t const left = model->material().recording.steps.size() - model->step();
+    std::size_t const wanted = count.empty() ? 1 : count == "end" ? left : requireNumber(count);
+    if (left == 0 && wanted > 0)
+        throw CommandError(model->step() == 0 ? "there is no session to step through; load brings one"
+                                              : "the session has ended with step " + counted(model->step()));
+    for (std::size_t i = 0; i < std::min(wanted, left); ++i)
+        model->makeStep();
+    return position();
+}
+
+Answer Commands::back(std::string_view count)
+{
+    refuseInBatch("back");
+    std::size_t const wanted = count.empty() ? 1 : count == "start" ? model->step() : requireNumber(count);
+    if (wanted > model->step())
+        throw CommandError("the session is at step " + counted(model->step()) + "; it cannot go back " +
+                           counted(wanted));
+    restart(model->sharedMaterial(), model->step() - wanted);
+    return position();
+}
+
+Answer Commands::position() const
+{
+    workbench::Recording const& recording = model->material().recording;
+    std::size_t const step = model->step();
+    std::string text = "step " + counted(step) + " of " + counted(recording.steps.size());
+    json object{{"step", step}, {"steps", recording.steps.size()}};
+    if (step > 0 && !recording.steps[step - 1].during.empty()) {
+        text += ": " + recording.steps[step - 1].during;
+        object["during"] = recording.steps[step - 1].during;
+    }
+    std::size_t const changed = model->changes().size();
+    object["changed"] = changed;
+    text += changed == 0 ? "; no value changed" : "; " + counted(changed, "value") + " changed";
+    return {std::move(text), std::move(object)};
+}
+
+void Commands::restart(std::shared_ptr<Material const> material, std::size_t steps)
+{
+    bool const isSame = material == model->sharedMaterial();
+    auto fresh = std::make_unique<Workspace>(std::move(material));
+    for (std::string const& text : model->watched())
+        fresh->watch(text);
+    for (std::size_t i = 0; i < steps; ++i)
+        fresh->makeStep();
+    if (isSame)
+        fresh->compareWith(*model);
+    model = std::move(fresh);
+}
+
+Answer Commands::load(std::string_view arguments)
+{
+    refuseInBatch("load");
+    std::vector<std::string> const words = wordsOf(arguments);
+    bool const isSample = words.size() == 1 && words[0] == "sample";
+    if (!isSample && words.size() != 2)
+        throw CommandError("expected a file of expressions and a session, or sample");
+    restart(std::make_shared<Material const>(isSample ? files.sample() : files.load(words[0], words[1])), 0);
+    workbench::Recording const& recording = model->material().recording;
+    return model->material().title + ": " + counted(model->material().expressions.size(), "expression") + ", " +
+           counted(recording.contexts, "context") + ", " + counted(recording.steps.size(), "step");
+}
+
+Answer Commands::save(std::string_view file)
+{
+    std::string const name = wordsOf(file).size() == 1 ? wordsOf(file)[0] : std::string(file);
+    std::string const& title = model->material().title;
+    files.write(name, inspect::htmlReport(model->engine(), &model->watcher(), title.empty() ? "studio-shell" : title));
+    return name + ": written";
+}
+
+Answer Commands::trace(std::string_view file)
+{
+    std::string const text = model->watcher().chromeTrace();
+    if (file == "-")
+        return Answer::document(withoutLineEnd(text), json::parse(text));
+    std::string const name = wordsOf(file).size() == 1 ? wordsOf(file)[0] : std::string(file);
+    files.write(name, text);
+    return name + ": written";
+}
+
+Answer Commands::help(std::string_view name)
+{
+    if (!name.empty()) {
+        Verb const* const verb = findVerb(name);
+        if (!verb)
+            throw CommandError("unknown verb " + workbench::inQuotes(name));
+        return syntaxOf(*verb) + "\n  " + verb->help;
+    }
+    std::size_t width = 0;
+    for (Verb const& verb : verbs())
+        width = std::max(width, syntaxOf(verb).size());
+    Lines lines;
+    for (Verb const& verb : verbs()) {
+        std::string syntax = syntaxOf(verb);
+        syntax.resize(width + 2, ' ');
+        lines.add("  " + syntax + verb.help);
+    }
+    lines.add("TEXT is an expression, #N for the one of that number, or its label in the session's file.");
+    return lines.text;
+}
+
+Answer Commands::quit(std::string_view)
+{
+    isDone = true;
+    return {};
+}
+
+void Commands::refuseInBatch(char const* verb) const
+{
+    if (model->isInBatch())
+        throw CommandError(std::string("a batch is open; end or cancel it before ") + verb);
+}
+
+}   // namespace shell

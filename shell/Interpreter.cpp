@@ -1,0 +1,163 @@
+#include "shell/Interpreter.h"
+
+#include "gel/ParseError.h"
+#include "shell/Places.h"
+#include "shell/Text.h"
+#include "shell/Verbs.h"
+#include "studio/data/PropertyValueJson.h"
+#include "workbench/Json.h"
+#include "workbench/Text.h"
+
+#include <algorithm>
+#include <exception>
+#include <new>
+#include <set>
+#include <utility>
+
+namespace shell {
+
+using json = nlohmann::ordered_json;
+using Kind = Outcome::Kind;
+
+namespace {
+
+std::string dump(json const& object)
+{
+    return object.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+bool isInPath(char each)
+{
+    auto const byte = static_cast<unsigned char>(each);
+    return each == '.' || each == '_' || byte >= 0x80 || (byte >= '0' && byte <= '9') || (byte >= 'a' && byte <= 'z') ||
+           (byte >= 'A' && byte <= 'Z');
+}
+
+std::string placed(gel::ParseError const& error)
+{
+    std::string const line = error.line() > 1 ? "line " + std::to_string(error.line()) + ", " : "";
+    return line + "column " + std::to_string(error.column()) + ": " + error.reason() + '\n' + error.excerpt();
+}
+
+}   // namespace
+
+Interpreter::Interpreter(Files& files, Material material, Format format)
+    : commands{files, std::move(material)}, format{format}
+{}
+
+Outcome Interpreter::run(std::string_view line)
+{
+    if (line.size() > LONGEST_LINE)
+        return failed(line.substr(0, 40), "the line is longer than " + workbench::counted(LONGEST_LINE) + " bytes");
+    line = trimmed(line);
+    if (line.empty() || line.starts_with('#'))
+        return {};
+    try {
+        return done(line, answer(line));
+    } catch (gel::ParseError const& error) {
+        return failed(line, placed(error));
+    } catch (workbench::DocumentError const& error) {
+        return failed(line, error.what(), Kind::FileFailed);
+    } catch (std::bad_alloc const&) {
+        throw;
+    } catch (std::exception const& error) {
+        return failed(line, error.what());
+    }
+}
+
+Outcome Interpreter::finish()
+{
+    if (!commands.workspace().isInBatch())
+        return {};
+    commands.workspace().endBatch(false);
+    return failed("batch", "the input ended in a batch, which was rolled back");
+}
+
+Answer Interpreter::answer(std::string_view line)
+{
+    auto const [name, arguments] = firstWord(line);
+    Verb const* const verb = findVerb(name);
+    if (!verb) {
+        std::string_view const similar = similarVerb(name);
+        throw CommandError(
+            "unknown verb " + workbench::inQuotes(name) +
+            (similar.empty() ? "; help lists what there is" : "; did you mean " + std::string(similar) + "?"));
+    }
+    std::size_t count = 0;
+    for (auto rest = firstWord(arguments); !rest.first.empty() && count <= 2; rest = firstWord(rest.second))
+        ++count;
+    if (count < verb->fewest || count > verb->most)
+        throw CommandError("expected " + syntaxOf(*verb));
+    commands.workspace().announce("the command " + std::string(line));
+    return (commands.*verb->run)(arguments);
+}
+
+Outcome Interpreter::done(std::string_view line, Answer const& answer)
+{
+    Workspace& workspace = commands.workspace();
+    std::vector<Workspace::Change> const changes = workspace.changes();
+    workspace.forgetChanges();
+    std::string text = answer.text;
+    json shown = json::array();
+    for (auto const& [watched, before, after] : changes) {
+        if (!workspace.watched().count(watched))
+            continue;
+        text += (text.empty() ? "* " : "\n* ") + watched + ": " + literal(before) + " -> " + literal(after);
+        shown.push_back({{"text", watched}, {"before", before}, {"after", after}});
+    }
+    Outcome outcome{Kind::Done, {}, commands.hasQuit()};
+    if (format == Format::Text) {
+        outcome.text = printable(answer.isDocument ? text : workspace.withNames(text));
+        return outcome;
+    }
+    json object{{"command", line}, {"result", answer.json.is_null() ? json(answer.text) : answer.json}};
+    if (!shown.empty())
+        object["changes"] = std::move(shown);
+    outcome.text = dump(object);
+    return outcome;
+}
+
+Outcome Interpreter::failed(std::string_view line, std::string const& reason, Kind kind) const
+{
+    if (format == Format::Json)
+        return {kind, dump({{"command", line}, {"error", reason}})};
+    std::string const name = printable(firstWord(line).first);
+    return {kind, workbench::oneLine(name, 20) + ": " + printable(reason)};
+}
+
+Completion Interpreter::complete(std::string_view line) const
+{
+    auto const [name, rest] = firstWord(line);
+    std::set<std::string> words;
+    auto const offer = [&](std::string_view start, std::string const& word) {
+        if (std::string_view(word).starts_with(start))
+            words.insert(word);
+    };
+    std::size_t const argument = static_cast<std::size_t>(rest.data() - line.data());
+    bool const isVerb = rest.empty() && (line.empty() || line.back() != ' ');
+    Verb const* const verb = findVerb(name);
+    if (isVerb || (verb && verb->takes == Takes::Verb)) {
+        std::size_t const begin = isVerb ? line.size() - name.size() : rest.empty() ? line.size() : argument;
+        for (Verb const& each : verbs())
+            offer(line.substr(begin), each.name);
+        return {begin, {words.begin(), words.end()}};
+    }
+    if (!verb || verb->takes == Takes::Nothing)
+        return {line.size(), {}};
+    // A whole text or its label, as far as it is written; otherwise the path that is being written.
+    if (verb->takes == Takes::Text && !rest.empty() && line.substr(argument).find('.') == std::string_view::npos) {
+        for (auto const& [text, label] : commands.workspace().material().expressions)
+            if (!label.empty())
+                offer(line.substr(argument), label);
+        if (!words.empty())
+            return {argument, {words.begin(), words.end()}};
+    }
+    std::size_t begin = line.size();
+    while (begin > 0 && isInPath(line[begin - 1]))
+        --begin;
+    for (auto const& [path, value] : Places::reachedFrom(commands.workspace().root()->getId()).properties)
+        offer(line.substr(begin), path);
+    return {begin, {words.begin(), words.end()}};
+}
+
+}   // namespace shell

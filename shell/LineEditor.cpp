@@ -1,0 +1,95 @@
+#include "shell/LineEditor.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <new>
+#include <string_view>
+
+namespace shell {
+
+namespace {
+
+constexpr int REMEMBERED = 1'000;   // lines
+
+/// Returns the longest text that all words begin with; there is at least one.
+std::string commonStart(std::vector<std::string> const& words)
+{
+    std::string const& first = words.front();
+    std::string const& last = words.back();   // the words ascend
+    return {first.begin(), std::mismatch(first.begin(), first.end(), last.begin(), last.end()).first};
+}
+
+}   // namespace
+
+LineEditor::LineEditor(Interpreter const& interpreter)
+    : interpreter{interpreter}, past{history_init()}, editor{el_init("studio-shell", stdin, stdout, stderr)}
+{
+    if (!past || !editor)
+        throw std::bad_alloc{};
+    HistEvent event;
+    history(past, &event, H_SETSIZE, REMEMBERED);
+    history(past, &event, H_SETUNIQUE, 1);
+    el_set(editor, EL_CLIENTDATA, this);
+    el_set(editor, EL_PROMPT, &LineEditor::prompt);
+    el_set(editor, EL_EDITOR, "emacs");
+    el_set(editor, EL_SIGNAL, 1);
+    el_set(editor, EL_HIST, history, past);
+    el_set(editor, EL_ADDFN, "complete-word", "complete verbs, paths and texts", &LineEditor::complete);
+    el_set(editor, EL_BIND, "^I", "complete-word", nullptr);
+    el_set(editor, EL_BIND, "^R", "em-inc-search-prev", nullptr);
+}
+
+LineEditor::~LineEditor()
+{
+    if (editor)
+        el_end(editor);
+    if (past)
+        history_end(past);
+}
+
+std::optional<std::string> LineEditor::read()
+{
+    int size = 0;
+    char const* const line = el_gets(editor, &size);
+    if (!line || size <= 0)
+        return std::nullopt;
+    std::string_view text(line, static_cast<std::size_t>(size));
+    HistEvent event;
+    if (text.find_first_not_of(" \t\r\n") != std::string_view::npos)
+        history(past, &event, H_ENTER, line);
+    if (text.ends_with('\n'))
+        text.remove_suffix(1);
+    return std::string(text);
+}
+
+char* LineEditor::prompt(EditLine* /*editor*/)
+{
+    static char text[] = "studio> ";
+    return text;
+}
+
+unsigned char LineEditor::complete(EditLine* editor, int /*character*/)
+{
+    void* self = nullptr;
+    el_get(editor, EL_CLIENTDATA, &self);
+    LineInfo const* const line = el_line(editor);
+    std::string_view const before(line->buffer, static_cast<std::size_t>(line->cursor - line->buffer));
+    try {
+        Completion const completion = static_cast<LineEditor*>(self)->interpreter.complete(before);
+        if (completion.words.empty())
+            return CC_ERROR;
+        std::string inserted = commonStart(completion.words).substr(before.size() - completion.begin);
+        if (completion.words.size() == 1)
+            inserted += ' ';
+        if (!inserted.empty())
+            return el_insertstr(editor, inserted.c_str()) == 0 ? CC_REFRESH : CC_ERROR;
+        std::fputc('\n', stdout);
+        for (std::string const& word : completion.words)
+            std::printf("%s\n", word.c_str());
+        return CC_REDISPLAY;
+    } catch (std::exception const&) {
+        return CC_ERROR;   // no exception passes through the editor, which is C
+    }
+}
+
+}   // namespace shell

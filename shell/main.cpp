@@ -1,0 +1,205 @@
+#include "shell/Interpreter.h"
+#include "shell/LineEditor.h"
+#include "workbench/Json.h"
+#include "workbench/Terminal.h"
+#include "workbench/Text.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cerrno>
+#include <clocale>
+#include <cstring>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <new>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <unistd.h>
+
+namespace shell {
+
+namespace {
+
+enum ExitCode { GOOD = 0, FAILED = 1, USAGE = 2, UNUSABLE_FILE = 3 };
+
+struct Arguments {
+    std::string expressions;
+    std::string session;
+    std::vector<std::string> commands;
+    std::string script;
+    bool json = false;
+    bool sample = false;
+    bool keepGoing = false;
+    bool force = false;
+    bool echo = false;
+};
+
+void declare(CLI::App& app, Arguments& arguments)
+{
+    app.add_option("EXPRESSIONS", arguments.expressions, "A file of expressions")->option_text(" ");
+    app.add_option("SESSION", arguments.session, "A session that was recorded over them")->option_text(" ");
+    app.add_flag("--sample", arguments.sample, "Begin with the built-in sample, a day at a small editor");
+    app.add_option("-c", arguments.commands, "Carry out a command; may be repeated")
+        ->option_text("COMMAND")
+        ->allow_extra_args(false);
+    app.add_option("--script", arguments.script, "Carry out the commands in a file, a line each")->type_name("FILE");
+    app.add_flag("--keep-going", arguments.keepGoing, "Go on after a command that failed");
+    app.add_flag("--json", arguments.json, "Answer each command with a JSON object on one line");
+    app.add_flag("--echo", arguments.echo, "Print each command before its answer");
+    app.add_flag("--force", arguments.force, "Let save and trace overwrite files that exist");
+    app.set_version_flag("--version", "studio-shell " STUDIO_DATA_VERSION, "Print the version");
+    app.footer("Without -c and --script, commands are read from the standard input; on a terminal with\n"
+               "editing and completion. The command help lists the verbs.\n\n"
+               "Exit codes:\n"
+               "  0  every command was carried out\n"
+               "  1  a command failed; those after it were not carried out, unless --keep-going is given\n"
+               "  2  the command line cannot be used\n"
+               "  3  a file cannot be read or written");
+}
+
+/// Where commands come from.
+struct Input {
+    std::string name;   ///< in front of the number of a line, for errors; empty on a terminal
+    std::function<std::optional<std::string>()> next;
+};
+
+Input linesOf(std::istream& stream, std::string const& name)
+{
+    return {name, [&stream]() -> std::optional<std::string> {
+                std::string line;
+                return std::getline(stream, line) ? std::optional{std::move(line)} : std::nullopt;
+            }};
+}
+
+class Session {
+public:
+    Session(Arguments const& arguments, Files& files, Material material)
+        : arguments{arguments},
+          interpreter{files, std::move(material),
+                      arguments.json ? Interpreter::Format::Json : Interpreter::Format::Text}
+    {}
+
+    Interpreter const& commands() const noexcept { return interpreter; }
+
+    /// Carries out the commands of an input. Returns false if no more are to be read.
+    bool run(Input const& input)
+    {
+        std::size_t number = 0;
+        while (std::optional<std::string> const line = input.next()) {
+            ++number;
+            if (arguments.echo && !arguments.json)
+                std::cout << "studio> " << workbench::oneLine(*line) << '\n';
+            Outcome const outcome = interpreter.run(*line);
+            print(outcome, input.name.empty() ? "" : input.name + std::to_string(number) + ": ");
+            bool const isFatal = outcome.kind != Outcome::Kind::Done && !arguments.keepGoing && !input.name.empty();
+            if (outcome.isLast || isFatal)
+                return false;
+        }
+        return true;
+    }
+
+    ExitCode finish(bool isInteractive)
+    {
+        print(interpreter.finish(), "");
+        workbench::expectWritten(std::cout);
+        return isInteractive ? GOOD : result;
+    }
+
+private:
+    void print(Outcome const& outcome, std::string const& place)
+    {
+        bool const isError = outcome.kind != Outcome::Kind::Done;
+        if (isError && (result == GOOD || outcome.kind == Outcome::Kind::FileFailed))
+            result = outcome.kind == Outcome::Kind::FileFailed ? UNUSABLE_FILE : FAILED;
+        if (outcome.text.empty())
+            return;
+        std::cout.flush();
+        if (isError && !arguments.json)
+            std::cerr << workbench::oneLine(place) << outcome.text << std::endl;
+        else
+            std::cout << outcome.text << std::endl;
+        workbench::expectWritten(std::cout);
+    }
+
+    Arguments const& arguments;
+    Interpreter interpreter;
+    ExitCode result = GOOD;
+};
+
+Input commandsOf(std::vector<std::string> const& commands)
+{
+    return {"command ", [&commands, next = std::size_t{0}]() mutable -> std::optional<std::string> {
+                return next < commands.size() ? std::optional{commands[next++]} : std::nullopt;
+            }};
+}
+
+ExitCode run(Arguments const& arguments)
+{
+    DiskFiles files(arguments.force);
+    std::ifstream script;
+    if (!arguments.script.empty()) {
+        script.open(arguments.script);
+        if (!script || script.peek() == std::ifstream::traits_type::eof())
+            if (!script.eof())
+                throw workbench::DocumentError(arguments.script, "cannot be read", std::strerror(errno));
+        script.clear();
+    }
+    Material material = arguments.sample            ? files.sample()
+                        : arguments.session.empty() ? Material{}
+                                                    : files.load(arguments.expressions, arguments.session);
+    Session session(arguments, files, std::move(material));
+    bool const isGiven = !arguments.commands.empty() || !arguments.script.empty();
+    if (isGiven) {
+        if (session.run(commandsOf(arguments.commands)) && !arguments.script.empty())
+            session.run(linesOf(script, arguments.script + ':'));
+        return session.finish(false);
+    }
+    bool const isInteractive = isatty(STDIN_FILENO) == 1 && !arguments.json;
+    if (isInteractive) {
+        LineEditor editor(session.commands());
+        if (session.run({"", [&editor] { return editor.read(); }}))
+            std::cout << '\n';   // behind the prompt at which the input ended
+    } else {
+        session.run(linesOf(std::cin, "line "));
+    }
+    return session.finish(isInteractive);
+}
+
+}   // namespace
+
+}   // namespace shell
+
+int main(int count, char** words)
+{
+    using namespace shell;
+    workbench::protectStandardStreams();
+    std::setlocale(LC_CTYPE, "");
+    Arguments arguments;
+    CLI::App app("Looks into contexts and the expressions over them: what holds, why, and what would change it.\n",
+                 "studio-shell");
+    declare(app, arguments);
+    try {
+        app.parse(count, words);
+        if (arguments.expressions.empty() != arguments.session.empty())
+            throw CLI::ValidationError("expected a file of expressions and a session, or neither");
+        if (arguments.sample && !arguments.session.empty())
+            throw CLI::ValidationError("--sample takes no files");
+        return run(arguments);
+    } catch (CLI::Success const& request) {
+        return app.exit(request) == 0 ? GOOD : USAGE;
+    } catch (CLI::Error const& error) {
+        std::cerr << "studio-shell: " << workbench::oneLine(error.what()) << "; see --help\n";
+        return USAGE;
+    } catch (workbench::DocumentError const& error) {
+        std::cerr << "studio-shell: " << workbench::oneLine(error.what()) << '\n';
+        return UNUSABLE_FILE;
+    } catch (std::bad_alloc const&) {
+        std::cerr << "studio-shell: out of memory\n";
+    } catch (std::exception const& error) {
+        std::cerr << "studio-shell: " << workbench::oneLine(error.what()) << '\n';
+    }
+    return UNUSABLE_FILE;
+}
