@@ -1,7 +1,7 @@
 # Sourced by the other scripts. Finds what this machine lacks and installs only that.
 #
 #   set_up [PURPOSE...]     installs what a build needs, and what is needed for: tests, bench, docs, clang, tidy, clang19,
-#                           valgrind, cppcheck, packages, bare; ends the script if something cannot be installed
+#                           browser, valgrind, cppcheck, packages, bare; ends the script if something cannot be installed
 #
 # What is missing is found by compiling a header, running a tool or testing a file, never by the name of a package. So a
 # machine that has everything needs neither network nor root rights. apt-get is never allowed to remove a package: where Debian's
@@ -80,6 +80,7 @@ missing_packages() {
             at_least 19 llvm-cov-19 --version || echo llvm-19
             [ -d /usr/lib/llvm-19/lib/clang/19/lib/linux ] || echo libclang-rt-19-dev
             ;;
+        browser) at_least 100 chromium --version || echo chromium ;;
         valgrind) at_least 3.19 valgrind --version || echo valgrind ;;
         cppcheck) at_least 2.10 cppcheck --version || echo cppcheck ;;
         packages)
