@@ -142,11 +142,10 @@ std::string Invariants::of(ExpressionEngine const& engine)
         tarn::zero::ModelElement const element = model.findElement(binding.context->id, 1);
         auto* const context = tarn::zero::elementCast<ContextData>(element);
         Property::Impl const* const property = context ? context->getProperties().findImpl(binding.name) : nullptr;
-        // The rollback of a restoration brings back an older element beside the provider, which no path goes through.
+        // Nobody reads a context without a provider, nor one that a rollback brought back beside the provider.
         std::shared_ptr<ContextProvider> const provider = model::getContextProvider(binding.context->id);
-        bool const isOfOther = provider && provider->findProperty(binding.name) != property;
-        found.require(!property || isOfOther || binding.property() == property,
-                      "a property does not lead to its leaves");
+        bool const isRead = property && provider && provider->findProperty(binding.name) == property;
+        found.require(!isRead || binding.property() == property, "a property does not lead to its leaves");
         Property::Impl const* const pinned = binding.property();
         found.require(!pinned || pinned == property || !pinned->isAlive(), "another property leads to the leaves");
     };

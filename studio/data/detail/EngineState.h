@@ -151,8 +151,7 @@ bool EngineState::walk(Symbol const& symbol, unsigned long offset, std::shared_p
         boost::uuids::uuid const next = property->getValue().getUUID();
         provider = data::model::getContextProvider(next);
         if (!provider) {
-            std::string_view const awaited = symbol.componentAt(offset);
-            step(next, offset, awaited, ExpressionLinks::propertyAt(next, awaited));
+            step(next, offset, symbol.componentAt(offset), nullptr);
             return false;
         }
     }

@@ -42,15 +42,12 @@ void ExpressionLinks::revalidate() noexcept
 {
     while (!stale.empty()) {
         Binding& binding = stale.front();
-        set(binding, propertyAt(binding.context->id, binding.name));
+        tarn::zero::ModelElement const element = ContextProvider::sharedModel()->findElement(binding.context->id, 1);
+        auto* const context = tarn::zero::elementCast<ContextData>(element);
+        // A proxy refuses to show its properties. It has no provider, so no path goes through it.
+        bool const isReadable = context && !context->isProxy();
+        set(binding, isReadable ? context->getProperties().findImpl(binding.name) : nullptr);
     }
-}
-
-Property::Impl* ExpressionLinks::propertyAt(boost::uuids::uuid const& context, std::string_view name)
-{
-    tarn::zero::ModelElement const element = ContextProvider::sharedModel()->findElement(context, 1);
-    auto* const data = tarn::zero::elementCast<ContextData>(element);
-    return data && !data->isProxy() ? data->getProperties().findImpl(name) : nullptr;
 }
 
 /// Returns the binding that a property is linked to; null if there is none.

@@ -45,10 +45,6 @@ public:
     /// Looks up the properties of the stale bindings. The model must be idle, and every report processed.
     void revalidate() noexcept;
 
-    /// Returns the property of that name in the context of that id, whether or not the context has a provider; null if
-    /// there is none.
-    static Property::Impl* propertyAt(boost::uuids::uuid const& context, std::string_view name);
-
 private:
     Binding* linkedTo(Property::Impl const& property) const noexcept;
 
