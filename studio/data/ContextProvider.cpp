@@ -82,7 +82,9 @@ std::shared_ptr<ContextProvider> ContextProvider::create(boost::uuids::uuid cons
     if (sharedModel()->findElement(id, 1) || (entry != table.all().end() && entry->second))
         throw std::invalid_argument{"the UUID " + to_string(id) + " belongs to an existing context or property"};
     table.remove(id);   // that of a failed construction
-    return std::shared_ptr<ContextProvider>{new ContextProvider{id}};
+    std::shared_ptr<ContextProvider> restored;
+    inTransaction([&] { restored.reset(new ContextProvider{id}); });   // owned when reported: expressions may await it
+    return restored;
 }
 
 ContextProvider::ContextProvider(boost::uuids::uuid const& id)

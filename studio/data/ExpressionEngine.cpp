@@ -142,8 +142,8 @@ void ExpressionEngine::releaseLeaf(std::string_view symbol, unsigned long offset
     if (known && provider)
         detail::EngineState::walk(
             *known, offset, std::move(provider),
-            [&](ContextProvider const& here, unsigned long at, std::string_view name, Property::Impl*) {
-                removeLeaf(name, Leaf{known->text, at}, here.getId());
+            [&](boost::uuids::uuid const& here, unsigned long at, std::string_view name, Property::Impl*) {
+                removeLeaf(name, Leaf{known->text, at}, here);
             });
 }
 

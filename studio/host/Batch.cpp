@@ -29,7 +29,7 @@ tarn::zero::Model::Impl& model()
 
 Batch::Batch(ErrorHandler handler)
     : onError{std::move(handler)},
-      outer{s_innermost},
+      outer{innermost()},
       changesBefore{s_lastChange},
       exceptions{std::uncaught_exceptions()}
 {
@@ -56,7 +56,7 @@ void Batch::commit()
 {
     if (!isOpen())
         throw std::logic_error{"the batch has ended before"};
-    if (s_innermost != this || !endProbe())
+    if (innermost() != this || !endProbe())
         throw std::logic_error{"a batch cannot be committed while a batch or a transaction inside it is open"};
 
     // The batch has ended before listeners run: they may destroy it.
@@ -91,7 +91,7 @@ void Batch::rollBack() noexcept
 
 void Batch::undo() noexcept
 {
-    if (!isOpen())
+    if (!transaction)
         return;
     while (s_innermost != this)
         s_innermost->leave();
@@ -112,6 +112,15 @@ void Batch::leave() noexcept
     outer = nullptr;
     probe.reset();
     transaction.reset();
+}
+
+/// Returns the innermost open batch; null if there is none. Undoes those whose transaction was rolled back together
+/// with one around it that is no batch.
+Batch* Batch::innermost() noexcept
+{
+    while (s_innermost && !s_innermost->isOpen())
+        s_innermost->undo();
+    return s_innermost;
 }
 
 /// Commits the probe. False, and nothing has changed, if a batch or a transaction that was opened inside is still open.
@@ -150,7 +159,7 @@ void Batch::release(BatchChange* last) noexcept
 
 bool OpenBatches::any() noexcept
 {
-    return s_innermost != nullptr;
+    return Batch::innermost() != nullptr;
 }
 
 void OpenBatches::remember(std::unique_ptr<BatchChange> change) noexcept

@@ -45,12 +45,13 @@ public:
     /// Undoes the changes and ends the batch, together with all that was opened inside it and is still open. Does
     /// nothing if the batch has ended.
     void rollBack() noexcept;
-    /// True until the batch was committed or rolled back, by hand or together with an outer one.
-    bool isOpen() const noexcept { return transaction.has_value(); }
+    /// True until the batch was committed or rolled back, by hand or together with an outer batch or transaction.
+    bool isOpen() const noexcept { return transaction && transaction->isOpen(); }
 
 private:
     friend struct detail::OpenBatches;
 
+    STUDIO_DATA_LOCAL static Batch* innermost() noexcept;
     STUDIO_DATA_LOCAL bool endProbe();
     STUDIO_DATA_LOCAL bool isInnermost();
     STUDIO_DATA_LOCAL void leave() noexcept;
@@ -59,7 +60,7 @@ private:
     STUDIO_DATA_LOCAL static void release(detail::BatchChange* last) noexcept;
 
     ErrorHandler onError;
-    std::optional<tarn::zero::Transaction> transaction;   // empty once the batch has ended
+    std::optional<tarn::zero::Transaction> transaction;   // empty once the batch has left the open ones
     std::optional<tarn::zero::Transaction> probe;         // inside it: can be committed if nothing else is open inside
     Batch* outer;
     detail::BatchChange* changesBefore;   // the last one when the batch began

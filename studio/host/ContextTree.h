@@ -97,9 +97,6 @@ public:
     /// get new identities. The root keeps its own identity in either case. References to a context of the snapshot
     /// become references to the context that stands for it.
     ///
-    /// An expression that reads a returning context through a reference outside the tree's own paths is evaluated when
-    /// that reference is written next, not by this call.
-    ///
     /// *Throws* `std::invalid_argument`, and has changed nothing, for a text that is no snapshot, with the reason and
     /// the place; and with `Kept` if a context or property outside the tree has an identity of the snapshot.
     void restore(std::string_view snapshot, Identities identities);

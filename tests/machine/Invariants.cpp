@@ -3,6 +3,7 @@
 #include "studio/data/ContextProvider.h"
 #include "studio/data/ContextView.h"
 #include "studio/data/ExpressionEngine.h"
+#include "studio/data/ProviderRegistry.h"
 #include "studio/data/detail/EngineState.h"
 #include "studio/data/detail/ProviderTable.h"
 #include "studio/data/detail/ViewState.h"
@@ -141,7 +142,10 @@ std::string Invariants::of(ExpressionEngine const& engine)
         tarn::zero::ModelElement const element = model.findElement(binding.context->id, 1);
         auto* const context = tarn::zero::elementCast<ContextData>(element);
         Property::Impl const* const property = context ? context->getProperties().findImpl(binding.name) : nullptr;
-        found.require(!property || binding.property() == property, "a property does not lead to its leaves");
+        // Nobody reads a context without a provider, nor one that a rollback brought back beside the provider.
+        std::shared_ptr<ContextProvider> const provider = model::getContextProvider(binding.context->id);
+        bool const isRead = property && provider && provider->findProperty(binding.name) == property;
+        found.require(!isRead || binding.property() == property, "a property does not lead to its leaves");
         Property::Impl const* const pinned = binding.property();
         found.require(!pinned || pinned == property || !pinned->isAlive(), "another property leads to the leaves");
     };

@@ -112,7 +112,8 @@ void Machine::takeWithFaults(Op const& original, Fault fault)
 {
     Op op = original;
     op.name = op.name.substr(op.name.rfind('.') + 1);   // each write of a dotted path is a step of its own
-    bool const isCompound = op.kind == Kind::Batch || op.kind == Kind::BatchBack;
+    // A restoration that fails is undone by a report of its own, so it counts as two steps.
+    bool const isCompound = op.kind == Kind::Batch || op.kind == Kind::BatchBack || op.kind == Kind::Restore;
     std::string const contents = m_system.contents();
     std::string const done = contents + m_system.handles() + m_system.present();
     std::string const before = visible();

@@ -156,14 +156,10 @@ public:
     {
         std::set<std::string> affected;   // texts
         std::set<std::string> doubtful;
-        std::set<int> destroyed;   // contexts
-        for (Store::Entry const& entry : report.entries)
-            if (!entry.element.isProperty && entry.change == Store::Change::Destroyed)
-                destroyed.insert(entry.element.id);
         for (auto& [name, symbol] : symbols)
             if (std::optional<std::size_t> const offset = touchedAt(report, name, symbol.leaves)) {
                 affected.insert(symbol.texts.begin(), symbol.texts.end());
-                touch(name, symbol, *offset, destroyed);
+                touch(name, symbol, *offset);
             } else if (symbol.isUncertain) {
                 doubtful.insert(symbol.texts.begin(), symbol.texts.end());
             }
@@ -210,7 +206,7 @@ public:
             }
         }
         for (auto const& [name, symbol] : symbols)
-            if (withData(walk(name, 0, root)) != withData(symbol.leaves))
+            if (walk(name, 0, root) != symbol.leaves)
                 found["the leaves of " + name];
         return found;
     }
@@ -232,18 +228,22 @@ private:
         bool retired;
     };
 
-    /// Returns the leaves of a path from `offset` on: the contexts and components that the present references reach.
+    /// Returns the leaves of a path from `offset` on: the contexts and components that the present references reach,
+    /// and the one behind a reference to a context that does not live.
     Leaves walk(std::string const& symbol, std::size_t offset, Providers::Owner provider) const
     {
         Leaves found;
         while (provider) {
             found.insert({offset, provider->id});
             std::size_t const dot = symbol.find('.', offset);
-            Value const* const value = state.store.value(provider->id, component(symbol, offset));
-            if (dot == std::string::npos || !value)
+            Value const* const value = state.value(provider->id, component(symbol, offset));
+            auto const* const ref = value ? std::get_if<Ref>(value) : nullptr;
+            if (dot == std::string::npos || !ref)
                 break;
-            provider = state.providers.find(*value);
+            provider = state.providers.find(*ref);
             offset = dot + 1;
+            if (!provider)
+                found.insert({offset, ref->number});
         }
         return found;
     }
@@ -265,13 +265,12 @@ private:
             return (isGone || now.alive) && now.owner == leaf.context && now.name == name;
         }
         return entry.change != Store::Change::Modified && entry.element.id == leaf.context &&
-               (isGone || state.store.context(leaf.context));
+               (isGone || state.store.isAlive(entry.element));
     }
     /// Binds a symbol to what a walk finds, unless the walk reaches the touched leaf in another way.
-    void touch(std::string const& name, Symbol& symbol, std::size_t offset, std::set<int> const& destroyed) const
+    void touch(std::string const& name, Symbol& symbol, std::size_t offset) const
     {
         Leaves const walked = walk(name, 0, root);
-        std::erase_if(symbol.leaves, [&](Leaf const& leaf) { return destroyed.count(leaf.context) != 0; });
         auto const isAsWalked = [&](std::size_t last) {
             auto const upTo = [&](Leaves const& leaves) {
                 return Leaves{leaves.begin(), leaves.upper_bound({last, std::numeric_limits<int>::max()})};
@@ -286,12 +285,6 @@ private:
         else
             symbol.leaves.clear();
         symbol.acquiredInTransaction &= symbol.isUncertain;
-    }
-    /// Omits leaves at contexts that have no data: the end of such a provider is not reported.
-    Leaves withData(Leaves leaves) const
-    {
-        std::erase_if(leaves, [&](Leaf const& leaf) { return !state.store.context(leaf.context); });
-        return leaves;
     }
     template <class Condition>
     void removeLeaves(std::string const& name, Condition const& condition)

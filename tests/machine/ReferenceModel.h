@@ -73,8 +73,7 @@ public:
         std::ostringstream out;
         for (std::size_t i = 0; i != SLOTS; ++i) {
             out << "slot " << i << ' ' << (m_slots[i].provider ? nameOf(m_slots[i].last) : "empty");
-            Store::Context const* const context =
-                m_slots[i].provider ? m_state.store.context(m_slots[i].last) : nullptr;
+            Store::Context const* const context = m_slots[i].provider ? m_state.dataOf(m_slots[i].last) : nullptr;
             if (context) {
                 for (auto const& [name, property] : context->properties)
                     out << ' ' << name << '=' << shown(m_state.store.property(property).value);
@@ -176,15 +175,15 @@ public:
     void destroyLeftovers() override
     {
         for (int const id : m_known)
-            if (m_state.providers.living.count(id) == 0)
-                destroyData(id);
+            if (m_state.providers.living.count(id) == 0 && m_state.store.context(id))
+                destroyData(m_state.store.contextOf(id));
     }
     void touchAll() override
     {
         Store& store = m_state.store;
         for (int const id : m_known)
             for (std::string const& name : touchedNames()) {
-                if (m_state.providers.living.count(id) == 0 || !store.context(id))
+                if (!m_state.dataOf(id))
                     continue;
                 Value const* const value = store.value(id, name);
                 Value const old = value ? *value : Value{};
@@ -223,20 +222,25 @@ private:
 
     // ---- steps
 
-    void create(int slot) override
+    void create(int slot, bool restores) override
     {
         Slot& place = m_slots[Store::index(slot)];
-        if (place.provider || m_creating.count(slot) != 0)
+        if (place.provider || m_creating.count(slot) != 0 || (restores && place.last < 0))
             return;
-        int const id = nextContext();
+        int const id = restores ? place.last : nextContext();
+        if (m_state.store.context(id) || m_state.providers.living.count(id) != 0)
+            throw Refused{};
         m_creating.insert(slot);
         try {
             Providers::Owner made;
             try {
                 inTransaction([&] {
                     m_state.store.create(id);
-                    made = std::make_shared<Providers::Provider>(m_state.providers, id,
-                                                                 [this](int gone) { destroyData(gone); });
+                    made = std::make_shared<Providers::Provider>(
+                        m_state.providers, m_state.store.contextOf(id),
+                        [this](Store::Element const& data) { destroyData(data); });
+                    if (restores)
+                        m_state.providers.living[id] = made;
                 });
             } catch (...) {
                 made.reset();
@@ -252,10 +256,12 @@ private:
         }
         m_creating.erase(slot);
     }
-    void destroyData(int id)
+    void destroyData(Store::Element const& data)
     {
+        if (!m_state.store.isAlive(data))
+            return;
         try {
-            inTransaction([&] { m_state.store.destroy(id); });
+            inTransaction([&] { m_state.store.destroy(data.id); });
         } catch (...) {   // throws nothing
         }
     }
@@ -271,6 +277,8 @@ private:
             lastIn[i] = m_slots[i].last;
         Value const value = valueFor(op.value, lastIn);
         Store& store = m_state.store;
+        if (!m_state.dataOf(id) && op.kind != Kind::WriteHeld && op.kind != Kind::Land)
+            return;
         Slot const& target = m_slots[Store::index(op.other % SLOTS)];
         switch (op.kind) {
         case Kind::Set: return write(id, op.name, value);
@@ -297,6 +305,11 @@ private:
             store.move(*property, op.kind == Kind::Bounce ? id : owner);
         });
     }
+    void writeIn(int id, std::string const& name, Value const& value)
+    {
+        if (m_state.dataOf(id))
+            inTransaction([&] { m_state.store.set(id, name, value); });
+    }
     /// Looks up and holds the whole path first; then writes its end, then outward.
     void write(int id, std::string const& path, Value const& value)
     {
@@ -304,7 +317,7 @@ private:
         std::string rest = path;
         for (int at = id; rest.find('.') != std::string::npos;) {
             std::size_t const dot = rest.find('.');
-            Value const* const head = m_state.store.value(at, rest.substr(0, dot));
+            Value const* const head = m_state.value(at, rest.substr(0, dot));
             Providers::Owner const child = head ? m_state.providers.find(*head) : nullptr;
             if (!child)
                 break;
@@ -313,8 +326,8 @@ private:
             children.emplace_back(child, rest);
         }
         for (; !children.empty(); children.pop_back())
-            inTransaction([&] { m_state.store.set(children.back().first->id, children.back().second, value); });
-        inTransaction([&] { m_state.store.set(id, path, value); });
+            writeIn(children.back().first->id, children.back().second, value);
+        writeIn(id, path, value);
     }
     void begin() override { m_state.store.begin(); }
     void commit() override { deliver(m_state.store.commit()); }

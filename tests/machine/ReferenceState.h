@@ -17,18 +17,19 @@ class Providers {
 public:
     struct Provider {
         Providers& all;
-        int id;
-        std::function<void(int)> ended;   // destroys the data
+        Store::Element data;   // as made with it: a roll back may have brought back an older one of the same id
+        int id = data.id;
+        std::function<void(Store::Element)> ended;   // destroys the data
 
-        Provider(Providers& owner, int number, std::function<void(int)> atEnd)
-            : all{owner}, id{number}, ended{std::move(atEnd)}
+        Provider(Providers& owner, Store::Element const& made, std::function<void(Store::Element)> atEnd)
+            : all{owner}, data{made}, ended{std::move(atEnd)}
         {}
         Provider(Provider const&) = delete;
         Provider& operator=(Provider const&) = delete;
         ~Provider()
         {
             all.living.erase(id);
-            ended(id);
+            ended(data);
         }
     };
     using Owner = std::shared_ptr<Provider>;
@@ -49,15 +50,23 @@ struct ReferenceState {
     Store store;
     Providers providers;
 
+    /// Returns the data that the living provider of that id reads and writes; null if they are gone.
+    Store::Context const* dataOf(int id) const
+    {
+        Providers::Owner const provider = providers.find(Ref{id});
+        return provider && store.isAlive(provider->data) ? store.context(id) : nullptr;
+    }
+    /// Returns the value that the living provider of that id has for exactly that name; null for none.
+    Value const* value(int id, std::string const& name) const { return dataOf(id) ? store.value(id, name) : nullptr; }
     /// Returns the value of a name: follows dots through children; a property whose own name is the dotted path takes
     /// precedence.
     Value read(int id, std::string const& name) const
     {
         Value result;
         if (std::size_t const dot = name.find('.'); dot != std::string::npos)
-            if (Value const* const head = store.value(id, name.substr(0, dot)); head && providers.names(*head))
+            if (Value const* const head = value(id, name.substr(0, dot)); head && providers.names(*head))
                 result = read(std::get<Ref>(*head).number, name.substr(dot + 1));
-        if (Value const* const own = store.value(id, name))
+        if (Value const* const own = value(id, name))
             result = *own;
         return result;
     }

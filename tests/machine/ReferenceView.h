@@ -128,6 +128,7 @@ private:
     };
     struct Outcome {
         std::set<int> owners;
+        std::set<int> restored;
         bool orphans = false;
     };
 
@@ -179,8 +180,13 @@ private:
     {
         Outcome outcome;
         for (Store::Entry const& entry : report.entries) {
-            auto const clone = entry.element.isProperty ? clones.end() : clones.find(entry.element.id);
-            if (clone == clones.end() || entry.change != Store::Change::Modified || !state.store.context(clone->first))
+            int const id = entry.element.id;
+            if (entry.element.isProperty || !state.store.isAlive(entry.element))
+                continue;
+            auto const clone = clones.find(id);
+            if (clone == clones.end() && entry.change == Store::Change::Created && isReferredTo(id))
+                outcome.restored.insert(id);
+            if (clone == clones.end())
                 continue;
             Clone const now = read(clone->first);
             auto& properties = clone->second.properties;
@@ -231,8 +237,20 @@ private:
                 if (auto const* const ref = std::get_if<Ref>(&entry.second.value))
                     reach(ref->number, pending);
     }
+    bool isReferredTo(int id) const
+    {
+        Value const reference = Ref{id};
+        return std::any_of(clones.begin(), clones.end(), [&](auto const& clone) {
+            auto const& slots = clone.second.properties;
+            return std::any_of(slots.begin(), slots.end(),
+                               [&](auto const& slot) { return slot.second.value == reference; });
+        });
+    }
     void finish(Outcome const& outcome)
     {
+        for (int const id : outcome.restored)
+            if (clones.count(id) == 0)
+                grow(clones[id] = fresh(id));
         for (int const owner : outcome.owners)
             grow(Clone(clones.at(owner)));
         if (outcome.orphans)

@@ -52,6 +52,7 @@ constexpr std::array<Share, KINDS + 1> SHARES{{{"set", 60, 60},
                                                {"add listener", 3, 2},
                                                {"remove listener", 1, 2},
                                                {"throw", 0, 4},
+                                               {"restore", 6, 4},
                                                {"nothing", 0, 0}}};
 
 std::uint64_t number(std::uint8_t const* bytes)

@@ -77,7 +77,8 @@ enum class Kind : std::uint8_t {
     AddListener,
     RemoveListener,
     Throw,
-    Nothing   ///< never chosen at random
+    Restore,   ///< creates the last context of a slot under the identity that it had
+    Nothing    ///< never chosen at random
 };
 constexpr std::size_t KINDS = static_cast<std::size_t>(Kind::Nothing);
 

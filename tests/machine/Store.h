@@ -25,7 +25,7 @@ using Leaves = std::set<Leaf>;
 using Bindings = std::map<std::string, std::pair<std::size_t, Leaves>>;
 
 struct Refused {};            // thrown for a second property of the same name and for a destroyed property
-constexpr int NOWHERE = -1;   // the owner of an uncontained property
+constexpr int NOWHERE = -2;   // the owner of an uncontained property; -1 is the context that never exists
 
 /// The contents of contexts as plain maps: a snapshot is a copy, and a report is a comparison of two.
 class Store {
@@ -39,6 +39,7 @@ public:
     };
     struct Context {
         bool alive = true;
+        int life = 0;                              // how often it was created under its id
         std::map<std::string, int> properties{};   // by number; numbers are never reused
         std::vector<std::string> active{};
         int mapWrites = 0;
@@ -51,10 +52,8 @@ public:
     struct Element {
         bool isProperty;
         int id;
-        friend bool operator==(Element const& left, Element const& right)
-        {
-            return left.isProperty == right.isProperty && left.id == right.id;
-        }
+        int life = 0;
+        friend bool operator==(Element const&, Element const&) = default;
     };
     enum class Change { Created, Modified, Destroyed };
     struct Entry {
@@ -98,12 +97,17 @@ public:
 
     Property const& property(int id) const { return m_now.properties[index(id)]; }
 
+    Element contextOf(int id) const { return {false, id, m_now.contexts.at(id).life}; }
+    /// True unless the element was destroyed; what was restored under its id is another one.
+    bool isAlive(Element const& element) const { return isIn(m_now, element); }
+
     // Changes, each inside a transaction
 
     void create(int id)
     {
-        touch({false, id});
-        m_now.contexts[id];
+        int const life = m_now.contexts[id].life + 1;
+        m_now.contexts[id] = {true, life};
+        touch(contextOf(id));
     }
     void destroy(int id)
     {
@@ -114,8 +118,8 @@ public:
             touch({true, property});
             at(property).alive = false;
         }
-        touch({false, id});
-        gone = Context{false};
+        touch(contextOf(id));
+        gone = Context{false, gone.life};
     }
     void add(int id, std::string const& name, Value const& value)
     {
@@ -155,7 +159,7 @@ public:
     {
         if (!context(id))
             return;
-        touch({false, id});
+        touch(contextOf(id));
         m_now.contexts[id].active = names;
         ++m_now.contexts[id].activeWrites;
     }
@@ -235,25 +239,29 @@ private:
     }
     void enter(int id, int property)
     {
-        touch({false, id});
+        touch(contextOf(id));
         m_now.contexts[id].properties[at(property).name] = property;
         ++m_now.contexts[id].mapWrites;
     }
     void leave(int property)
     {
         Property const& left = at(property);
-        touch({false, left.owner});
+        touch(contextOf(left.owner));
         m_now.contexts[left.owner].properties.erase(left.name);
         ++m_now.contexts[left.owner].mapWrites;
     }
 
+    static bool isIn(State const& state, Element const& element)
+    {
+        if (element.isProperty)
+            return index(element.id) < state.properties.size() && state.properties[index(element.id)].alive;
+        auto const found = state.contexts.find(element.id);
+        return found != state.contexts.end() && found->second.alive && found->second.life == element.life;
+    }
     std::optional<Entry> entryOf(Element const& element, State const& before) const
     {
-        bool const was =
-            element.isProperty
-                ? index(element.id) < before.properties.size() && before.properties[index(element.id)].alive
-                : before.contexts.count(element.id) != 0 && before.contexts.at(element.id).alive;
-        bool const is = element.isProperty ? property(element.id).alive : context(element.id) != nullptr;
+        bool const was = isIn(before, element);
+        bool const is = isAlive(element);
         if (was != is)
             return Entry{is ? Change::Created : Change::Destroyed, element};
         if (!is)

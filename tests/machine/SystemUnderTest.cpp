@@ -92,16 +92,17 @@ SystemUnderTest::~SystemUnderTest()
 
 // ---- steps
 
-void SystemUnderTest::create(int slot)
+void SystemUnderTest::create(int slot, bool restores)
 {
     Slot& place = m_slots[Store::index(slot)];
-    if (place.provider || m_creating.count(slot) != 0)
+    if (place.provider || m_creating.count(slot) != 0 || (restores && place.last < 0))
         return;
-    int const number = nextContext();
+    int const number = restores ? place.last : nextContext();
+    boost::uuids::uuid const id = restores ? realValue(Ref{number}).getUUID() : boost::uuids::uuid{};
     m_creating.insert(slot);
     Provider made;
     try {
-        made = inSystem([] { return ContextProvider::create(); });
+        made = inSystem([&] { return restores ? ContextProvider::create(id) : ContextProvider::create(); });
     } catch (...) {
         m_creating.erase(slot);
         throw;
@@ -519,8 +520,10 @@ std::array<Bindings, ENGINES> SystemUnderTest::bindings() const
         if (m_engines[i])
             for (auto const& [symbol, bound] : Invariants::bindings(*m_engines[i])) {
                 Leaves leaves;
-                for (auto const& [offset, context] : bound.second)
-                    leaves.insert({offset, m_numbers.at(context)});
+                for (auto const& [offset, context] : bound.second) {
+                    auto const number = m_numbers.find(context);
+                    leaves.insert({offset, number == m_numbers.end() ? -1 : number->second});
+                }
                 all[i][symbol] = {bound.first, leaves};
             }
     return all;

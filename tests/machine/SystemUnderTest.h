@@ -48,7 +48,7 @@ private:
         int last = -1;
     };
 
-    void create(int slot) override;
+    void create(int slot, bool restores) override;
     void drop(int slot) override;
     void change(Op const& op) override;
     static void lift(studio::data::Property const& property, studio::data::Property& held);

@@ -126,7 +126,7 @@ protected:
         int slot;
     };
 
-    virtual void create(int slot) = 0;
+    virtual void create(int slot, bool restores) = 0;
     virtual void drop(int slot) = 0;
     virtual void change(Op const& op) = 0;
     virtual void begin() = 0;
@@ -252,7 +252,8 @@ private:
     {
         switch (op.kind) {
         case Kind::Nothing: return;
-        case Kind::Create: return create(op.slot);
+        case Kind::Create:
+        case Kind::Restore: return create(op.slot, op.kind == Kind::Restore);
         case Kind::Drop: return drop(op.slot);
         case Kind::Begin: return m_batches == 0 && depth() < DEEPEST ? begin() : void();
         case Kind::Commit: return m_batches == 0 && depth() != 0 ? commit() : void();

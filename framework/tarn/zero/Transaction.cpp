@@ -2,6 +2,7 @@
 
 #include "tarn/zero/ModelImpl.h"
 #include "tarn/zero/Value.h"
+#include "tarn/zero/detail/Journal.h"
 
 #include <stdexcept>
 #include <utility>
@@ -21,6 +22,11 @@ void Transaction::commit(boost::optional<Value> const&)
     // The transaction has ended before listeners run: whatever one throws, the destructor finds no open level.
     m_model->commit(m_serial);
     m_model = Model{};
+}
+
+bool Transaction::isOpen() const noexcept
+{
+    return m_model && m_model->m_journal->isOpen(m_serial);
 }
 
 }   // namespace tarn::zero

@@ -28,6 +28,8 @@ public:
     /// - after that the first exception of a listener, unchanged, once all have been called (the change stays).
     /// *Cost*: linear in what was touched. A steady stream of like transactions allocates nothing.
     void commit(boost::optional<Value> const& result);
+    /// True until it is committed, or rolled back together with an outer transaction.
+    bool isOpen() const noexcept;
 
 private:
     friend class Model::Impl;

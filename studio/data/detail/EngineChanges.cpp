@@ -156,12 +156,12 @@ void EngineState::touchContext(boost::uuids::uuid const& id, EngineBatch& batch)
             touch(leaf, exists, batch);
 }
 
-void EngineState::touch(ExpressionLeaf const& leaf, bool keepsLeaf, EngineBatch& batch)
+void EngineState::touch(ExpressionLeaf const& leaf, bool contextExists, EngineBatch& batch)
 {
     Symbol& symbol = *leaf.symbol;
-    if (leaf.isLast && keepsLeaf && !symbol.isTentative)
+    if (leaf.isLast && contextExists && !symbol.isTentative)
         return collect(symbol, batch);   // the end of the path: nothing to rebind (saves two cache misses)
-    Symbol::Cut const cut{leaf.offset, keepsLeaf};
+    Symbol::Cut const cut{leaf.offset, contextExists};
     if (symbol.stamp == lastStamp) {
         symbol.cut = std::min(symbol.cut, cut);
         return;
@@ -184,8 +184,8 @@ void EngineState::rebind(Symbol& symbol)
         symbol.isTentative = false;
         return bindPath(symbol, 0, root, true);
     }
-    if (!cut.keepsLeaf)
-        return unbindFrom(symbol, cut.offset);
+    if (!cut.contextExists)
+        return unbindFrom(symbol, cut.offset + 1);   // the context may be restored: its leaf stays
     bool const isPrefixWhole = cut.offset == 0 || symbol.reachesEnd.in(epoch);
     auto const here =
         std::lower_bound(symbol.leaves.begin(), symbol.leaves.end(), cut.offset,

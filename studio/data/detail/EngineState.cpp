@@ -180,8 +180,8 @@ void EngineState::bindPath(Symbol& symbol, unsigned long offset, std::shared_ptr
     bool reachesEnd = false;
     bool const isCertain =
         walk(symbol, offset, provider,
-             [&](ContextProvider const& here, unsigned long at, std::string_view name, Property::Impl* property) {
-                 std::size_t const index = bindLeaf(symbol, at, here.getId(), property);
+             [&](boost::uuids::uuid const& here, unsigned long at, std::string_view name, Property::Impl* property) {
+                 std::size_t const index = bindLeaf(symbol, at, here, property);
                  isInOrder = isInOrder && (index == next || (at == offset && offset != 0));
                  next = index + 1;
                  reachesEnd = at + name.size() == symbol.text.size();
@@ -200,9 +200,9 @@ bool EngineState::verify(Symbol& symbol)
     bool reachesEnd = false;
     bool const isCertain =
         walk(symbol, 0, root,
-             [&](ContextProvider const& here, unsigned long at, std::string_view name, Property::Impl* property) {
+             [&](boost::uuids::uuid const& here, unsigned long at, std::string_view name, Property::Impl* property) {
                  isOnPath = isOnPath && next != leaves.size() && leaves[next].offset == at &&
-                            leaves[next].binding->context->id == here.getId();
+                            leaves[next].binding->context->id == here;
                  if (isOnPath)
                      links.set(*leaves[next++].binding, property);
                  reachesEnd = at + name.size() == symbol.text.size();

@@ -77,10 +77,11 @@ public:
         bindings.removeIf(symbol, isLeaving);
         symbol.isTentative &= !symbol.leaves.empty();
     }
-    /// Walks a path from `offset` on along the present references. Calls `step(provider, offset, name, property)` for
-    /// each component that it reaches; `property` is null for one that is absent. Returns false if the value of the
-    /// path depends on more than these properties: a dotted name hides the rest of it, or a reference has no living
-    /// provider.
+    /// Walks a path from `offset` on along the present references. Calls `step(context, offset, name, property)` for
+    /// each component that it reaches; `property` is null for one that is absent. A reference without a living provider
+    /// is followed by one component, where a context that is restored under its id is noticed. Returns false if the
+    /// value of the path depends on more than these properties: a dotted name hides the rest of it, or a reference has
+    /// no living provider.
     template <class Step>
     static bool walk(Symbol const& symbol, unsigned long offset, std::shared_ptr<ContextProvider> provider,
                      Step const& step);
@@ -127,7 +128,7 @@ private:
     void touchProperty(Property::Impl& property, tarn::zero::ReportData::Storage const& change, bool isLatest,
                        EngineBatch& batch);
     void touchContext(boost::uuids::uuid const& id, EngineBatch& batch);
-    void touch(ExpressionLeaf const& leaf, bool keepsLeaf, EngineBatch& batch);
+    void touch(ExpressionLeaf const& leaf, bool contextExists, EngineBatch& batch);
     void rebind(Symbol& symbol);
     void collect(Symbol const& symbol, EngineBatch& batch) const;
 };
@@ -143,13 +144,16 @@ bool EngineState::walk(Symbol const& symbol, unsigned long offset, std::shared_p
         bool const isLast = name.size() == rest.size();
         isHidden = isHidden || (!isLast && provider->findHiding(rest));
         Property::Impl* const property = provider->findProperty(name);
-        step(*provider, offset, name, property);
+        step(provider->getId(), offset, name, property);
         if (isLast || !property || !property->getValue().isUUID())
             return !isHidden;
         offset += name.size() + 1;
-        provider = data::model::getContextProvider(property->getValue().getUUID());
-        if (!provider)
+        boost::uuids::uuid const next = property->getValue().getUUID();
+        provider = data::model::getContextProvider(next);
+        if (!provider) {
+            step(next, offset, symbol.componentAt(offset), nullptr);
             return false;
+        }
     }
 }
 

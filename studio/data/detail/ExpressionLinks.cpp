@@ -44,7 +44,9 @@ void ExpressionLinks::revalidate() noexcept
         Binding& binding = stale.front();
         tarn::zero::ModelElement const element = ContextProvider::sharedModel()->findElement(binding.context->id, 1);
         auto* const context = tarn::zero::elementCast<ContextData>(element);
-        set(binding, context ? context->getProperties().findImpl(binding.name) : nullptr);
+        // A proxy refuses to show its properties. It has no provider, so no path goes through it.
+        bool const isReadable = context && !context->isProxy();
+        set(binding, isReadable ? context->getProperties().findImpl(binding.name) : nullptr);
     }
 }
 

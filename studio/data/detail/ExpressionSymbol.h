@@ -32,10 +32,10 @@ struct ExpressionSymbol {
     /// The first component of the path that a report touched.
     struct Cut {
         unsigned long offset;
-        bool keepsLeaf;   // its leaf stays bound: the context still exists
+        bool contextExists;   // otherwise the path ends at that leaf
         friend bool operator<(Cut const& left, Cut const& right) noexcept
         {
-            return left.offset != right.offset ? left.offset < right.offset : left.keepsLeaf < right.keepsLeaf;
+            return left.offset != right.offset ? left.offset < right.offset : left.contextExists < right.contextExists;
         }
     };
 

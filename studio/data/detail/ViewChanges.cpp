@@ -70,7 +70,7 @@ struct ViewState::Update {
     tarn::zero::ReportData const& report;
     std::optional<Change> change;
     std::vector<Addition> additions;
-    std::vector<Reference> gained;   // to contexts with a living provider
+    std::vector<Reference> gained;   // to contexts with a living provider, or restored ones
     std::optional<std::vector<Slot>> slots;
     bool orphansPossible = false;
     bool isLasting = false;   // no open transaction can still roll back the sources or the clones
@@ -144,15 +144,34 @@ void ViewState::followContexts(tarn::zero::ShallowChangeReport<ContextData> cons
     Update update{*this, report.report()};
     update.isLasting = isQuiet();
     exact.follow(report.report(), update.isLasting, false);
-    for (tarn::zero::ReportEntry const entry : report.modified()) {
-        auto const& source = static_cast<ContextData::Impl const&>(*entry.element().get());
-        ContextData const* const clone = source.isAlive() ? cloneOf(source) : nullptr;
-        if (!clone)
-            continue;
-        followActiveContexts(source, *clone->operator->(), update);
-        followNames(source, *clone, update);
-    }
+    for (tarn::zero::ReportEntry const entry : report.created())
+        followRestored(static_cast<ContextData::Impl const&>(*entry.element().get()), update);
+    for (tarn::zero::ReportEntry const entry : report.modified())
+        followContext(static_cast<ContextData::Impl const&>(*entry.element().get()), update);
     finish(update);
+}
+
+/// Mirrors a created context that the view knows by its id: one that was restored.
+void ViewState::followRestored(ContextData::Impl const& source, Update& update)
+{
+    Id const id = source.identifier();
+    if (!source.isAlive())
+        return;
+    if (liveData(id))
+        return followContext(source, update);   // the clone of the destroyed context is there still
+    if (!graph.isReferredTo(id))
+        return;
+    update.begin();
+    update.gained.push_back({id, id});
+}
+
+void ViewState::followContext(ContextData::Impl const& source, Update& update)
+{
+    ContextData const* const clone = source.isAlive() ? cloneOf(source) : nullptr;
+    if (!clone)
+        return;
+    followActiveContexts(source, *clone->operator->(), update);
+    followNames(source, *clone, update);
 }
 
 /// Returns the clone of a context of the shared model; null for a clone that some view keeps in that model.

@@ -93,6 +93,12 @@ bool ViewGraph::isOpen(Id const& id) const noexcept
     return found != nodes.end() && found->second.open != 0;
 }
 
+bool ViewGraph::isReferredTo(Id const& id) const noexcept
+{
+    auto const found = nodes.find(id);
+    return found != nodes.end() && !found->second.in.empty();
+}
+
 std::vector<ViewGraph::Id> ViewGraph::orphans()
 {
     reviewSuspects();

@@ -41,6 +41,8 @@ public:
 
     /// True if the mirrored context refers to one that is not mirrored.
     bool isOpen(Id const& id) const noexcept;
+    /// True if a mirrored context refers to that one, mirrored or not.
+    bool isReferredTo(Id const& id) const noexcept;
 
     /// Returns the mirrored contexts that no record reaches through mirrored ones. *Cost*: proportional to the subtrees
     /// below the records and references removed since the last call, and their neighbours.

@@ -87,6 +87,8 @@ private:
     ContextData const* cloneOf(ContextData::Impl const& source);
     Property::Impl* copyFor(Property::Impl& source);
     void followValue(PropertyValue const& value, Property::Impl& copy, Update& update);
+    void followRestored(ContextData::Impl const& source, Update& update);
+    void followContext(ContextData::Impl const& source, Update& update);
     void followActiveContexts(ContextData::Impl const& source, ContextData::Impl& clone, Update& update);
     void followNames(ContextData::Impl const& source, ContextData const& clone, Update& update);
     bool isQuiet() const noexcept;

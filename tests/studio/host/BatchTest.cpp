@@ -66,6 +66,25 @@ TEST_F(Batches, EndedOutOfOrderAreRefusedOrTakeTheInnerOnesAlong)
     EXPECT_FALSE(ContextProvider::sharedModel()->isInTransaction());
 }
 
+TEST_F(Batches, EndWithATransactionAroundThem)
+{
+    Batch outer;
+    std::optional<Batch> inner;
+    support::rolledBack([&] {
+        inner.emplace(tell);
+        write("x", 2);
+    });
+    EXPECT_FALSE(inner->isOpen());
+    EXPECT_THROW(inner->commit(), std::logic_error);
+    Batch next;   // inside `outer`
+    write("x", 3);
+    inner.reset();
+    EXPECT_EQ(told, "a batch: a batch ended without commit() or rollBack(): its changes are undone");
+    next.commit();
+    outer.commit();
+    EXPECT_EQ(x(), 3);
+}
+
 TEST_F(Batches, AreFinalBeforeListenersThrowOrDestroyThem)
 {
     std::unique_ptr<Batch> open = std::make_unique<Batch>(tell);

@@ -1,6 +1,10 @@
 #include "studio/host/ContextTree.h"
 
+#include "studio/data/ContextHandleImpl.h"
+#include "studio/data/ContextView.h"
 #include "studio/data/ProviderRegistry.h"
+#include "studio/data/model/ContextDataImpl.h"
+#include "studio/data/model/PropertyImpl.h"
 #include "studio/host/Batch.h"
 #include "studio/host/Put.h"
 #include "studio/host/Subscriptions.h"
@@ -169,6 +173,29 @@ TEST_F(Trees, ComeBackFromASnapshot)
     tree.restore(saved, Identities::Kept);
     EXPECT_EQ(tree.save(), saved);
     EXPECT_EQ(tree.find("a.b"), b);
+}
+
+TEST_F(Trees, AreReadAgainThroughReferencesElsewhere)
+{
+    boost::uuids::uuid const doc = tree.make("doc")->getId();
+    put(tree.find("doc"), "title", "x");
+    put(tree.root(), "active", doc);
+    std::string const saved = tree.save();
+    Subscriptions subscriptions{tree.root()};
+    std::string seen;
+    auto const note = [&](std::string const& title) { seen += title + ';'; };
+    Subscription const before = subscriptions.show("active.title", note);
+    auto const early = data::ContextView::create({});
+    auto const earlyHandle = early->acquire(tree.root()->getId(), {});
+    tree.drop("doc");
+    auto const late = data::ContextView::create({});
+    auto const lateHandle = late->acquire(tree.root()->getId(), {});
+    Subscription const between = subscriptions.show("active.title ?? 'none'", note);
+    tree.restore(saved, Identities::Kept);
+    put(tree.find("doc"), "title", "y");
+    EXPECT_EQ(seen, "x;;none;x;x;y;y;");
+    for (auto const* const view : {early.get(), late.get()})
+        EXPECT_EQ(view->getData(doc)->getProperties().findImpl("title")->getValue(), PropertyValue{"y"});
 }
 
 TEST_F(Trees, RefuseATextThatIsNoSnapshot)
