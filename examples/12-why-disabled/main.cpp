@@ -28,9 +28,8 @@ int main()
         editor->setPropertyValue("readOnly", permissions != "rw");
     });
     std::string const save = "editor.dirty && !editor.readOnly";
-    auto const canSave = subscriptions.when(save, [](bool isEnabled) {
-        std::cout << "save is " << (isEnabled ? "enabled" : "disabled") << '\n';
-    });
+    auto const canSave = subscriptions.when(
+        save, [](bool isEnabled) { std::cout << "save is " << (isEnabled ? "enabled" : "disabled") << '\n'; });
 
     editor->setPropertyValue("permissions", "r");
 

@@ -2,6 +2,7 @@
 
 #include "studio/data/ProviderRegistry.h"
 #include "studio/data/detail/EngineState.h"
+#include "studio/data/detail/ProviderTable.h"
 
 #include <boost/container_hash/hash.hpp>
 
@@ -89,6 +90,9 @@ std::vector<ExpressionEngine::Leaf> ExpressionEngine::findLeaves(boost::uuids::u
                                                                  std::string_view name) const
 {
     std::vector<Leaf> found;
+    auto const& providers = detail::ProviderTable::instance().all();
+    if (auto const provider = providers.find(id); provider == providers.end() || !provider->second)
+        return found;   // leaves may await a context of that id
     if (detail::ExpressionBinding const* const binding = state->bindings.find(id, name))
         for (detail::ExpressionLeaf const& leaf : binding->leaves)
             found.push_back({leaf.symbol->text, leaf.offset});

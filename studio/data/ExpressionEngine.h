@@ -111,7 +111,8 @@ public:
     Expression* findExpression(std::string const& text) const;
     /// Returns the texts of the expressions that name `symbol`; null if there are none.
     std::unordered_set<std::string> const* findExpressions(std::string const& symbol) const;
-    /// Returns the leaves bound to property `name` of the context of that id, in no particular order.
+    /// Returns the leaves bound to property `name` of the context of that id, in no particular order; none for a
+    /// context without a living provider.
     std::vector<Leaf> findLeaves(boost::uuids::uuid const& id, std::string_view name) const;
     /// Evaluates an acquired text now; ignores one that has no handle.
     void updateExpression(std::string const& text) const;
