@@ -179,23 +179,23 @@ TEST_F(Trees, AreReadAgainThroughReferencesElsewhere)
 {
     boost::uuids::uuid const doc = tree.make("doc")->getId();
     put(tree.find("doc"), "title", "x");
-    put(tree.root(), "active", doc);
     std::string const saved = tree.save();
-    Subscriptions subscriptions{tree.root()};
+    put(tree.find("doc"), "title", "changed");
+    Provider const elsewhere = support::context({{"active", doc}});
+    Subscriptions subscriptions{elsewhere};
     std::string seen;
     auto const note = [&](std::string const& title) { seen += title + ';'; };
+    auto const early = data::ContextView::create({}), late = data::ContextView::create({});
+    auto const earlyHandle = early->acquire(elsewhere->getId(), {});
     Subscription const before = subscriptions.show("active.title", note);
-    auto const early = data::ContextView::create({});
-    auto const earlyHandle = early->acquire(tree.root()->getId(), {});
     tree.drop("doc");
-    auto const late = data::ContextView::create({});
-    auto const lateHandle = late->acquire(tree.root()->getId(), {});
+    auto const lateHandle = late->acquire(elsewhere->getId(), {});
     Subscription const between = subscriptions.show("active.title ?? 'none'", note);
     tree.restore(saved, Identities::Kept);
-    put(tree.find("doc"), "title", "y");
-    EXPECT_EQ(seen, "x;;none;x;x;y;y;");
     for (auto const* const view : {early.get(), late.get()})
-        EXPECT_EQ(view->getData(doc)->getProperties().findImpl("title")->getValue(), PropertyValue{"y"});
+        EXPECT_EQ(view->getData(doc)->getProperties().findImpl("title")->getValue(), PropertyValue{"x"});
+    put(tree.find("doc"), "title", "y");
+    EXPECT_EQ(seen, "changed;;none;x;x;y;y;");
 }
 
 TEST_F(Trees, RefuseATextThatIsNoSnapshot)
