@@ -20,7 +20,7 @@ struct PropertyChange {
     /// What happened to the property.
     enum class Kind : std::uint8_t {
         Created,
-        Changed,   ///< its value, its name or its context
+        Changed,   ///< another value, name or context
         Destroyed
     };
 
@@ -184,7 +184,7 @@ public:
     std::string chromeTrace() const;
 
 private:
-    class Record;
+    class STUDIO_DATA_LOCAL Record;
     std::unique_ptr<Record> record;
 };
 

@@ -24,7 +24,7 @@ namespace studio::inspect {
 ///
 /// As an observer it receives the rounds of the engine, as a listener also the commits that begin no round. Either may
 /// come first for a report.
-class Watcher::Record final : public tarn::zero::Listener, public data::EngineObserver {
+class STUDIO_DATA_LOCAL Watcher::Record final : public tarn::zero::Listener, public data::EngineObserver {
 public:
     /// An evaluation or a call of a commit, for the trace.
     struct Event {
