@@ -219,7 +219,7 @@ std::string json(Explanation const& explanation)
     std::vector<bool> const decides = decidingNodes(explanation);
     Json document{
         {"text", tree.text()},         {"value", jsonOf(explanation.value)}, {"nodes", Json::array()},
-        {"conditions", Json::array()}, {"deciding", explanation.deciding},   {"isComplete", explanation.isComplete},
+        {"conditions", Json::array()}, {"deciding", explanation.deciding},   {"complete", explanation.isComplete},
         {"symbols", Json::array()}};
     for (std::size_t index = 0; index != tree.nodes().size(); ++index) {
         Tree::Node const& node = tree.nodes()[index];
@@ -231,7 +231,7 @@ std::string json(Explanation const& explanation)
     }
     for (Explanation::Condition const& condition : explanation.conditions)
         document["conditions"].push_back(
-            {{"nodes", condition.nodes}, {"holds", condition.holds}, {"isNeeded", condition.isNeeded}});
+            {{"nodes", condition.nodes}, {"holds", condition.holds}, {"needed", condition.isNeeded}});
     for (Explanation::Symbol const& symbol : explanation.symbols) {
         Json entry{{"path", symbol.path},
                    {"value", jsonOf(detail::languageValue(symbol.walk.value))},

@@ -18,9 +18,9 @@ struct Explanation {
     /// of it, or the whole text; as far as it is none of these operators itself. `a != b` is the sub-condition `a == b`
     /// with `!` in front, `not in` likewise.
     struct Condition {
-        /// Where it stands, as indexes into `tree.nodes()`: more than one if the text repeats it. Ascending.
+        /// The nodes that stand for it, as ascending indexes into `tree.nodes()`: more than one if the text repeats it.
         std::vector<std::uint32_t> nodes;
-        /// Its truth, also if the evaluation skipped it.
+        /// True if the sub-condition holds, also where the evaluation skipped it.
         bool holds;
         /// True if the evaluation needed it.
         bool isNeeded;

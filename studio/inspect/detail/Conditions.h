@@ -29,9 +29,9 @@ private:
     /// What a node is taken for.
     enum class Role : std::uint8_t {
         Unused,     ///< part of a sub-condition
-        Value,      ///< its value counts
-        Truth,      ///< its truth counts, and it is put together of sub-conditions
-        Condition   ///< it is a sub-condition
+        Value,      ///< a node whose value counts
+        Truth,      ///< a node whose truth counts, and that combines sub-conditions
+        Condition   ///< a sub-condition
     };
 
     void assignRoles();

@@ -126,11 +126,6 @@ Outcomes Outcomes::operation(std::span<Outcomes> operands,
     return result;
 }
 
-Outcomes Outcomes::truth() &&
-{
-    return negation(negation(std::move(*this)));
-}
-
 std::vector<Numbers> Outcomes::setsThatChange(gel::Value const& value) const
 {
     std::vector<Numbers> sets;

@@ -43,9 +43,6 @@ public:
     static Outcomes operation(std::span<Outcomes> operands,
                               std::function<gel::Value(std::span<gel::Value const>)> const& apply);
 
-    /// The same outcomes as logicals.
-    Outcomes truth() &&;
-
     /// The sets of sub-conditions whose opposite truths lead to another value than `value`, and no proper subset of
     /// which does; smaller sets first.
     std::vector<std::vector<std::uint32_t>> setsThatChange(gel::Value const& value) const;
