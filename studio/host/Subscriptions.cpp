@@ -97,7 +97,7 @@ struct Watched {
 }   // namespace
 
 struct Subscriptions::Shared {
-    ErrorHandler onError;
+    std::shared_ptr<ErrorHandler const> onError;   // shared: a copy of the function may need memory
     std::optional<Schema> schema;
     bool isEnded = false;
 };
@@ -122,7 +122,7 @@ Subscriptions::~Subscriptions()
 
 void Subscriptions::onError(ErrorHandler handler)
 {
-    shared->onError = std::move(handler);
+    shared->onError = handler ? std::make_shared<ErrorHandler const>(std::move(handler)) : nullptr;
 }
 
 void Subscriptions::require(Schema const& schema)
@@ -146,8 +146,8 @@ Subscription Subscriptions::subscribe(std::string const& text, std::shared_ptr<T
             try {
                 (*told)(value);
             } catch (...) {
-                if (ErrorHandler const handler = shared->onError)   // a copy: it may set another one
-                    detail::report(handler, detail::currentFailure(changed, value));
+                if (auto const handler = shared->onError)   // kept: it may set another one
+                    detail::report(*handler, detail::currentFailure(changed, value));
             }
         })};
 }

@@ -99,9 +99,9 @@ public:
     void addCommits(Watcher const& watcher)
     {
         for (Commit const& commit : watcher.commits()) {
-            Json entry{{"number", commit.number},       {"cause", commit.cause},        {"began", commit.began.count()},
-                       {"ended", commit.ended.count()}, {"changes", Json::array()},     {"created", Json::array()},
-                       {"destroyed", Json::array()},    {"evaluations", Json::array()}, {"calls", Json::array()}};
+            Json entry{{"number", commit.number},    {"cause", commit.cause},        {"began", commit.began},
+                       {"ended", commit.ended},      {"changes", Json::array()},     {"created", Json::array()},
+                       {"destroyed", Json::array()}, {"evaluations", Json::array()}, {"calls", Json::array()}};
             if (!commit.callback.empty())
                 entry["callback"] = reference(commit.callback);
             for (PropertyChange const& each : commit.changes)
@@ -114,7 +114,7 @@ public:
                 entry["evaluations"].push_back({{"expression", reference(each.text)},
                                                 {"before", jsonOf(each.before)},
                                                 {"after", jsonOf(each.after)},
-                                                {"at", each.at.count()}});
+                                                {"at", each.at}});
             }
             for (std::string const& each : commit.calls)
                 entry["calls"].push_back(reference(each));

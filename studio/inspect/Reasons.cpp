@@ -80,6 +80,28 @@ std::vector<bool> truthsOf(Explanation const& explanation)
     return truths;
 }
 
+/// Returns what is shown for a condition without a sentence.
+std::string withoutSentence(Reasons::Fallback const& fallback, Explanation const& explanation, std::uint32_t node,
+                            std::uint32_t parent, bool holds)
+{
+    Tree const& tree = explanation.tree;
+    Tree::Node const& its = tree.nodes()[node];
+    std::string condition{tree.textOf(its)};
+    if (holds && parent != NONE && tree.nodes()[parent].kind == Kind::Not)
+        condition = tree.textOf(tree.nodes()[parent]);
+    else if (holds)
+        condition = its.kind == Kind::Symbol ? '!' + condition : "!(" + condition + ')';
+    if (fallback)
+        return fallback(condition);
+    std::string values;
+    if (its.kind != Kind::Symbol)
+        for (std::string const& symbol : gel::symbols(condition))
+            for (Explanation::Symbol const& known : explanation.symbols)
+                if (known.path == symbol)
+                    values += (values.empty() ? " (" : ", ") + symbol + " is " + literal(known.walk.value);
+    return "needs " + condition + (values.empty() ? "" : values + ')');
+}
+
 }   // namespace
 
 struct Reasons::Table {
@@ -157,34 +179,13 @@ std::vector<std::string> Reasons::reasonFor(std::string const& text) const
             if (outermost != table->sentences.end())
                 sentence = withExpressions(translation ? translation(outermost->second) : outermost->second, shown);
             else
-                sentence = withoutSentence(explanation, condition, parent[condition], truths[condition]);
+                sentence = withoutSentence(fallback, explanation, condition, parent[condition], truths[condition]);
             if (!sentence.empty() && known.insert(sentence).second)
                 found.emplace(nodes[where].offset, std::move(sentence));
         }
     for (auto& entry : found)
         reasons.push_back(std::move(entry.second));
     return reasons;
-}
-
-std::string Reasons::withoutSentence(Explanation const& explanation, std::uint32_t node, std::uint32_t parent,
-                                     bool holds) const
-{
-    Tree const& tree = explanation.tree;
-    Tree::Node const& its = tree.nodes()[node];
-    std::string condition{tree.textOf(its)};
-    if (holds && parent != NONE && tree.nodes()[parent].kind == Kind::Not)
-        condition = tree.textOf(tree.nodes()[parent]);
-    else if (holds)
-        condition = its.kind == Kind::Symbol ? '!' + condition : "!(" + condition + ')';
-    if (fallback)
-        return fallback(condition);
-    std::string values;
-    if (its.kind != Kind::Symbol)
-        for (std::string const& symbol : gel::symbols(condition))
-            for (Explanation::Symbol const& known : explanation.symbols)
-                if (known.path == symbol)
-                    values += (values.empty() ? " (" : ", ") + symbol + " is " + literal(known.walk.value);
-    return "needs " + condition + (values.empty() ? "" : values + ')');
 }
 
 }   // namespace studio::inspect

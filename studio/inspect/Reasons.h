@@ -3,15 +3,12 @@
 #include "studio/data/ContextProvider.h"
 #include "studio/inspect/Export.h"
 
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 namespace studio::inspect {
-
-struct Explanation;
 
 /// A host's sentences for the people in front of the screen: why a command is not available. Each belongs to a
 /// condition that has to hold, and is shown where that condition decides and does not hold.
@@ -49,9 +46,6 @@ public:
 
 private:
     struct Table;
-
-    std::string withoutSentence(Explanation const& explanation, std::uint32_t node, std::uint32_t parent,
-                                bool holds) const;
 
     std::shared_ptr<data::ContextProvider> root;
     std::unique_ptr<Table> table;

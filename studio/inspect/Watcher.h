@@ -5,7 +5,6 @@
 
 #include <boost/uuid/uuid.hpp>
 
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -48,8 +47,8 @@ struct Evaluation {
     data::PropertyValue before;
     /// The value after.
     data::PropertyValue after;
-    /// The time of the evaluation, since the watcher was made.
-    std::chrono::nanoseconds at;
+    /// The time of the evaluation, in nanoseconds since the watcher was made.
+    std::int64_t at;
 };
 
 /// A commit that a watcher has kept.
@@ -71,10 +70,11 @@ struct Commit {
     std::vector<Evaluation> evaluations;
     /// The texts of the handles that were called, in order.
     std::vector<std::string> calls;
-    /// When the watcher received it, since the watcher was made.
-    std::chrono::nanoseconds began;
-    /// When the engine's work on it had ended; equals `began` while that lasts.
-    std::chrono::nanoseconds ended;
+    /// When the watcher received it, in nanoseconds since the watcher was made.
+    std::int64_t began;
+    /// When the engine's work on it had ended, in nanoseconds since the watcher was made; equals `began` while that
+    /// lasts.
+    std::int64_t ended;
 };
 
 /// Why the value of an expression last changed.

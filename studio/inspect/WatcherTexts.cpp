@@ -114,19 +114,18 @@ std::string written(Json const& json)
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
-double microseconds(std::chrono::nanoseconds time)
+double microseconds(std::int64_t nanoseconds)
 {
-    return static_cast<double>(time.count()) / 1000;
+    return static_cast<double>(nanoseconds) / 1000;
 }
 
-Json event(std::string const& name, char const* category, std::chrono::nanoseconds from, std::chrono::nanoseconds to,
-           Json arguments)
+Json event(std::string const& name, char const* category, std::int64_t from, std::int64_t to, Json arguments)
 {
     return {{"name", name},
             {"cat", category},
             {"ph", "X"},
             {"ts", microseconds(from)},
-            {"dur", microseconds(std::max(to - from, std::chrono::nanoseconds{0}))},
+            {"dur", microseconds(std::max(to - from, std::int64_t{0}))},
             {"pid", 1},
             {"tid", 1},
             {"args", std::move(arguments)}};
@@ -212,7 +211,7 @@ std::string Watcher::chromeTrace() const
         events.push_back(event(numbered(commit.number), "round", commit.began, commit.ended,
                                {{"cause", commit.cause}, {"callback", commit.callback}, {"changes", changes}}));
         // A call lasts until the next event of the commit, an evaluation begins at the one before.
-        std::chrono::nanoseconds before = commit.began;
+        std::int64_t before = commit.began;
         for (std::size_t i = 0; i != kept.events.size(); ++i) {
             Record::Event const& each = kept.events[i];
             if (each.isCall) {

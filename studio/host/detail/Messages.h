@@ -3,9 +3,9 @@
 #include "studio/host/ErrorHandler.h"
 
 #include <exception>
+#include <new>
 #include <string>
 #include <string_view>
-#include <utility>
 
 namespace studio::host::detail {
 
@@ -15,16 +15,22 @@ inline std::string inQuotes(std::string_view text)
     return '"' + std::string{text} + '"';
 }
 
-/// The failure that is the exception being handled.
-inline Failure currentFailure(std::string text, data::PropertyValue value = {})
+/// The failure that is the exception being handled. Without memory its texts and value stay empty.
+inline Failure currentFailure(std::string_view text, data::PropertyValue const& value = {}) noexcept
 {
-    Failure failure{std::move(text), std::move(value), std::current_exception(), "an exception of an unknown type"};
+    Failure failure{{}, {}, std::current_exception(), {}};
     try {
-        throw;
-    } catch (std::exception const& exception) {
-        failure.reason = exception.what();
-    } catch (...) {
-        // Has no text.
+        failure.text = text;
+        failure.value = value;
+        try {
+            throw;
+        } catch (std::exception const& exception) {
+            failure.reason = exception.what();
+        } catch (...) {
+            failure.reason = "an exception of an unknown type";
+        }
+    } catch (std::bad_alloc const&) {
+        // What is still empty stays empty.
     }
     return failure;
 }

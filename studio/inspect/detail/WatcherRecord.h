@@ -9,6 +9,7 @@
 #include "tarn/zero/ChangeReport.h"
 #include "tarn/zero/Listener.h"
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -31,7 +32,7 @@ public:
         /// An index into `Commit::evaluations`, or into `Commit::calls` if `isCall`.
         std::size_t index;
         bool isCall;
-        std::chrono::nanoseconds at;
+        std::int64_t at;
         std::uint64_t newest;   // commit: what an evaluation read
     };
     /// What a report says about a change beyond `PropertyChange`.
@@ -122,7 +123,10 @@ private:
     void grow(Kept& commit, std::size_t by) noexcept;
     void lose(std::uint64_t number) noexcept;
     void trim() noexcept;
-    std::chrono::nanoseconds now() const { return std::chrono::steady_clock::now() - start; }
+    std::int64_t now() const
+    {
+        return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now() - start).count();
+    }
 
     data::ExpressionEngine* engine;   // null after its end
     boost::uuids::uuid root{};

@@ -123,6 +123,17 @@ TEST_F(Subscribed, FailuresReachTheHostAndNotTheWriter)
     EXPECT_NO_THROW(root->setPropertyValue("n", 5));
     EXPECT_EQ(failures, "n + 1=6: broken; n + 1=6: broken; ");
     EXPECT_EQ(take(), "n- m+ n+ ");
+    kept.clear();
+    std::optional<support::FailingAllocation> exhausted;
+    int reported = 0;
+    subscriptions->onError([&, held = std::string(100, 'x')](Failure const&) { ++reported, exhausted.reset(); });
+    kept.push_back(subscriptions->watch("'a text that needs memory of its own ' + n", [&](auto const&) {
+        exhausted.emplace(0, support::FailingAllocation::Sticky::Yes);
+        throw 1;
+    }));
+    EXPECT_NO_THROW(root->setPropertyValue("n", 6));
+    EXPECT_EQ(reported, 2) << "without memory, too";
+    kept[0] = subscriptions->watch("n", fails);
     subscriptions->onError({});
     EXPECT_THROW(root->setPropertyValue("n", -5), std::runtime_error);
 }
