@@ -4,7 +4,7 @@
 
 namespace gel::detail {
 
-void EvaluationFrame::useFarMemory(Routine const& routine)
+void EvaluationMemory::useFarMemory(Routine const& routine)
 {
     std::size_t const operands = routine.stackDepth + 1;
     std::size_t const symbols = routine.symbols.size();
@@ -14,7 +14,7 @@ void EvaluationFrame::useFarMemory(Routine const& routine)
     m_texts = reinterpret_cast<Text*>(m_known + symbols);
 }
 
-void EvaluationFrame::forgetAll(std::size_t symbols) noexcept
+void EvaluationMemory::forgetAll(std::size_t symbols) noexcept
 {
     std::fill_n(m_known, symbols, Operand::absent());
 }

@@ -27,7 +27,9 @@ Operand arithmetic(Operand const& left, Operand const& right, Compute compute) n
     return Operand::computed(result, fromFinite);
 }
 
-Operand add(Operand const& left, Operand const& right, Temporaries& temporaries)
+/// Each interpreter has this function for itself, too.
+template <class Tracer>
+Operand add(Operand const& left, Operand const& right, EvaluationFrame<Tracer>& frame)
 {
     if (!left.isText() && !right.isText())
         return arithmetic(left, right, [](double a, double b) { return a + b; });
@@ -42,7 +44,7 @@ Operand add(Operand const& left, Operand const& right, Temporaries& temporaries)
     std::string joined;
     joined.reserve(head.view().size() + tail.view().size());
     joined.append(head.view()).append(tail.view());
-    return Operand(std::move(joined), temporaries);
+    return Operand(std::move(joined), frame.temporaries());
 }
 
 template <class Compare>
@@ -95,7 +97,7 @@ private:
 template <class Tracer>
 Value run(Routine const& routine, std::size_t begin, DataSource const& source, Tracer tracer)
 {
-    EvaluationFrame frame(routine);
+    EvaluationFrame<Tracer> frame(routine);
     Operand* top = frame.bottom();
     Instruction const* const code = routine.code.data();
     Instruction const* const end = code + routine.code.size();
@@ -153,7 +155,7 @@ Value run(Routine const& routine, std::size_t begin, DataSource const& source, T
             }
             break;
         case Operation::EndOfList: *top = Operand(now.small != 0); break;
-        case Operation::Add: join([&](auto& a, auto& b) { return add(a, b, frame.temporaries()); }); break;
+        case Operation::Add: join([&](auto& a, auto& b) { return add(a, b, frame); }); break;
         case Operation::Subtract: compute([](double a, double b) { return a - b; }); break;
         case Operation::Multiply: compute([](double a, double b) { return a * b; }); break;
         case Operation::Divide: compute([](double a, double b) { return a / b; }); break;
