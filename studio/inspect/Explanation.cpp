@@ -1,6 +1,7 @@
 #include "studio/inspect/Explanation.h"
 
 #include "studio/inspect/detail/Conditions.h"
+#include "studio/inspect/detail/Names.h"
 #include "studio/inspect/detail/Values.h"
 
 #include <boost/uuid/uuid_io.hpp>
@@ -77,31 +78,6 @@ std::string endOfPath(Explanation::Symbol const& symbol)
     case Reason::NoContext: break;
     }
     return "there is no context";
-}
-
-char const* nameOf(host::PathEnd::Reason reason) noexcept
-{
-    using Reason = host::PathEnd::Reason;
-    switch (reason) {
-    case Reason::Found: return "found";
-    case Reason::Missing: return "missing";
-    case Reason::PlainValue: return "plain value";
-    case Reason::Dangling: return "dangling";
-    case Reason::Hidden: return "hidden";
-    case Reason::NoContext: break;
-    }
-    return "no context";
-}
-
-char const* nameOf(Kind kind) noexcept
-{
-    switch (kind) {
-    case Kind::Constant: return "constant";
-    case Kind::Symbol: return "symbol";
-    case Kind::Pattern: return "pattern";
-    case Kind::Call: return "call";
-    default: return "operator";
-    }
 }
 
 nlohmann::json jsonOf(gel::Value const& value)
@@ -223,8 +199,12 @@ std::string json(Explanation const& explanation)
         {"symbols", Json::array()}};
     for (std::size_t index = 0; index != tree.nodes().size(); ++index) {
         Tree::Node const& node = tree.nodes()[index];
-        Json entry{{"kind", nameOf(node.kind)}, {"name", node.name},   {"offset", node.offset},
-                   {"size", node.size},         {"parts", node.parts}, {"decides", decides[index] == true}};
+        Json entry{{"kind", detail::nameOf(node.kind)},
+                   {"name", node.name},
+                   {"offset", node.offset},
+                   {"size", node.size},
+                   {"parts", node.parts},
+                   {"decides", decides[index] == true}};
         if (explanation.values[index])
             entry["value"] = jsonOf(*explanation.values[index]);
         document["nodes"].push_back(std::move(entry));
@@ -235,7 +215,7 @@ std::string json(Explanation const& explanation)
     for (Explanation::Symbol const& symbol : explanation.symbols) {
         Json entry{{"path", symbol.path},
                    {"value", jsonOf(detail::languageValue(symbol.walk.value))},
-                   {"end", nameOf(symbol.walk.reason)},
+                   {"end", detail::nameOf(symbol.walk.reason)},
                    {"message", endOfPath(symbol)},
                    {"steps", Json::array()}};
         for (host::Walk::Step const& step : symbol.walk.steps)

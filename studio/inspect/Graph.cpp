@@ -18,14 +18,14 @@
 namespace studio::inspect {
 namespace {
 
-using Kind = Graph::Node::Kind;
+using NodeKind = Graph::Node::Kind;
 
 class Builder {
 public:
     void add(data::ExpressionEngine::Entry const& entry, boost::uuids::uuid const& root)
     {
         std::size_t const expression = graph.nodes.size();
-        graph.nodes.push_back({Kind::Expression, entry.text, entry.value, {}, false});
+        graph.nodes.push_back({NodeKind::Expression, entry.text, entry.value, {}, false});
         if (root.is_nil())
             return;
         gel::Tree const tree{entry.text};
@@ -57,7 +57,7 @@ private:
         auto const [place, isNew] = contexts.try_emplace(step.context, graph.nodes.size());
         if (isNew) {
             std::string label{path.substr(0, step.offset == 0 ? 0 : step.offset - 1)};
-            graph.nodes.push_back({Kind::Context, std::move(label), {}, step.context, false});
+            graph.nodes.push_back({NodeKind::Context, std::move(label), {}, step.context, false});
         }
         return place->second;
     }
@@ -69,7 +69,7 @@ private:
         if (isNew) {
             std::optional<data::PropertyValue> value = reader.find(step.context, place->first.second);
             bool const isMissing = !value;
-            graph.nodes.push_back({Kind::Property, std::string{path.substr(0, step.offset + step.size)},
+            graph.nodes.push_back({NodeKind::Property, std::string{path.substr(0, step.offset + step.size)},
                                    std::move(value).value_or(data::PropertyValue{}), step.context, isMissing});
         }
         return place->second;
@@ -158,10 +158,11 @@ std::string attributes(Graph::Node const& node)
 {
     std::string const value = escaped(detail::literal(node.value));
     switch (node.kind) {
-    case Kind::Context: return "label=\"" + (node.label.empty() ? "root" : escaped(node.label)) + "\", shape=folder";
-    case Kind::Property:
+    case NodeKind::Context:
+        return "label=\"" + (node.label.empty() ? "root" : escaped(node.label)) + "\", shape=folder";
+    case NodeKind::Property:
         return "label=\"" + escaped(node.label) + "\\n" + (node.isMissing ? "missing\", style=dashed" : value + '"');
-    case Kind::Expression: break;
+    case NodeKind::Expression: break;
     }
     return "label=\"" + wrapped(node.label) + "\\n" + value + "\", shape=box, style=filled, fillcolor=\"" +
            (detail::truthOf(node.value) ? "#dcf5e3" : "#eeeeee") + "\", tooltip=\"" + escaped(node.label) + '"';

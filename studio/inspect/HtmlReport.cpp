@@ -3,6 +3,7 @@
 #include "studio/data/ContextProvider.h"
 #include "studio/inspect/Explanation.h"
 #include "studio/inspect/Watcher.h"
+#include "studio/inspect/detail/Names.h"
 #include "studio/inspect/detail/Page.h"
 #include "studio/inspect/detail/PlainText.h"
 #include "studio/inspect/detail/Values.h"
@@ -41,30 +42,6 @@ Json jsonOf(PropertyValue const& value)
     if (value.isDouble() && std::isfinite(value.getDouble()))
         return value.getDouble();
     return value.isDouble() ? Json{{"number", detail::literal(value)}} : plain(value.getString());
-}
-
-char const* nameOf(gel::Tree::Kind kind)
-{
-    switch (kind) {
-    case gel::Tree::Kind::Constant: return "constant";
-    case gel::Tree::Kind::Symbol: return "symbol";
-    case gel::Tree::Kind::Pattern: return "pattern";
-    case gel::Tree::Kind::Call: return "call";
-    default: return "operator";
-    }
-}
-
-char const* nameOf(host::PathEnd::Reason reason)
-{
-    switch (reason) {
-    case host::PathEnd::Reason::Found: return "found";
-    case host::PathEnd::Reason::Missing: return "missing";
-    case host::PathEnd::Reason::PlainValue: return "plain";
-    case host::PathEnd::Reason::Dangling: return "dangling";
-    case host::PathEnd::Reason::Hidden: return "hidden";
-    case host::PathEnd::Reason::NoContext: break;
-    }
-    return "rootless";
 }
 
 char const* nameOf(PropertyChange::Kind kind)
@@ -213,7 +190,7 @@ private:
             result["current"] = std::move(current);
         for (std::size_t each = 0; each != explanation.tree.nodes().size(); ++each) {
             gel::Tree::Node const& node = explanation.tree.nodes()[each];
-            Json json{{"kind", nameOf(node.kind)},
+            Json json{{"kind", detail::nameOf(node.kind)},
                       {"name", plain(node.name)},
                       {"from", text.positions[node.offset]},
                       {"to", text.positions[node.offset + node.size]},
@@ -232,7 +209,7 @@ private:
     Json symbol(Explanation::Symbol const& symbol)
     {
         Json result{{"path", plain(symbol.path)}, {"value", jsonOf(symbol.walk.value)}, {"steps", Json::array()}};
-        result["end"] = symbol.walk.steps.empty() ? "rootless" : nameOf(symbol.walk.reason);
+        result["end"] = detail::nameOf(symbol.walk.reason);
         bool isBound = true;
         for (host::Walk::Step const& step : symbol.walk.steps) {
             std::string_view const name = std::string_view{symbol.path}.substr(step.offset, step.size);

@@ -14,8 +14,8 @@ namespace studio::inspect {
 
 using detail::literal;
 using detail::printable;
-using Json = nlohmann::ordered_json;
-using Kind = PropertyChange::Kind;
+using OrderedJson = nlohmann::ordered_json;
+using ChangeKind = PropertyChange::Kind;
 
 namespace {
 
@@ -71,9 +71,9 @@ std::string numbered(std::uint64_t commit)
 
 std::string describe(PropertyChange const& change)
 {
-    if (change.kind == Kind::Created)
+    if (change.kind == ChangeKind::Created)
         return "created with " + literal(*change.after);
-    if (change.kind == Kind::Destroyed)
+    if (change.kind == ChangeKind::Destroyed)
         return literal(*change.before) + ", destroyed";
     std::string text;
     if (change.name != change.nameBefore)
@@ -91,12 +91,12 @@ std::string describe(Why::Link const& link)
            (link.callback.empty() ? std::string{} : ", by the callback of " + quoted(link.callback));
 }
 
-Json json(PropertyChange const& change)
+OrderedJson json(PropertyChange const& change)
 {
     static constexpr char const* KINDS[] = {"created", "changed", "destroyed"};
-    Json result{{"kind", KINDS[static_cast<std::size_t>(change.kind)]},
-                {"context", to_string(change.context)},
-                {"name", change.name}};
+    OrderedJson result{{"kind", KINDS[static_cast<std::size_t>(change.kind)]},
+                       {"context", to_string(change.context)},
+                       {"name", change.name}};
     if (change.context != change.contextBefore)
         result["contextBefore"] = to_string(change.contextBefore);
     if (change.name != change.nameBefore)
@@ -109,9 +109,9 @@ Json json(PropertyChange const& change)
 }
 
 /// Texts of a host may hold any bytes.
-std::string written(Json const& json)
+std::string written(OrderedJson const& json)
 {
-    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return json.dump(-1, ' ', false, OrderedJson::error_handler_t::replace);
 }
 
 double microseconds(std::int64_t nanoseconds)
@@ -119,7 +119,8 @@ double microseconds(std::int64_t nanoseconds)
     return static_cast<double>(nanoseconds) / 1000;
 }
 
-Json event(std::string const& name, char const* category, std::int64_t from, std::int64_t to, Json arguments)
+OrderedJson event(std::string const& name, char const* category, std::int64_t from, std::int64_t to,
+                  OrderedJson arguments)
 {
     return {{"name", name},
             {"cat", category},
@@ -169,13 +170,13 @@ std::string describe(WhyNot const& whyNot, std::string const& text)
 
 std::string json(Why const& why, std::string const& text)
 {
-    Json changes = Json::array();
+    OrderedJson changes = OrderedJson::array();
     for (std::size_t i = 0; i != why.changes.size(); ++i) {
-        Json change{{"path", why.paths[i]}};
+        OrderedJson change{{"path", why.paths[i]}};
         change.update(json(why.changes[i]));
         changes.push_back(std::move(change));
     }
-    Json chain = Json::array();
+    OrderedJson chain = OrderedJson::array();
     for (Why::Link const& link : why.chain)
         chain.push_back({{"commit", link.commit}, {"callback", link.callback}});
     return written({{"text", text},
@@ -202,10 +203,10 @@ std::string json(WhyNot const& whyNot, std::string const& text)
 
 std::string Watcher::chromeTrace() const
 {
-    Json events = Json::array();
+    OrderedJson events = OrderedJson::array();
     for (Record::Kept const& kept : record->commits()) {
         Commit const& commit = kept.commit;
-        Json changes = Json::array();
+        OrderedJson changes = OrderedJson::array();
         for (PropertyChange const& change : commit.changes)
             changes.push_back(json(change));
         events.push_back(event(numbered(commit.number), "round", commit.began, commit.ended,
@@ -216,7 +217,7 @@ std::string Watcher::chromeTrace() const
             Record::Event const& each = kept.events[i];
             if (each.isCall) {
                 before = i + 1 != kept.events.size() ? kept.events[i + 1].at : std::max(each.at, commit.ended);
-                events.push_back(event(commit.calls[each.index], "call", each.at, before, Json::object()));
+                events.push_back(event(commit.calls[each.index], "call", each.at, before, OrderedJson::object()));
             } else {
                 Evaluation const& evaluation = commit.evaluations[each.index];
                 events.push_back(event(evaluation.text, "evaluation", before, each.at,

@@ -48,8 +48,8 @@ protected:
     std::optional<Temporaries> m_temporaries;   // made by the first operation that computes a text
 };
 
-/// State of one evaluation by the interpreter with that tracer. Each interpreter has these functions for itself, so that
-/// the compiler inlines them: shared ones cost an evaluation 4 % more instructions.
+/// State of one evaluation by the interpreter with that tracer. Each interpreter has these functions for itself, so
+/// that the compiler inlines them: shared ones cost an evaluation 4 % more instructions.
 template <class Tracer>
 class EvaluationFrame : private EvaluationMemory {
 public:

@@ -8,7 +8,7 @@ namespace studio::inspect::detail {
 
 namespace {
 
-using Kind = PropertyChange::Kind;
+using ChangeKind = PropertyChange::Kind;
 
 class NotingReader final : public host::ContextReader {
 public:
@@ -36,7 +36,7 @@ bool Reads::contain(PropertyChange const& change) const
 {
     return properties.count({change.context, change.name}) != 0 ||
            properties.count({change.contextBefore, change.nameBefore}) != 0 ||
-           (change.kind == Kind::Destroyed && contexts.count(change.contextBefore) != 0);
+           (change.kind == ChangeKind::Destroyed && contexts.count(change.contextBefore) != 0);
 }
 
 bool Reads::contain(Commit const& commit) const
@@ -67,7 +67,7 @@ void undo(PropertyChange const& change, ChangedContexts const& before, ChangedCo
 {
     contexts.set(change.context, change.name, before.find(change.context, change.name));
     contexts.set(change.contextBefore, change.nameBefore, before.find(change.contextBefore, change.nameBefore));
-    if (change.kind == Kind::Destroyed)
+    if (change.kind == ChangeKind::Destroyed)
         contexts.setExists(change.contextBefore, true);
 }
 

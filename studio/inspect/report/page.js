@@ -329,10 +329,10 @@ function decisions(expression) {
 const ends = {
     found: () => null,
     missing: (name, context) => `${context} has no property \u201c${name}\u201d`,
-    plain: (name) => `\u201c${name}\u201d is not a context`,
+    'plain value': (name) => `\u201c${name}\u201d is not a context`,
     dangling: (name) => `\u201c${name}\u201d refers to a context that does not exist`,
     hidden: (name, context) => `not followed: ${context} has a property whose own name is \u201c${name}\u201d`,
-    rootless: () => 'there is no root context',
+    'no context': () => 'there is no root context',
 };
 
 function symbolRow(symbol) {

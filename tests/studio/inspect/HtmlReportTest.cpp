@@ -102,7 +102,7 @@ TEST_F(HtmlReport, RefersFromEachThingToTheOthers)
     std::string found;
     for (Json const& each : data["expressions"][1]["symbols"])
         found += each["end"].get<std::string>() + ' ';
-    EXPECT_EQ(found, "plain missing hidden ");
+    EXPECT_EQ(found, "plain value missing hidden ");
     Json const& nested = *std::find_if(data["commits"].begin(), data["commits"].end(),
                                        [](Json const& each) { return each["cause"] != 0; });
     EXPECT_EQ(data["expressions"][nested["callback"].get<std::size_t>()]["text"], "saves && editor.dirty");
