@@ -41,11 +41,12 @@ Task writeSubscribed(bool isWatched)
     std::string const name = propertyName(7);
     watching->subscription = watching->subscriptions.watch(
         name + " + 1", [peer](studio::data::PropertyValue const& value) { peer->received = value.getDouble(); });
-    if (isWatched)
-        watching->watcher.emplace(watching->subscriptions.engine());
     return {[=](std::uint64_t times) {
+                if (isWatched)   // only now: every commit of the process is reported to it, of other workloads too
+                    watching->watcher.emplace(watching->subscriptions.engine());
                 for (; times != 0; --times)
                     peer->set(context, name, peer->written += 1);
+                watching->watcher.reset();
             },
             [=, kept = watching] { return peer->received == peer->written + 1; }};
 }
