@@ -1,5 +1,7 @@
 #include "shell/Commands.h"
 
+#include "gel/Eval.h"
+#include "gel/ParseError.h"
 #include "shell/Places.h"
 #include "shell/Text.h"
 #include "shell/Verbs.h"
@@ -20,6 +22,20 @@ using workbench::counted;
 namespace host = studio::host;
 namespace inspect = studio::inspect;
 
+namespace {
+
+/// A label without spaces and in lower case.
+std::string labelKey(std::string_view label)
+{
+    std::string key;
+    for (char const each : label)
+        if (each != ' ')
+            key += lower(each);
+    return key;
+}
+
+}   // namespace
+
 Commands::Commands(Files& files, Material material)
     : files{files}, model{std::make_unique<Workspace>(std::make_shared<Material const>(std::move(material)))}
 {}
@@ -31,9 +47,9 @@ std::size_t Commands::requireNumber(std::string_view word)
     throw CommandError("expected a whole number, found " + workbench::inQuotes(word));
 }
 
-void Commands::failAt(host::PathEnd const& end, std::string_view path)
+void Commands::failAt(host::PathEnd const& end, std::string_view path, std::string_view advice)
 {
-    throw CommandError(host::describe(end, path));
+    throw CommandError(host::describe(end, path).append(advice));
 }
 
 std::string Commands::textOf(std::string_view argument) const
@@ -43,13 +59,36 @@ std::string Commands::textOf(std::string_view argument) const
         std::size_t const number = requireNumber(argument.substr(1));
         if (number >= expressions.size())
             throw CommandError("there is no expression #" + std::to_string(number) + ": the session has " +
-                               counted(expressions.size(), "expression") + ", counted from 0");
+                               counted(expressions.size(), "expression") + ", numbered from 0");
         return expressions[number].text;
     }
     for (workbench::Expression const& expression : expressions)
         if (expression.source == argument)
             return expression.text;
+    // A label with a slip may also be read as an expression, over names that do not exist.
+    std::string const written = labelKey(argument);
+    for (workbench::Expression const& expression : expressions) {
+        std::string const known = labelKey(expression.source);
+        std::size_t const longer = std::max(known.size(), written.size());
+        if (!known.empty() && longer - std::min(known.size(), written.size()) <= 2 && distance(written, known) <= 2 &&
+            namesNothing(std::string(argument)))
+            throw CommandError("no expression has the label " + workbench::inQuotes(argument) + "; did you mean " +
+                               workbench::inQuotes(expression.source) + '?');
+    }
     return std::string(argument);
+}
+
+/// True if the text does not parse, or if no context has any of its names.
+bool Commands::namesNothing(std::string const& text) const
+{
+    try {
+        for (std::string const& symbol : gel::symbols(text))
+            if (model->root()->hasProperty(symbol.substr(0, symbol.find('.'))))
+                return false;
+    } catch (gel::ParseError const&) {
+        // It is no expression at all.
+    }
+    return true;
 }
 
 Answer Commands::watch(std::string_view argument)
@@ -89,12 +128,12 @@ Answer Commands::set(std::string_view arguments)
     PropertyValue const before = model->root()->getPropertyValue(std::string(path));
     host::Written const written = host::put(model->root(), path, value);
     if (written == host::Written::Nowhere)
-        failAt(host::endOf(model->root(), path), path);
+        failAt(host::endOf(model->root(), path), path, "; make the context first");
     std::string const line = std::string(path) + ": ";
     switch (written) {
     case host::Written::Changed: return {line + places.shown(before) + " -> " + places.shown(value), value};
     case host::Written::Added: return {line + places.shown(value) + ", a new property", value};
-    default: return {line + places.shown(value) + ", as before", value};
+    default: return {line + places.shown(value) + ", unchanged", value};
     }
 }
 
@@ -111,14 +150,14 @@ Answer Commands::make(std::string_view path)
 {
     bool const isThere = model->tree().find(path) != nullptr;
     model->tree().make(path);
-    return std::string(path) + (isThere ? ": a context, as before" : ": a new context");
+    return std::string(path) + (isThere ? ": a context already" : ": a new context");
 }
 
 Answer Commands::drop(std::string_view path)
 {
     if (!model->tree().drop(path))
-        throw CommandError("no context was made at " + workbench::inQuotes(path) +
-                           " here; those of a session are dropped by its steps");
+        throw CommandError("make has made no context at " + workbench::inQuotes(path) +
+                           "; contexts of the session are dropped by its steps only");
     return std::string(path) + ": dropped";
 }
 
@@ -127,7 +166,7 @@ Answer Commands::batch(std::string_view)
     if (model->isInBatch())
         throw CommandError("a batch is open already");
     model->beginBatch();
-    return {"nothing is reported before end; cancel undoes"};
+    return {"changes are reported at end; cancel undoes them"};
 }
 
 Answer Commands::end(std::string_view)
@@ -152,8 +191,8 @@ Answer Commands::step(std::string_view count)
     std::size_t const left = model->material().recording.steps.size() - model->step();
     std::size_t const wanted = count.empty() ? 1 : count == "end" ? left : requireNumber(count);
     if (left == 0 && wanted > 0)
-        throw CommandError(model->step() == 0 ? "there is no session to step through; load brings one"
-                                              : "the session has ended with step " + counted(model->step()));
+        throw CommandError(model->step() == 0 ? "there is no session to step through; load one first"
+                                              : "the session ends with step " + counted(model->step()));
     for (std::size_t i = 0; i < std::min(wanted, left); ++i)
         model->makeStep();
     return position();
@@ -247,7 +286,7 @@ Answer Commands::help(std::string_view name)
         syntax.resize(width + 2, ' ');
         lines.add("  " + syntax + verb.help);
     }
-    lines.add("TEXT is an expression, #N for the one of that number, or its label in the session's file.");
+    lines.add("TEXT is an expression. One of the session may be given by its number (#2) or its label (File > Save).");
     return lines.text;
 }
 

@@ -19,11 +19,11 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// What a command answers.
+/// The result of a command.
 struct Answer {
     std::string text;              ///< for people; may be empty, and have several lines
     nlohmann::ordered_json json;   ///< for programs; null if it is the text
-    bool isDocument = false;       ///< the text is in a language of its own, in which nothing is replaced
+    bool isDocument = false;       ///< the text is DOT or JSON, in which no names are replaced
 
     static Answer document(std::string text, nlohmann::ordered_json json = nullptr)
     {
@@ -35,7 +35,7 @@ struct Answer {
     {}
 };
 
-/// The commands of the shell, a function for each verb; docs are those of the table of verbs. Each gets the rest of its
+/// The commands of the shell, a function for each verb; the table of verbs describes them. Each gets the rest of its
 /// line, without white space at the ends. *Throws* `CommandError`, `gel::ParseError`, `workbench::DocumentError` and
 /// what the library throws; the state is as before then, except for steps that were made.
 class Commands {
@@ -81,12 +81,15 @@ public:
     bool hasQuit() const noexcept { return isDone; }
 
     /// Returns the text that an argument stands for: `#N` for the expression of that number, a label of the session's
-    /// expressions, or a text. *Throws* `CommandError` for a number that there is not.
+    /// expressions, or a text. *Throws* `CommandError` for a number that there is not, and for what is almost a label
+    /// and names nothing that exists.
     std::string textOf(std::string_view argument) const;
 
 private:
     static std::size_t requireNumber(std::string_view word);
-    [[noreturn]] static void failAt(studio::host::PathEnd const& end, std::string_view path);
+    [[noreturn]] static void failAt(studio::host::PathEnd const& end, std::string_view path,
+                                    std::string_view advice = {});
+    bool namesNothing(std::string const& text) const;
     void refuseInBatch(char const* verb) const;
     /// Replays `steps` steps of a material in a new workspace, which takes the place of the present one.
     void restart(std::shared_ptr<Material const> material, std::size_t steps);

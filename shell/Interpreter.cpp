@@ -81,13 +81,13 @@ Answer Interpreter::answer(std::string_view line)
         std::string_view const similar = similarVerb(name);
         throw CommandError(
             "unknown verb " + workbench::inQuotes(name) +
-            (similar.empty() ? "; help lists what there is" : "; did you mean " + std::string(similar) + "?"));
+            (similar.empty() ? "; help lists the verbs" : "; did you mean " + std::string(similar) + "?"));
     }
     std::size_t count = 0;
     for (auto rest = firstWord(arguments); !rest.first.empty() && count <= 2; rest = firstWord(rest.second))
         ++count;
     if (count < verb->fewest || count > verb->most)
-        throw CommandError("expected " + syntaxOf(*verb));
+        throw CommandError("usage: " + syntaxOf(*verb));
     commands.workspace().announce("the command " + std::string(line));
     return (commands.*verb->run)(arguments);
 }

@@ -10,14 +10,14 @@
 
 namespace shell {
 
-/// What came of a line.
+/// The result of a line.
 struct Outcome {
     enum class Kind { Done, Failed, FileFailed };
 
     Kind kind = Kind::Done;
     /// Lines for people without the last line feed, or one JSON object. Empty if there is nothing to print.
     std::string text;
-    /// True if it is no more use to read lines.
+    /// True if no more lines are to be read.
     bool isLast = false;
 };
 

@@ -13,7 +13,7 @@
 #include <optional>
 #include <utility>
 
-// The commands that change nothing.
+// The commands that only read.
 
 namespace shell {
 
@@ -46,7 +46,10 @@ Answer Commands::reason(std::string_view argument)
     Lines lines;
     for (std::string const& sentence : sentences)
         lines.add(sentence);
-    return {sentences.empty() ? "it holds" : lines.text, sentences};
+    return {sentences.empty()
+                ? "its value is " + literal(evaluate(text, model->root()->getId())) + ", which counts as true"
+                : lines.text,
+            sentences};
 }
 
 Answer Commands::flip(std::string_view argument)
@@ -55,7 +58,7 @@ Answer Commands::flip(std::string_view argument)
     std::vector<inspect::Flip> const flips = inspect::flipsOf(text, model->root());
     std::string const wanted = isTrue(evaluate(text, model->root()->getId())) ? "false" : "true";
     Lines lines;
-    lines.add(flips.empty() ? "no set of up to three changes was found that makes it " + wanted
+    lines.add(flips.empty() ? "no set of up to three changes was found that would make it " + wanted
                             : wanted + " after" + (flips.size() > 1 ? " one of" : ""));
     json all = json::array();
     for (inspect::Flip const& flip : flips) {
@@ -73,7 +76,7 @@ Answer Commands::why(std::string_view argument)
     std::string const text = textOf(argument);
     inspect::Why const why = model->watcher().why(text);
     if (why.commit == 0 && !model->engine().findExpression(text))
-        throw CommandError("nothing watches this text, so its changes are not known; watch it first");
+        throw CommandError("this text is not watched, so its changes are not known; watch it first");
     json object = json::parse(inspect::json(why, text));
     Lines lines;
     lines.add(withoutLineEnd(inspect::describe(why, text)));
@@ -88,6 +91,8 @@ Answer Commands::why(std::string_view argument)
 Answer Commands::whyNot(std::string_view argument)
 {
     std::string const text = textOf(argument);
+    if (!model->engine().findExpression(text))
+        throw CommandError("this text is not watched, so its changes are not known; watch it first");
     inspect::WhyNot const whyNot = model->watcher().whyNot(text);
     json object = json::parse(inspect::json(whyNot, text));
     Lines lines;
@@ -130,7 +135,7 @@ Answer Commands::texts(std::string_view word)
                   (label.empty() ? "" : "   [" + label + ']'));
         all.push_back({{"number", i}, {"text", text}, {"label", label}, {"value", value}});
     }
-    return {lines.text.empty() ? "no expression of a session" : lines.text, std::move(all)};
+    return {lines.text.empty() ? "no matching expression" : lines.text, std::move(all)};
 }
 
 Answer Commands::find(std::string_view word)
@@ -146,7 +151,7 @@ Answer Commands::find(std::string_view word)
     Answer const expressions = texts(word);
     if (!expressions.json.empty())
         lines.add(expressions.text);
-    return {lines.text.empty() ? "nothing has that word" : lines.text,
+    return {lines.text.empty() ? "no path or expression contains that word" : lines.text,
             {{"properties", std::move(properties)}, {"texts", expressions.json}}};
 }
 
@@ -162,7 +167,7 @@ Answer Commands::graph(std::string_view argument)
         if (auto const depth = numberIn(argument.substr(space + 1)))
             part = inspect::around(whole, textOf(trimmed(argument.substr(0, space))), *depth);
     if (part.nodes.empty())
-        throw CommandError("neither an expression that is watched, nor a path of a property or context that one reads");
+        throw CommandError("no watched expression has this text, and none reads a property or context at this path");
     return Answer::document(withoutLineEnd(inspect::dot(part)));
 }
 
@@ -184,7 +189,7 @@ Answer Commands::diff(std::string_view arguments)
         }));
     }
     auto const shown = [](PropertyValue const* value) {
-        return !value            ? "nothing"
+        return !value            ? "absent"
                : value->isUUID() ? "context " + std::to_string(RecordedState::numberOf(value->getUUID()))
                                  : literal(*value);
     };

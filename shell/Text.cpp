@@ -15,11 +15,6 @@ namespace {
 
 constexpr std::string_view SPACE = " \t\r\n\v\f";
 
-char lower(char each)
-{
-    return each >= 'A' && each <= 'Z' ? static_cast<char>(each - 'A' + 'a') : each;
-}
-
 /// Appends a control character as an escape that the expression language reads.
 void escape(std::string& result, char control)
 {
@@ -125,6 +120,11 @@ std::string withoutLineEnd(std::string text)
     while (text.ends_with('\n'))
         text.pop_back();
     return text;
+}
+
+char lower(char each)
+{
+    return each >= 'A' && each <= 'Z' ? static_cast<char>(each - 'A' + 'a') : each;
 }
 
 bool containsWord(std::string_view text, std::string_view word)

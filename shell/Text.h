@@ -15,8 +15,8 @@ namespace shell {
 /// its characters.
 std::string literal(studio::data::PropertyValue const& value);
 
-/// Returns a text whose control characters other than line feeds are escaped, so that it cannot steer a terminal. Bytes
-/// that are not UTF-8 are replaced.
+/// Returns a text whose control characters other than line feeds are escaped, so that it cannot control a terminal.
+/// Bytes that are not UTF-8 are replaced.
 std::string printable(std::string_view text);
 
 /// Returns a text without white space at its ends.
@@ -32,7 +32,7 @@ std::optional<std::size_t> numberIn(std::string_view word);
 /// Returns a text without line feeds at its end.
 std::string withoutLineEnd(std::string text);
 
-/// Lines of text, without a line feed behind the last one.
+/// Lines of text, without a line feed after the last one.
 struct Lines {
     std::string text;
 
@@ -41,6 +41,8 @@ struct Lines {
 
 /// True if `text` contains `word`, whatever the case of letters in ASCII.
 bool containsWord(std::string_view text, std::string_view word);
+/// Returns a Latin letter in lower case, and any other byte unchanged.
+char lower(char each);
 /// Returns the number of characters to insert, delete or replace to make `right` of `left`.
 std::size_t distance(std::string_view left, std::string_view right);
 

@@ -101,7 +101,7 @@ std::map<std::string, std::string> Workspace::namesOfContexts() const
 {
     std::map<std::string, std::string> names;
     for (auto const& [id, path] : Places::reachedFrom(root()->getId()).contexts)
-        names[PropertyValue{id}.asString()] = path.empty() ? "the root" : "@" + path;
+        names[PropertyValue{id}.asString()] = "@" + path;
     for (std::size_t i = 1; i < source->recording.contexts; ++i)
         if (PropertyValue const& reference = contexts.reference(i); reference.isUUID())
             names[reference.asString()] = "context " + std::to_string(i);

@@ -22,7 +22,7 @@ namespace shell {
 /// A live model: contexts, an engine over them that has every expression of the session, and a watcher.
 class Workspace final : private studio::data::EngineObserver {
 public:
-    /// The change of a value by one command, whatever happened in between.
+    /// The change of a value from before a command to after it.
     struct Change {
         std::string text;
         studio::data::PropertyValue before;
@@ -58,9 +58,9 @@ public:
     void endBatch(bool isFinal);
     bool isInBatch() const noexcept { return open.has_value(); }
 
-    /// Names what the commits from now on are made by.
+    /// Sets the name under which `makerOf` returns the maker of later commits.
     void announce(std::string command) { current = std::move(command); }
-    /// Returns what made a commit; empty if it is not known.
+    /// Returns the step or command that made a commit; empty if it is not known.
     std::string makerOf(std::uint64_t commit) const;
     /// Returns a text in which the ids of contexts are replaced by `context N`, with the number that the session gives
     /// them, or by `@PATH` for contexts of the tree.

@@ -178,8 +178,9 @@ int main(int count, char** words)
     workbench::protectStandardStreams();
     std::setlocale(LC_CTYPE, "");
     Arguments arguments;
-    CLI::App app("Looks into contexts and the expressions over them: what holds, why, and what would change it.\n",
-                 "studio-shell");
+    CLI::App app(
+        "Explains the expressions over a model or a recorded session: what holds, why, and what would change it.\n",
+        "studio-shell");
     declare(app, arguments);
     try {
         app.parse(count, words);

@@ -14,11 +14,12 @@ namespace studio::inspect {
 
 /// Why the value of a text is what it is.
 struct Explanation {
-    /// A logical sub-condition of the text: an operand of `!`, `&&` and `||`, the condition of `? :`, a logical branch
-    /// of it, or the whole text; as far as it is none of these operators itself. `a != b` is the sub-condition `a == b`
-    /// with `!` in front, `not in` likewise.
+    /// A logical sub-condition of the text: an operand of `!`, `&&` or `||`, a condition or logical branch of `? :`, or
+    /// the whole text. None of these operators is a sub-condition itself. `a != b` counts as `!(a == b)`, `not in` as
+    /// `!` and `in`.
     struct Condition {
-        /// The nodes that stand for it, as ascending indexes into `tree.nodes()`: more than one if the text repeats it.
+        /// The nodes that it has, as ascending indexes into `tree.nodes()`: more than one if the text repeats the
+        /// sub-condition.
         std::vector<std::uint32_t> nodes;
         /// True if the sub-condition holds, also where the evaluation skipped it.
         bool holds;
@@ -29,7 +30,8 @@ struct Explanation {
     struct Symbol {
         /// The dotted path.
         std::string path;
-        /// The walk along it: the contexts that it goes through, and where it ends. Without steps if there is no root.
+        /// The walk along the path: the contexts that it goes through, and where it ends. Has no steps if there is no
+        /// root.
         host::Walk walk;
     };
 
@@ -41,28 +43,30 @@ struct Explanation {
     std::vector<std::optional<gel::Value>> values;
     /// The sub-conditions, in order of their first places in the tree.
     std::vector<Condition> conditions;
-    /// What decides: the sets of sub-conditions, as ascending indexes into `conditions`, whose opposite truths change
-    /// the value of the text, while those of no proper subset do. Of a false `a && b` in which both are false that is
-    /// the set of both. Smaller sets first. Empty if no sub-condition matters, as in a text without one.
+    /// What decides: each minimal set of sub-conditions, as ascending indexes into `conditions`, whose opposite truths
+    /// change the value of the text. If `a` and `b` are both false, `a && b` has one such set, that of both. Smaller
+    /// sets first. Empty if no sub-condition matters, as in a text that has none.
     std::vector<std::vector<std::uint32_t>> deciding;
-    /// False if there are so many sets that some may be missing from `deciding`, and some there may not be the
-    /// smallest.
+    /// False if the search was cut off at its limit: sets may then be missing from `deciding`, and some of those there
+    /// may not be minimal.
     bool isComplete;
     /// The symbols, in order of their first places in the text.
     std::vector<Symbol> symbols;
 };
 
-/// Explains the present value of `text` over the context `root`; null stands for no context. Nothing is acquired and no
-/// expression or engine is affected. *Throws* `gel::ParseError` for a text that does not parse, and as
-/// `host::ContextReader`. *Cost*: several evaluations; the number of deciding sets is limited to 1,024.
+/// Explains the present value of `text` over the context `root`; null stands for no context. Acquires nothing and
+/// affects no expression or engine. *Throws* `gel::ParseError` for a text that does not parse, and what
+/// `host::ContextReader` throws. *Cost*: several evaluations; the number of deciding sets is limited to 1,024.
 STUDIO_INSPECT_EXPORT Explanation explain(std::string const& text, std::shared_ptr<data::ContextProvider> const& root);
 
-/// Explains the value that `text` has over the context `root` as `reader` reads it.
+/// Explains the value that `text` has over the context `root` as `reader` reads it, for instance in the past. *Throws*
+/// `gel::ParseError` for a text that does not parse, and what `reader` throws.
 STUDIO_INSPECT_EXPORT Explanation explain(std::string const& text, boost::uuids::uuid const& root,
                                           host::ContextReader const& reader);
 
-/// Returns the explanation as text for a programmer, a line each: the value, the sub-conditions that decide, the tree
-/// with the value of each node, and the path of each symbol. Control characters are escaped.
+/// Returns the explanation as lines of text for a programmer: the value, the sets that decide, the tree with the value
+/// of each node, and the path of each symbol. At most five sets are listed. In the tree, `>` marks nodes that decide,
+/// and `is not needed` those that the evaluation skipped. Control characters are escaped.
 STUDIO_INSPECT_EXPORT std::string describe(Explanation const& explanation);
 
 /// Returns the explanation as a JSON object; docs/explanations.md describes its members.

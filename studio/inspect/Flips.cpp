@@ -20,7 +20,7 @@ using Kind = Tree::Kind;
 
 namespace {
 
-/// Returns the texts that a regular expression spells out: its alternatives, as far as they are plain.
+/// Returns the alternatives of a regular expression that contain no special characters, as plain texts.
 std::vector<std::string> plainAlternatives(std::string_view pattern)
 {
     std::vector<std::string> found(1);
@@ -36,7 +36,7 @@ std::vector<std::string> plainAlternatives(std::string_view pattern)
     return found;
 }
 
-/// A search for the smallest sets of changes, one number of changes after the other.
+/// Searches for the smallest sets of changes: first sets of one, then of two, then of three.
 class Search {
 public:
     Search(std::string const& text, uuid const& root, host::ContextReader const& reader, std::size_t most)
@@ -111,7 +111,7 @@ private:
     {
         Tree const& tree = explanation.tree;
         auto const nodes = tree.nodes();
-        std::vector<std::uint32_t> first;   // of each node, the first of the nodes that it is made of
+        std::vector<std::uint32_t> first;   // by node: the first node of its subtree
         for (std::uint32_t node = 0; node != nodes.size(); ++node)
             first.push_back(nodes[node].parts.empty() ? node : first[nodes[node].parts.front()]);
         auto const add = [&](std::uint32_t node, bool holds) {
@@ -161,7 +161,7 @@ private:
     static void addCandidates(Property& property, std::vector<PropertyValue> const& constants)
     {
         std::vector<PropertyValue>& all = property.candidates;
-        if (!property.value || !property.value->isUUID()) {   // a reference is replaced by nothing else
+        if (!property.value || !property.value->isUUID()) {   // for a reference, only undefined is proposed
             all.insert(all.end(), constants.begin(), constants.end());
             for (double const step : {1.0, -1.0})
                 for (PropertyValue const& constant : constants)
@@ -232,7 +232,7 @@ private:
         }
     }
 
-    /// Notes the chosen changes if they turn the truth around. One set of values for each set of properties is enough.
+    /// Keeps the chosen changes if they flip the truth. One set of values for each set of properties is enough.
     bool accept()
     {
         std::set<std::size_t> which;

@@ -28,30 +28,32 @@ struct ProposedChange {
     data::PropertyValue after;
 };
 
-/// Changes that together turn the truth of a text around.
+/// A set of changes that together flip the truth of a text.
 struct Flip {
     /// The changes, each of a different property, in order of the symbols in the text.
     std::vector<ProposedChange> changes;
-    /// The value of the text after them.
+    /// The value of the text after the changes.
     gel::Value result;
 };
 
-/// Returns the smallest sets of changes of properties after which the truth of `text` is the opposite, as gel reads
-/// truth: undefined, 0, `false` and the empty text are false. All sets have the same size, three changes at the most;
-/// there are `most` of them at the most. The proposed values are constants of the text and their neighbours (`true`,
-/// `false`, undefined, a number one more or one less), and each set was verified by an evaluation. Empty if none was
-/// found: the truth is constant, needs a context that does not exist, or values that the text does not name. *Throws*
-/// `gel::ParseError` for a text that does not parse, and as `host::ContextReader`. *Cost*: at most some 20,000
-/// evaluations.
+/// Returns the smallest sets of changes of properties that flip the truth of `text`: undefined, 0, `false` and the
+/// empty text count as false. All sets have the same size, at most three changes; at most `most` sets are returned. The
+/// proposed values are constants of the text, numbers one more or one less, `true`, `false` and undefined. Each set was
+/// verified by an evaluation. Empty if none was found: the truth is constant, or depends on a context that does not
+/// exist, or on values that the text does not name. *Throws* `gel::ParseError` for a text that does not parse, and what
+/// `host::ContextReader` throws. *Cost*: at most some 20,000 evaluations.
 STUDIO_INSPECT_EXPORT std::vector<Flip> flipsOf(std::string const& text,
                                                 std::shared_ptr<data::ContextProvider> const& root,
                                                 std::size_t most = 8);
 
-/// Returns the sets over the context `root` as `reader` reads it.
+/// Returns the smallest sets of changes of properties that flip the truth which `text` has over the context `root` as
+/// `reader` reads it. *Throws* `gel::ParseError` for a text that does not parse, and what `reader` throws. *Cost*: at
+/// most some 20,000 evaluations.
 STUDIO_INSPECT_EXPORT std::vector<Flip> flipsOf(std::string const& text, boost::uuids::uuid const& root,
                                                 host::ContextReader const& reader, std::size_t most = 8);
 
-/// Returns a line for a programmer: `editor.readOnly: true -> false, editor.dirty: false -> true`.
+/// Returns the changes as a line of text for a programmer, such as
+/// `editor.readOnly: true -> false, editor.dirty: false -> true`.
 STUDIO_INSPECT_EXPORT std::string describe(Flip const& flip);
 
 }   // namespace studio::inspect

@@ -9,12 +9,12 @@ namespace studio::inspect {
 
 class Watcher;
 
-/// Returns one HTML page on the present state of an engine: its expressions with their explanations, the contexts that
-/// the root reaches with their properties and readers, and, with a watcher, the time line of commits. The page needs
-/// nothing else: styles, program and data are in it, and it requests nothing. What comes from the host, as texts, names
-/// and values, is data in the page and never markup; control characters and bytes that are not UTF-8 are shown as
-/// escapes. `title` is its heading; `watcher` may be null. *Throws* as `host::ContextReader`. *Cost*: an explanation
-/// for each expression.
+/// Returns one HTML page with the heading `title` on the present state of an engine: its expressions with their
+/// explanations, and the contexts that the root reaches, with their properties and the expressions that read them. With
+/// a watcher, which may be null, it also has the time line of commits. The page contains its styles, scripts and data
+/// and makes no requests. Texts, names and values of the host are data in the page and never markup; control characters
+/// and bytes that are not UTF-8 are shown as escapes. *Throws* what `host::ContextReader` throws. *Cost*: an
+/// explanation for each expression.
 STUDIO_INSPECT_EXPORT std::string htmlReport(data::ExpressionEngine const& engine, Watcher const* watcher,
                                              std::string const& title);
 

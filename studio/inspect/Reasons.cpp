@@ -161,28 +161,31 @@ std::vector<std::string> Reasons::reasonFor(std::string const& text) const
 
     std::map<std::size_t, std::string> found;   // by position in the text
     std::set<std::string> known;
-    for (std::size_t number = 0; number != decides.size(); ++number)
-        for (std::uint32_t const condition : explanation.conditions[number].nodes) {
-            if (!decides[number])
-                continue;
-            // What has to hold is the opposite of what holds now, of the condition and of all that encloses it.
-            auto outermost = table->sentences.end();
-            std::uint32_t where = condition;
-            for (std::uint32_t node = condition; node != NONE; node = parent[node]) {
-                auto const its = table->sentences.find(numbers.truth[node] ^ (truths[node] ? 1U : 0U));
-                if (its != table->sentences.end()) {
-                    outermost = its;
-                    where = node;
-                }
+    auto const add = [&](std::uint32_t condition) {
+        // What has to hold is the opposite of what holds now, of the condition and of all that encloses it.
+        auto outermost = table->sentences.end();
+        std::uint32_t where = condition;
+        for (std::uint32_t node = condition; node != NONE; node = parent[node]) {
+            auto const its = table->sentences.find(numbers.truth[node] ^ (truths[node] ? 1U : 0U));
+            if (its != table->sentences.end()) {
+                outermost = its;
+                where = node;
             }
-            std::string sentence;
-            if (outermost != table->sentences.end())
-                sentence = withExpressions(translation ? translation(outermost->second) : outermost->second, shown);
-            else
-                sentence = withoutSentence(fallback, explanation, condition, parent[condition], truths[condition]);
-            if (!sentence.empty() && known.insert(sentence).second)
-                found.emplace(nodes[where].offset, std::move(sentence));
         }
+        std::string sentence;
+        if (outermost != table->sentences.end())
+            sentence = withExpressions(translation ? translation(outermost->second) : outermost->second, shown);
+        else
+            sentence = withoutSentence(fallback, explanation, condition, parent[condition], truths[condition]);
+        if (!sentence.empty() && known.insert(sentence).second)
+            found.emplace(nodes[where].offset, std::move(sentence));
+    };
+    for (std::size_t number = 0; number != decides.size(); ++number)
+        if (decides[number])
+            for (std::uint32_t const condition : explanation.conditions[number].nodes)
+                add(condition);
+    if (explanation.deciding.empty())   // the whole text has to hold, as of a property that is absent
+        add(static_cast<std::uint32_t>(nodes.size() - 1));
     for (auto& entry : found)
         reasons.push_back(std::move(entry.second));
     return reasons;

@@ -10,32 +10,32 @@
 
 namespace studio::inspect {
 
-/// A host's sentences for the people in front of the screen: why a command is not available. Each belongs to a
-/// condition that has to hold, and is shown where that condition decides and does not hold.
+/// A host's table of sentences that say to users why a command is not available. Each sentence belongs to a condition
+/// that has to hold. It is shown if that condition decides and does not hold.
 class STUDIO_INSPECT_EXPORT Reasons {
 public:
-    /// Turns a sentence of the table into another language, before its values are inserted.
+    /// Returns the translation of a sentence of the table. Values are inserted into the result.
     using Translation = std::function<std::string(std::string const& sentence)>;
-    /// Makes a sentence for a condition that is not in the table. An empty result leaves it out.
+    /// Returns a sentence for a condition that is not in the table. If it is empty, nothing is shown.
     using Fallback = std::function<std::string(std::string const& condition)>;
 
-    /// Explains over the context `root`.
+    /// Makes an empty table; `reasonFor` evaluates texts over the context `root`. Null stands for no context.
     explicit Reasons(std::shared_ptr<data::ContextProvider> root);
     Reasons(Reasons&& other) noexcept;
     Reasons& operator=(Reasons&& other) noexcept;
     ~Reasons();
 
-    /// Adds the sentence that is shown when `condition` does not hold; replaces one of an equal condition. Conditions
-    /// are equal if they differ in spacing, parentheses, spellings of names and operators, doubled `!`, or the sides of
-    /// a comparison only: `!(a == 'x')` is `'x' != a`. Expressions in braces are replaced by their values when the
-    /// sentence is shown: `Only {selection.count} of {selection.needed}`; `{{` stands for a brace. *Throws*
-    /// `gel::ParseError` for a condition or an expression in braces that does not parse, and `std::invalid_argument`
-    /// for a brace that is not closed; nothing is added then.
+    /// Adds the sentence that is shown when `condition` does not hold, or replaces that of an equal condition.
+    /// Conditions are equal if they differ only in spacing, parentheses, spellings of names and operators, doubled `!`,
+    /// or the sides of a comparison: `!(a == 'x')` equals `'x' != a`. Expressions in braces are replaced by their
+    /// values when the sentence is shown: `Only {selection.count} of {selection.needed}`; `{{` stands for a brace.
+    /// *Throws* `gel::ParseError` for a condition or an expression in braces that does not parse, and
+    /// `std::invalid_argument` for a brace that is not closed; nothing is added then.
     void add(std::string const& condition, std::string sentence);
     /// Sets the translation of sentences. An empty function, as at first, leaves them as they are.
     void translate(Translation translation);
-    /// Sets what is shown for conditions without a sentence. An empty function restores the built-in: `needs …`, with
-    /// the condition and the present values of its symbols.
+    /// Sets the function that makes sentences for conditions that are not in the table. An empty function restores the
+    /// default: `needs …`, with the condition and the present values of its symbols.
     void otherwise(Fallback fallback);
 
     /// Returns the sentences that say why `text` does not count as true at present: those of all sub-conditions that

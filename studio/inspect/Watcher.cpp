@@ -19,7 +19,7 @@ using detail::ChangedContexts;
 
 namespace {
 
-/// Tells why a text changed, from the commits and the contexts as they are now.
+/// Finds why the value of a text changed, from the kept commits and the present contexts.
 template <class Record>
 class Explainer {
 public:
@@ -53,7 +53,7 @@ public:
 private:
     using Turn = typename Record::Turn;
 
-    /// False if the expression has another value by now: what changed it is not kept.
+    /// True if `value` is the present value of the expression. If not, the commit that changed it is not kept.
     bool isPresent(PropertyValue const& value) const
     {
         if (!record.liveEngine())
@@ -69,7 +69,8 @@ private:
         return detail::evaluate(program, record.rootId(), contexts, reads);
     }
 
-    /// Finds the last commit, up to `newest`, that changed the value to `after`. None if the record does not show it.
+    /// Finds the last commit, up to `newest`, that changed the value to `after`; none if the record does not contain
+    /// it.
     std::optional<Turn> findTurn(std::uint64_t newest, PropertyValue const& after) const
     {
         if (!record.isUpToDate() || !record.isWholeFrom(newest))
@@ -83,7 +84,7 @@ private:
                                [&](PropertyValue const& value) { return !(value == after); });
     }
 
-    /// Adds the changes that explain the turn.
+    /// Adds the changes that explain the change of the value.
     void name(Turn const& turn, Why& why) const
     {
         Commit const& commit = turn.commit->commit;

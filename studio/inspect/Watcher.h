@@ -25,7 +25,7 @@ struct PropertyChange {
 
     /// What happened.
     Kind kind;
-    /// The context that has the property; nil for none. Of a destroyed property, the one that had it.
+    /// The context that has the property, or had it if it was destroyed; nil for none.
     boost::uuids::uuid context;
     /// The name of the property.
     std::string name;
@@ -55,25 +55,24 @@ struct Evaluation {
 struct Commit {
     /// The number of its report, `ReportData::number()`.
     std::uint64_t number;
-    /// The number of the commit under whose delivery it began; 0 for none.
+    /// The number of the commit in whose delivery this one was made; 0 for none.
     std::uint64_t cause;
-    /// The text whose callback was running then; empty if none of the engine's was.
+    /// The text whose callback made it; empty if no callback of the engine was running.
     std::string callback;
-    /// The changes of properties, in order of first touch.
+    /// The changes of properties, in the order in which the transaction first touched each.
     std::vector<PropertyChange> changes;
-    /// The contexts that it created.
+    /// The contexts that the commit created.
     std::vector<boost::uuids::uuid> created;
-    /// The contexts that it destroyed.
+    /// The contexts that the commit destroyed.
     std::vector<boost::uuids::uuid> destroyed;
-    /// The evaluations that followed, in their order; those of `ExpressionEngine::updateExpression` after the newest
-    /// commit, too.
+    /// The evaluations that followed from it, in their order. Evaluations by `ExpressionEngine::updateExpression` are
+    /// entered in the commit that is the newest at that time.
     std::vector<Evaluation> evaluations;
     /// The texts of the handles that were called, in order.
     std::vector<std::string> calls;
     /// When the watcher received it, in nanoseconds since the watcher was made.
     std::int64_t began;
-    /// When the engine's work on it had ended, in nanoseconds since the watcher was made; equals `began` while that
-    /// lasts.
+    /// When the engine had finished its round, in nanoseconds since the watcher was made; equals `began` until then.
     std::int64_t ended;
 };
 
@@ -90,62 +89,62 @@ struct Why {
     /// The number of the commit that changed the value; 0 if none that is kept did.
     std::uint64_t commit = 0;
     /// The number of the commit in whose round the expression was evaluated. It differs from `commit` if a callback
-    /// wrote before the expression was due, and for a change that evaluates nothing, such as a rename.
+    /// made another commit before the expression was evaluated, and if `commit` caused no evaluation, as a rename does.
     std::uint64_t evaluated = 0;
-    /// The value before it.
+    /// The value before that evaluation.
     data::PropertyValue before;
-    /// The value after it.
+    /// The value after that evaluation.
     data::PropertyValue after;
-    /// The changes that did it: each that undoes the change of the value if it alone is undone. If there is none, all
-    /// changes of properties that the text read, and `isTogether` is true. Undoing the destruction of a property with
-    /// its context brings that context back, too.
+    /// The changes that caused it: each one that, undone alone, undoes the change of the value. If there is none, all
+    /// changes of properties that the text read, and `isTogether` is true. Undoing the destruction of a property also
+    /// restores its context.
     std::vector<PropertyChange> changes;
     /// The path of each of `changes`, as the text reaches it.
     std::vector<std::string> paths;
     /// True if only several changes together explain the change of the value.
     bool isTogether = false;
-    /// False if the changes cannot be told, and none are named: a commit that they depend on is not kept, or a
-    /// transaction is open. `commit` then equals `evaluated`, and a commit that is not kept may have changed the value
-    /// since.
+    /// False if the changes are not known, because a commit that they depend on is not kept or a transaction is open.
+    /// Then `changes` is empty and `commit` equals `evaluated`, and a commit that is not kept may have changed the
+    /// value since.
     bool isComplete = true;
-    /// The chain of causes: this commit, the one whose callback made it, and so on up to a commit that no callback
-    /// made, or that is no longer kept.
+    /// The chain of causes: this commit, the commit in whose delivery a callback made it, and so on. Ends with a commit
+    /// that no callback made, or before one that is no longer kept.
     std::vector<Link> chain;
 };
 
-/// Why an expression has not changed. Each row but the first two and the last is one of the guide *When an expression
-/// does not update*.
+/// The case that explains why the value of an expression has not changed. All but `NotAcquired`, `Untouched` and
+/// `NotKept` are rows of the guide *When an expression does not update*.
 enum class Standstill : std::uint8_t {
     NotAcquired,    ///< no handle of the engine has the text
     Untouched,      ///< nothing has touched the paths of its symbols
     SameResult,     ///< the last commit that touched it left the value equal
-    Hidden,         ///< a property with dots in its name hides the path that the symbol is bound along
+    Hidden,         ///< a property with dots in its name hides, or hid, the path that the symbol is bound along
     Renamed,        ///< a property that the text reads was renamed
     Moved,          ///< a property that the text reads was moved to another context
     Unbound,        ///< the release of another text unbound a symbol that both name
     InRound,        ///< a round is running, and the expression is still to be evaluated in it
     Interrupted,    ///< an exception of a callback ended the round before the expression was evaluated
-    Endless,        ///< a write was refused inside the delivery of too many commits
+    Endless,        ///< callbacks wrote in response to each other without end, and a write was refused
     RolledBack,     ///< the value was read in a transaction that was rolled back
     NotANumber,     ///< NaN was written over NaN
     ProviderGone,   ///< the provider of a context was released in a transaction that was rolled back
     NotKept         ///< the value is not that of the present contexts, and the commit that shows why is not kept
 };
 
-/// Why an expression has not changed, with the evidence.
+/// Why the value of an expression has not changed: a case, and the symbol and commit that show it.
 struct WhyNot {
-    /// The row that applies.
+    /// The case that applies.
     Standstill row;
-    /// The symbol that it concerns; empty if it concerns the whole text.
+    /// The symbol that the case concerns; empty if it concerns the whole text.
     std::string symbol{};
-    /// The commit that shows it; 0 if none does.
+    /// The number of the commit that shows the case; 0 if none does.
     std::uint64_t commit = 0;
 };
 
-/// Keeps the last commits of the shared model and what an engine did for each, and answers from them why an expression
-/// has or has not changed. For tools: while a watcher exists, every commit is reported and copied.
+/// Keeps the last commits of the shared model and what an engine did for each, and finds in them why the value of an
+/// expression has or has not changed. For tools: while a watcher exists, every commit is reported and copied.
 ///
-/// It acquires no expression and writes nothing.
+/// A watcher acquires no expression and writes nothing.
 class STUDIO_INSPECT_EXPORT Watcher {
 public:
     /// How much is kept. The oldest commits are dropped first; the newest is always kept.
@@ -156,9 +155,10 @@ public:
         std::size_t bytes = 4 << 20;
     };
 
-    /// Watches an engine with the default limits from now on.
+    /// Watches an engine from now on, with the default limits. The engine may be destroyed first: the watcher then uses
+    /// what it has recorded.
     explicit Watcher(data::ExpressionEngine& engine);
-    /// Watches an engine from now on. The engine may end first: the watcher then answers from what it has recorded.
+    /// Watches an engine from now on. The engine may be destroyed first: the watcher then uses what it has recorded.
     Watcher(data::ExpressionEngine& engine, Limits limits);
     ~Watcher();
     Watcher(Watcher const&) = delete;
@@ -171,12 +171,12 @@ public:
     /// Returns the approximate number of bytes of the commits that are kept.
     std::size_t bytes() const noexcept;
 
-    /// Says why the value of an acquired text last changed. *Throws* `gel::ParseError` for a text that does not parse,
-    /// and as `host::ContextReader`. *Cost*: an evaluation for each changed property that the text reads, and a pass
-    /// over the later commits.
+    /// Returns why the value of an acquired text last changed. *Throws* `gel::ParseError` for a text that does not
+    /// parse, and what `host::ContextReader` throws. *Cost*: an evaluation for each changed property that the text
+    /// reads, and a pass over the later commits.
     Why why(std::string const& text) const;
-    /// Says why an acquired text has not changed since it last did. *Throws* as `why`. *Cost*: an evaluation, a copy of
-    /// the engine's list of expressions, and a pass over the commits.
+    /// Returns why the value of an acquired text has not changed since its last change. *Throws* as `why`. *Cost*: an
+    /// evaluation, a copy of the engine's list of expressions, and a pass over the commits.
     WhyNot whyNot(std::string const& text) const;
 
     /// Returns the rounds as a trace in the JSON format that trace viewers of browsers read: evaluations, callbacks and
@@ -188,16 +188,18 @@ private:
     std::unique_ptr<Record> record;
 };
 
-/// Returns all rows that may apply to a text of `engine`, as far as the present state shows them. *Throws* as
-/// `Watcher::why`.
+/// Returns all cases that may explain why the value of a text of `engine` has not changed, as far as the present state
+/// shows them. Needs no watcher. *Throws* as `Watcher::why`.
 STUDIO_INSPECT_EXPORT std::vector<WhyNot> whyNot(data::ExpressionEngine const& engine, std::string const& text);
 
-/// Returns a sentence or more for a programmer, a line each, with old and new values, paths and the chain of causes.
+/// Returns lines of text for a programmer: the old and the new value, the changes with their paths, and the chain of
+/// causes.
 STUDIO_INSPECT_EXPORT std::string describe(Why const& why, std::string const& text);
-/// Returns a sentence for a programmer: what is seen, why, and what to do.
+/// Returns a sentence for a programmer: that the value has not changed, why, and what to do.
 STUDIO_INSPECT_EXPORT std::string describe(WhyNot const& whyNot, std::string const& text);
-/// Returns the answer as a JSON object; docs/explanations.md describes its members.
+/// Returns why the value of `text` changed as a JSON object; docs/explanations.md describes its members.
 STUDIO_INSPECT_EXPORT std::string json(Why const& why, std::string const& text);
+/// Returns why the value of `text` has not changed as a JSON object; docs/explanations.md describes its members.
 STUDIO_INSPECT_EXPORT std::string json(WhyNot const& whyNot, std::string const& text);
 
 }   // namespace studio::inspect

@@ -19,7 +19,7 @@ using ChangeKind = PropertyChange::Kind;
 
 namespace {
 
-/// What a row of the guide looks like, why, and what to do about it.
+/// A case of `Standstill`: its name, the reason, and what to do.
 struct Row {
     char const* name;
     char const* why;
@@ -29,14 +29,15 @@ struct Row {
 // By value of `Standstill`.
 constexpr Row ROWS[] = {
     {"NotAcquired", "no handle of the engine has this text", "texts that differ in spacing are different expressions"},
-    {"Untouched", "no commit has touched what it reads since", "check the paths of its symbols"},
-    {"SameResult", "the last commit that touched it left its value equal, and no callback runs then",
+    {"Untouched", "no commit has touched a property that it reads since it was last evaluated",
+     "check the paths of its symbols"},
+    {"SameResult", "the last commit that touched a property that it reads left its value equal, so no callback ran",
      "read the value of the handle"},
     {"Hidden", "a property with dots in its name hides, or hid, the path that the expression is bound along",
      "do not use dots in names; the next change of the path is seen"},
-    {"Renamed", "a property on its path was renamed, which wakes only readers of the new name",
+    {"Renamed", "a property on its path was renamed, which evaluates only expressions that read the new name",
      "remove and add the property instead"},
-    {"Moved", "a property on its path was moved to another context, which wakes only readers of the new place",
+    {"Moved", "a property on its path was moved, which evaluates only expressions that read it in the new context",
      "remove and add the property instead"},
     {"Unbound", "the release of another text unbound a symbol that both name",
      "use an engine made with ReleasePolicy::KeepsShared"},
@@ -108,7 +109,7 @@ OrderedJson json(PropertyChange const& change)
     return result;
 }
 
-/// Texts of a host may hold any bytes.
+/// Returns a JSON document as text. Bytes of the host that are not UTF-8 are replaced.
 std::string written(OrderedJson const& json)
 {
     return json.dump(-1, ' ', false, OrderedJson::error_handler_t::replace);

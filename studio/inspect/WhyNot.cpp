@@ -20,7 +20,7 @@ using Reason = host::PathEnd::Reason;
 
 namespace {
 
-/// A symbol of a text, and its path at present.
+/// A symbol of a text, and the present walk along its path.
 struct Path {
     std::string symbol;
     host::Walk walk;
@@ -29,11 +29,11 @@ struct Path {
     {
         return std::string_view{symbol}.substr(step.offset, step.size);
     }
-    /// The whole rest of the symbol: a property of that name hides the path.
+    /// The rest of the symbol from that step on. A property whose whole name is this rest hides the path.
     std::string_view restAt(host::Walk::Step const& step) const { return std::string_view{symbol}.substr(step.offset); }
 };
 
-/// What the state shows about an expression.
+/// The present state of an expression: its value, its paths, and what it reads.
 struct State {
     State(ExpressionEngine const* from, std::string const& text) : program{text}, engine{from}
     {
@@ -57,13 +57,13 @@ struct State {
         auto const leaves = engine->findLeaves(context, name);
         return std::any_of(leaves.begin(), leaves.end(), [&](auto const& leaf) { return leaf.symbol == path.symbol; });
     }
-    /// True unless a release has unbound the symbol: as long as it is bound, so is its first name.
+    /// True unless a release has unbound the symbol. A symbol is bound if the first name of its path is.
     bool isBound(Path const& path) const
     {
         host::Walk::Step const& first = path.walk.steps.front();
         return isBound(path, first.context, path.restAt(first).substr(0, path.symbol.find('.')));
     }
-    /// True if a change at that place evaluates the expression.
+    /// True if a change of that property evaluates the expression.
     bool isBoundAt(boost::uuids::uuid const& context, std::string_view name) const
     {
         return std::any_of(paths.begin(), paths.end(), [&](Path const& path) { return isBound(path, context, name); });
@@ -95,7 +95,7 @@ struct State {
     ExpressionEngine const* engine;
     host::ContextReader const contexts;
     std::optional<PropertyValue> value;   // empty if the text is not acquired
-    bool isCurrent = true;                // an evaluation now would yield it
+    bool isCurrent = true;                // an evaluation now yields the same value
     detail::Reads reads;                  // of that evaluation
     std::vector<Path> paths;
 };
@@ -105,8 +105,8 @@ bool isNaN(std::optional<PropertyValue> const& value)
     return value && value->isDouble() && std::isnan(value->getDouble());
 }
 
-/// The row of a change that wakes no reader of a path: it hides the path or stops hiding it, or moves or renames a
-/// property on it.
+/// Returns the case of a change that does not evaluate the expressions bound along a path: the change hides the path,
+/// stops hiding it, or moves or renames a property on it. None for other changes.
 std::optional<Standstill> unnoticed(PropertyChange const& change, Path const& path)
 {
     for (host::Walk::Step const& step : path.walk.steps) {
@@ -124,7 +124,7 @@ std::optional<Standstill> unnoticed(PropertyChange const& change, Path const& pa
     return std::nullopt;
 }
 
-/// Finds the row for a text, from the state and the commits that are kept.
+/// Finds the case for a text, from its state and the commits that are kept.
 template <class Record>
 class Finder {
 public:
@@ -156,12 +156,12 @@ public:
 private:
     using Kept = typename Record::Kept;
 
-    /// The row of an expression whose value is not that of the present contexts: that of the commit before which it
-    /// was.
+    /// Returns the case of an expression whose value is out of date. It follows from the commit before which the value
+    /// was up to date.
     WhyNot stale() const
     {
         if (data::ContextProvider::sharedModel()->isInTransaction())
-            return {Standstill::Untouched};   // by a commit: the writes of a transaction come with its end
+            return {Standstill::Untouched};   // no commit has touched it yet: the writes belong to the open transaction
         if (Path const* const path = state.withoutProvider())
             return {Standstill::ProviderGone, path->symbol};
         auto const& commits = record.commits();
@@ -171,7 +171,9 @@ private:
                     : record.findTurn(state.program, commits.size() - 1, detail::ChangedContexts{state.contexts},
                                       [this](PropertyValue const& value) { return value == *state.value; });
         if (!turn)
-            return {record.droppedCount() == 0 ? Standstill::RolledBack : Standstill::NotKept};
+            return {record.droppedCount() == 0 && !record.wasAcquiredBefore(state.program.text())
+                        ? Standstill::RolledBack
+                        : Standstill::NotKept};
         Kept const& kept = *turn->commit;
         std::uint64_t const number = kept.commit.number;
         for (PropertyChange const& change : kept.commit.changes)
@@ -187,7 +189,8 @@ private:
         return {Standstill::Interrupted, std::move(symbol), number};
     }
 
-    /// The newest commit in whose delivery writes were refused, if what began with `first`'s origin led there.
+    /// Returns the newest commit in whose delivery writes were refused, if it is nested in the same outermost commit as
+    /// `first`; else null.
     Kept const* refusedAfter(Kept const* first) const
     {
         auto const& commits = record.commits();
@@ -197,7 +200,7 @@ private:
         return found == commits.rend() ? nullptr : &*found;
     }
 
-    /// The symbol that a change touched; none if it touched none of the text.
+    /// Returns the symbol of the text that a change touched; none if it touched none.
     std::optional<std::string> symbolAt(PropertyChange const& change) const
     {
         Path const* const path =

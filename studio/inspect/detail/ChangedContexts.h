@@ -12,17 +12,18 @@
 
 namespace studio::inspect::detail {
 
-/// Contexts as another reader reads them, except for what is set here: how they were, or would be.
+/// A reader with overrides: contexts as another reader reads them, except for what is set here. Used for states of the
+/// past and for proposed ones.
 class ChangedContexts final : public host::ContextReader {
 public:
     /// *Lifetime*: refers to `read`.
     explicit ChangedContexts(host::ContextReader const& read) noexcept : base{read} {}
 
-    /// Gives the property `name` of a context another value; none if it is empty.
+    /// Overrides the property `name` of a context; an empty value removes the property.
     void set(boost::uuids::uuid const& context, std::string_view name, std::optional<data::PropertyValue> value);
-    /// Takes the value of `set` back.
+    /// Removes the override of the property `name` of a context.
     void unset(boost::uuids::uuid const& context, std::string_view name);
-    /// Lets a context exist or not.
+    /// Overrides whether a context exists.
     void setExists(boost::uuids::uuid const& context, bool exists) { contexts[context] = exists; }
 
     bool hasContext(boost::uuids::uuid const& id) const override;

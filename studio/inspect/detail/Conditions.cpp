@@ -13,7 +13,7 @@ using Kind = gel::Tree::Kind;
 
 namespace {
 
-/// True for operators that are looked through: they combine sub-conditions.
+/// True for operators that combine sub-conditions and are none themselves.
 constexpr bool isConnective(Kind kind) noexcept
 {
     return kind == Kind::Not || kind == Kind::And || kind == Kind::Or || kind == Kind::NotEqual || kind == Kind::NotIn;
@@ -75,7 +75,7 @@ Conditions::Conditions(gel::Tree const& parsed, std::span<std::optional<gel::Val
     combine();
 }
 
-/// From the root to the operands, which stand before their operators.
+/// Visits the nodes from the root to the operands: operands have smaller indexes than their operators.
 void Conditions::assignRoles()
 {
     roles.resize(tree.nodes().size());

@@ -13,7 +13,7 @@
 
 namespace studio::inspect::detail {
 
-/// Finds the logical sub-conditions of a text and what they decide.
+/// Finds the logical sub-conditions of a text and the values that it would have with other truths of them.
 class Conditions {
 public:
     /// `values` are those of a trace of `tree` over `source`. *Lifetime*: refers to all of them.
@@ -26,11 +26,11 @@ public:
     Outcomes const& outcomes() const noexcept { return all.back(); }
 
 private:
-    /// What a node is taken for.
+    /// How a node takes part in the search.
     enum class Role : std::uint8_t {
         Unused,     ///< part of a sub-condition
         Value,      ///< a node whose value counts
-        Truth,      ///< a node whose truth counts, and that combines sub-conditions
+        Truth,      ///< an operator that combines sub-conditions, and whose truth counts
         Condition   ///< a sub-condition
     };
 
@@ -46,9 +46,9 @@ private:
     std::span<std::optional<gel::Value> const> values;
     gel::DataSource const& source;
     Normal::Numbers const& normal;
-    std::vector<bool> symbols;            // of each node, whether it reads any
+    std::vector<bool> symbols;            // by node: whether it reads a symbol
     std::vector<Role> roles;              // by node
-    std::vector<std::uint32_t> numbers;   // by node: of its sub-condition
+    std::vector<std::uint32_t> numbers;   // by node: the number of its sub-condition
     std::vector<Explanation::Condition> conditions;
     std::vector<Outcomes> all;   // by node
 };

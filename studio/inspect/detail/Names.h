@@ -5,7 +5,7 @@
 
 namespace studio::inspect::detail {
 
-/// Returns the name that documents have for a kind of node.
+/// Returns the name of a kind of node in JSON.
 inline char const* nameOf(gel::Tree::Kind kind) noexcept
 {
     switch (kind) {
@@ -17,7 +17,7 @@ inline char const* nameOf(gel::Tree::Kind kind) noexcept
     }
 }
 
-/// Returns the name that documents have for the end of a path.
+/// Returns the name of the end of a path in JSON.
 inline char const* nameOf(host::PathEnd::Reason reason) noexcept
 {
     switch (reason) {

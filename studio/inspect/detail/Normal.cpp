@@ -12,7 +12,7 @@ using Kind = gel::Tree::Kind;
 
 namespace {
 
-/// A key that no other kind, name and list of numbers gives.
+/// Returns a key that is unique for a kind, name and list of numbers.
 class Key {
 public:
     explicit Key(Kind kind, char role = 'v', std::string_view name = {}) : text{role}

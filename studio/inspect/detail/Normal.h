@@ -11,18 +11,18 @@
 namespace studio::inspect::detail {
 
 /// Numbers for the meanings of sub-expressions (hash consing): two nodes have the same number if they differ only in
-/// spacing, parentheses, the spelling of names and operators, doubled `!`, the sides of `==`, or in which side of a
-/// comparison stands left. Numbers of one table may be compared with each other.
+/// spacing, parentheses, the spelling of names and operators, doubled `!`, or the sides of a comparison. Numbers of one
+/// table may be compared with each other.
 class Normal {
 public:
-    /// Numbers new meanings from where `known` ends, and known ones as `known` does. *Lifetime*: refers to `known`.
+    /// Reuses the numbers of meanings in `known`, and numbers new ones after them. *Lifetime*: refers to `known`.
     explicit Normal(Normal const* known = nullptr) noexcept;
 
     /// The meanings of the nodes of one tree.
     struct Numbers {
-        /// Of each node as a condition: twice the number of what must hold, plus 1 if it must not.
+        /// By node, as a condition: twice the number of its meaning, plus 1 if it is negated.
         std::vector<std::uint32_t> truth;
-        /// Of each node as a value.
+        /// By node, as a value: the number of its meaning.
         std::vector<std::uint32_t> value;
     };
     /// Numbers all nodes of a tree. *Cost*: linear.

@@ -26,7 +26,7 @@ bool intersect(Numbers const& left, Numbers const& right)
     return false;
 }
 
-/// Adds the numbers of `more`. Usually they are all greater.
+/// Merges the ascending numbers `more` into ascending ones. Usually they are all greater.
 void unite(Numbers& numbers, Numbers const& more)
 {
     auto const middle = static_cast<std::ptrdiff_t>(numbers.size());
@@ -162,7 +162,7 @@ void Outcomes::add(gel::Value const& value, Terms terms)
     if (auto const trivial = std::find_if(all.begin(), all.end(), [](Term const& term) { return term.empty(); });
         trivial != all.end())
         all = {Term{}};                // it implies all others
-    if (all.size() > 2 * MOST_TERMS)   // not each time that one is added
+    if (all.size() > 2 * MOST_TERMS)   // amortizes the cost: not after each term
         limit(all, MOST_TERMS, complete);
 }
 
@@ -172,7 +172,7 @@ Terms Outcomes::both(Terms left, Terms right, bool& complete)
         return right;
     if (right.size() == 1 && right.front().empty())
         return left;
-    constexpr std::size_t MOST = 128;   // the square of which is done in little time
+    constexpr std::size_t MOST = 128;   // the pairwise comparison is quadratic
     if (left.size() * right.size() > MOST * MOST) {
         limit(left, std::max(MOST, MOST * MOST / right.size()), complete);
         limit(right, MOST * MOST / left.size(), complete);

@@ -11,10 +11,11 @@
 
 namespace studio::inspect::detail {
 
-/// Sub-conditions whose opposite truths lead to an outcome, and others that must keep theirs. Both ascend.
+/// A conjunction: an outcome is reached if the sub-conditions in `opposite` have their opposite truths and those in
+/// `kept` keep theirs. Both are ascending.
 struct Term {
     std::vector<std::uint32_t> opposite;
-    std::vector<std::uint32_t> kept;   // only those that stand at several places of the text
+    std::vector<std::uint32_t> kept;   // only sub-conditions that the text repeats
 
     bool empty() const noexcept { return opposite.empty() && kept.empty(); }
 };
@@ -30,7 +31,7 @@ public:
     /// The number of terms at which a disjunction is cut to its smallest ones.
     static constexpr std::size_t MOST_TERMS = 1'024;
 
-    /// The outcomes of what does not depend on any sub-condition.
+    /// The outcomes of a node that depends on no sub-condition.
     static Outcomes fixed(gel::Value value);
     /// The outcomes of the sub-condition `number`, whose truth is now `holds`.
     static Outcomes condition(std::uint32_t number, bool holds, bool isRepeated);
@@ -39,18 +40,18 @@ public:
     static Outcomes disjunction(Outcomes left, Outcomes right);
     static Outcomes negation(Outcomes operand);
     static Outcomes choice(Outcomes condition, Outcomes ifTrue, Outcomes ifFalse);
-    /// The outcomes of any other operator, which makes a value of those of its operands.
+    /// The outcomes of any other operator; `apply` returns its value for values of its operands.
     static Outcomes operation(std::span<Outcomes> operands,
                               std::function<gel::Value(std::span<gel::Value const>)> const& apply);
 
-    /// The sets of sub-conditions whose opposite truths lead to another value than `value`, and no proper subset of
-    /// which does; smaller sets first.
+    /// Returns the minimal sets of sub-conditions whose opposite truths lead to another value than `value`; smaller
+    /// sets first.
     std::vector<std::vector<std::uint32_t>> setsThatChange(gel::Value const& value) const;
     /// False if terms were left out.
     bool isComplete() const noexcept { return complete; }
 
 private:
-    /// Takes the terms that lead to a logical.
+    /// Moves out the terms of all values whose truth is `logical`.
     Terms take(bool logical);
     void add(gel::Value const& value, Terms terms);
     static Terms both(Terms left, Terms right, bool& complete);

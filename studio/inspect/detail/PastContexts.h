@@ -11,26 +11,26 @@
 
 namespace studio::inspect::detail {
 
-/// Places where properties are or were: a context and a name.
+/// Places of properties: pairs of a context and a name.
 using Places = std::set<std::pair<boost::uuids::uuid, std::string>>;
 
 /// What an evaluation has read.
 struct Reads {
-    /// The properties, also those that were not there.
+    /// The properties, also missing ones.
     Places properties;
     /// The contexts whose existence it depends on.
     std::set<boost::uuids::uuid> contexts;
 
-    /// True if a change may change the value of that evaluation.
+    /// True if a change may change the result of that evaluation.
     bool contain(PropertyChange const& change) const;
-    /// True if a change or another effect of the commit may.
+    /// True if a change of the commit, or a context that it created or destroyed, may change the result.
     bool contain(Commit const& commit) const;
 };
 
-/// Turns `contexts` as they are after a commit into those before it.
+/// Undoes a commit: `contexts`, as they are after it, become those before it.
 void undo(Commit const& commit, ChangedContexts& contexts);
-/// Undoes one change of a property: its places are as in `before`. The context of a destroyed property exists again,
-/// too.
+/// Undoes one change of a property in `contexts`: its places read as in `before`. If the property was destroyed, its
+/// context exists again.
 void undo(PropertyChange const& change, ChangedContexts const& before, ChangedContexts& contexts);
 
 /// Evaluates a text over a root context. Adds to `reads`, if it is not null, what the evaluation needs.

@@ -14,7 +14,7 @@ namespace studio::inspect::detail {
 
 /// Returns the value that an expression reads from a property: a UUID as its text, NaN as undefined.
 gel::Value languageValue(data::PropertyValue const& value);
-/// Returns the value that an engine makes of a result.
+/// Returns the result of an expression as a property value, as an engine converts it.
 data::PropertyValue propertyValue(gel::Value const& value);
 
 /// True if a condition with that value holds: undefined, 0, `false` and the empty text are false.
@@ -24,7 +24,7 @@ bool truthOf(data::PropertyValue const& value);
 /// Returns a value as the language writes it: texts in quotes, the shortest number. Control characters are escaped.
 std::string literal(gel::Value const& value);
 std::string literal(data::PropertyValue const& value);
-/// Returns a text of a host with its control characters escaped, so that it cannot steer a terminal.
+/// Returns a text of a host with its control characters escaped, so that it cannot control a terminal.
 std::string printable(std::string_view text);
 
 /// The data source of expressions over a root context, as a reader reads it.

@@ -75,6 +75,9 @@ Watcher::Record::Record(data::ExpressionEngine& watched, Limits most) : engine{&
 {
     if (watched.getRoot())
         root = watched.getRoot()->getId();
+    for (data::ExpressionEngine::Entry const& entry : watched.listExpressions())
+        acquired.push_back(std::hash<std::string>{}(entry.text));
+    std::sort(acquired.begin(), acquired.end());
     data::ContextProvider::sharedModel()->addDeepListener(this);
     try {
         watched.addObserver(*this);
@@ -126,7 +129,7 @@ Watcher::Record::Found Watcher::Record::lastEvaluation(std::string const& text, 
         last = {&*each, lastIn(*each)};
     if (!last.event)
         return {};
-    // The rounds around that one went on after it.
+    // The outer rounds continued after that one and may have evaluated the text again.
     for (Kept const* outer = find(last.commit->commit.cause); outer; outer = find(outer->commit.cause))
         if (Event const* const event = lastIn(*outer); event && event->at > last.event->at)
             last = {outer, event};
@@ -201,7 +204,7 @@ void Watcher::Record::receive(ReportData const& report) noexcept
         return;
     newest = report.number();
     if (unseen != 0 || data::ContextProvider::sharedModel()->isInTransaction())
-        return lose(newest);   // its evaluations, or the values after it, cannot be told
+        return lose(newest);   // its evaluations, or the values after it, are not known
     try {
         kept.push_back(made(report));
         bytes += kept.back().bytes;
@@ -248,7 +251,7 @@ Watcher::Record::Kept Watcher::Record::made(ReportData const& report) const
     return result;
 }
 
-/// Makes one change of a destroyed property and one that was created in its place.
+/// Joins the destruction of a property and the creation of another at its place into one change.
 void Watcher::Record::joinReplaced(Kept& made)
 {
     std::vector<PropertyChange>& changes = made.commit.changes;
@@ -274,8 +277,8 @@ void Watcher::Record::joinReplaced(Kept& made)
     }
 }
 
-/// Corrects the commits before `later` that were recorded after it had been made: what they read from a property that
-/// `later` changed is what it was before `later`.
+/// Corrects the commits before `later` that were recorded after it had been made. They took their values from the
+/// model; for a property that `later` changed, the correct one is the value before `later`.
 void Watcher::Record::correctLate(Kept const& later)
 {
     if (kept.size() < 2 || !(kept.rbegin() + 1)->isLate)
@@ -291,7 +294,7 @@ void Watcher::Record::correctLate(Kept const& later)
             PropertyChange& change =
                 earlier->commit.changes[static_cast<std::size_t>(source - earlier->sources.begin())];
             if (change.kind == PropertyChange::Kind::Destroyed || !known->before)
-                break;   // another element of that identity
+                break;   // another element with the same UUID
             change.after = known->before;
             change.name = known->nameBefore;
             change.context = known->contextBefore;
@@ -308,7 +311,7 @@ void Watcher::Record::correctLate(Kept const& later)
     }
 }
 
-/// The text whose callback was running when a commit began: the one called last in the round of its cause.
+/// Returns the text whose callback was running when a commit began: the last one called in the round of its cause.
 std::string Watcher::Record::callbackUnder(std::uint64_t cause) const
 {
     auto const round = std::find_if(rounds.rbegin(), rounds.rend(), [cause](Round const& one) {
@@ -319,7 +322,7 @@ std::string Watcher::Record::callbackUnder(std::uint64_t cause) const
 
 Watcher::Record::Kept* Watcher::Record::commitOf(Round const& round) noexcept
 {
-    if (round.isUpdate)   // what an update finds is what the commits so far have done
+    if (round.isUpdate)   // an update reads the state after the newest commit
         return !kept.empty() && kept.back().commit.number == newest ? &kept.back() : nullptr;
     return findMutable(round.number);
 }
@@ -374,7 +377,7 @@ void Watcher::Record::expressionEvaluated(std::string const& text, PropertyValue
 void Watcher::Record::handleNotified(std::string const& text, PropertyValue const&) noexcept
 {
     add([&](Kept* commit, Round& round) -> std::size_t {
-        round.called.clear();   // rather none than that of the call before
+        round.called.clear();   // if the copy throws, no text is better than the previous one
         round.called = text;
         if (!commit)
             return 0;
@@ -401,7 +404,7 @@ void Watcher::Record::engineEnds() noexcept
 {
     while (unseen != 0 || !rounds.empty())
         roundEnds(nullptr);
-    engine = nullptr;   // commits are recorded further: what was before them can only be told with them
+    engine = nullptr;   // recording continues: a past state is computed by undoing all later commits
 }
 
 void Watcher::Record::grow(Kept& commit, std::size_t by) noexcept
@@ -411,7 +414,7 @@ void Watcher::Record::grow(Kept& commit, std::size_t by) noexcept
     trim();
 }
 
-/// Drops a commit that could not be recorded as a whole, and those before it that its values would correct.
+/// Drops a commit that could not be recorded completely, and those before it that need its values to be corrected.
 void Watcher::Record::lose(std::uint64_t number) noexcept
 {
     auto which = placeOf(number);

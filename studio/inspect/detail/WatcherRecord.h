@@ -9,6 +9,7 @@
 #include "tarn/zero/ChangeReport.h"
 #include "tarn/zero/Listener.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -23,8 +24,8 @@ namespace studio::inspect {
 /// The commits that a watcher keeps. Recording neither writes nor calls out, so the watcher may be destroyed between
 /// any two of its calls.
 ///
-/// As an observer it receives the rounds of the engine, as a listener also the commits that begin no round. Either may
-/// come first for a report.
+/// As an observer it is notified of the rounds of the engine, as a listener also of commits that begin no round. Either
+/// may come first for a report.
 class STUDIO_DATA_LOCAL Watcher::Record final : public tarn::zero::Listener, public data::EngineObserver {
 public:
     /// An evaluation or a call of a commit, for the trace.
@@ -33,28 +34,28 @@ public:
         std::size_t index;
         bool isCall;
         std::int64_t at;
-        std::uint64_t newest;   // commit: what an evaluation read
+        std::uint64_t newest;   // number of the last commit that an evaluation could read
     };
-    /// What a report says about a change beyond `PropertyChange`.
+    /// What a report has about a change that `PropertyChange` lacks.
     struct Source {
         boost::uuids::uuid element;
         bool changesName;
         bool changesContext;
         bool changesValue;
     };
-    /// A commit, and what its public form leaves out.
+    /// A commit, with data that `Commit` does not publish.
     struct Kept {
         Commit commit;
         std::vector<Source> sources;   // by index of `commit.changes`
         std::vector<Event> events;
         std::size_t bytes = 0;
-        std::size_t depth = 1;      // of commits, each made in the delivery of the one before
-        std::uint64_t origin = 0;   // the first of them
-        bool isDeepest = false;     // a write in its delivery is refused
+        std::size_t depth = 1;      // number of commits nested in each other's delivery, this one included
+        std::uint64_t origin = 0;   // number of the outermost of them
+        bool isDeepest = false;     // at the nesting limit: a write in its delivery is refused
         bool isLate = false;        // a later commit had been made when it was recorded
     };
 
-    /// A commit that changed the value of a text, and the contexts before and after it.
+    /// A commit that changed the value of a text, with the contexts before and after it.
     struct Turn {
         Kept const* commit;
         detail::ChangedContexts before;
@@ -79,10 +80,10 @@ public:
     Found lastEvaluation(std::string const& text, bool changing) const noexcept;
     /// True if every commit from that one on is kept.
     bool isWholeFrom(std::uint64_t number) const noexcept;
-    /// False while the present contexts are not those after the newest commit: in a transaction, and while the report
-    /// of a later commit is still to come.
+    /// True if the present contexts are those after the newest commit that was received. False in a transaction, and
+    /// before the report of a later commit has arrived.
     bool isUpToDate() const;
-    /// Turns `contexts` as they are now into those after the commit at `index`.
+    /// Undoes all commits after that at `index` in `contexts`, which are the present ones.
     void goBack(std::size_t index, detail::ChangedContexts& contexts) const;
     /// Finds the newest commit, at `index` or before, such that `isOther` holds for the value of the text before it.
     /// `contexts` are those after the commit at `index`. None if the commits that are kept do not show it.
@@ -91,6 +92,11 @@ public:
     /// The numbers of the commits whose rounds are running, outermost first.
     std::vector<std::uint64_t> running() const;
     std::uint64_t droppedCount() const noexcept { return dropped; }
+    /// True if the engine had the text when the watcher was made: what happened to it before is not known.
+    bool wasAcquiredBefore(std::string const& text) const
+    {
+        return std::binary_search(acquired.begin(), acquired.end(), std::hash<std::string>{}(text));
+    }
     std::size_t byteCount() const noexcept { return bytes; }
 
     void transactionCommitted(tarn::zero::DeepChangeReport<data::Property> const& report) noexcept;
@@ -128,13 +134,14 @@ private:
         return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now() - start).count();
     }
 
-    data::ExpressionEngine* engine;   // null after its end
+    data::ExpressionEngine* engine;   // null after its destruction
     boost::uuids::uuid root{};
     Limits const limits;
+    std::vector<std::size_t> acquired;   // hashes of the texts that the engine had at first, ascending
     std::chrono::steady_clock::time_point const start = std::chrono::steady_clock::now();
     std::deque<Kept> kept;   // in ascending order of numbers
     std::vector<Round> rounds;
-    std::size_t unseen = 0;     // running rounds inside one that could not be recorded, that one included
+    std::size_t unseen = 0;   // running rounds that are not in `rounds`: one that could not be recorded, and inner ones
     std::uint64_t newest = 0;   // number of the last report
     std::uint64_t dropped = 0;
     std::size_t bytes = 0;

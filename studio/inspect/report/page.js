@@ -321,8 +321,8 @@ function decisions(expression) {
             make(`span.truth.${condition.holds}`, {}, condition.holds ? '\u2713 holds' : '\u2717 does not hold'));
     }))), 12);
     const hint = deciding.length === 1
-        ? `The value changes if ${deciding[0].length === 1 ? 'this condition is' : 'these conditions together are'} turned around.`
-        : 'The value changes if all conditions of one box are turned around.';
+        ? `The value changes if ${deciding[0].length === 1 ? 'this condition is' : 'these conditions together are'} flipped.`
+        : 'The value changes if all conditions of one box are flipped.';
     return [heading('What decides'), make('p.hint', {}, hint, expression.isComplete ? '' : ' There may be further boxes.'), list, button];
 }
 

@@ -190,7 +190,9 @@ TEST_F(Explained, ReasonsAreTheSentencesOfWhatDecides)
              {"mode != 'edit' ? !!(mode == 'edit') : t", "This is the {view} mode\n"},
              {"t && (1 < count && f)", "Nothing is selected\n"},
              {"f || count", "needs f\nneeds count\n"},
-             {"t && !t", ""},
+             {"t && !t", "needs t && !t (t is true)\n"},
+             {"nobody", "needs nobody\n"},
+             {"count + 0", "needs count + 0 (count is 0)\n"},
              {"!(count in [0, 1])", "needs !(count in [0, 1]) (count is 0)\n"},
              {"t && doc.readOnly", ""},
          }) {
