@@ -12,6 +12,8 @@
 #include "workbench/Text.h"
 
 #include <algorithm>
+#include <set>
+#include <string>
 #include <utility>
 
 namespace shell {
@@ -70,21 +72,22 @@ std::string Commands::textOf(std::string_view argument) const
     for (workbench::Expression const& expression : expressions) {
         std::string const known = labelKey(expression.source);
         std::size_t const longer = std::max(known.size(), written.size());
-        if (!known.empty() && longer - std::min(known.size(), written.size()) <= 2 && distance(written, known) <= 2 &&
-            namesNothing(std::string(argument)))
+        if (longer >= 6 && longer < 100 && longer - std::min(known.size(), written.size()) <= 2 &&
+            distance(written, known) <= std::min<std::size_t>(2, longer / 4) && namesNothing(std::string(argument)))
             throw CommandError("no expression has the label " + workbench::inQuotes(argument) + "; did you mean " +
                                workbench::inQuotes(expression.source) + '?');
     }
     return std::string(argument);
 }
 
-/// True if the text does not parse, or if no context has any of its names.
+/// True if the text does not parse, or if it has names and the root has none of them.
 bool Commands::namesNothing(std::string const& text) const
 {
     try {
-        for (std::string const& symbol : gel::symbols(text))
-            if (model->root()->hasProperty(symbol.substr(0, symbol.find('.'))))
-                return false;
+        std::set<std::string> const symbols = gel::symbols(text);
+        return !symbols.empty() && std::none_of(symbols.begin(), symbols.end(), [&](std::string const& symbol) {
+            return model->root()->hasProperty(symbol.substr(0, symbol.find('.')));
+        });
     } catch (gel::ParseError const&) {
         // It is no expression at all.
     }
@@ -121,7 +124,7 @@ Answer Commands::set(std::string_view arguments)
         if (!value.isContextProvider())
             throw CommandError("there is no context at " + workbench::inQuotes(text.substr(1)));
     } else {
-        value = evaluate(textOf(text), model->root()->getId());
+        value = evaluate(std::string(text), model->root()->getId());
     }
     // References are named by the paths before the write, which may move a context to another path.
     Places const places = Places::reachedFrom(model->root()->getId());

@@ -23,7 +23,10 @@ namespace {
 
 std::string dump(json const& object)
 {
-    return object.dump(-1, ' ', false, json::error_handler_t::replace);
+    std::string text = object.dump(-1, ' ', true, json::error_handler_t::replace);
+    for (std::size_t at = 0; (at = text.find('\x7f', at)) != std::string::npos;)
+        text.replace(at, 1, "\\u007f");   // ASCII, and yet a terminal obeys it
+    return text;
 }
 
 bool isInPath(char each)

@@ -1,5 +1,8 @@
 #include "shell/LineEditor.h"
 
+#include "shell/Text.h"
+#include "workbench/Text.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <new>
@@ -81,11 +84,13 @@ unsigned char LineEditor::complete(EditLine* editor, int /*character*/)
         std::string inserted = commonStart(completion.words).substr(before.size() - completion.begin);
         if (completion.words.size() == 1)
             inserted += ' ';
+        if (inserted != printable(inserted) || inserted.find('\n') != std::string::npos)
+            return CC_ERROR;   // what the terminal would obey is not inserted
         if (!inserted.empty())
             return el_insertstr(editor, inserted.c_str()) == 0 ? CC_REFRESH : CC_ERROR;
         std::fputc('\n', stdout);
         for (std::string const& word : completion.words)
-            std::printf("%s\n", word.c_str());
+            std::printf("%s\n", workbench::oneLine(printable(word)).c_str());
         return CC_REDISPLAY;
     } catch (std::exception const&) {
         return CC_ERROR;   // no exception passes through the editor, which is C

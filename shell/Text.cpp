@@ -1,6 +1,7 @@
 #include "shell/Text.h"
 
 #include "studio/host/Subscriptions.h"
+#include "studio/inspect/Explanation.h"
 #include "workbench/Text.h"
 
 #include <algorithm>
@@ -54,19 +55,13 @@ std::string literal(studio::data::PropertyValue const& value)
 std::string printable(std::string_view text)
 {
     std::string result;
-    std::string line;
-    auto const finish = [&] { result += workbench::oneLine(std::exchange(line, {})); };
-    for (char const each : text) {
-        if (each == '\n') {
-            finish();
+    for (std::size_t begin = 0; begin <= text.size();) {
+        std::size_t const end = std::min(text.find('\n', begin), text.size());
+        result += workbench::oneLine(studio::inspect::printable(text.substr(begin, end - begin)));
+        if (end != text.size())
             result += '\n';
-        } else if (isControl(each)) {
-            escape(line, each);
-        } else {
-            line += each;
-        }
+        begin = end + 1;
     }
-    finish();
     return result;
 }
 

@@ -70,7 +70,11 @@ Input linesOf(std::istream& stream, std::string const& name)
 {
     return {name, [&stream]() -> std::optional<std::string> {
                 std::string line;
-                return std::getline(stream, line) ? std::optional{std::move(line)} : std::nullopt;
+                if (std::getline(stream, line))
+                    return std::optional{std::move(line)};
+                if (stream.bad() || (&stream == &std::cin && std::ferror(stdin)))
+                    throw workbench::DocumentError("the input", "cannot be read", std::strerror(errno));
+                return std::nullopt;
             }};
 }
 

@@ -15,7 +15,6 @@ namespace studio::inspect {
 
 using boost::uuids::uuid;
 using detail::literal;
-using detail::printable;
 using gel::Tree;
 using Kind = Tree::Kind;
 
@@ -36,8 +35,8 @@ Explanation explain(std::string const& text, uuid const& root, host::ContextRead
     explanation.conditions = found.list();
     explanation.deciding = found.outcomes().setsThatChange(explanation.value);
     explanation.isComplete = found.outcomes().isComplete();
-    if (explanation.deciding.size() > detail::Outcomes::MOST_TERMS) {
-        explanation.deciding.resize(detail::Outcomes::MOST_TERMS);
+    if (explanation.deciding.size() > detail::Outcomes::MOST_SETS) {
+        explanation.deciding.resize(detail::Outcomes::MOST_SETS);
         explanation.isComplete = false;
     }
     std::set<std::string_view> known;
@@ -100,6 +99,18 @@ std::vector<bool> decidingNodes(Explanation const& explanation)
     return decides;
 }
 
+/// The text of a part, as far as it fits into a line.
+std::string shortened(std::string_view text)
+{
+    constexpr std::size_t MOST = 160;
+    if (text.size() <= MOST)
+        return printable(text);
+    std::size_t size = MOST;
+    while (size != 0 && (static_cast<unsigned char>(text[size]) & 0xc0U) == 0x80)
+        --size;   // not inside a character
+    return printable(text.substr(0, size)) + "...";
+}
+
 /// Writes the tree, a line for each node: a chain of one operator has its operands side by side.
 class TreeWriter {
 public:
@@ -125,7 +136,7 @@ private:
     {
         std::optional<gel::Value> const& value = explanation.values[node];
         text += decides[node] ? "> " : "  ";
-        text.append(2 * depth, ' ') += printable(explanation.tree.textOf(nodes[node]));
+        text.append(2 * std::min<std::size_t>(depth, 30), ' ') += shortened(explanation.tree.textOf(nodes[node]));
         text += value ? " is " + literal(*value) : " is not needed";
         text += '\n';
     }
@@ -141,7 +152,7 @@ private:
             auto const parts = nodes[node].parts;
             for (std::size_t part = parts.size(); part-- > 1;)
                 add(parts[part]);
-            bool const goesOn = (chain == Kind::And || chain == Kind::Or) && nodes[parts[0]].kind == chain;
+            bool const goesOn = parts.size() == 2 && nodes[parts[0]].kind == chain;
             if (!goesOn) {
                 if (!parts.empty())
                     add(parts[0]);
@@ -165,7 +176,7 @@ std::string describeSet(Explanation const& explanation, std::vector<std::uint32_
         Explanation::Condition const& condition = explanation.conditions[number];
         Tree::Node const& node = explanation.tree.nodes()[condition.nodes.front()];
         bool const isNegated = node.kind == Kind::NotEqual || node.kind == Kind::NotIn;
-        text += (text.empty() ? "" : " and ") + printable(explanation.tree.textOf(node)) +
+        text += (text.empty() ? "" : " and ") + shortened(explanation.tree.textOf(node)) +
                 (condition.holds != isNegated ? " holds" : " does not hold");
     }
     return text;
@@ -224,7 +235,7 @@ std::string json(Explanation const& explanation)
                                       {"label", symbol.path.substr(0, step.offset == 0 ? 0 : step.offset - 1)}});
         document["symbols"].push_back(std::move(entry));
     }
-    return document.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return detail::printableJson(document.dump(-1, ' ', true, Json::error_handler_t::replace));
 }
 
 }   // namespace studio::inspect

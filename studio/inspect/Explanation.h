@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace studio::inspect {
@@ -63,6 +64,10 @@ STUDIO_INSPECT_EXPORT Explanation explain(std::string const& text, std::shared_p
 /// `gel::ParseError` for a text that does not parse, and what `reader` throws.
 STUDIO_INSPECT_EXPORT Explanation explain(std::string const& text, boost::uuids::uuid const& root,
                                           host::ContextReader const& reader);
+
+/// Returns a text on one line, in which characters that a terminal obeys or that nobody sees are escaped as `\u{…}`:
+/// control characters, line separators, marks of writing direction. A line feed becomes `\n`.
+STUDIO_INSPECT_EXPORT std::string printable(std::string_view text);
 
 /// Returns the explanation as lines of text for a programmer: the value, the sets that decide, the tree with the value
 /// of each node, and the path of each symbol. At most five sets are listed. In the tree, `>` marks nodes that decide,

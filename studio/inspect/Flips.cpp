@@ -128,6 +128,12 @@ private:
             std::sort(condition.properties.begin(), condition.properties.end());
             condition.properties.erase(std::unique(condition.properties.begin(), condition.properties.end()),
                                        condition.properties.end());
+            std::vector<PropertyValue> distinct;
+            for (PropertyValue& constant : constants)
+                if (distinct.size() != MOST_CONSTANTS &&
+                    std::find(distinct.begin(), distinct.end(), constant) == distinct.end())
+                    distinct.push_back(std::move(constant));
+            constants = std::move(distinct);
             for (std::size_t const property : condition.properties)
                 addCandidates(properties[property], constants);
             conditions.push_back(std::move(condition));
@@ -263,6 +269,7 @@ private:
     }
 
     static constexpr std::size_t MOST_EVALUATIONS = 20'000;
+    static constexpr std::size_t MOST_CONSTANTS = 64;   // of one sub-condition
 
     std::size_t const limit;
     Explanation const explanation;
@@ -297,7 +304,7 @@ std::string describe(Flip const& flip)
 {
     std::string text;
     for (ProposedChange const& change : flip.changes) {
-        text += (text.empty() ? "" : ", ") + detail::printable(change.path) + ": ";
+        text += (text.empty() ? "" : ", ") + printable(change.path) + ": ";
         text += change.before ? detail::literal(*change.before) : "absent";
         text += " -> " + detail::literal(change.after);
     }

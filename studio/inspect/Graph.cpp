@@ -1,4 +1,5 @@
 #include "studio/inspect/Graph.h"
+#include "studio/inspect/Explanation.h"
 
 #include "gel/Tree.h"
 #include "studio/data/ContextProvider.h"
@@ -123,7 +124,7 @@ std::vector<std::size_t> distances(Graph const& graph, std::string const& about,
 std::string escaped(std::string_view text)
 {
     std::string result;
-    for (char const each : detail::printable(detail::PlainText{text}.utf8)) {
+    for (char const each : printable(detail::PlainText{text}.utf8)) {
         if (each == '&')
             result += "&amp;";
         else if (each == '"' || each == '\\')

@@ -280,7 +280,7 @@ std::string inScript(Json const& json)
 std::string inElement(std::string_view text)
 {
     std::string result;
-    for (char const each : detail::printable(detail::PlainText{text}.utf8)) {
+    for (char const each : printable(detail::PlainText{text}.utf8)) {
         switch (each) {
         case '<': result += "&lt;"; break;
         case '&': result += "&amp;"; break;

@@ -3,6 +3,7 @@
 #include "gel/Eval.h"
 #include "studio/host/Subscriptions.h"
 #include "studio/inspect/Explanation.h"
+#include "studio/inspect/detail/Conditions.h"
 #include "studio/inspect/detail/Normal.h"
 #include "studio/inspect/detail/Values.h"
 
@@ -137,6 +138,8 @@ void Reasons::otherwise(Fallback function)
 std::vector<std::string> Reasons::reasonFor(std::string const& text) const
 {
     Explanation const explanation = explain(text, root);
+    Translation const translate = translation;   // copies: the functions of the host may set others
+    Fallback const other = fallback;
     std::vector<std::string> reasons;
     if (truthOf(explanation.value))
         return reasons;
@@ -155,7 +158,9 @@ std::vector<std::string> Reasons::reasonFor(std::string const& text) const
         for (std::uint32_t const part : nodes[node].parts)
             parent[part] = node;
     std::vector<bool> decides(explanation.conditions.size());
-    for (auto const& set : explanation.deciding)
+    detail::Conditions const parts{tree, explanation.values, source, numbers};
+    auto const sets = parts.outcomes().setsThatMake(true);
+    for (auto const& set : sets)
         for (std::uint32_t const number : set)
             decides[number] = true;
 
@@ -174,9 +179,9 @@ std::vector<std::string> Reasons::reasonFor(std::string const& text) const
         }
         std::string sentence;
         if (outermost != table->sentences.end())
-            sentence = withExpressions(translation ? translation(outermost->second) : outermost->second, shown);
+            sentence = withExpressions(translate ? translate(outermost->second) : outermost->second, shown);
         else
-            sentence = withoutSentence(fallback, explanation, condition, parent[condition], truths[condition]);
+            sentence = withoutSentence(other, explanation, condition, parent[condition], truths[condition]);
         if (!sentence.empty() && known.insert(sentence).second)
             found.emplace(nodes[where].offset, std::move(sentence));
     };
@@ -184,7 +189,7 @@ std::vector<std::string> Reasons::reasonFor(std::string const& text) const
         if (decides[number])
             for (std::uint32_t const condition : explanation.conditions[number].nodes)
                 add(condition);
-    if (explanation.deciding.empty())   // the whole text has to hold, as of a property that is absent
+    if (sets.empty())   // the whole text has to hold, as of a property that is absent
         add(static_cast<std::uint32_t>(nodes.size() - 1));
     for (auto& entry : found)
         reasons.push_back(std::move(entry.second));

@@ -1,4 +1,5 @@
 #include "studio/data/PropertyValueJson.h"
+#include "studio/inspect/Explanation.h"
 #include "studio/inspect/Watcher.h"
 #include "studio/inspect/detail/Values.h"
 #include "studio/inspect/detail/WatcherRecord.h"
@@ -13,7 +14,6 @@
 namespace studio::inspect {
 
 using detail::literal;
-using detail::printable;
 using OrderedJson = nlohmann::ordered_json;
 using ChangeKind = PropertyChange::Kind;
 
@@ -112,7 +112,7 @@ OrderedJson json(PropertyChange const& change)
 /// Returns a JSON document as text. Bytes of the host that are not UTF-8 are replaced.
 std::string written(OrderedJson const& json)
 {
-    return json.dump(-1, ' ', false, OrderedJson::error_handler_t::replace);
+    return detail::printableJson(json.dump(-1, ' ', true, OrderedJson::error_handler_t::replace));
 }
 
 double microseconds(std::int64_t nanoseconds)

@@ -64,7 +64,7 @@ std::string overOperands(gel::Tree::Node const& node)
 
 Conditions::Conditions(gel::Tree const& parsed, std::span<std::optional<gel::Value> const> traced,
                        gel::DataSource const& read, Normal::Numbers const& meanings)
-    : tree{parsed}, values{traced}, source{read}, normal{meanings}
+    : tree{parsed}, values{traced}, known{traced.begin(), traced.end()}, source{read}, normal{meanings}
 {
     symbols.reserve(tree.nodes().size());
     for (gel::Tree::Node const& node : tree.nodes())
@@ -145,26 +145,31 @@ Outcomes Conditions::outcomesOf(std::uint32_t node)
     }
     switch (its.kind) {
     case Kind::Not: return Outcomes::negation(part(0));
-    case Kind::And: return Outcomes::conjunction(part(0), part(1));
-    case Kind::Or: return Outcomes::disjunction(part(0), part(1));
-    case Kind::Conditional: return Outcomes::choice(part(0), part(1), part(2));
+    case Kind::And: return Outcomes::conjunction(part(0), part(1), effort);
+    case Kind::Or: return Outcomes::disjunction(part(0), part(1), effort);
+    case Kind::Conditional: return Outcomes::choice(part(0), part(1), part(2), effort);
     default: break;
     }
     if (!isComputation(its.kind))
         return Outcomes::fixed(valueOf(node));
+    if (effort.left == 0)
+        return Outcomes::fixed(valueOf(node), false);
     std::vector<Outcomes> operands;
     for (std::size_t index = 0; index != its.parts.size(); ++index)
         operands.push_back(part(index));
     std::string const text = overOperands(its);
     return Outcomes::operation(
-        operands, [&](std::span<gel::Value const> given) { return gel::eval(text, OperandSource{given}); });
+        operands, [&](std::span<gel::Value const> given) { return gel::eval(text, OperandSource{given}); }, effort);
 }
 
-gel::Value Conditions::valueOf(std::uint32_t node) const
+gel::Value const& Conditions::valueOf(std::uint32_t node)
 {
-    if (values[node])
-        return *values[node];
-    return gel::eval(std::string{tree.textOf(at(node))}, source);   // skipped in the evaluation
+    if (!known[node]) {   // skipped in the evaluation: the nodes of this part are evaluated together
+        gel::Tree const part{std::string{tree.textOf(at(node))}};
+        std::vector<std::optional<gel::Value>> traced = part.trace(source);
+        std::move(traced.begin(), traced.end(), known.begin() + static_cast<std::ptrdiff_t>(node + 1 - traced.size()));
+    }
+    return *known[node];
 }
 
 }   // namespace studio::inspect::detail

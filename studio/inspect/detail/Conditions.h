@@ -39,11 +39,12 @@ private:
     void combine();
     Outcomes outcomesOf(std::uint32_t node);
     bool hasSymbol(std::uint32_t node) const noexcept { return symbols[node]; }
-    gel::Value valueOf(std::uint32_t node) const;
+    gel::Value const& valueOf(std::uint32_t node);
     gel::Tree::Node const& at(std::uint32_t node) const noexcept { return tree.nodes()[node]; }
 
     gel::Tree const& tree;
     std::span<std::optional<gel::Value> const> values;
+    std::vector<std::optional<gel::Value>> known;   // those, and the values of skipped nodes that were needed here
     gel::DataSource const& source;
     Normal::Numbers const& normal;
     std::vector<bool> symbols;            // by node: whether it reads a symbol
@@ -51,6 +52,7 @@ private:
     std::vector<std::uint32_t> numbers;   // by node: the number of its sub-condition
     std::vector<Explanation::Condition> conditions;
     std::vector<Outcomes> all;   // by node
+    Effort effort;
 };
 
 }   // namespace studio::inspect::detail

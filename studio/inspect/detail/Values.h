@@ -24,8 +24,8 @@ bool truthOf(data::PropertyValue const& value);
 /// Returns a value as the language writes it: texts in quotes, the shortest number. Control characters are escaped.
 std::string literal(gel::Value const& value);
 std::string literal(data::PropertyValue const& value);
-/// Returns a text of a host with its control characters escaped, so that it cannot control a terminal.
-std::string printable(std::string_view text);
+/// Returns a JSON text in ASCII with its last control character escaped, too, so that it may be printed as it is.
+std::string printableJson(std::string ascii);
 
 /// The data source of expressions over a root context, as a reader reads it.
 class ReaderSource final : public gel::DataSource {

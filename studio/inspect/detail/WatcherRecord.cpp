@@ -271,10 +271,14 @@ void Watcher::Record::joinReplaced(Kept& made)
             joined.insert(found->second);
         }
     }
-    for (auto each = joined.rbegin(); each != joined.rend(); ++each) {
-        changes.erase(changes.begin() + static_cast<std::ptrdiff_t>(*each));
-        made.sources.erase(made.sources.begin() + static_cast<std::ptrdiff_t>(*each));
-    }
+    std::size_t left = 0;
+    for (std::size_t i = 0; i != changes.size(); ++i)
+        if (joined.count(i) == 0 && left++ != i) {
+            changes[left - 1] = std::move(changes[i]);
+            made.sources[left - 1] = made.sources[i];
+        }
+    changes.resize(left);
+    made.sources.resize(left);
 }
 
 /// Corrects the commits before `later` that were recorded after it had been made. They took their values from the

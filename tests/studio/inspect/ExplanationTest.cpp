@@ -134,6 +134,10 @@ TEST_F(Explained, DecidingSetsAreThoseThatTrialFinds)
 TEST_F(Explained, LargeTextsAreExplainedInLittleTime)
 {
     std::string chain = "f", choices = "f ? a0 : b0";
+    std::string sum = "1";
+    for (int i = 1; i != 3'000; ++i)
+        sum += "+(a" + std::to_string(i) + "?1:2)";
+    EXPECT_FALSE(explain(sum, root).isComplete);
     for (int i = 1; i != 4'000; ++i)
         chain += (i % 2 ? " || a" : " && a") + std::to_string(i);
     for (int i = 1; i != 150; ++i)
@@ -142,6 +146,12 @@ TEST_F(Explained, LargeTextsAreExplainedInLittleTime)
         Explanation const explanation = explain(text, root);
         EXPECT_TRUE(changes(explanation, explanation.deciding.at(0), ProviderSource{*root}));
     }
+}
+
+TEST_F(Explained, NothingThatATerminalObeysIsPrinted)
+{
+    EXPECT_EQ(printable("a\x1b[31m\n\x7f\xc2\x9b\xe2\x80\xae\xe2\x80\xa6\xc3\xa9"),
+              "a\\u{1b}[31m\\n\\u{7f}\\u{9b}\\u{202e}\xe2\x80\xa6\xc3\xa9");
 }
 
 TEST_F(Explained, EachOfferedFlipFlips)
@@ -195,6 +205,8 @@ TEST_F(Explained, ReasonsAreTheSentencesOfWhatDecides)
              {"count + 0", "needs count + 0 (count is 0)\n"},
              {"!(count in [0, 1])", "needs !(count in [0, 1]) (count is 0)\n"},
              {"t && doc.readOnly", ""},
+             {"t ? 0 : (f ? 1 : '')", "needs !t\nneeds f\n"},
+             {"t ? 0 : ''", "needs t ? 0 : '' (t is true)\n"},
          }) {
         std::string all;
         for (std::string const& sentence : reasons.reasonFor(text))
