@@ -60,7 +60,7 @@ void declare(CLI::App& app, Arguments& arguments)
                "  3  a file cannot be read or written");
 }
 
-/// Where commands come from.
+/// A source of command lines: a terminal, a script, or the arguments of the program.
 struct Input {
     std::string name;   ///< in front of the number of a line, for errors; empty on a terminal
     std::function<std::optional<std::string>()> next;

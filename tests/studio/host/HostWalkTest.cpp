@@ -155,7 +155,7 @@ private:
             EXPECT_TRUE(fails);
         }
     }
-    /// Begins with subscriptions anew, with an engine of their own or over another one. Those of before outlive theirs.
+    /// Makes new subscriptions, with an engine of their own or over another one. The former ones outlive their engine.
     void begin()
     {
         auto const outlive = std::exchange(held, {});

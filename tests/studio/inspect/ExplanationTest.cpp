@@ -42,7 +42,8 @@ TEST_F(Explained, NamesTheSmallestSetsOfSubConditionsThatDecide)
     for (auto const& [text, because] : {
              std::tuple{"t && !f", "because t holds\nor because f does not hold\n"},
              {"t && f", "because f does not hold\n"},
-             {"f && count", "because f does not hold and count does not hold\n"},   // also what was skipped
+             {"f && count",
+              "because f does not hold and count does not hold\n"},   // the evaluation skipped the second one
              {"t || f", "because t holds\n"},
              {"f || count", "because f does not hold\nor because count does not hold\n"},
              {"t ? f : count == 0", "because t holds\nor because f does not hold\n"},
