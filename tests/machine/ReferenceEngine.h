@@ -193,21 +193,25 @@ public:
     Stale stale() const
     {
         Stale found;
+        // By symbol: a reader that does not count keeps nothing bound when the last one that counts is released.
+        std::map<std::string, std::set<std::string>> releasedByHand;
         for (auto const& [text, expression] : expressions) {
             Value const fresh = evaluate(*expression);
             bool const isStale = !(fresh == expression->value) && fresh == fresh;
             for (std::string const& name : expression->symbols) {
                 std::string const released = name + " was released by hand for " + text;
                 auto const known = symbols.find(name);
-                if (known == symbols.end() || known->second.texts.count(text) == 0)
+                if (known == symbols.end() || known->second.texts.count(text) == 0) {
                     found[released];
+                    releasedByHand[name].insert(released);
+                }
                 if (isStale)
                     found[text].insert({"the leaves of " + name, released});
             }
         }
         for (auto const& [name, symbol] : symbols)
             if (walk(name, 0, root) != symbol.leaves)
-                found["the leaves of " + name];
+                found["the leaves of " + name] = releasedByHand[name];
         return found;
     }
 
