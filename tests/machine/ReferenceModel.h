@@ -188,9 +188,12 @@ public:
                 Value const* const value = store.value(id, name);
                 Value const old = value ? *value : Value{};
                 bool const isThere = value != nullptr;
+                touches(id, name, " changes");
                 inTransaction([&] { isThere ? store.set(id, name, touched()) : store.add(id, name, touched()); });
+                touches(id, name, " is restored");
                 inTransaction([&] { isThere ? store.set(id, name, old) : store.remove(id, name); });
             }
+        endTouching();
         for (auto const& view : m_views)
             if (view)
                 view->discard();
@@ -395,12 +398,10 @@ private:
             },
             [this](Ref ref) { return ref.number < 0 ? STRANGER : m_ids.at(ref.number); },
             [this, number](std::string const& text, bool must) {
-                std::size_t const next = evaluations().size();
-                std::vector<std::string> const& ofSystem = m_systemUnderTest.evaluations();
-                bool const isNext = next < ofSystem.size() && ofSystem[next] == evaluation(number, text);
-                if (must || isNext)
+                bool const takesPlace = must || isNextOf(m_systemUnderTest, evaluation(number, text));
+                if (takesPlace)
                     noteEvaluation(number, text);
-                return must || isNext;
+                return takesPlace;
             });
         m_listeners.push_back(place);
         m_allEngines.push_back(place);

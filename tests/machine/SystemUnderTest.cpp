@@ -330,15 +330,14 @@ void SystemUnderTest::touchAll()
             Provider const provider = studio::data::model::getContextProvider(entry.second);
             if (!provider || !ContextProvider::sharedModel()->findElement(entry.second, 1))
                 continue;
-            if (Property const property = provider->getProperty(name)) {
-                PropertyValue const old = property->getValue();
-                property->setValue(other);
-                property->setValue(old);
-            } else {
-                provider->addProperty(name, other);
-                provider->removeProperty(name);
-            }
+            Property const property = provider->getProperty(name);
+            PropertyValue const old = property ? property->getValue() : PropertyValue{};
+            touches(entry.first, name, " changes");
+            property ? property->setValue(other) : provider->addProperty(name, other);
+            touches(entry.first, name, " is restored");
+            property ? property->setValue(old) : provider->removeProperty(name);
         }
+    endTouching();
     Provider const somebody = ContextProvider::create();
     for (auto const& view : m_views)   // destroying a handle destroys orphans, too
         if (view)

@@ -3,6 +3,7 @@
 #include "machine/Steps.h"
 #include "machine/Values.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <iterator>
@@ -93,6 +94,15 @@ public:
     /// The evaluations of expressions but the first of each, with the engine and the place in the log.
     std::vector<std::string> const& evaluations() const { return m_evaluations; }
     void forgetEvaluations() { m_evaluations.clear(); }
+    /// True if an evaluation now is the next one of `other`, which is ahead; among those of one write of `touchAll`,
+    /// one of them, since a fault has changed their order.
+    bool isNextOf(World const& other, std::string const& evaluation) const
+    {
+        std::vector<std::string> const& all = other.m_evaluations;
+        if (!m_touched.empty())
+            return std::find(all.begin(), all.end(), evaluation) != all.end();
+        return m_evaluations.size() < all.size() && all[m_evaluations.size()] == evaluation;
+    }
     bool takeMayBeStale() { return std::exchange(m_mayBeStale, false); }
     int calls() const { return m_calls; }
     /// Omits mirrors of destroyed contexts from the state that is compared: after a fault they may be there or not.
@@ -151,13 +161,21 @@ protected:
         std::string name;
     };
 
+    /// Says which write of `touchAll` follows.
+    void touches(int context, std::string const& name, char const* how)
+    {
+        m_touched = " when " + std::to_string(context) + '.' + name + how;
+    }
+    void endTouching() { m_touched.clear(); }
+
     /// Returns the number for the next context.
     int nextContext() { return m_numbers.context++; }
 
     std::string evaluation(int engine, std::string const& text) const
     {
-        return std::to_string(engine) + ": " + text + " after " + std::to_string(m_calls) + " calls, " +
-               std::to_string(m_depth) + " deep";
+        return std::to_string(engine) + ": " + text +
+               (m_touched.empty() ? " after " + std::to_string(m_calls) + " calls, " + std::to_string(m_depth) + " deep"
+                                  : m_touched);
     }
     void noteEvaluation(int engine, std::string const& text) { m_evaluations.push_back(evaluation(engine, text)); }
     void log(std::string const& line) { m_log += line + '\n'; }
@@ -218,6 +236,7 @@ protected:
     }
 
     bool m_showsMirrorsOfDestroyed = true;
+    std::string m_touched;       // the write of `touchAll`; empty outside of it
     bool m_mayBeStale = false;   // something left values or mirrors stale, as documented
 
 private:
