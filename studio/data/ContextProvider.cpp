@@ -50,6 +50,14 @@ Property::Impl* hidingIn(ContextData const& context, std::string_view path)
     return context->getProperties().findImpl(path);
 }
 
+/// Returns the context of that identity that its provider could not destroy; null if there is none.
+ContextData leftoverOf(boost::uuids::uuid const& id)
+{
+    tarn::zero::ModelElement const element = ContextProvider::sharedModel()->findElement(id, 1);
+    ContextData::Impl* const context = tarn::zero::elementCast<ContextData>(element);
+    return ContextData{context && context->isLeftover() ? context : nullptr};
+}
+
 /// Writes in one transaction. Does not use its arguments after listeners were called: they may be destroyed.
 void write(Property::Impl* property, PropertyValue const& value)
 {
@@ -79,11 +87,17 @@ std::shared_ptr<ContextProvider> ContextProvider::create(boost::uuids::uuid cons
         throw std::invalid_argument{"a context cannot have the nil UUID"};
     detail::ProviderTable& table = detail::ProviderTable::instance();
     auto const entry = table.all().find(id);
-    if (sharedModel()->findElement(id, 1) || (entry != table.all().end() && entry->second))
+    ContextData const leftover = leftoverOf(id);
+    bool const isTaken = sharedModel()->findElement(id, 1) && !leftover;
+    if (isTaken || (entry != table.all().end() && entry->second))
         throw std::invalid_argument{"the UUID " + to_string(id) + " belongs to an existing context or property"};
     table.remove(id);   // that of a failed construction
     std::shared_ptr<ContextProvider> restored;
-    inTransaction([&] { restored.reset(new ContextProvider{id}); });   // owned when reported: expressions may await it
+    inTransaction([&] {
+        if (leftover)
+            leftover->destroy();
+        restored.reset(new ContextProvider{id});   // owned when reported: expressions may await it
+    });
     return restored;
 }
 
@@ -247,11 +261,11 @@ void ContextProvider::destroyElement() noexcept
 {
     if (!element)
         return;
+    element->markAsLeftover();
     try {
         element->destroy();   // possible at any depth of transactions
     } catch (...) {
-        // If a listener threw, the element is gone. If there was no memory for a transaction, it stays, and nothing
-        // refers to it.
+        // If a listener threw, the element is gone. If there was no memory for a transaction, it stays as a leftover.
     }
 }
 

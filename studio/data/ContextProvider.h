@@ -46,9 +46,10 @@ public:
 
     /// Makes a new, empty context of that identity, for contexts that are restored: references to the identity, and the
     /// expressions and views that go along them, reach the context again. *Notifies* as `create()`; the report's
-    /// listeners may look the context up. *Throws* `std::invalid_argument` for the nil UUID and for one that an element
-    /// of the shared model has; nothing has changed then. *Throws* what its commit throws, a listener's exception too;
-    /// the context is then destroyed, unless a listener keeps it.
+    /// listeners may look the context up. Destroys in the same transaction what the context's last provider could not
+    /// destroy, for lack of memory or because its end was rolled back. *Throws* `std::invalid_argument` for the nil
+    /// UUID and for one that another element of the shared model has; nothing has changed then. *Throws* what its
+    /// commit throws, a listener's exception too; the context is then destroyed, unless a listener keeps it.
     [[nodiscard]] static std::shared_ptr<ContextProvider> create(boost::uuids::uuid const& id);
 
     /// For `create` only: a provider that no `std::shared_ptr` owns cannot be looked up. The nil UUID stands for a new

@@ -231,13 +231,15 @@ private:
         if (place.provider || m_creating.count(slot) != 0 || (restores && place.last < 0))
             return;
         int const id = restores ? place.last : nextContext();
-        if (m_state.store.context(id) || m_state.providers.living.count(id) != 0)
+        if (m_state.providers.living.count(id) != 0)
             throw Refused{};
         m_creating.insert(slot);
         try {
             Providers::Owner made;
             try {
                 inTransaction([&] {
+                    if (m_state.store.context(id))
+                        destroyData(m_state.store.contextOf(id));   // left by its last provider
                     m_state.store.create(id);
                     made = std::make_shared<Providers::Provider>(
                         m_state.providers, m_state.store.contextOf(id),

@@ -68,7 +68,14 @@ public:
     // By design: the copy's active contexts are empty; whoever mirrors contexts fills them in itself.
     ContextData cloneTo(tarn::zero::Model const& model, bool cloneUUID) const;
 
+    /// True once the provider of the context has ended. Such a context still exists if there was no memory for its
+    /// destruction, or if the transaction with it was rolled back; `ContextProvider::create` with its UUID replaces it.
+    bool isLeftover() const noexcept { return hasLostProvider; }
+    /// Says that the provider of the context has ended. No rollback takes this back.
+    void markAsLeftover() noexcept { hasLostProvider = true; }
+
 private:
+    bool hasLostProvider = false;
     ActiveContexts activeContexts;
     Properties properties;
 };
