@@ -166,10 +166,10 @@ private:
             return {Standstill::ProviderGone, path->symbol};
         auto const& commits = record.commits();
         bool const isKept = !commits.empty() && record.isUpToDate() && record.isWholeFrom(commits.back().commit.number);
-        auto const turn =
-            !isKept ? std::nullopt
-                    : record.findTurn(state.program, commits.size() - 1, detail::ChangedContexts{state.contexts},
-                                      [this](PropertyValue const& value) { return value == *state.value; });
+        auto const turn = !isKept
+                              ? std::nullopt
+                              : record.findTurn(state.program, commits.size() - 1, state.contexts,
+                                                [this](PropertyValue const& value) { return value == *state.value; });
         if (!turn)
             return {record.droppedCount() == 0 && !record.wasAcquiredBefore(state.program.text())
                         ? Standstill::RolledBack

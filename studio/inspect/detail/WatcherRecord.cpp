@@ -158,24 +158,26 @@ void Watcher::Record::goBack(std::size_t index, detail::ChangedContexts& context
 }
 
 std::optional<Watcher::Record::Turn> Watcher::Record::findTurn(
-    gel::Program const& program, std::size_t index, detail::ChangedContexts contexts,
+    gel::Program const& program, std::size_t index, host::ContextReader const& present,
     std::function<bool(PropertyValue const&)> const& isOther) const
 {
-    std::optional<detail::Reads> reads;
+    detail::ChangedContexts contexts{present};
+    goBack(index, contexts);
+    detail::Reads reads;
+    detail::evaluate(program, root, contexts, &reads);
     for (;; --index) {
-        if (!reads)
-            detail::evaluate(program, root, contexts, &reads.emplace());
         Commit const& commit = kept[index].commit;
-        if (reads->contain(commit)) {
-            detail::ChangedContexts before{contexts};
-            detail::undo(commit, before);
-            if (isOther(detail::evaluate(program, root, before)))
-                return Turn{&kept[index], std::move(before), std::move(contexts)};
-            reads.reset();
+        detail::undo(commit, contexts);
+        if (reads.contain(commit)) {
+            reads = {};
+            if (isOther(detail::evaluate(program, root, contexts, &reads))) {
+                detail::ChangedContexts after{present};
+                goBack(index, after);
+                return Turn{&kept[index], std::move(contexts), std::move(after)};
+            }
         }
         if (index == 0 || kept[index - 1].commit.number + 1 != commit.number)
             return std::nullopt;
-        detail::undo(commit, contexts);
     }
 }
 
