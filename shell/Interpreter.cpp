@@ -21,6 +21,8 @@ using Kind = Outcome::Kind;
 
 namespace {
 
+constexpr std::size_t LONGEST_NAME = 160;   // of a command as the maker of a commit, in columns
+
 std::string dump(json const& object)
 {
     std::string text = object.dump(-1, ' ', true, json::error_handler_t::replace);
@@ -89,10 +91,18 @@ Answer Interpreter::answer(std::string_view line)
     std::size_t count = 0;
     for (auto rest = firstWord(arguments); !rest.first.empty() && count <= 2; rest = firstWord(rest.second))
         ++count;
+    if (count > verb->most && verb->most == 0)
+        throw CommandError(std::string(verb->name) + " takes no argument");
     if (count < verb->fewest || count > verb->most)
         throw CommandError("usage: " + syntaxOf(*verb));
-    commands.workspace().announce("the command " + std::string(line));
-    return (commands.*verb->run)(arguments);
+    std::string const shortened = workbench::oneLine(line, LONGEST_NAME);
+    bool const isInBatch = commands.workspace().isInBatch();
+    if (!isInBatch)
+        commands.workspace().announce("the command " + shortened);
+    Answer answer = (commands.*verb->run)(arguments);
+    if (isInBatch && commands.workspace().isInBatch() && verb->group == Group::Changes)
+        commands.workspace().addToBatch(shortened);
+    return answer;
 }
 
 Outcome Interpreter::done(std::string_view line, Answer const& answer)

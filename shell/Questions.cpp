@@ -1,3 +1,4 @@
+#include "gel/Eval.h"
 #include "shell/Commands.h"
 #include "shell/Places.h"
 #include "shell/Text.h"
@@ -11,6 +12,7 @@
 #include "workbench/Text.h"
 
 #include <optional>
+#include <set>
 #include <utility>
 
 // The commands that only read.
@@ -64,10 +66,21 @@ Answer Commands::flip(std::string_view argument)
     for (inspect::Flip const& flip : flips) {
         lines.add("  " + withoutLineEnd(inspect::describe(flip)));
         json& changes = all.emplace_back(json::array());
-        for (inspect::ProposedChange const& change : flip.changes)
-            changes.push_back(
-                {{"path", change.path}, {"before", change.before.value_or(PropertyValue{})}, {"after", change.after}});
+        for (inspect::ProposedChange const& change : flip.changes) {
+            json& object = changes.emplace_back(json{{"path", change.path}});
+            if (change.before)
+                object["before"] = *change.before;
+            object["after"] = change.after;
+        }
     }
+    // No value helps where there is no context for it.
+    if (flips.empty())
+        for (std::string const& symbol : gel::symbols(text)) {
+            host::PathEnd const end = host::endOf(model->root(), symbol);
+            bool const isBeforeLast = end.offset + end.size != symbol.size();
+            if (isBeforeLast && end.reason != host::PathEnd::Reason::Found)
+                lines.add("  " + host::describe(end, symbol));
+        }
     return {lines.text, std::move(all)};
 }
 
@@ -97,10 +110,17 @@ Answer Commands::whyNot(std::string_view argument)
     json object = json::parse(inspect::json(whyNot, text));
     Lines lines;
     lines.add(withoutLineEnd(inspect::describe(whyNot, text)));
-    if (std::string const maker = model->makerOf(whyNot.commit); !maker.empty()) {
-        lines.add("commit " + std::to_string(whyNot.commit) + " was made by " + maker);
-        object["maker"] = maker;
+    if (whyNot.since != 0) {
+        inspect::Why const why = model->watcher().why(text);
+        lines.add("commit " + std::to_string(why.commit) + " changed it: " + literal(why.before) + " -> " +
+                  literal(why.after));
+        object["changed"] = {{"before", why.before}, {"after", why.after}};
     }
+    for (std::uint64_t const commit : std::set{whyNot.since, whyNot.commit})
+        if (std::string const maker = model->makerOf(commit); !maker.empty()) {
+            lines.add("commit " + std::to_string(commit) + " was made by " + maker);
+            object["makers"].push_back({{"commit", commit}, {"maker", maker}});
+        }
     return {lines.text, std::move(object)};
 }
 

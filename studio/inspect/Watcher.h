@@ -139,6 +139,9 @@ struct WhyNot {
     std::string symbol{};
     /// The number of the commit that shows the case; 0 if none does.
     std::uint64_t commit = 0;
+    /// The number of the commit that last changed the value, `Why::commit`; 0 if none that is kept did, and for
+    /// `NotAcquired`.
+    std::uint64_t since = 0;
 };
 
 /// Keeps the last commits of the shared model and what an engine did for each, and finds in them why the value of an
@@ -176,8 +179,8 @@ public:
     /// reads, as a rule one more if they explain the change only together, and a pass over the later commits. After
     /// 20,000 evaluations of sets, the set that was found may still contain changes that can be left out.
     Why why(std::string const& text) const;
-    /// Returns why the value of an acquired text has not changed since its last change. *Throws* as `why`. *Cost*: an
-    /// evaluation, a copy of the engine's list of expressions, and a pass over the commits.
+    /// Returns why the value of an acquired text has not changed since its last change. *Throws* and costs as
+    /// `why`.
     WhyNot whyNot(std::string const& text) const;
 
     /// Returns the rounds as a trace in the JSON format that trace viewers of browsers read: evaluations, callbacks and

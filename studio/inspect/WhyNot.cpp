@@ -223,7 +223,10 @@ private:
 
 WhyNot Watcher::whyNot(std::string const& text) const
 {
-    return Finder<Record>{*record, text}.find();
+    WhyNot found = Finder<Record>{*record, text}.find();
+    if (found.row != Standstill::NotAcquired)
+        found.since = why(text).commit;
+    return found;
 }
 
 std::vector<WhyNot> whyNot(ExpressionEngine const& engine, std::string const& text)

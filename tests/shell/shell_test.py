@@ -103,16 +103,18 @@ def check_files():
 
 
 def check_json():
-    script = "make a\nset a.x 'q\"'\nwatch a.x\nset a.x 2\nshow a.x +\nshow a.x\nexplain a.x > 1\nflip a.x > 1\nlist\n\n# no\nbatch\n"
+    script = "make a\nset a.x 'q\"'\nwatch a.x\nset a.x 2\nshow a.x +\nshow a.x\nexplain a.x > 1\nflip a.x > 1\nflip a.y\nset a.z undefined\nflip a.z\nlist\n\n# no\nbatch\n"
     code, output = run("--json", "--keep-going", script=script)
     answers = [json.loads(line) for line in output.splitlines()]
     expect("--json has an object a command, and one for the batch that ended with the input",
-           code == 1 and len(answers) == 11 and all(("result" in each) != ("error" in each) for each in answers), output)
+           code == 1 and len(answers) == 14 and all(("result" in each) != ("error" in each) for each in answers), output)
     expect("--json", answers[3]["changes"] == [{"text": "a.x", "before": 'q"', "after": 2.0}]
            and "column" in answers[4]["error"] and answers[5] == {"command": "show a.x", "result": 2.0}
            and answers[6]["result"]["value"] is True
            and answers[7]["result"][0] == [{"path": "a.x", "before": 2.0, "after": 1.0}]
-           and "batch" in answers[10]["error"], output)
+           and answers[8]["result"][0] == [{"path": "a.y", "after": True}]
+           and answers[10]["result"][0] == [{"path": "a.z", "before": None, "after": True}]
+           and "batch" in answers[13]["error"], output)
 
 
 def check_terminal():

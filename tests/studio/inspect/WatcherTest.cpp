@@ -387,6 +387,8 @@ TEST(Watcher, TellsEveryRowOfTheGuide)
             SCOPED_TRACE(describe(found, row.text));
             EXPECT_EQ(found.row, row.row) << static_cast<int>(row.row);
             EXPECT_EQ(found.symbol, row.symbol);
+            EXPECT_EQ(found.since, row.row == Standstill::NotAcquired ? 0 : world.watcher->why(row.text).commit);
+            EXPECT_EQ(describe(found, row.text).find(" since commit ") != std::string::npos, found.since != 0);
             auto const all = whyNot(*world.engine, row.text);
             EXPECT_TRUE(std::any_of(all.begin(), all.end(), [&](auto const& one) { return one.row == row.row; }));
             EXPECT_NE(json(found, row.text).find("\"row\":\""), std::string::npos);
