@@ -26,6 +26,12 @@ using workbench::RecordedState;
 namespace host = studio::host;
 namespace inspect = studio::inspect;
 
+namespace {
+
+constexpr char const* TOO_LONG = "(paths longer than 4,096 bytes are left out)";
+
+}   // namespace
+
 Answer Commands::show(std::string_view text)
 {
     PropertyValue const value = evaluate(textOf(text), model->root()->getId());
@@ -135,6 +141,8 @@ Answer Commands::list(std::string_view path)
             lines.add(name + " = " + places.shownAt(name, value));
             object[name] = value;
         }
+    if (!places.isComplete)
+        lines.add(TOO_LONG);
     if (lines.text.empty() && !path.empty())
         failAt(host::endOf(model->root(), path), path);
     return {lines.text.empty() ? "nothing yet; make and set add contexts and properties" : lines.text,
@@ -168,6 +176,8 @@ Answer Commands::find(std::string_view word)
             lines.add(path + " = " + places.shownAt(path, value));
             properties[path] = value;
         }
+    if (!places.isComplete)
+        lines.add(TOO_LONG);
     Answer const expressions = texts(word);
     if (!expressions.json.empty())
         lines.add(expressions.text);
