@@ -96,7 +96,7 @@ private:
             add(index);
     }
 
-    /// Undoes changes that have another value than `after` as long as all of them are undone, and returns them.
+    /// Undoes a set of changes without which the value is not `after`, and returns it. None of it can be left out.
     static std::vector<std::size_t> smallestSet(Restorations& state, PropertyValue const& after)
     {
         std::vector<std::size_t> undone;
