@@ -126,18 +126,21 @@ Answer Commands::set(std::string_view arguments)
     } else {
         value = evaluate(std::string(text), model->root()->getId());
     }
-    // References are named by the paths before the write, which may move a context to another path.
-    Places const places = Places::reachedFrom(model->root()->getId());
     PropertyValue const before = model->root()->getPropertyValue(std::string(path));
-    host::Written const written = host::put(model->root(), path, value);
-    if (written == host::Written::Nowhere)
-        failAt(host::endOf(model->root(), path), path, "; make the context first");
+    // The text is made before the write. What it replaces is named by its path before the write, which may move it.
     std::string const line = std::string(path) + ": ";
-    switch (written) {
-    case host::Written::Changed: return {line + places.shown(before) + " -> " + places.shown(value), value};
-    case host::Written::Added: return {line + places.shown(value) + ", a new property", value};
-    default: return {line + places.shown(value) + ", unchanged", value};
+    std::string const from =
+        (before.isUUID() ? Places::reachedFrom(model->root()->getId()).shown(before) : literal(before)) + " -> ";
+    std::string const to = !value.isUUID() ? literal(value) : text.size() == 1 ? "the root" : std::string(text);
+    Answer changed{line + from + to, value}, added{line + to + ", a new property", value},
+        same{line + to + ", unchanged", value};
+    switch (host::put(model->root(), path, value)) {
+    case host::Written::Changed: return changed;
+    case host::Written::Added: return added;
+    case host::Written::Same: return same;
+    case host::Written::Nowhere: break;
     }
+    failAt(host::endOf(model->root(), path), path, "; make the context first");
 }
 
 Answer Commands::unset(std::string_view path)
@@ -145,23 +148,26 @@ Answer Commands::unset(std::string_view path)
     host::PathEnd const end = host::endOf(model->root(), path);
     if (end.reason != host::PathEnd::Reason::Found && end.reason != host::PathEnd::Reason::Hidden)
         failAt(end, path);
+    Answer answer{std::string(path) + ": removed"};
     end.context->removeProperty(std::string(path.substr(end.offset, end.size)));
-    return std::string(path) + ": removed";
+    return answer;
 }
 
 Answer Commands::make(std::string_view path)
 {
     bool const isThere = model->tree().find(path) != nullptr;
+    Answer answer{std::string(path) + (isThere ? ": a context already" : ": a new context")};
     model->tree().make(path);
-    return std::string(path) + (isThere ? ": a context already" : ": a new context");
+    return answer;
 }
 
 Answer Commands::drop(std::string_view path)
 {
+    Answer answer{std::string(path) + ": dropped"};
     if (!model->tree().drop(path))
         throw CommandError("make has made no context at " + workbench::inQuotes(path) +
                            "; contexts of the session are dropped by its steps only");
-    return std::string(path) + ": dropped";
+    return answer;
 }
 
 Answer Commands::batch(std::string_view)
@@ -193,7 +199,9 @@ Answer Commands::step(std::string_view count)
     refuseInBatch("step");
     std::size_t const left = model->material().recording.steps.size() - model->step();
     std::size_t const wanted = count.empty() ? 1 : count == "end" ? left : requireNumber(count);
-    if (left == 0 && wanted > 0)
+    if (!count.empty() && count != "end" && wanted == 0)
+        throw CommandError("expected a number from 1 on or end, found 0");
+    if (left == 0)
         throw CommandError(model->step() == 0 ? "there is no session to step through; load one first"
                                               : "the session ends with step " + counted(model->step()));
     for (std::size_t i = 0; i < std::min(wanted, left); ++i)
@@ -205,6 +213,8 @@ Answer Commands::back(std::string_view count)
 {
     refuseInBatch("back");
     std::size_t const wanted = count.empty() ? 1 : count == "start" ? model->step() : requireNumber(count);
+    if (wanted == 0 && count != "start")
+        throw CommandError("expected a number from 1 on or start, found 0");
     if (wanted > model->step())
         throw CommandError("the session is at step " + counted(model->step()) + "; it cannot go back " +
                            counted(wanted));
@@ -285,6 +295,8 @@ Answer Commands::help(std::string_view name)
         width = std::max(width, syntaxOf(verb).size());
     Lines lines;
     for (Verb const& verb : verbs()) {
+        if (&verb == verbs().data() || verb.group != (&verb - 1)->group)
+            lines.add(nameOf(verb.group));
         std::string syntax = syntaxOf(verb);
         syntax.resize(width + 2, ' ');
         lines.add("  " + syntax + verb.help);

@@ -23,7 +23,7 @@ void DiskFiles::write(std::string const& name, std::string const& text)
 {
     if (!overwrites && !workbench::presentAmong({name}).empty())
         throw workbench::DocumentError(name, "cannot be written", "it is already there; --force overwrites");
-    workbench::writeFiles({{name, text}});
+    workbench::writeFiles({{name, text}}, overwrites ? workbench::Existing::Replace : workbench::Existing::Keep);
 }
 
 }   // namespace shell

@@ -4,11 +4,14 @@
 #include "shell/Places.h"
 #include "shell/Text.h"
 #include "shell/Verbs.h"
+#include "studio/data/ContextProvider.h"
 #include "studio/data/PropertyValueJson.h"
+#include "tarn/zero/ModelImpl.h"
 #include "workbench/Json.h"
 #include "workbench/Text.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <exception>
 #include <new>
 #include <set>
@@ -20,6 +23,8 @@ using json = nlohmann::ordered_json;
 using Kind = Outcome::Kind;
 
 namespace {
+
+constexpr std::size_t LONGEST_NAME = 160;   // of a command as the maker of a commit, in columns
 
 std::string dump(json const& object)
 {
@@ -34,6 +39,12 @@ bool isInPath(char each)
     auto const byte = static_cast<unsigned char>(each);
     return each == '.' || each == '_' || byte >= 0x80 || (byte >= '0' && byte <= '9') || (byte >= 'a' && byte <= 'z') ||
            (byte >= 'A' && byte <= 'Z');
+}
+
+/// The number of the last commit of any model.
+std::uint64_t lastCommit()
+{
+    return studio::data::ContextProvider::sharedModel()->lastReport();
 }
 
 std::string placed(gel::ParseError const& error)
@@ -55,6 +66,19 @@ Outcome Interpreter::run(std::string_view line)
     line = trimmed(line);
     if (line.empty() || line.starts_with('#'))
         return {};
+    std::uint64_t const last = lastCommit();
+    bool const isInBatch = commands.workspace().isInBatch();
+    try {
+        return outcomeOf(line);
+    } catch (std::bad_alloc const&) {
+        bool const isSame = !isInBatch && lastCommit() == last;
+        return failed(line, isSame ? "out of memory; nothing has changed"
+                                   : "out of memory; the command may have been carried out, in part or whole");
+    }
+}
+
+Outcome Interpreter::outcomeOf(std::string_view line)
+{
     try {
         return done(line, answer(line));
     } catch (gel::ParseError const& error) {
@@ -89,10 +113,18 @@ Answer Interpreter::answer(std::string_view line)
     std::size_t count = 0;
     for (auto rest = firstWord(arguments); !rest.first.empty() && count <= 2; rest = firstWord(rest.second))
         ++count;
+    if (count > verb->most && verb->most == 0)
+        throw CommandError(std::string(verb->name) + " takes no argument");
     if (count < verb->fewest || count > verb->most)
         throw CommandError("usage: " + syntaxOf(*verb));
-    commands.workspace().announce("the command " + std::string(line));
-    return (commands.*verb->run)(arguments);
+    std::string const shortened = workbench::oneLine(line, LONGEST_NAME);
+    bool const isInBatch = commands.workspace().isInBatch();
+    if (!isInBatch)
+        commands.workspace().announce("the command " + shortened);
+    Answer answer = (commands.*verb->run)(arguments);
+    if (isInBatch && commands.workspace().isInBatch() && verb->group == Group::Changes)
+        commands.workspace().addToBatch(shortened);
+    return answer;
 }
 
 Outcome Interpreter::done(std::string_view line, Answer const& answer)
@@ -100,22 +132,21 @@ Outcome Interpreter::done(std::string_view line, Answer const& answer)
     Workspace& workspace = commands.workspace();
     std::vector<Workspace::Change> const changes = workspace.changes();
     workspace.forgetChanges();
-    std::string text = answer.text;
-    json shown = json::array();
-    for (auto const& [watched, before, after] : changes) {
-        if (!workspace.watched().count(watched))
-            continue;
-        text += (text.empty() ? "* " : "\n* ") + watched + ": " + literal(before) + " -> " + literal(after);
-        shown.push_back({{"text", watched}, {"before", before}, {"after", after}});
-    }
+    auto const isShown = [&](Workspace::Change const& change) { return workspace.watched().count(change.text) != 0; };
     Outcome outcome{Kind::Done, {}, commands.hasQuit()};
-    if (format == Format::Text) {
+    if (format == Format::Text) {   // makes no JSON, whose destructor needs memory
+        std::string text = answer.text;
+        for (Workspace::Change const& change : changes)
+            if (isShown(change))
+                text += (text.empty() ? "* " : "\n* ") + change.text + ": " + literal(change.before) + " -> " +
+                        literal(change.after);
         outcome.text = printable(answer.isDocument ? text : workspace.withNames(text));
         return outcome;
     }
     json object{{"command", line}, {"result", answer.json.is_null() ? json(answer.text) : answer.json}};
-    if (!shown.empty())
-        object["changes"] = std::move(shown);
+    for (Workspace::Change const& change : changes)
+        if (isShown(change))
+            object["changes"].push_back({{"text", change.text}, {"before", change.before}, {"after", change.after}});
     outcome.text = dump(object);
     return outcome;
 }

@@ -39,8 +39,9 @@ public:
     /// *Lifetime*: refers to `files`.
     Interpreter(Files& files, Material material, Format format);
 
-    /// Carries out a line. Does nothing for an empty one and for one that begins with `#`. Lets no exception out but
-    /// `std::bad_alloc`.
+    /// Carries out a line. Does nothing for an empty one and for one that begins with `#`. If memory runs out, the
+    /// command has failed, and the outcome says whether the model may have changed. *Throws* only `std::bad_alloc`, if
+    /// there is no memory for that outcome either.
     Outcome run(std::string_view line);
     /// Ends the input: an open batch is rolled back, which is a failure. Call it once.
     Outcome finish();
@@ -49,6 +50,7 @@ public:
     Completion complete(std::string_view line) const;
 
 private:
+    Outcome outcomeOf(std::string_view line);
     Answer answer(std::string_view line);
     Outcome done(std::string_view line, Answer const& answer);
     Outcome failed(std::string_view line, std::string const& reason, Outcome::Kind kind = Outcome::Kind::Failed) const;

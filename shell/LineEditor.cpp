@@ -3,7 +3,6 @@
 #include "shell/Text.h"
 #include "workbench/Text.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <new>
 #include <string_view>
@@ -13,14 +12,6 @@ namespace shell {
 namespace {
 
 constexpr int REMEMBERED = 1'000;   // lines
-
-/// Returns the longest text that all words begin with; there is at least one.
-std::string commonStart(std::vector<std::string> const& words)
-{
-    std::string const& first = words.front();
-    std::string const& last = words.back();   // the words ascend
-    return {first.begin(), std::mismatch(first.begin(), first.end(), last.begin(), last.end()).first};
-}
 
 }   // namespace
 

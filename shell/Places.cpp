@@ -62,6 +62,10 @@ Places Places::reachedFrom(boost::uuids::uuid const& root, Reader const& read)
         waiting.pop_front();
         std::string const start = places.contexts[id].empty() ? "" : places.contexts[id] + '.';
         for (auto const& [name, value] : read(id).value_or(Properties{})) {
+            if (start.size() + name.size() > LONGEST_PATH) {
+                places.isComplete = false;
+                continue;
+            }
             places.properties.emplace(start + name, value);
             if (value.isUUID() && !places.contexts.count(value.getUUID()) && read(value.getUUID())) {
                 places.contexts[value.getUUID()] = start + name;

@@ -6,6 +6,7 @@
 
 #include <boost/uuid/uuid.hpp>
 
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <optional>
@@ -23,6 +24,10 @@ struct Places {
 
     std::map<std::string, studio::data::PropertyValue> properties;   // by path
     std::map<boost::uuids::uuid, std::string> contexts;              // their paths; of the root an empty one
+    bool isComplete = true;                                          // no path was too long
+
+    /// The longest path that is visited, in bytes. It bounds the memory for chains of contexts.
+    static constexpr std::size_t LONGEST_PATH = 4'096;
 
     /// Visits the contexts breadth first, so that each has one of its shortest paths.
     static Places reachedFrom(boost::uuids::uuid const& root, Reader const& read);

@@ -1,3 +1,4 @@
+#include "gel/Eval.h"
 #include "shell/Commands.h"
 #include "shell/Places.h"
 #include "shell/Text.h"
@@ -11,6 +12,7 @@
 #include "workbench/Text.h"
 
 #include <optional>
+#include <set>
 #include <utility>
 
 // The commands that only read.
@@ -23,6 +25,12 @@ using workbench::counted;
 using workbench::RecordedState;
 namespace host = studio::host;
 namespace inspect = studio::inspect;
+
+namespace {
+
+constexpr char const* TOO_LONG = "(paths longer than 4,096 bytes are left out)";
+
+}   // namespace
 
 Answer Commands::show(std::string_view text)
 {
@@ -64,10 +72,21 @@ Answer Commands::flip(std::string_view argument)
     for (inspect::Flip const& flip : flips) {
         lines.add("  " + withoutLineEnd(inspect::describe(flip)));
         json& changes = all.emplace_back(json::array());
-        for (inspect::ProposedChange const& change : flip.changes)
-            changes.push_back(
-                {{"path", change.path}, {"before", change.before.value_or(PropertyValue{})}, {"after", change.after}});
+        for (inspect::ProposedChange const& change : flip.changes) {
+            json& object = changes.emplace_back(json{{"path", change.path}});
+            if (change.before)
+                object["before"] = *change.before;
+            object["after"] = change.after;
+        }
     }
+    // No value helps where there is no context for it.
+    if (flips.empty())
+        for (std::string const& symbol : gel::symbols(text)) {
+            host::PathEnd const end = host::endOf(model->root(), symbol);
+            bool const isBeforeLast = end.offset + end.size != symbol.size();
+            if (isBeforeLast && end.reason != host::PathEnd::Reason::Found)
+                lines.add("  " + host::describe(end, symbol));
+        }
     return {lines.text, std::move(all)};
 }
 
@@ -97,10 +116,17 @@ Answer Commands::whyNot(std::string_view argument)
     json object = json::parse(inspect::json(whyNot, text));
     Lines lines;
     lines.add(withoutLineEnd(inspect::describe(whyNot, text)));
-    if (std::string const maker = model->makerOf(whyNot.commit); !maker.empty()) {
-        lines.add("commit " + std::to_string(whyNot.commit) + " was made by " + maker);
-        object["maker"] = maker;
+    if (whyNot.since != 0) {
+        inspect::Why const why = model->watcher().why(text);
+        lines.add("commit " + std::to_string(why.commit) + " changed it: " + literal(why.before) + " -> " +
+                  literal(why.after));
+        object["changed"] = {{"before", why.before}, {"after", why.after}};
     }
+    for (std::uint64_t const commit : std::set{whyNot.since, whyNot.commit})
+        if (std::string const maker = model->makerOf(commit); !maker.empty()) {
+            lines.add("commit " + std::to_string(commit) + " was made by " + maker);
+            object["makers"].push_back({{"commit", commit}, {"maker", maker}});
+        }
     return {lines.text, std::move(object)};
 }
 
@@ -115,6 +141,8 @@ Answer Commands::list(std::string_view path)
             lines.add(name + " = " + places.shownAt(name, value));
             object[name] = value;
         }
+    if (!places.isComplete)
+        lines.add(TOO_LONG);
     if (lines.text.empty() && !path.empty())
         failAt(host::endOf(model->root(), path), path);
     return {lines.text.empty() ? "nothing yet; make and set add contexts and properties" : lines.text,
@@ -148,6 +176,8 @@ Answer Commands::find(std::string_view word)
             lines.add(path + " = " + places.shownAt(path, value));
             properties[path] = value;
         }
+    if (!places.isComplete)
+        lines.add(TOO_LONG);
     Answer const expressions = texts(word);
     if (!expressions.json.empty())
         lines.add(expressions.text);

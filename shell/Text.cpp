@@ -117,6 +117,17 @@ std::string withoutLineEnd(std::string text)
     return text;
 }
 
+std::string commonStart(std::vector<std::string> const& words)
+{
+    std::string const& first = words.front();
+    std::string const& last = words.back();
+    auto end = std::mismatch(first.begin(), first.end(), last.begin(), last.end()).first;
+    auto const isInside = [&] { return end != first.end() && (static_cast<unsigned char>(*end) & 0xc0U) == 0x80; };
+    while (end != first.begin() && isInside())
+        --end;
+    return {first.begin(), end};
+}
+
 char lower(char each)
 {
     return each >= 'A' && each <= 'Z' ? static_cast<char>(each - 'A' + 'a') : each;

@@ -39,6 +39,9 @@ struct Lines {
     void add(std::string const& line) { text += (text.empty() ? "" : "\n") + line; }
 };
 
+/// Returns the longest text that all words begin with, of whole UTF-8 characters. *Requires* that there is a word and
+/// that they ascend.
+std::string commonStart(std::vector<std::string> const& words);
 /// True if `text` contains `word`, whatever the case of letters in ASCII.
 bool containsWord(std::string_view text, std::string_view word);
 /// Returns a Latin letter in lower case, and any other byte unchanged.

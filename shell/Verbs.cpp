@@ -10,50 +10,60 @@ namespace shell {
 namespace {
 
 constexpr std::array s_verbs{
-    Verb{"show", "TEXT", "evaluate an expression", Takes::Text, 1, ANY, &Commands::show},
-    Verb{"explain", "TEXT", "print its parts with their values, and which sub-conditions decide", Takes::Text, 1, ANY,
-         &Commands::explain},
-    Verb{"reason", "TEXT", "say in sentences for users why it does not hold", Takes::Text, 1, ANY, &Commands::reason},
-    Verb{"flip", "TEXT", "find the smallest changes that make it true, or false if it is true", Takes::Text, 1, ANY,
-         &Commands::flip},
-    Verb{"why", "TEXT", "name the commit that last changed its value, and what made that commit", Takes::Text, 1, ANY,
-         &Commands::why},
-    Verb{"whynot", "TEXT", "say why its value has not changed since its last change", Takes::Text, 1, ANY,
-         &Commands::whyNot},
-    Verb{"watch", "TEXT", "print each change of its value from now on", Takes::Text, 1, ANY, &Commands::watch},
-    Verb{"unwatch", "TEXT", "stop printing its changes", Takes::Text, 1, ANY, &Commands::unwatch},
+    Verb{Group::Explanations, "show", "TEXT", "evaluate an expression", Takes::Text, 1, ANY, &Commands::show},
+    Verb{Group::Explanations, "explain", "TEXT", "print its parts with their values, and which sub-conditions decide",
+         Takes::Text, 1, ANY, &Commands::explain},
+    Verb{Group::Explanations, "reason", "TEXT", "say in sentences for users why it does not hold", Takes::Text, 1, ANY,
+         &Commands::reason},
+    Verb{Group::Explanations, "flip", "TEXT", "find the smallest changes that make it true, or false if it is true",
+         Takes::Text, 1, ANY, &Commands::flip},
+    Verb{Group::Explanations, "why", "TEXT", "name the commit that last changed its value, and what made that commit",
+         Takes::Text, 1, ANY, &Commands::why},
+    Verb{Group::Explanations, "whynot", "TEXT", "say why its value has not changed since its last change", Takes::Text,
+         1, ANY, &Commands::whyNot},
+    Verb{Group::Explanations, "watch", "TEXT", "print each change of its value from now on", Takes::Text, 1, ANY,
+         &Commands::watch},
+    Verb{Group::Explanations, "unwatch", "TEXT", "stop printing its changes", Takes::Text, 1, ANY, &Commands::unwatch},
 
-    Verb{"list", "[PATH]", "list the properties below a path, with their values", Takes::Path, 0, 1, &Commands::list},
-    Verb{"texts", "[WORD]", "list the expressions of the session, or those that contain a word", Takes::Nothing, 0, ANY,
-         &Commands::texts},
-    Verb{"find", "WORD", "list the paths and expressions that contain a word", Takes::Path, 1, ANY, &Commands::find},
-    Verb{"graph", "[TEXT|PATH [DEPTH]]", "print the graph of dependencies in the DOT language", Takes::Text, 0, ANY,
-         &Commands::graph},
+    Verb{Group::Lists, "list", "[PATH]", "list the properties below a path, with their values", Takes::Path, 0, 1,
+         &Commands::list},
+    Verb{Group::Lists, "texts", "[WORD]", "list the expressions of the session, or those that contain a word",
+         Takes::Nothing, 0, ANY, &Commands::texts},
+    Verb{Group::Lists, "find", "WORD", "list the paths and expressions that contain a word", Takes::Path, 1, ANY,
+         &Commands::find},
+    Verb{Group::Lists, "graph", "[TEXT|PATH [DEPTH]]", "print the graph of dependencies in the DOT language",
+         Takes::Text, 0, ANY, &Commands::graph},
 
-    Verb{"set", "PATH VALUE", "write or add a property; VALUE is an expression, or @PATH for a reference", Takes::Text,
-         2, ANY, &Commands::set},
-    Verb{"unset", "PATH", "remove a property", Takes::Path, 1, 1, &Commands::unset},
-    Verb{"make", "PATH", "make a context, and missing ones on the way to it", Takes::Path, 1, 1, &Commands::make},
-    Verb{"drop", "PATH", "destroy a context that was made with make, and all below it", Takes::Path, 1, 1,
-         &Commands::drop},
-    Verb{"batch", "", "begin a batch: one transaction, committed at its end", Takes::Nothing, 0, 0, &Commands::batch},
-    Verb{"end", "", "commit the batch", Takes::Nothing, 0, 0, &Commands::end},
-    Verb{"cancel", "", "undo the changes of the batch, and end it", Takes::Nothing, 0, 0, &Commands::cancel},
+    Verb{Group::Changes, "set", "PATH VALUE",
+         "write or add a property; VALUE is an expression, or @PATH for a reference", Takes::Text, 2, ANY,
+         &Commands::set},
+    Verb{Group::Changes, "unset", "PATH", "remove a property", Takes::Path, 1, 1, &Commands::unset},
+    Verb{Group::Changes, "make", "PATH", "make a context, and missing ones on the way to it", Takes::Path, 1, 1,
+         &Commands::make},
+    Verb{Group::Changes, "drop", "PATH", "destroy a context that was made with make, and all below it", Takes::Path, 1,
+         1, &Commands::drop},
+    Verb{Group::Changes, "batch", "", "begin a batch: one transaction, committed at its end", Takes::Nothing, 0, 0,
+         &Commands::batch},
+    Verb{Group::Changes, "end", "", "commit the batch", Takes::Nothing, 0, 0, &Commands::end},
+    Verb{Group::Changes, "cancel", "", "undo the changes of the batch, and end it", Takes::Nothing, 0, 0,
+         &Commands::cancel},
 
-    Verb{"step", "[N|end]", "make the next step of the session, the next N, or all", Takes::Nothing, 0, 1,
-         &Commands::step},
-    Verb{"back", "[N|start]", "go back one step, N, or all, by replaying the session", Takes::Nothing, 0, 1,
-         &Commands::back},
-    Verb{"diff", "A B", "print how properties and expressions differ between steps A and B", Takes::Nothing, 2, 2,
-         &Commands::diff},
+    Verb{Group::Sessions, "step", "[N|end]", "make the next step of the session, the next N, or all", Takes::Nothing, 0,
+         1, &Commands::step},
+    Verb{Group::Sessions, "back", "[N|start]", "go back one step, N, or all, by replaying the session", Takes::Nothing,
+         0, 1, &Commands::back},
+    Verb{Group::Sessions, "diff", "A B", "print how properties and expressions differ between steps A and B",
+         Takes::Nothing, 2, 2, &Commands::diff},
 
-    Verb{"load", "EXPRESSIONS SESSION", "begin again with a recorded session; load sample for the built-in one",
-         Takes::Nothing, 1, ANY, &Commands::load},
-    Verb{"save", "FILE", "write a report as one HTML page", Takes::Nothing, 1, ANY, &Commands::save},
-    Verb{"trace", "FILE|-", "write commits and evaluations for the trace viewer of a browser", Takes::Nothing, 1, ANY,
-         &Commands::trace},
-    Verb{"help", "[VERB]", "list the verbs, or describe one", Takes::Verb, 0, 1, &Commands::help},
-    Verb{"quit", "", "leave", Takes::Nothing, 0, 0, &Commands::quit},
+    Verb{Group::Files, "load", "EXPRESSIONS SESSION",
+         "begin again with a recorded session; load sample for the built-in one", Takes::Nothing, 1, ANY,
+         &Commands::load},
+    Verb{Group::Files, "save", "FILE", "write a report as one HTML page", Takes::Nothing, 1, ANY, &Commands::save},
+    Verb{Group::Files, "trace", "FILE|-", "write commits and evaluations for the trace viewer of a browser",
+         Takes::Nothing, 1, ANY, &Commands::trace},
+
+    Verb{Group::Other, "help", "[VERB]", "list the verbs, or describe one", Takes::Verb, 0, 1, &Commands::help},
+    Verb{Group::Other, "quit", "", "leave", Takes::Nothing, 0, 0, &Commands::quit},
 };
 
 }   // namespace
@@ -86,6 +96,12 @@ std::string_view similarVerb(std::string_view word)
         }
     }
     return best;
+}
+
+char const* nameOf(Group group)
+{
+    static constexpr char const* NAMES[] = {"Explanations", "Lists", "Changes", "Sessions", "Files", "Other"};
+    return NAMES[static_cast<std::size_t>(group)];
 }
 
 std::string syntaxOf(Verb const& verb)

@@ -2,6 +2,7 @@
 
 #include "shell/Places.h"
 #include "tarn/zero/ReportData.h"
+#include "workbench/Text.h"
 
 #include <new>
 #include <utility>
@@ -55,6 +56,23 @@ void Workspace::makeStep()
     announce("step " + std::to_string(stepsMade + 1) + (step.during.empty() ? "" : ", " + step.during));
     contexts.apply(step.operations);
     ++stepsMade;
+}
+
+void Workspace::beginBatch()
+{
+    batched.clear();
+    batchedCount = 0;
+    open.emplace();
+}
+
+void Workspace::addToBatch(std::string_view command)
+{
+    constexpr std::size_t NAMED = 3;
+    if (batchedCount < NAMED)
+        batched += (batchedCount == 0 ? "" : "; ") + std::string(command);
+    ++batchedCount;
+    announce("the batch " + batched +
+             (batchedCount > NAMED ? " and " + workbench::counted(batchedCount - NAMED) + " more" : ""));
 }
 
 void Workspace::endBatch(bool isFinal)
@@ -144,6 +162,8 @@ void Workspace::roundBegins(tarn::zero::ReportData const* report) noexcept
     } catch (std::bad_alloc const&) {
         // The commit has no maker then.
     }
+    if (makers.size() > studio::inspect::Watcher::Limits{}.commits)
+        makers.erase(makers.begin());
 }
 
 }   // namespace shell

@@ -15,6 +15,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace shell {
@@ -53,14 +54,17 @@ public:
     void makeStep();
 
     /// Opens a batch. *Requires* that none is open.
-    void beginBatch() { open.emplace(); }
-    /// Ends the open batch: its changes are final or undone.
+    void beginBatch();
+    /// Adds a command to the name of the open batch.
+    void addToBatch(std::string_view command);
+    /// Ends the open batch: its changes are final or undone. The batch, with its first commands, is the maker of the
+    /// commit.
     void endBatch(bool isFinal);
     bool isInBatch() const noexcept { return open.has_value(); }
 
     /// Sets the name under which `makerOf` returns the maker of later commits.
     void announce(std::string command) { current = std::move(command); }
-    /// Returns the step or command that made a commit; empty if it is not known.
+    /// Returns the step or command that made a commit; empty if it is not known, or the commit is too old to be kept.
     std::string makerOf(std::uint64_t commit) const;
     /// Returns a text in which the ids of contexts are replaced by `context N`, with the number that the session gives
     /// them, or by `@PATH` for contexts of the tree.
@@ -85,9 +89,11 @@ private:
     std::map<std::string, studio::data::PropertyValue> before;   // of those that have changed since `forgetChanges`
     std::map<std::string, std::unique_ptr<studio::data::ExpressionHandle>> handles;
     std::set<std::string> shown;
-    std::set<std::string> recorded;   // the texts of the session
-    std::map<std::uint64_t, std::string> makers;
+    std::set<std::string> recorded;                // the texts of the session
+    std::map<std::uint64_t, std::string> makers;   // of as many commits as the watcher keeps
     std::string current;
+    std::string batched;   // the first commands of the batch
+    std::size_t batchedCount = 0;
     std::size_t stepsMade = 0;
     std::optional<studio::host::Batch> open;
 };

@@ -12,6 +12,7 @@
 #include <fstream>
 #include <functional>
 #include <iostream>
+#include <limits>
 #include <new>
 #include <optional>
 #include <string>
@@ -23,7 +24,7 @@ namespace shell {
 
 namespace {
 
-enum ExitCode { GOOD = 0, FAILED = 1, USAGE = 2, UNUSABLE_FILE = 3 };
+enum ExitCode { GOOD = 0, FAILED = 1, USAGE = 2, UNUSABLE_FILE = 3, NO_MEMORY = 4 };
 
 struct Arguments {
     std::string expressions;
@@ -45,7 +46,9 @@ void declare(CLI::App& app, Arguments& arguments)
     app.add_option("-c", arguments.commands, "Carry out a command; may be repeated")
         ->option_text("COMMAND")
         ->allow_extra_args(false);
-    app.add_option("--script", arguments.script, "Carry out the commands in a file, a line each")->type_name("FILE");
+    app.add_option("--script", arguments.script, "Carry out the commands in a file, a line each")
+        ->type_name("FILE")
+        ->check([](std::string const& name) { return name.empty() ? "the name of the file is empty" : ""; });
     app.add_flag("--keep-going", arguments.keepGoing, "Go on after a command that failed");
     app.add_flag("--json", arguments.json, "Answer each command with a JSON object on one line");
     app.add_flag("--echo", arguments.echo, "Print each command before its answer");
@@ -57,7 +60,8 @@ void declare(CLI::App& app, Arguments& arguments)
                "  0  every command was carried out\n"
                "  1  a command failed; those after it were not carried out, unless --keep-going is given\n"
                "  2  the command line cannot be used\n"
-               "  3  a file cannot be read or written");
+               "  3  a file cannot be read or written\n"
+               "  4  memory ran out outside of a command");
 }
 
 /// A source of command lines: a terminal, a script, or the arguments of the program.
@@ -66,12 +70,23 @@ struct Input {
     std::function<std::optional<std::string>()> next;
 };
 
+/// Returns the lines of a stream. Of a line that is too long only a beginning is returned that is too long, as soon as
+/// it is read; the rest is skipped before the next one.
 Input linesOf(std::istream& stream, std::string const& name)
 {
-    return {name, [&stream]() -> std::optional<std::string> {
-                std::string line;
-                if (std::getline(stream, line))
-                    return std::optional{std::move(line)};
+    return {name,
+            [&stream, buffer = std::vector<char>(Interpreter::LONGEST_LINE + 2),
+             isInside = false]() mutable -> std::optional<std::string> {
+                if (isInside)
+                    stream.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
+                stream.getline(buffer.data(), static_cast<std::streamsize>(buffer.size()));
+                auto const size = static_cast<std::size_t>(stream.gcount());
+                // The buffer is full, and neither the end of the line nor of the input was found.
+                isInside = stream.fail() && !stream.bad() && !stream.eof() && size + 1 == buffer.size();
+                if (isInside)
+                    stream.clear();
+                if (stream)   // a line feed that was read is counted
+                    return std::string(buffer.data(), isInside || stream.eof() ? size : size - 1);
                 if (stream.bad() || (&stream == &std::cin && std::ferror(stdin)))
                     throw workbench::DocumentError("the input", "cannot be read", std::strerror(errno));
                 return std::nullopt;
@@ -203,6 +218,7 @@ int main(int count, char** words)
         return UNUSABLE_FILE;
     } catch (std::bad_alloc const&) {
         std::cerr << "studio-shell: out of memory\n";
+        return NO_MEMORY;
     } catch (std::exception const& error) {
         std::cerr << "studio-shell: " << workbench::oneLine(error.what()) << '\n';
     }

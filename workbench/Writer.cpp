@@ -117,14 +117,36 @@ public:
     Draft& operator=(Draft&&) = delete;
     ~Draft() { discard(); }
 
-    void moveToPlace()
+    void moveToPlace(Existing existing)
     {
+        if (existing == Existing::Keep)
+            return linkToPlace();
         if (std::rename(name.c_str(), place.c_str()) != 0)
             failWrite(place, errno);
         made = false;
     }
 
 private:
+    /// Gives the file its name unless that is taken, in one step of the file system.
+    void linkToPlace()
+    {
+        if (::link(name.c_str(), place.c_str()) == 0)
+            return discard();
+        if (errno != EPERM && errno != ENOTSUP && errno != EOPNOTSUPP && errno != ENOSYS)
+            failWrite(place, errno);
+        // Without hard links, an empty file takes the name first.
+        std::FILE* const reserved = std::fopen(place.c_str(), "wbx");
+        if (reserved == nullptr)
+            failWrite(place, errno);
+        std::fclose(reserved);
+        if (std::rename(name.c_str(), place.c_str()) != 0) {
+            int const reason = errno;
+            std::remove(place.c_str());
+            failWrite(place, reason);
+        }
+        made = false;
+    }
+
     void discard() noexcept
     {
         if (std::exchange(made, false))
@@ -168,14 +190,14 @@ std::string presentAmong(std::vector<std::string> const& names)
     return {};
 }
 
-void writeFiles(std::vector<File> const& files)
+void writeFiles(std::vector<File> const& files, Existing existing)
 {
     std::vector<Draft> drafts;
     drafts.reserve(files.size());
     for (File const& file : files)
         drafts.emplace_back(file);
     for (Draft& draft : drafts)
-        draft.moveToPlace();
+        draft.moveToPlace(existing);
 }
 
 }   // namespace workbench

@@ -20,8 +20,13 @@ struct File {
     std::string text;
 };
 
-/// Writes several files as a unit: first to temporary files beside them, which are renamed once all are complete.
-/// Throws `DocumentError` when a file cannot be written; the existing file is then unchanged.
-void writeFiles(std::vector<File> const& files);
+/// What `writeFiles` does with a file that exists.
+enum class Existing { Replace, Keep };
+
+/// Writes several files as a unit: first to temporary files beside them, which get their names once all are complete.
+/// With `Existing::Keep` a name that is taken is an error, also if another program takes it meanwhile: no file of
+/// anybody is overwritten. Throws `DocumentError` when a file cannot be written; the existing file is then unchanged,
+/// and files of the list before it may have been written.
+void writeFiles(std::vector<File> const& files, Existing existing);
 
 }   // namespace workbench

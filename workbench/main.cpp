@@ -57,7 +57,9 @@ void saveSample(std::string const& folder, bool force)
     recording.initialValues = reference.values();
     for (Step& step : recording.steps)
         step.changed = reference.step(step.operations);
-    writeFiles({{files[0], expressionsText(expressions)}, {files[1], recordingText(recording)}});
+    // What appeared after the question was not meant by it.
+    writeFiles({{files[0], expressionsText(expressions)}, {files[1], recordingText(recording)}},
+               force || !present.empty() ? Existing::Replace : Existing::Keep);
 }
 
 /// Prints which of several sessions agreed.

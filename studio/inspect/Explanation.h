@@ -46,7 +46,9 @@ struct Explanation {
     std::vector<Condition> conditions;
     /// What decides: each minimal set of sub-conditions, as ascending indexes into `conditions`, whose opposite truths
     /// change the value of the text. If `a` and `b` are both false, `a && b` has one such set, that of both. Smaller
-    /// sets first. Empty if no sub-condition matters, as in a text that has none.
+    /// sets first. Empty if no sub-condition matters, as in a text that has none. Sub-conditions are told apart by the
+    /// text alone: `a.x` and `b.x` are two, also while `a` and `b` refer to one context. Then a set may ask for
+    /// opposite truths of both that no write can give them; `flipsOf` proposes only changes that it has verified.
     std::vector<std::vector<std::uint32_t>> deciding;
     /// False if the search was cut off at its limit: sets may then be missing from `deciding`, and some of those there
     /// may not be minimal.

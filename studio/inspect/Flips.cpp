@@ -61,6 +61,9 @@ public:
                 for (auto const& set : sets)
                     extend(set, size);
         }
+        std::stable_sort(found.begin(), found.end(), [](Flip const& left, Flip const& right) {
+            return numberOfOtherKind(left) < numberOfOtherKind(right);
+        });
         return std::move(found);
     }
 
@@ -128,6 +131,11 @@ private:
             std::sort(condition.properties.begin(), condition.properties.end());
             condition.properties.erase(std::unique(condition.properties.begin(), condition.properties.end()),
                                        condition.properties.end());
+            // What the text has no constant for is compared with other properties.
+            for (std::size_t const property : condition.properties)
+                if (constants.size() < MOST_CONSTANTS && properties[property].value &&
+                    !properties[property].value->isUUID() && !properties[property].value->isUndefined())
+                    constants.push_back(*properties[property].value);
             std::vector<PropertyValue> distinct;
             for (PropertyValue& constant : constants)
                 if (distinct.size() != MOST_CONSTANTS &&
@@ -167,16 +175,36 @@ private:
     static void addCandidates(Property& property, std::vector<PropertyValue> const& constants)
     {
         std::vector<PropertyValue>& all = property.candidates;
-        if (!property.value || !property.value->isUUID()) {   // for a reference, only undefined is proposed
+        PropertyValue const present = property.value.value_or(PropertyValue{});
+        if (!present.isUUID()) {   // for a reference, only undefined is proposed
             all.insert(all.end(), constants.begin(), constants.end());
             for (double const step : {1.0, -1.0})
                 for (PropertyValue const& constant : constants)
                     if (constant.isDouble())
                         all.emplace_back(constant.getDouble() + step);
+            // Another truth without another kind of value.
+            if (present.isDouble())
+                all.insert(all.end(), {0.0, 1.0});
+            if (present.isString())
+                all.insert(all.end(), {"", "text"});
             all.emplace_back(true);
             all.emplace_back(false);
         }
         all.emplace_back();
+    }
+
+    static bool areOfOneKind(PropertyValue const& left, PropertyValue const& right) noexcept
+    {
+        return left.isString() == right.isString() && left.isDouble() == right.isDouble() &&
+               left.isLogical() == right.isLogical();
+    }
+
+    /// The number of changes that replace a value by one of another kind, which are seldom meant.
+    static std::ptrdiff_t numberOfOtherKind(Flip const& flip)
+    {
+        return std::count_if(flip.changes.begin(), flip.changes.end(), [](ProposedChange const& change) {
+            return change.before && !areOfOneKind(*change.before, change.after);
+        });
     }
 
     /// Puts values of the present kind first, and leaves out repetitions and the present value.
@@ -186,10 +214,7 @@ private:
         PropertyValue const present = property.value.value_or(PropertyValue{});
         for (bool const isOfThatKind : {true, false})
             for (PropertyValue const& each : property.candidates) {
-                bool const isSameKind = each.isString() == present.isString() &&
-                                        each.isDouble() == present.isDouble() &&
-                                        each.isLogical() == present.isLogical();
-                if (isSameKind == isOfThatKind && each != present &&
+                if (areOfOneKind(each, present) == isOfThatKind && each != present &&
                     std::find(sorted.begin(), sorted.end(), each) == sorted.end())
                     sorted.push_back(each);
             }
@@ -304,9 +329,12 @@ std::string describe(Flip const& flip)
 {
     std::string text;
     for (ProposedChange const& change : flip.changes) {
-        text += (text.empty() ? "" : ", ") + printable(change.path) + ": ";
-        text += change.before ? detail::literal(*change.before) : "absent";
-        text += " -> " + detail::literal(change.after);
+        text += text.empty() ? "" : ", ";
+        if (change.before)
+            text += printable(change.path) + ": " + detail::literal(*change.before) + " -> ";
+        else
+            text += "add property " + printable(change.path) + " = ";
+        text += detail::literal(change.after);
     }
     return text;
 }

@@ -38,10 +38,11 @@ struct Flip {
 
 /// Returns the smallest sets of changes of properties that flip the truth of `text`: undefined, 0, `false` and the
 /// empty text count as false. All sets have the same size, at most three changes; at most `most` sets are returned. The
-/// proposed values are constants of the text, numbers one more or one less, `true`, `false` and undefined. Each set was
-/// verified by an evaluation. Empty if none was found: the truth is constant, or depends on a context that does not
-/// exist, or on values that the text does not name. *Throws* `gel::ParseError` for a text that does not parse, and what
-/// `host::ContextReader` throws. *Cost*: at most some 20,000 evaluations.
+/// proposed values are constants of the text, values of other properties in the same sub-condition, numbers one more or
+/// one less, 0, 1, `true`, `false`, the empty text, `'text'`, and undefined. Values of the present kind come first.
+/// Each set was verified by an evaluation. Empty if none was found: the truth is constant, or depends on a context that
+/// does not exist, or on values that the text does not name. *Throws* `gel::ParseError` for a text that does not parse,
+/// and what `host::ContextReader` throws. *Cost*: at most some 20,000 evaluations.
 STUDIO_INSPECT_EXPORT std::vector<Flip> flipsOf(std::string const& text,
                                                 std::shared_ptr<data::ContextProvider> const& root,
                                                 std::size_t most = 8);
@@ -53,7 +54,7 @@ STUDIO_INSPECT_EXPORT std::vector<Flip> flipsOf(std::string const& text, boost::
                                                 host::ContextReader const& reader, std::size_t most = 8);
 
 /// Returns the changes as a line of text for a programmer, such as
-/// `editor.readOnly: true -> false, editor.dirty: false -> true`.
+/// `editor.readOnly: true -> false, add property editor.dirty = true`.
 STUDIO_INSPECT_EXPORT std::string describe(Flip const& flip);
 
 }   // namespace studio::inspect

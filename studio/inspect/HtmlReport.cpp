@@ -124,7 +124,7 @@ public:
 private:
     struct Context {
         uuid id;
-        std::optional<std::string> path;   // the shortest; empty if the root does not reach it
+        std::optional<std::string> path;   // the shortest; empty if the root does not reach it, or it is too long
         bool exists;
     };
     struct Property {
@@ -136,8 +136,12 @@ private:
         std::vector<data::ExpressionEngine::Leaf> leaves;
     };
 
+    static constexpr std::size_t LONGEST_PATH = 4'096;   // in bytes; a bound to the size of the page
+
     std::size_t addContext(uuid const& id, std::optional<std::string> path = {})
     {
+        if (path && path->size() > LONGEST_PATH)
+            path.reset();
         auto const [place, isNew] = contextPlaces.try_emplace(id, contexts.size());
         if (isNew)
             contexts.push_back({id, std::move(path), reader.hasContext(id)});

@@ -14,7 +14,7 @@ class Watcher;
 /// a watcher, which may be null, it also has the time line of commits. The page contains its styles, scripts and data
 /// and makes no requests. Texts, names and values of the host are data in the page and never markup; control characters
 /// and bytes that are not UTF-8 are shown as escapes. *Throws* what `host::ContextReader` throws. *Cost*: an
-/// explanation for each expression.
+/// explanation for each expression. A context whose path has more than 4,096 bytes is shown without it.
 STUDIO_INSPECT_EXPORT std::string htmlReport(data::ExpressionEngine const& engine, Watcher const* watcher,
                                              std::string const& title);
 

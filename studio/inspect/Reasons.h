@@ -32,7 +32,8 @@ public:
     /// *Throws* `gel::ParseError` for a condition or an expression in braces that does not parse, and
     /// `std::invalid_argument` for a brace that is not closed; nothing is added then.
     void add(std::string const& condition, std::string sentence);
-    /// Sets the translation of sentences. An empty function, as at first, leaves them as they are.
+    /// Sets the translation of sentences. An empty function, as at first, leaves them as they are. It may return
+    /// another sentence for each call, so `reasonFor` checks the braces of what it returns.
     void translate(Translation translation);
     /// Sets the function that makes sentences for conditions that are not in the table. An empty function restores the
     /// default: `needs …`, with the condition and the present values of its symbols.
@@ -41,7 +42,8 @@ public:
     /// Returns the sentences that say why `text` does not count as true at present: those of all sub-conditions that
     /// decide, in the order of the text, each once. A sentence for a larger part of the text replaces those of its
     /// parts. Empty if the text counts as true. *Throws* `gel::ParseError` for a text that does not parse, and what the
-    /// functions of the host throw.
+    /// functions of the host throw. For a translation that is needed and that `add` would refuse as a sentence, throws
+    /// what `add` throws.
     std::vector<std::string> reasonFor(std::string const& text) const;
 
 private:

@@ -1,21 +1,18 @@
 #include "studio/inspect/Watcher.h"
 
-#include "studio/host/PathEnd.h"
 #include "studio/inspect/detail/PastContexts.h"
-#include "studio/inspect/detail/Values.h"
+#include "studio/inspect/detail/Restorations.h"
 #include "studio/inspect/detail/WatcherRecord.h"
 
 #include <algorithm>
-#include <initializer_list>
 #include <optional>
-#include <set>
-#include <string_view>
 #include <utility>
 
 namespace studio::inspect {
 
 using data::PropertyValue;
 using detail::ChangedContexts;
+using detail::Restorations;
 
 namespace {
 
@@ -23,9 +20,7 @@ namespace {
 template <class Record>
 class Explainer {
 public:
-    Explainer(Record const& commits, std::string const& text)
-        : record{commits}, program{text}, symbols{program.symbols()}
-    {}
+    Explainer(Record const& commits, std::string const& text) : record{commits}, program{text} {}
 
     Why explain() const
     {
@@ -64,11 +59,6 @@ private:
         return entry == entries.end() || entry->value == value;
     }
 
-    PropertyValue valueIn(ChangedContexts const& contexts, detail::Reads* reads = nullptr) const
-    {
-        return detail::evaluate(program, record.rootId(), contexts, reads);
-    }
-
     /// Finds the last commit, up to `newest`, that changed the value to `after`; none if the record does not contain
     /// it.
     std::optional<Turn> findTurn(std::uint64_t newest, PropertyValue const& after) const
@@ -78,62 +68,69 @@ private:
         std::size_t const index = record.commits().size() - 1 - (record.commits().back().commit.number - newest);
         ChangedContexts contexts{present};
         record.goBack(index, contexts);
-        if (!(valueIn(contexts) == after))
+        if (!(detail::evaluate(program, record.rootId(), contexts) == after))
             return std::nullopt;   // contexts have changed without a commit
-        return record.findTurn(program, index, std::move(contexts),
-                               [&](PropertyValue const& value) { return !(value == after); });
+        return record.findTurn(program, index, present, [&](PropertyValue const& value) { return !(value == after); });
     }
 
     /// Adds the changes that explain the change of the value.
     void name(Turn const& turn, Why& why) const
     {
         Commit const& commit = turn.commit->commit;
-        detail::Reads reads;
-        PropertyValue const after = valueIn(turn.after, &reads);
-        for (PropertyChange const& change : commit.changes) {
-            if (!reads.contain(change))
-                continue;
-            ChangedContexts without{turn.after};
-            detail::undo(change, turn.before, without);
-            if (!(valueIn(without) == after))
-                add(change, {&turn.after, &turn.before, &without}, why);
+        Restorations state{program, record.rootId(), commit, turn.before, turn.after};
+        auto const add = [&](std::size_t index) {
+            why.changes.push_back(commit.changes[index]);
+            why.paths.push_back(state.pathOf(index));
+        };
+        PropertyValue const after = state.value();
+        for (std::size_t const index : state.concerned()) {
+            state.undo(index);
+            if (!(state.value() == after))
+                add(index);
+            state.redo(index);
         }
         if (!why.changes.empty())
             return;
         why.isTogether = true;
-        valueIn(turn.before, &reads);
-        for (PropertyChange const& change : commit.changes)
-            if (reads.contain(change))
-                add(change, {&turn.after, &turn.before}, why);
+        for (std::size_t const index : smallestSet(state, after))
+            add(index);
     }
 
-    void add(PropertyChange const& change, std::initializer_list<ChangedContexts const*> states, Why& why) const
+    /// Undoes a set of changes without which the value is not `after`, and returns it. None of it can be left out.
+    static std::vector<std::size_t> smallestSet(Restorations& state, PropertyValue const& after)
     {
-        std::string path = change.name;
-        for (ChangedContexts const* const state : states)
-            if (std::optional<std::string> const found = pathOf(change, *state)) {
-                path = *found;
-                break;
+        std::vector<std::size_t> undone;
+        for (bool isOther = false; !isOther;) {   // what is undone may make the text read other properties
+            std::vector<std::size_t> const concerned = state.concerned();
+            if (concerned.size() == undone.size())
+                return undone;
+            for (std::size_t const index : concerned)
+                if (!std::binary_search(undone.begin(), undone.end(), index))
+                    state.undo(index);
+            undone = concerned;
+            isOther = !(state.value() == after);
+        }
+        // Once more whenever one was left out: the others may have been needed because of it.
+        std::size_t trials = 0;
+        for (bool isSmaller = true; isSmaller && trials < MOST_TRIALS;) {
+            isSmaller = false;
+            for (std::size_t i = undone.size(); i-- != 0 && trials != MOST_TRIALS; ++trials) {
+                state.redo(undone[i]);
+                if (state.value() == after) {
+                    state.undo(undone[i]);
+                } else {
+                    undone.erase(undone.begin() + static_cast<std::ptrdiff_t>(i));
+                    isSmaller = true;
+                }
             }
-        why.changes.push_back(change);
-        why.paths.push_back(std::move(path));
+        }
+        return undone;
     }
 
-    std::optional<std::string> pathOf(PropertyChange const& change, ChangedContexts const& contexts) const
-    {
-        for (std::string const& symbol : symbols)
-            for (host::Walk::Step const& step : host::walkAlong(contexts, record.rootId(), symbol).steps) {
-                std::string_view const name = std::string_view{symbol}.substr(step.offset, step.size);
-                if ((step.context == change.context && name == change.name) ||
-                    (step.context == change.contextBefore && name == change.nameBefore))
-                    return symbol.substr(0, step.offset + step.size);
-            }
-        return std::nullopt;
-    }
+    static constexpr std::size_t MOST_TRIALS = 20'000;
 
     Record const& record;
     gel::Program const program;
-    std::set<std::string> const symbols;
     host::ContextReader const present;
 };
 

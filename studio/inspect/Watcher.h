@@ -95,9 +95,9 @@ struct Why {
     data::PropertyValue before;
     /// The value after that evaluation.
     data::PropertyValue after;
-    /// The changes that caused it: each one that, undone alone, undoes the change of the value. If there is none, all
-    /// changes of properties that the text read, and `isTogether` is true. Undoing the destruction of a property also
-    /// restores its context.
+    /// The changes that caused it: each one without which the text would have another value than `after`. If there is
+    /// none, the changes of a set without which it would, and `isTogether` is true; none of these can be left out of
+    /// the set. Undoing the destruction of a property also restores its context.
     std::vector<PropertyChange> changes;
     /// The path of each of `changes`, as the text reaches it.
     std::vector<std::string> paths;
@@ -139,6 +139,9 @@ struct WhyNot {
     std::string symbol{};
     /// The number of the commit that shows the case; 0 if none does.
     std::uint64_t commit = 0;
+    /// The number of the commit that last changed the value, `Why::commit`; 0 if none that is kept did, and for
+    /// `NotAcquired`.
+    std::uint64_t since = 0;
 };
 
 /// Keeps the last commits of the shared model and what an engine did for each, and finds in them why the value of an
@@ -173,10 +176,11 @@ public:
 
     /// Returns why the value of an acquired text last changed. *Throws* `gel::ParseError` for a text that does not
     /// parse, and what `host::ContextReader` throws. *Cost*: an evaluation for each changed property that the text
-    /// reads, and a pass over the later commits.
+    /// reads, as a rule one more if they explain the change only together, and a pass over the later commits. After
+    /// 20,000 evaluations of sets, the set that was found may still contain changes that can be left out.
     Why why(std::string const& text) const;
-    /// Returns why the value of an acquired text has not changed since its last change. *Throws* as `why`. *Cost*: an
-    /// evaluation, a copy of the engine's list of expressions, and a pass over the commits.
+    /// Returns why the value of an acquired text has not changed since its last change. *Throws* and costs as
+    /// `why`.
     WhyNot whyNot(std::string const& text) const;
 
     /// Returns the rounds as a trace in the JSON format that trace viewers of browsers read: evaluations, callbacks and

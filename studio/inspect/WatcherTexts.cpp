@@ -159,7 +159,11 @@ std::string describe(Why const& why, std::string const& text)
 std::string describe(WhyNot const& whyNot, std::string const& text)
 {
     Row const& row = rowOf(whyNot.row);
-    std::string sentence = quoted(text) + " has not changed: " + row.why;
+    std::string sentence = quoted(text) + " has not changed" +
+                           (whyNot.since == 0 ? std::string{} : " since " + numbered(whyNot.since)) + ": ";
+    if (whyNot.row == Standstill::Untouched && whyNot.since != 0)   // no advice: its paths are right
+        return sentence + "no later commit has touched a property that it reads";
+    sentence += row.why;
     if (!whyNot.symbol.empty() || whyNot.commit != 0) {
         sentence += " (";
         sentence += whyNot.symbol.empty() ? std::string{} : quoted(whyNot.symbol);
@@ -198,6 +202,7 @@ std::string json(WhyNot const& whyNot, std::string const& text)
                     {"row", row.name},
                     {"symbol", whyNot.symbol},
                     {"commit", whyNot.commit},
+                    {"since", whyNot.since},
                     {"why", row.why},
                     {"then", row.then}});
 }

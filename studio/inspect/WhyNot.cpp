@@ -166,10 +166,10 @@ private:
             return {Standstill::ProviderGone, path->symbol};
         auto const& commits = record.commits();
         bool const isKept = !commits.empty() && record.isUpToDate() && record.isWholeFrom(commits.back().commit.number);
-        auto const turn =
-            !isKept ? std::nullopt
-                    : record.findTurn(state.program, commits.size() - 1, detail::ChangedContexts{state.contexts},
-                                      [this](PropertyValue const& value) { return value == *state.value; });
+        auto const turn = !isKept
+                              ? std::nullopt
+                              : record.findTurn(state.program, commits.size() - 1, state.contexts,
+                                                [this](PropertyValue const& value) { return value == *state.value; });
         if (!turn)
             return {record.droppedCount() == 0 && !record.wasAcquiredBefore(state.program.text())
                         ? Standstill::RolledBack
@@ -223,7 +223,10 @@ private:
 
 WhyNot Watcher::whyNot(std::string const& text) const
 {
-    return Finder<Record>{*record, text}.find();
+    WhyNot found = Finder<Record>{*record, text}.find();
+    if (found.row != Standstill::NotAcquired)
+        found.since = why(text).commit;
+    return found;
 }
 
 std::vector<WhyNot> whyNot(ExpressionEngine const& engine, std::string const& text)

@@ -77,6 +77,8 @@ def check_files():
             (("e.json", "none.json"), 3, "none.json: cannot be opened"),
             (("--script", "none"), 3, "none: cannot be read"),
             (("--script", "."), 3, ".: cannot be read"),
+            (("--script", ""), 2, "--script: the name of the file is empty"),
+            (("--script", "/dev/zero"), 1, "/dev/zero:1: "),
             (("e.json", "s.json", "-c", "save there"), 3, "there: cannot be written: it is already there"),
             (("e.json", "s.json", "-c", "trace there"), 3, "there: cannot be written: it is already there"),
             (("e.json", "s.json", "-c", "save no/where"), 3, "no/where: cannot be written"),
@@ -98,21 +100,29 @@ def check_files():
         expect("a trace is JSON", json.load(file) is not None)
     code, output = run("e.json", "s.json", script="x" * 70_000 + "\nshow 1\n")
     expect("a long line", code == 1 and "longer than 65,536 bytes" in output and len(output) < 200, output[:300])
+    steps = [op for i in range(1, 1000) for op in (["new", i], ["link", i - 1, "next_context", i])]
+    with open("chain.json", "w", encoding="utf-8") as file:
+        json.dump({"format": 1, "contexts": 1000, "initial": steps, "steps": []}, file)
+    code, output = run("e.json", "chain.json", "-c", "list", "-c", "save chain.html")
+    expect("paths of a chain are bounded", code == 0 and "longer than 4,096 bytes are left out" in output
+           and len(output) < 1_000_000 and os.path.getsize("chain.html") < 2_000_000, output[-300:])
     code, output = run("--keep-going", script="show '\x1b[2J\x07\x00'\nshow '\udcff'\n".encode("utf-8", "surrogateescape").decode("latin1"))
     expect("no control character is printed", not re.search(r"[\x00-\x09\x0b-\x1f\x7f-\x9f]", output), repr(output))
 
 
 def check_json():
-    script = "make a\nset a.x 'q\"'\nwatch a.x\nset a.x 2\nshow a.x +\nshow a.x\nexplain a.x > 1\nflip a.x > 1\nlist\n\n# no\nbatch\n"
+    script = "make a\nset a.x 'q\"'\nwatch a.x\nset a.x 2\nshow a.x +\nshow a.x\nexplain a.x > 1\nflip a.x > 1\nflip a.y\nset a.z undefined\nflip a.z\nlist\n\n# no\nbatch\n"
     code, output = run("--json", "--keep-going", script=script)
     answers = [json.loads(line) for line in output.splitlines()]
     expect("--json has an object a command, and one for the batch that ended with the input",
-           code == 1 and len(answers) == 11 and all(("result" in each) != ("error" in each) for each in answers), output)
+           code == 1 and len(answers) == 14 and all(("result" in each) != ("error" in each) for each in answers), output)
     expect("--json", answers[3]["changes"] == [{"text": "a.x", "before": 'q"', "after": 2.0}]
            and "column" in answers[4]["error"] and answers[5] == {"command": "show a.x", "result": 2.0}
            and answers[6]["result"]["value"] is True
            and answers[7]["result"][0] == [{"path": "a.x", "before": 2.0, "after": 1.0}]
-           and "batch" in answers[10]["error"], output)
+           and answers[8]["result"][0] == [{"path": "a.y", "after": True}]
+           and answers[10]["result"][0] == [{"path": "a.z", "before": None, "after": True}]
+           and "batch" in answers[13]["error"], output)
 
 
 def check_terminal():

@@ -12,6 +12,17 @@
 
 namespace studio::inspect::detail {
 
+/// Orders places of properties, pairs of a context and a name, whatever the type of the name.
+struct PlaceLess {
+    using is_transparent = void;
+    template <class Left, class Right>
+    bool operator()(Left const& left, Right const& right) const noexcept
+    {
+        return left.first != right.first ? left.first < right.first
+                                         : std::string_view{left.second} < std::string_view{right.second};
+    }
+};
+
 /// A reader with overrides: contexts as another reader reads them, except for what is set here. Used for states of the
 /// past and for proposed ones.
 class ChangedContexts final : public host::ContextReader {
@@ -31,18 +42,9 @@ public:
 
 private:
     using Key = std::pair<boost::uuids::uuid, std::string>;
-    struct Less {
-        using is_transparent = void;
-        template <class Left, class Right>
-        bool operator()(Left const& left, Right const& right) const noexcept
-        {
-            return left.first != right.first ? left.first < right.first
-                                             : std::string_view{left.second} < std::string_view{right.second};
-        }
-    };
 
     host::ContextReader const& base;
-    std::map<Key, std::optional<data::PropertyValue>, Less> properties;
+    std::map<Key, std::optional<data::PropertyValue>, PlaceLess> properties;
     std::map<boost::uuids::uuid, bool> contexts;
 };
 

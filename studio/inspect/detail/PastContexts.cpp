@@ -63,14 +63,6 @@ void undo(Commit const& commit, ChangedContexts& contexts)
         contexts.setExists(id, true);
 }
 
-void undo(PropertyChange const& change, ChangedContexts const& before, ChangedContexts& contexts)
-{
-    contexts.set(change.context, change.name, before.find(change.context, change.name));
-    contexts.set(change.contextBefore, change.nameBefore, before.find(change.contextBefore, change.nameBefore));
-    if (change.kind == ChangeKind::Destroyed)
-        contexts.setExists(change.contextBefore, true);
-}
-
 data::PropertyValue evaluate(gel::Program const& program, boost::uuids::uuid const& root,
                              host::ContextReader const& contexts, Reads* reads)
 {

@@ -29,9 +29,6 @@ struct Reads {
 
 /// Undoes a commit: `contexts`, as they are after it, become those before it.
 void undo(Commit const& commit, ChangedContexts& contexts);
-/// Undoes one change of a property in `contexts`: its places read as in `before`. If the property was destroyed, its
-/// context exists again.
-void undo(PropertyChange const& change, ChangedContexts const& before, ChangedContexts& contexts);
 
 /// Evaluates a text over a root context. Adds to `reads`, if it is not null, what the evaluation needs.
 data::PropertyValue evaluate(gel::Program const& program, boost::uuids::uuid const& root,

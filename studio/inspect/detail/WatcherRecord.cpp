@@ -158,24 +158,26 @@ void Watcher::Record::goBack(std::size_t index, detail::ChangedContexts& context
 }
 
 std::optional<Watcher::Record::Turn> Watcher::Record::findTurn(
-    gel::Program const& program, std::size_t index, detail::ChangedContexts contexts,
+    gel::Program const& program, std::size_t index, host::ContextReader const& present,
     std::function<bool(PropertyValue const&)> const& isOther) const
 {
-    std::optional<detail::Reads> reads;
+    detail::ChangedContexts contexts{present};
+    goBack(index, contexts);
+    detail::Reads reads;
+    detail::evaluate(program, root, contexts, &reads);
     for (;; --index) {
-        if (!reads)
-            detail::evaluate(program, root, contexts, &reads.emplace());
         Commit const& commit = kept[index].commit;
-        if (reads->contain(commit)) {
-            detail::ChangedContexts before{contexts};
-            detail::undo(commit, before);
-            if (isOther(detail::evaluate(program, root, before)))
-                return Turn{&kept[index], std::move(before), std::move(contexts)};
-            reads.reset();
+        detail::undo(commit, contexts);
+        if (reads.contain(commit)) {
+            reads = {};
+            if (isOther(detail::evaluate(program, root, contexts, &reads))) {
+                detail::ChangedContexts after{present};
+                goBack(index, after);
+                return Turn{&kept[index], std::move(contexts), std::move(after)};
+            }
         }
         if (index == 0 || kept[index - 1].commit.number + 1 != commit.number)
             return std::nullopt;
-        detail::undo(commit, contexts);
     }
 }
 
@@ -287,32 +289,41 @@ void Watcher::Record::correctLate(Kept const& later)
 {
     if (kept.size() < 2 || !(kept.rbegin() + 1)->isLate)
         return;
-    for (std::size_t i = 0; i != later.commit.changes.size(); ++i) {
-        PropertyChange const* known = &later.commit.changes[i];
-        for (auto earlier = kept.rbegin() + 1; earlier != kept.rend() && earlier->isLate; ++earlier) {
-            auto const source = std::find_if(earlier->sources.begin(), earlier->sources.end(), [&](Source const& one) {
-                return one.element == later.sources[i].element;
-            });
-            if (source == earlier->sources.end())
+    struct Next {
+        PropertyChange const* change;
+        Kept const* in;
+    };
+    std::map<boost::uuids::uuid, Next> known;   // by element: the next later change of it
+    for (std::size_t i = 0; i != later.commit.changes.size(); ++i)
+        if (later.commit.changes[i].before)
+            known.insert({later.sources[i].element, {&later.commit.changes[i], &later}});
+    for (auto earlier = kept.rbegin() + 1; earlier != kept.rend() && earlier->isLate; ++earlier)
+        for (std::size_t i = 0; i != earlier->sources.size(); ++i) {
+            Source const& source = earlier->sources[i];
+            auto const next = known.find(source.element);
+            if (next == known.end() || next->second.in == &*earlier)
                 continue;
-            PropertyChange& change =
-                earlier->commit.changes[static_cast<std::size_t>(source - earlier->sources.begin())];
-            if (change.kind == PropertyChange::Kind::Destroyed || !known->before)
-                break;   // another element with the same UUID
-            change.after = known->before;
-            change.name = known->nameBefore;
-            change.context = known->contextBefore;
-            if (change.kind == PropertyChange::Kind::Created || !source->changesName)
+            PropertyChange& change = earlier->commit.changes[i];
+            if (change.kind == PropertyChange::Kind::Destroyed) {
+                known.erase(next);   // another element with the same UUID
+                continue;
+            }
+            PropertyChange const& after = *next->second.change;
+            change.after = after.before;
+            change.name = after.nameBefore;
+            change.context = after.contextBefore;
+            if (change.kind == PropertyChange::Kind::Created || !source.changesName)
                 change.nameBefore = change.name;
-            if (change.kind == PropertyChange::Kind::Created || !source->changesContext)
+            if (change.kind == PropertyChange::Kind::Created || !source.changesContext)
                 change.contextBefore = change.context;
-            if (change.kind == PropertyChange::Kind::Created)
-                break;
-            if (!source->changesValue)
+            if (change.kind == PropertyChange::Kind::Created) {
+                known.erase(next);
+                continue;
+            }
+            if (!source.changesValue)
                 change.before = change.after;
-            known = &change;
+            next->second = {&change, &*earlier};
         }
-    }
 }
 
 /// Returns the text whose callback was running when a commit began: the last one called in the round of its cause.

@@ -86,8 +86,8 @@ public:
     /// Undoes all commits after that at `index` in `contexts`, which are the present ones.
     void goBack(std::size_t index, detail::ChangedContexts& contexts) const;
     /// Finds the newest commit, at `index` or before, such that `isOther` holds for the value of the text before it.
-    /// `contexts` are those after the commit at `index`. None if the commits that are kept do not show it.
-    std::optional<Turn> findTurn(gel::Program const& program, std::size_t index, detail::ChangedContexts contexts,
+    /// None if the commits that are kept do not show it. *Lifetime*: the result refers to `present`.
+    std::optional<Turn> findTurn(gel::Program const& program, std::size_t index, host::ContextReader const& present,
                                  std::function<bool(data::PropertyValue const&)> const& isOther) const;
     /// The numbers of the commits whose rounds are running, outermost first.
     std::vector<std::uint64_t> running() const;

@@ -115,7 +115,7 @@ for (const context of data.contexts) {
     context.name = context.path === '' ? 'root'
         : context.path !== undefined ? visible(context.path)
         : /^[0-]+$/.test(context.id) ? 'no context' : `${context.id.slice(0, 8)}\u2026`;
-    context.state = context.path !== undefined ? '' : context.exists ? 'not reached by the root' : 'no longer exists';
+    context.state = context.path !== undefined ? '' : context.exists ? 'not reached by the root, or by a very long path' : 'no longer exists';
     context.properties = [];
     context.referrers = [];
     contextNames.set(context.id, context.name);

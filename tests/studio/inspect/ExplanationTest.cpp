@@ -162,11 +162,14 @@ TEST_F(Explained, EachOfferedFlipFlips)
              {"mode == 'edit'", "mode: 'view' -> 'edit'"},
              {"count > 5 && t", "count: 0 -> 6"},
              {"t", "t: true -> false"},
-             {"nobody == -2", "nobody: absent -> -2"},
+             {"nobody == -2", "add property nobody = -2"},
+             {"nobody && f", "add property nobody = true, f: false -> true"},
+             {"count", "count: 0 -> 1"},
+             {"!mode", "mode: 'view' -> ''"},
              {"mode =~ /^(edit|run)$/", "mode: 'view' -> 'edit'"},
              {"f && count == 2 && mode == 'x'", "mode: 'view' -> 'x', count: 0 -> 2, f: false -> true"},
              {"doc", "doc: "},
-             {"mode == doc.title", "mode: 'view' -> "},
+             {"mode == doc.title", "mode: 'view' -> 'notes'"},
              {"f && count == 1 && mode == 'x' && nobody", nullptr},   // four changes
              {"plain.x", nullptr},                                    // no context
              {"f && !f", nullptr},
@@ -219,6 +222,10 @@ TEST_F(Explained, ReasonsAreTheSentencesOfWhatDecides)
     reasons.translate([](std::string const& sentence) { return "[" + sentence + "]"; });
     reasons.otherwise([](std::string const&) { return std::string{}; });
     EXPECT_EQ(reasons.reasonFor("f && !doc.readOnly"), std::vector<std::string>{"[notes is read-only]"});
+    for (char const* const translated : {"{", "{doc.}"}) {
+        reasons.translate([=](std::string const&) { return translated; });
+        EXPECT_THROW(reasons.reasonFor("!doc.readOnly"), std::exception) << translated;
+    }
 }
 
 }   // namespace
