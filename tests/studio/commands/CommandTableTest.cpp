@@ -1,0 +1,3 @@
+#include "studio/commands/CommandTable.h"
+
+#include <gtest/gtest.h>
