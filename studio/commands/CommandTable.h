@@ -26,8 +26,8 @@ class TableState;
 /// once, so a state is read without an evaluation.
 ///
 /// Changes come in batches: when the outermost round of the engine has ended, one call covers all commits made in it,
-/// with each command at most once. What has changed and changed back is not in it. Commands, menus and keys are added by
-/// a `Contribution`, and are removed when it ends.
+/// with each command at most once. What has changed and changed back is not in it. Commands, menus and keys are added
+/// by a `Contribution`, and are removed when it ends.
 class STUDIO_COMMANDS_EXPORT CommandTable {
 public:
     /// Receives a batch of changes, in the order in which the commands were added. May do anything: write, load and
@@ -64,8 +64,8 @@ public:
     std::string expanded(std::string const& condition) const;
 
     /// Returns the present state of a command; null for an unknown one. It is that of the last commit, also while
-    /// `changed` runs. *Lifetime*: until commands are added or removed, or the state changes. *Cost*: a hash look-up; no
-    /// evaluation, no allocation.
+    /// `changed` runs. *Lifetime*: until commands are added or removed, or the state changes. *Cost*: a hash look-up;
+    /// no evaluation, no allocation.
     CommandState const* find(std::string_view id) const noexcept;
     /// Returns what was declared of a command; null for an unknown one. *Lifetime*: as of `find`.
     Command const* describe(std::string_view id) const noexcept;

@@ -39,9 +39,11 @@ SimilarName::SimilarName(std::string_view unknown) : name{unknown}, least{unknow
 
 void SimilarName::add(std::string_view known)
 {
-    if (std::max(known.size(), name.size()) - std::min(known.size(), name.size()) >= least)
+    if (std::max(known.size(), name.size()) - std::min(known.size(), name.size()) > least)
         return;
-    if (std::size_t const differences = distance(name, known); differences < least) {
+    std::size_t const differences = distance(name, known);
+    auto const beginsAlike = [&](std::string_view other) { return !other.empty() && other.front() == name.front(); };
+    if (differences < least || (differences == least && !best.empty() && !beginsAlike(best) && beginsAlike(known))) {
         least = differences;
         best = known;
     }

@@ -19,7 +19,8 @@ public:
     /// their case. *Lifetime*: refers to the characters of `known`. *Cost*: the product of both lengths, unless these
     /// differ by more than that third.
     void add(std::string_view known);
-    /// Returns the most similar name, of equal ones the first that was added; empty if there is none.
+    /// Returns the most similar name; empty if there is none. Of equally similar ones, one with the same first letter
+    /// goes before the others, and what was added first before the rest.
     std::string_view found() const noexcept { return best; }
     /// Returns `; did you mean "NAME"?` for a message; empty if there is no similar name.
     std::string question() const;
