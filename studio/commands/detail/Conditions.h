@@ -12,11 +12,11 @@
 
 namespace studio::commands::detail {
 
-/// The distinct texts that commands, menus and keys depend on. Each is subscribed once and has a slot, where its present
-/// truth, or its value as a text, is found without an evaluation.
+/// The distinct texts that commands, menus and keys depend on. Each is subscribed once and has a slot, where its
+/// present truth, or its value as a text, is found without an evaluation.
 ///
-/// What the engine reports waits until `settle`: until then every slot answers as before. A slot that was added is false
-/// and empty until then.
+/// What the engine reports waits until `settle`: until then every slot answers as before. A slot that was added is
+/// false and empty until then.
 class Conditions {
 public:
     using Slot = std::uint32_t;
