@@ -1,27 +1,25 @@
 #pragma once
 
-#include "studio/commands/Export.h"
-
 #include <optional>
 #include <string>
 
 namespace studio::commands {
 
-/// What a host declares of a command. Conditions are expressions; an empty one always holds.
+/// A command, as a host declares it. Conditions are expressions; an empty one always holds.
 struct Command {
     /// The name under which menus and keys refer to the command. Unique in a table.
     std::string id;
-    /// The title. Expressions in braces are replaced by their values: `Undo {editor.undoName}`; `{{` stands for a
-    /// brace.
-    std::string title;
+    /// The title. Expressions in braces are replaced by their present values: `Undo {editor.undoName}`; `{{` stands for
+    /// a brace.
+    std::string title{};
     /// The category, for lists of commands; may be empty.
-    std::string category;
+    std::string category{};
     /// Holds while the command may run.
-    std::string enabled;
+    std::string enabled{};
     /// Holds while the command is shown.
-    std::string visible;
+    std::string visible{};
     /// Holds while the command has its check mark. A command without this condition has no check mark at all.
-    std::string checked;
+    std::string checked{};
 };
 
 /// What a user interface shows of a command.
@@ -46,6 +44,8 @@ struct CommandChange {
     std::optional<CommandState> before;
     /// The state after; empty for a command that was removed.
     std::optional<CommandState> after;
+
+    friend bool operator==(CommandChange const&, CommandChange const&) = default;
 };
 
 }   // namespace studio::commands

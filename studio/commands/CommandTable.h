@@ -5,7 +5,6 @@
 #include "studio/data/ExpressionEngine.h"
 #include "studio/host/ErrorHandler.h"
 
-#include <cstddef>
 #include <functional>
 #include <memory>
 #include <span>
@@ -25,54 +24,59 @@ class TableState;
 /// The commands of an application, and what a user interface shows of them at present. Every condition is subscribed
 /// once, so a state is read without an evaluation.
 ///
-/// Changes come in batches: when the outermost round of the engine has ended, one call covers all commits made in it,
-/// with each command at most once. What has changed and changed back is not in it. Commands, menus and keys are added
-/// by a `Contribution`, and are removed when it ends.
+/// What is visible changes in batches: when the outermost round of the engine has ended, `find`, the lists of `Menus`
+/// and the keys of a `Keymap` change together, and one call of each receiver covers all commits made in the round.
+/// Until then, also in callbacks of the engine and while receivers run, all of them are as they were reported last.
+///
+/// Commands, menus and keys are added by a `Contribution`, and are removed when it ends. When the engine ends first,
+/// everything stays as it was reported last, and only removals are possible. All of it belongs to the thread of the
+/// shared model.
 class STUDIO_COMMANDS_EXPORT CommandTable {
 public:
-    /// Receives a batch of changes, in the order in which the commands were added. May do anything: write, load and
-    /// unload contributions, end the table. What it changes is reported by a call of its own, after this one has
-    /// returned.
+    /// Receives a batch of changes, in the order in which the commands were added: each command at most once, and not
+    /// at all if it has changed back. It may do anything: write, load and unload contributions, end the table. What
+    /// changes by that is reported by a call of its own after this one has returned, and so on until nothing changes
+    /// any more.
     using Changed = std::function<void(std::span<CommandChange const>)>;
     /// Returns the sentences that say why a condition does not hold, such as `inspect::Reasons::reasonFor`.
     using Reasons = std::function<std::vector<std::string>(std::string const& condition)>;
 
-    /// A table over the contexts of `engine`, which must outlive the changes that this table is to notice. *Throws*
-    /// `std::invalid_argument` unless the engine keeps shared symbols.
+    /// A table over the contexts of `engine`. *Throws* `std::invalid_argument` unless the engine keeps shared symbols.
     explicit CommandTable(data::ExpressionEngine& engine);
-    /// Ends all subscriptions. Contributions, menus and keys that still exist become empty.
+    /// Ends all subscriptions. Menus, key maps and contributions that still exist become empty; nothing is reported.
     ~CommandTable();
     CommandTable(CommandTable const&) = delete;
     CommandTable& operator=(CommandTable const&) = delete;
 
     /// Sets who receives the changes from now on. An empty function receives nothing.
     void onChanged(Changed changed);
-    /// Sets who receives the exceptions of `changed`. Without a handler, as at first, an exception leaves the commit;
-    /// the changes of its batch count as reported.
+    /// Sets who receives the exceptions of receivers, of this table and of its menus. Without a handler, as at first
+    /// and with an empty function, the first exception leaves the commit, or what else has caused the batch, when
+    /// everything is delivered. Either way the changes count as reported.
     void onError(host::ErrorHandler handler);
-    /// Sets what `whyDisabled` says.
+    /// Sets the function that `whyDisabled` and the verdicts of a `Keymap` call.
     void explainWith(Reasons reasons);
 
-    /// Gives a condition a name that other conditions may use: `isGit` for `scm.provider == 'git'`. Conditions that are
-    /// added later have the text of the definition, in parentheses, in place of the name. So all of them are consistent
-    /// within one commit. *Throws* `gel::ParseError` for a text that does not parse, and `std::invalid_argument` for a
-    /// name that is no plain name, that is defined already with another text, or whose text leads back to it, with the
-    /// chain of names; nothing is defined then.
+    /// Gives a condition a name that other texts may use: `isGit` for `scm.provider == 'git'`. In texts that are added
+    /// later the definition stands in place of the name, in parentheses. So all of them are consistent within one
+    /// commit, and a property of that name is hidden. *Throws* `gel::ParseError` for a text that does not parse, and
+    /// `std::invalid_argument` for a name that is no plain name, that is defined already with another text, or whose
+    /// text leads back to it, with the chain of names; nothing is defined then.
     void define(std::string const& name, std::string const& condition);
     /// Returns the text with all definitions in place. *Throws* `gel::ParseError` for a text that does not parse, and
-    /// `std::length_error` for a result that is longer than the language allows.
+    /// `std::length_error` for a result that is longer, or nested deeper, than the language allows.
     std::string expanded(std::string const& condition) const;
 
-    /// Returns the present state of a command; null for an unknown one. It is that of the last commit, also while
-    /// `changed` runs. *Lifetime*: until commands are added or removed, or the state changes. *Cost*: a hash look-up;
-    /// no evaluation, no allocation.
+    /// Returns the state of a command as it was reported last; null for one that has not been reported yet, or whose
+    /// removal has. *Lifetime*: until the command changes. *Cost*: a hash look-up; no evaluation, no allocation.
     CommandState const* find(std::string_view id) const noexcept;
-    /// Returns what was declared of a command; null for an unknown one. *Lifetime*: as of `find`.
+    /// Returns what was declared of a command, from its addition to its removal, reported or not; null for an unknown
+    /// one. *Lifetime*: until the command is removed.
     Command const* describe(std::string_view id) const noexcept;
-    /// Returns the ids of all commands, in the order in which they were added.
+    /// Returns the ids of the commands that `describe` knows, in the order in which they were added.
     std::vector<std::string> list() const;
-    /// Returns the sentences for a disabled command: those of `explainWith`, or none. Empty for an enabled or unknown
-    /// command. *Throws* what the function of the host throws.
+    /// Returns why a command is disabled: the sentences of the function of `explainWith` for its condition, or none.
+    /// Empty for an enabled or unknown command. *Throws* what the function of the host throws.
     std::vector<std::string> whyDisabled(std::string_view id) const;
 
 private:
@@ -80,7 +84,7 @@ private:
     friend class Keymap;
     friend class Menus;
 
-    std::shared_ptr<detail::TableState> state;
+    std::shared_ptr<detail::TableState> state;   // with the menus, key maps and contributions
 };
 
 }   // namespace studio::commands

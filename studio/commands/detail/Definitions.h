@@ -21,10 +21,13 @@ public:
     std::string expanded(std::string const& text) const;
 
 private:
+    class Expansion;
     struct Definition {
         std::string text;
         std::size_t users;
     };
+
+    void refuseCycle(std::string const& name, std::string const& condition) const;
 
     std::unordered_map<std::string, Definition> all;
 };

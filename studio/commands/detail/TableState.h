@@ -3,6 +3,7 @@
 #include "studio/commands/CommandTable.h"
 #include "studio/commands/detail/Conditions.h"
 #include "studio/commands/detail/Definitions.h"
+#include "studio/commands/detail/SlotReaders.h"
 #include "studio/data/EngineObserver.h"
 
 #include <cstddef>
@@ -48,7 +49,7 @@ public:
 class TableState final : public data::EngineObserver, public std::enable_shared_from_this<TableState> {
 public:
     using Slot = Conditions::Slot;
-    class Row;
+    struct Row;
 
     explicit TableState(data::ExpressionEngine& engine);
     ~TableState() override;
@@ -58,6 +59,8 @@ public:
     /// False after `end`.
     bool isAlive() const noexcept { return !isEnded; }
 
+    /// Defines a name, or adds a user of its definition. *Throws* as `CommandTable::define`.
+    void define(std::string const& name, std::string const& condition);
     /// Adds a command. It becomes visible with the next delivery. *Throws* as `Contribution`; nothing is added then.
     Row& add(Command command);
     /// Removes a command that was added. It stays visible until the next delivery.
@@ -74,9 +77,11 @@ public:
     /// Returns the sentences of the host for a condition.
     std::vector<std::string> whyNot(Slot slot) const;
 
-    /// Returns the slot of a condition, with all definitions in place. *Throws* as `Conditions::add` and
-    /// `Definitions::expanded`.
-    Slot addCondition(std::string const& text);
+    /// Returns the slot of a condition, with all definitions in place, with one more user. *Throws* as
+    /// `Conditions::add` and `Definitions::expanded`, with `where` in front of the reason.
+    Slot addCondition(std::string const& text, std::string const& where = {});
+    /// Returns the slot of an expression whose value is shown. *Throws* as `addCondition`.
+    Slot addShown(std::string const& text, std::string const& where = {});
 
     void follow(std::shared_ptr<Follower> follower);
     void unfollow(Follower const& follower) noexcept;
@@ -89,7 +94,15 @@ public:
     /// lost.
     void deliverAtEnd() noexcept;
     /// Calls `receiver`. An exception goes to the error handler, or is kept for the end of the delivery.
-    void call(char const* what, std::function<void()> const& receiver);
+    template <class Receiver>
+    void call(char const* what, Receiver const& receiver)
+    {
+        try {
+            receiver();
+        } catch (...) {
+            failed(what);
+        }
+    }
 
     // EngineObserver
     void roundBegins(tarn::zero::ReportData const*) noexcept override;
@@ -109,8 +122,12 @@ private:
         std::size_t operator()(std::string_view text) const noexcept { return std::hash<std::string_view>{}(text); }
     };
 
+    template <class Add>
+    Slot addSlot(std::string const& text, std::string const& where, Add const& add);
     Row* rowOf(std::string_view id) const noexcept;
+    void failed(char const* what) noexcept;
     void touch(Row& row) noexcept;
+    std::optional<CommandState> stateOf(Row const& row) const;
     bool hasWork() const noexcept;
     void deliverOnce();
     void buildChanges();
@@ -118,9 +135,9 @@ private:
 
     data::ExpressionEngine* engine;   // null after its end
     std::unordered_map<std::string, std::unique_ptr<Row>, Hash, std::equal_to<>> rows;
-    std::vector<std::vector<Row*>> readers;   // by slot
-    std::vector<Row*> touched;                // has room for every row
-    std::vector<CommandChange> changes;       // of the delivery that is running
+    SlotReaders<Row> readers;
+    std::vector<Row*> touched;            // has room for every row
+    std::vector<CommandChange> changes;   // of the delivery that is running
     std::vector<std::shared_ptr<Follower>> followers;
     std::exception_ptr firstFailure;
     std::exception_ptr atBegin;   // being handled when the outermost round began
