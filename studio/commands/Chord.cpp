@@ -10,7 +10,7 @@
 
 namespace studio::commands {
 
-using detail::quoted;
+using detail::inQuotes;
 
 namespace {
 
@@ -55,7 +55,7 @@ std::string lower(std::string_view text)
 [[noreturn]] void refuseUnknown(std::size_t offset, char const* kind, std::string_view name,
                                 host::SimilarName const& similar)
 {
-    refuse(offset, std::string{"unknown "} + kind + ' ' + quoted(name) + similar.question());
+    refuse(offset, std::string{"unknown "} + kind + ' ' + inQuotes(name) + similar.question());
 }
 
 Chord::Modifier modifierOf(std::string_view name, std::size_t offset)
@@ -77,7 +77,7 @@ std::uint8_t keyOf(std::string_view name, std::size_t offset)
         refuse(offset, "a key is missing; the key of the plus sign is \"=\"");
     for (auto const& modifier : MODIFIERS)
         if (wanted == modifier.first)
-            refuse(offset, "a key is missing after the modifier " + quoted(name));
+            refuse(offset, "a key is missing after the modifier " + inQuotes(name));
     auto const found = std::find(KEYS.begin(), KEYS.end(), wanted);
     if (found != KEYS.end())
         return static_cast<std::uint8_t>(found - KEYS.begin());
@@ -94,7 +94,7 @@ Chord chordAt(std::string_view text, std::size_t offset)
     for (std::size_t plus = text.find('+'); plus != text.npos; plus = text.find('+')) {
         Chord::Modifier const modifier = modifierOf(text.substr(0, plus), offset);
         if ((chord.modifiers & modifier) != 0)
-            refuse(offset, "the modifier " + quoted(text.substr(0, plus)) + " stands twice");
+            refuse(offset, "the modifier " + inQuotes(text.substr(0, plus)) + " stands twice");
         chord.modifiers |= modifier;
         text.remove_prefix(plus + 1);
         offset += plus + 1;

@@ -1,21 +1,18 @@
 #include "studio/commands/detail/Quoted.h"
 
-#include <cstddef>
-
 namespace studio::commands::detail {
 
-std::string quoted(std::string_view text)
+std::string shown(std::string_view text, std::size_t mostBytes)
 {
-    static constexpr std::size_t MOST_BYTES = 80;
     static constexpr char DIGITS[] = "0123456789abcdef";
-    bool const isLong = text.size() > MOST_BYTES;
+    bool const isLong = text.size() > mostBytes;
     if (isLong) {
-        std::size_t end = MOST_BYTES - 3;
+        std::size_t end = mostBytes - 3;
         while (end != 0 && (static_cast<unsigned char>(text[end]) & 0xc0U) == 0x80)   // not inside a character
             --end;
         text = text.substr(0, end);
     }
-    std::string result{'"'};
+    std::string result;
     for (char const letter : text) {
         auto const byte = static_cast<unsigned char>(letter);
         if (byte < 0x20 || byte == 0x7f)
@@ -23,7 +20,12 @@ std::string quoted(std::string_view text)
         else
             result += letter;
     }
-    return result += isLong ? "...\"" : "\"";
+    return result += isLong ? "..." : "";
+}
+
+std::string inQuotes(std::string_view text)
+{
+    return '"' + shown(text) + '"';
 }
 
 }   // namespace studio::commands::detail

@@ -24,6 +24,12 @@ auto placeOf(Branches& branches, Chord chord) noexcept
                             [](auto const& branch, Chord wanted) { return branch.chord < wanted; });
 }
 
+/// The chords under which a rule stands in a tree: none for a removal.
+std::span<Chord const> keysOf(Rule const& rule) noexcept
+{
+    return rule.isRemoval() ? std::span<Chord const>{} : rule.keys;
+}
+
 std::span<Chord const> beginOf(KeySequence const& keys, std::size_t size) noexcept
 {
     return {keys.data(), std::min(size, keys.size())};
@@ -50,7 +56,7 @@ void RuleTree::add(std::span<Rule* const> rules)
 {
     for (Rule const* const rule : rules) {
         Node* node = &root;
-        for (Chord const chord : rule->keys) {
+        for (Chord const chord : keysOf(*rule)) {
             auto place = placeOf(node->branches, chord);
             if (place == node->branches.end() || place->chord != chord)
                 place = node->branches.insert(place, Branch{chord, std::make_unique<Node>()});
@@ -60,7 +66,7 @@ void RuleTree::add(std::span<Rule* const> rules)
     }
     for (Rule const* const rule : rules) {
         Node* node = &root;
-        for (Chord const chord : rule->keys) {
+        for (Chord const chord : keysOf(*rule)) {
             node = node->next(chord);
             if (node->sorted == node->rules.size())
                 continue;
@@ -77,7 +83,7 @@ void RuleTree::remove(Rule const* firstGoing) noexcept
     ++pass;
     for (Rule const* rule = firstGoing; rule; rule = rule->nextGoing) {
         Node* node = &root;
-        for (Chord const chord : rule->keys) {
+        for (Chord const chord : keysOf(*rule)) {
             Node* const above = std::exchange(node, node->next(chord));
             if (!node)
                 break;
