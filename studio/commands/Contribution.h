@@ -35,7 +35,7 @@ public:
     };
 
     /// Makes an empty contribution, to be assigned to.
-    Contribution() noexcept = default;
+    Contribution() noexcept;
     /// Adds all parts, or nothing. `menus` and `keymap` may be null if there are no parts for them. *Notifies*: the
     /// receivers of changes, before this returns, or when the round ends if the engine is in one. *Throws*, and adds
     /// nothing then:
