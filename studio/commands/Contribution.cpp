@@ -102,6 +102,8 @@ Contribution::Contribution(CommandTable& table, Menus* menus, Keymap* keymap, Pa
     state = std::move(made);
 }
 
+Contribution::Contribution() noexcept = default;
+
 Contribution::~Contribution() = default;
 
 Contribution::Contribution(Contribution&& other) noexcept = default;

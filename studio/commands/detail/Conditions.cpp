@@ -119,6 +119,8 @@ void Conditions::evaluateAll() noexcept
         try {
             if (engine && entries[slot].text)
                 engine->updateExpression(std::string{*entries[slot].text});   // a callback may remove the slot
+            if (engine && entries[slot].text)
+                notice(slot, entries[slot].handle->getValue());   // the update calls nobody if the value is known
         } catch (...) {
             // The first exception of the round is the one that leaves.
         }
