@@ -85,8 +85,6 @@ private:
     std::vector<std::size_t> rules;
 };
 
-Contribution::Contribution() noexcept = default;
-
 Contribution::Contribution(CommandTable& table, Menus* menus, Keymap* keymap, Parts parts)
 {
     if (!menus && !parts.entries.empty())
