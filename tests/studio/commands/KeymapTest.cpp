@@ -149,7 +149,7 @@ TEST(Keymap, RemovalsTakeAwayWhatTheyNameUntilTheyEnd)
         std::string text;
         for (char const* const keys : {"ctrl+k", "f1"})
             for (KeyVerdict const& each : f.keymap.verdicts(parseKeys(keys)))
-                if (each.reason == Reason::Removed)
+                if (each.reason == Reason::Removed && each.rule < 5)
                     text += std::to_string(each.rule);
         std::sort(text.begin(), text.end());
         return text;
@@ -170,7 +170,7 @@ TEST(Keymap, RemovalsTakeAwayWhatTheyNameUntilTheyEnd)
         EXPECT_EQ(removed(), expected) << rule.keys << ' ' << rule.command << ' ' << rule.when;
         Contribution second = f.load({rule, {"ctrl+k", "x", "a && b && c", {}, 0, "maker"}});
         removal = {};
-        EXPECT_EQ(removed().substr(0, std::string{expected}.size()), expected);
+        EXPECT_EQ(removed(), expected);
         second = {};
         EXPECT_EQ(removed(), "");
     }
