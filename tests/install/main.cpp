@@ -133,7 +133,8 @@ void commands()
     studio::commands::Menus menus{table};
     int calls = 0;
     table.onChanged([&calls](auto const&) { ++calls; });
-    studio::commands::Contribution plugin{table, &menus, nullptr, {{{"save", "Save", "", "dirty"}}, {{"file", "", 0, "save"}}}};
+    studio::commands::Contribution plugin{
+        table, &menus, nullptr, {{{"save", "Save", "", "dirty"}}, {{"file", "", 0, "save"}}}};
     root->setPropertyValue("dirty", true);
     expect(calls == 2 && table.find("save")->isEnabled, "a commit is one batch of changes");
     plugin = {};
