@@ -3,7 +3,9 @@
 #include "studio/commands/Export.h"
 
 #include <compare>
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,24 +19,34 @@ struct Chord {
 
     /// The modifiers.
     std::uint8_t modifiers = 0;
-    /// The key: an index into the table of key names.
+    /// The number of the key: an index into `keyNames()`.
     std::uint8_t key = 0;
 
     friend auto operator<=>(Chord const&, Chord const&) = default;
 };
 
+/// The largest number of chords in a sequence.
+inline constexpr std::size_t MOST_CHORDS = 8;
+
 /// Chords that are pressed one after the other.
 using KeySequence = std::vector<Chord>;
 
-/// Parses a chord such as `ctrl+shift+p`: modifiers in any order and case, then a key of the table: a letter, a digit, a
-/// sign of a US keyboard or a name such as `f1`, `left`, `pagedown`, `numpad_add`. *Throws* `std::invalid_argument` with
-/// the place and the reason, and the most similar name for an unknown key.
+/// Parses a chord such as `ctrl+shift+p`: modifiers, then a key of a US keyboard: a letter, a digit, a sign that needs
+/// no shift, or a name such as `f1`, `left`, `pagedown` or `numpad_add`. Modifiers may stand in any order, and letters
+/// in any case. *Throws* `std::invalid_argument` with the column and the reason, and the most similar name for an
+/// unknown one.
 STUDIO_COMMANDS_EXPORT Chord parseChord(std::string_view text);
-/// Parses chords that are separated by spaces: `ctrl+k ctrl+s`. *Throws* as `parseChord`, and for more than eight chords
-/// or none.
+/// Parses chords that are separated by spaces: `ctrl+k ctrl+s`. *Throws* as `parseChord`, and for no chord or more than
+/// `MOST_CHORDS`.
 STUDIO_COMMANDS_EXPORT KeySequence parseKeys(std::string_view text);
-/// Returns the text of a chord or sequence, which parses to it: modifiers in the order `ctrl`, `shift`, `alt`, `meta`.
+
+/// Returns the text of a chord, which parses to it: modifiers in the order `ctrl`, `shift`, `alt`, `meta`. *Throws*
+/// `std::invalid_argument` for a chord whose key or modifiers are not in the tables.
 STUDIO_COMMANDS_EXPORT std::string textOf(Chord chord);
-STUDIO_COMMANDS_EXPORT std::string textOf(KeySequence const& keys);
+/// Returns the text of a sequence. *Throws* as for one chord.
+STUDIO_COMMANDS_EXPORT std::string textOf(std::span<Chord const> keys);
+
+/// Returns the names of all keys, by their numbers.
+STUDIO_COMMANDS_EXPORT std::span<std::string_view const> keyNames() noexcept;
 
 }   // namespace studio::commands

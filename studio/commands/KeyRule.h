@@ -7,17 +7,17 @@ namespace studio::commands {
 /// A rule of a key map, as a host declares it.
 struct KeyRule {
     /// The keys, such as `ctrl+k ctrl+s`. A removal may leave them out.
-    std::string keys;
+    std::string keys{};
     /// The command. With `-` in front the rule is a removal of rules of that command.
-    std::string command;
+    std::string command{};
     /// Holds while the rule applies; an empty one always holds.
-    std::string when;
+    std::string when{};
     /// What the command is to get; any text, such as JSON.
-    std::string arguments;
+    std::string arguments{};
     /// A rule of greater weight is stronger; of equal weights, the one that was added later.
     int weight = 0;
     /// Where the rule comes from. Removals take away nothing of their own source.
-    std::string source;
+    std::string source{};
 };
 
 }   // namespace studio::commands

@@ -26,7 +26,7 @@ struct KeyMatch {
         None,       ///< no rule applies: the keys are the host's
         Pending,    ///< a longer sequence may follow
         Command,    ///< a command is to run
-        Swallowed   ///< the strongest rule is of a disabled command, and the policy is to do nothing then
+        Swallowed   ///< the rule that decides is of a disabled command, and the policy is to do nothing then
     };
 
     /// What is to be done.
@@ -43,32 +43,39 @@ struct KeyMatch {
 struct KeyVerdict {
     /// The reason.
     enum class Reason : std::uint8_t {
-        Wins,
-        ConditionFalse,
-        CommandDisabled,   ///< and the policy passes over it
-        Weaker,            ///< a stronger rule decides
+        Wins,              ///< its command runs
+        Pending,           ///< it decides, and has more chords
+        ConditionFalse,    ///< its condition does not hold
+        CommandDisabled,   ///< its command is disabled: the keys do nothing, or the next weaker rule is looked at
+        Weaker,            ///< it would decide, but for a stronger rule
         Removed            ///< a removal has taken it away
     };
 
     /// The number of the rule.
-    std::size_t rule;
+    std::size_t rule = 0;
     /// The reason.
-    Reason reason;
-    /// The number of the stronger rule, or of the removal; the rule's own otherwise.
-    std::size_t by;
-    /// True if the rule has more chords than the sequence: if it wins, the sequence is pending.
-    bool isLonger;
+    Reason reason = Reason::Wins;
+    /// The number of the rule that decides for `Weaker`, of the removal for `Removed`, and of the rule itself
+    /// otherwise.
+    std::size_t by = 0;
+    /// True if the rule has more chords than the sequence.
+    bool isLonger = false;
     /// The sentences of `CommandTable::explainWith` for a condition or command that is false.
     std::vector<std::string> sentences;
 };
 
-/// Which command a sequence of keys runs at present. All conditions are subscribed: a key press evaluates nothing and
-/// allocates nothing.
+/// Which command a sequence of keys runs at present. Among the rules whose keys are the sequence, or begin with it, the
+/// strongest decides whose condition holds: its command runs, or the sequence is pending if the rule has more chords.
+///
+/// All conditions are subscribed, so a key press evaluates nothing and allocates nothing. Conditions and commands are
+/// those of the last commit whose round has ended, as in the table. Rules are added by a `Contribution`, and are
+/// removed when it ends; a removal takes away what it takes away for as long as its own contribution lasts. Without its
+/// table a key map is empty. Used on one thread, that of the engine.
 class STUDIO_COMMANDS_EXPORT Keymap {
 public:
-    /// What becomes of a rule whose command is disabled or unknown.
+    /// What becomes of a sequence whose strongest rule runs a disabled command.
     enum class Disabled : std::uint8_t {
-        PassedOver,   ///< the next weaker rule is looked at
+        PassedOver,   ///< rules of disabled commands do not count, longer ones neither
         Swallowed     ///< the keys do nothing
     };
 
@@ -79,17 +86,21 @@ public:
     Keymap& operator=(Keymap const&) = delete;
 
     /// Adds a chord to those that were pressed, and returns what they lead to. Unless that is `Pending`, the next press
-    /// begins a new sequence. *Cost*: a look-up per chord and the rules that fit.
+    /// begins a new sequence. *Cost*: a look-up per chord, and a test for each rule that fits and is stronger than the
+    /// one that decides.
     KeyMatch press(Chord chord) noexcept;
-    /// Forgets pending chords, as after a time-out of the host's.
+    /// Returns the chords that are pending.
+    std::span<Chord const> pending() const noexcept;
+    /// Forgets the pending chords, as after a time-out of the host's.
     void reset() noexcept;
     /// Returns what a whole sequence leads to, whatever was pressed before.
     KeyMatch match(std::span<Chord const> keys) const noexcept;
 
-    /// Returns the verdict on each rule that fits a sequence, strongest first. *Throws* what the function of
-    /// `CommandTable::explainWith` throws.
+    /// Returns the verdict on each rule that fits a sequence, strongest first. One at most wins or is pending; it is
+    /// the one of `match`. *Throws* what the function of `CommandTable::explainWith` throws.
     std::vector<KeyVerdict> verdicts(std::span<Chord const> keys) const;
-    /// Returns a rule by its number; null for one that was removed with its contribution.
+    /// Returns a rule or removal by its number; null for one that has ended with its contribution. *Lifetime*: until
+    /// then.
     KeyRule const* rule(std::size_t number) const noexcept;
     /// Returns the numbers of the rules that run a command, strongest first, without those that a removal has taken
     /// away: for the keys in menus.
@@ -103,10 +114,5 @@ private:
 
     std::shared_ptr<State> state;
 };
-
-/// True if `stronger` can be seen from its form to imply `weaker`: each conjunct of `weaker` is one of `stronger`, up to
-/// spelling; of disjunctions, each alternative of `stronger` implies one of `weaker`. False does not mean that it does
-/// not. *Throws* `gel::ParseError` for a text that does not parse.
-STUDIO_COMMANDS_EXPORT bool implies(std::string const& stronger, std::string const& weaker);
 
 }   // namespace studio::commands

@@ -8,8 +8,8 @@
 
 namespace studio::commands::detail {
 
-/// What contributions know of a key map: where they add and remove rules. Counted: contributions keep it, also after the
-/// end of its `Keymap`.
+/// What contributions know of a key map: where they add and remove rules. Counted: contributions keep it, also after
+/// the end of its `Keymap`.
 class RuleRegistry {
 public:
     RuleRegistry() = default;
