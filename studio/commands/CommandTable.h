@@ -36,7 +36,7 @@ public:
     /// Receives a batch of changes, in the order in which the commands were added: each command at most once, and not
     /// at all if it has changed back. It may do anything: write, load and unload contributions, end the table. What
     /// changes by that is reported by a call of its own after this one has returned, and so on until nothing changes
-    /// any more.
+    /// any more. After 1,000 calls in a row that is an error, and what is left is reported with the next change.
     using Changed = std::function<void(std::span<CommandChange const>)>;
     /// Returns the sentences that say why a condition does not hold, such as `inspect::Reasons::reasonFor`.
     using Reasons = std::function<std::vector<std::string>(std::string const& condition)>;

@@ -41,6 +41,7 @@ public:
 
     void add(Parts&& parts)
     {
+        table->requireEngine();
         definitions.reserve(parts.definitions.size());
         for (auto& [name, condition] : parts.definitions) {
             table->define(name, condition);

@@ -46,7 +46,9 @@ public:
     /// - `std::logic_error` after the end of the engine;
     /// - what a receiver throws, without an error handler.
     ///
-    /// The message names the part. *Cost*: for each text that is new to the engine a parse and an evaluation.
+    /// The message names the part. Inside an open transaction the conditions are evaluated with its writes, which a
+    /// rollback may undo; load outside of them. *Cost*: for each text that is new to the engine a parse and an
+    /// evaluation.
     Contribution(CommandTable& table, Menus* menus, Keymap* keymap, Parts parts);
     /// Takes everything away. *Notifies* as the constructor; without an error handler, exceptions of receivers are
     /// lost.

@@ -61,10 +61,10 @@ struct MenuItem {
 struct MenuChange {
     /// What happens to an item.
     enum class Kind : std::uint8_t {
-        Removed,    ///< it goes
+        Removed,    ///< the item goes
         Moved,      ///< another entry of the same command or submenu takes its place, elsewhere in the menu
-        Inserted,   ///< it comes; `index` is that in the list after the batch
-        Changed     ///< its state changes; `index` is that in the list after the batch
+        Inserted,   ///< an item comes; `index` is that in the list after the batch
+        Changed     ///< the entry, group or state of an item changes; `index` is that in the list after the batch
     };
 
     /// What happens.

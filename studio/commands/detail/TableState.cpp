@@ -11,6 +11,13 @@
 
 namespace studio::commands::detail {
 
+namespace {
+
+// As many as one delivery makes before its receivers are taken to write without end.
+constexpr std::size_t MOST_BATCHES = 1'000;
+
+}   // namespace
+
 struct TableState::Row {
     Command declared;
     Slot enabled = Conditions::Always;
@@ -58,10 +65,14 @@ void TableState::end() noexcept
 
 // Commands
 
-TableState::Row& TableState::add(Command command)
+void TableState::requireEngine() const
 {
     if (!engine)
         throw std::logic_error{"the command table, or its engine, has ended"};
+}
+
+TableState::Row& TableState::add(Command command)
+{
     if (command.id.empty())
         throw std::invalid_argument{"a command needs an id"};
     std::string const name = "command \"" + command.id + '"';
@@ -233,7 +244,11 @@ void TableState::deliver()
     std::shared_ptr<TableState> const kept = shared_from_this();   // a receiver may end the table
     isDelivering = true;
     try {
-        while (hasThrown || hasWork()) {
+        for (std::size_t batches = 0; hasThrown || hasWork(); ++batches) {
+            if (batches == MOST_BATCHES) {
+                call("the changes of commands", [this] { refuseMore(); });
+                break;
+            }
             // An exception of somebody else's callback left a round: the evaluations behind it did not take place.
             if (std::exchange(hasThrown, false))
                 conditions.evaluateAll();
@@ -247,6 +262,13 @@ void TableState::deliver()
     followers.erase(std::remove(followers.begin(), followers.end(), nullptr), followers.end());
     if (std::exception_ptr const failure = std::exchange(firstFailure, nullptr))
         std::rethrow_exception(failure);
+}
+
+void TableState::refuseMore() const
+{
+    throw std::runtime_error{"receivers of changes have written " + std::to_string(MOST_BATCHES) +
+                             " times in a row; the last change was of " +
+                             (changes.empty() ? "menus" : '"' + changes.front().id + '"')};
 }
 
 void TableState::deliverAtEnd() noexcept

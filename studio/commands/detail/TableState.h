@@ -59,6 +59,8 @@ public:
     /// False after `end`.
     bool isAlive() const noexcept { return !isEnded; }
 
+    /// *Throws* `std::logic_error` after the end of the table or its engine.
+    void requireEngine() const;
     /// Defines a name, or adds a user of its definition. *Throws* as `CommandTable::define`.
     void define(std::string const& name, std::string const& condition);
     /// Adds a command. It becomes visible with the next delivery. *Throws* as `Contribution`; nothing is added then.
@@ -126,6 +128,7 @@ private:
     Slot addSlot(std::string const& text, std::string const& where, Add const& add);
     Row* rowOf(std::string_view id) const noexcept;
     void failed(char const* what) noexcept;
+    [[noreturn]] void refuseMore() const;
     void touch(Row& row) noexcept;
     std::optional<CommandState> stateOf(Row const& row) const;
     bool hasWork() const noexcept;

@@ -299,6 +299,62 @@ TEST_F(Table, ReportsAReloadByWhatDiffers)
     EXPECT_EQ(shown("m"), "other same");
 }
 
+TEST_F(Table, RefusesReceiversThatWriteWithoutEnd)
+{
+    Contribution const plugin = load({{{"flip", "", "", "b"}}});
+    int calls = 0;
+    table->onChanged([&](auto&&) { root->setPropertyValue("b", ++calls % 2 == 0); });
+    EXPECT_EQ(refusal([&] { root->setPropertyValue("b", true); }),
+              "receivers of changes have written 1000 times in a row; the last change was of \"flip\"");
+    EXPECT_EQ(calls, 1000);
+    EXPECT_FALSE(table->find("flip")->isEnabled);
+    table->onChanged({});
+    root->setPropertyValue("b", 1);
+    EXPECT_TRUE(table->find("flip")->isEnabled) << "what was left";
+}
+
+TEST_F(Table, LosesNothingWithoutMemory)
+{
+    Contribution::Parts const parts{
+        {{"save", "A title that is long enough {s}", "", "a && n > 0"}, {"quit", "", "", "b"}},
+        {{"a menu of that name", "", 0, "save", "", "", "b || n > 0"},
+         {"file", "", 0, "", "a menu of that name", "And its title is long {n}"}},
+        {},
+        {{"isThatAllRight", "b || a"}}};
+    Contribution plugin;
+    int failures = 0;
+    for (bool happened = true; happened; ++failures) {
+        support::FailingAllocation const failing{static_cast<std::size_t>(failures)};
+        try {
+            plugin = load(parts);
+        } catch (std::bad_alloc const&) {
+            support::Exempt const exempt;
+            ASSERT_TRUE(!plugin && table->list().empty() && menus->list().empty() && engine->listExpressions().empty());
+        }
+        happened = failing.happened();
+    }
+    EXPECT_GT(failures, 50);
+    table->onChanged({});
+    menus->onChanged({});
+    for (failures = 0;; ++failures) {
+        root->setPropertyValue("n", 1);
+        root->setPropertyValue("s", "x");
+        support::FailingAllocation const failing{static_cast<std::size_t>(failures)};
+        try {
+            support::inTransaction([&] {
+                root->setPropertyValue("n", 0);
+                root->setPropertyValue("s", "another text that is long");
+            });
+        } catch (std::bad_alloc const&) {}
+        support::Exempt const exempt;
+        if (!failing.happened())
+            break;
+        root->setPropertyValue("b", failures % 2 != 0);   // brings what was left out
+        bool const isCommitted = root->getPropertyValue("n") == PropertyValue{0};
+        EXPECT_EQ(table->find("save")->isEnabled, !isCommitted) << failures;
+    }
+}
+
 TEST_F(Table, AChangeCostsWhatItChanges)
 {
     std::vector<Contribution> plugins;
