@@ -16,7 +16,7 @@ using detail::inQuotes;
 using detail::Rule;
 using detail::TableState;
 
-class Keymap::State final : public detail::RuleRegistry, public detail::Follower {
+class STUDIO_DATA_LOCAL Keymap::State final : public detail::RuleRegistry, public detail::Follower {
 public:
     State(std::shared_ptr<TableState> commands, Disabled disabled) : table{std::move(commands)}, policy{disabled} {}
     ~State() override { end(); }

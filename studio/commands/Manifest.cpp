@@ -40,17 +40,17 @@ T readObject(JsonPlace const& place, std::span<Member<T> const> members)
     T result{};
     auto const& parts = place.as(Kind::Object).value->parts;
     for (std::size_t i = 0; i != parts.size(); ++i) {
-        host::SimilarName similar{parts[i].first};
+        host::SimilarName similar{parts[i].name};
         auto member = members.begin();
-        for (; member != members.end() && member->name != parts[i].first; ++member)
+        for (; member != members.end() && member->name != parts[i].name; ++member)
             similar.add(member->name);
         if (member == members.end())
-            place.fail("unknown member " + inQuotes(parts[i].first) + similar.question());
+            place.fail("unknown member " + inQuotes(parts[i].name) + similar.question());
         member->read(place.part(i), result);
     }
     for (Member<T> const& member : members)
         if (member.isRequired &&
-            std::none_of(parts.begin(), parts.end(), [&](auto const& part) { return part.first == member.name; }))
+            std::none_of(parts.begin(), parts.end(), [&](auto const& part) { return part.name == member.name; }))
             place.fail("the member " + inQuotes(member.name) + " is missing");
     return result;
 }
@@ -155,7 +155,7 @@ constexpr std::array DOCUMENT{
     Member<Document>{"definitions",
                      [](Place at, Document& into) {
                          for (std::size_t i = 0; i != at.as(Kind::Object).value->parts.size(); ++i)
-                             into.parts.definitions.emplace_back(at.value->parts[i].first, condition(at.part(i)));
+                             into.parts.definitions.emplace_back(at.value->parts[i].name, condition(at.part(i)));
                      }},
     Member<Document>{
         "commands",
@@ -164,7 +164,7 @@ constexpr std::array DOCUMENT{
                      [](Place at, Document& into) {
                          for (std::size_t i = 0; i != at.as(Kind::Object).value->parts.size(); ++i)
                              for (MenuEntry& entry : readList<MenuEntry>(at.part(i), ENTRY, &checkEntry)) {
-                                 entry.menu = at.value->parts[i].first;
+                                 entry.menu = at.value->parts[i].name;
                                  into.parts.entries.push_back(std::move(entry));
                              }
                      }},

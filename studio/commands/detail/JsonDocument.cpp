@@ -42,7 +42,7 @@ public:
     JsonValue root;
 
     bool null() override { return add({}); }
-    bool boolean(bool value) override { return add({Kind::Logical, value, 0, {}, {}}); }
+    bool boolean(bool value) override { return add({Kind::Logical, value, 0, {}, {}, {}}); }
     bool number_integer(number_integer_t value) override
     {
         return addNumber(static_cast<double>(value), std::to_string(value));
@@ -52,7 +52,7 @@ public:
         return addNumber(static_cast<double>(value), std::to_string(value));
     }
     bool number_float(number_float_t value, string_t const& digits) override { return addNumber(value, digits); }
-    bool string(string_t& value) override { return add({Kind::Text, false, 0, std::move(value), {}}); }
+    bool string(string_t& value) override { return add({Kind::Text, false, 0, std::move(value), {}, {}}); }
     bool binary(binary_t& /*value*/) override { return false; }   // JSON texts have none
     bool start_object(std::size_t /*size*/) override { return open(Kind::Object); }
     bool start_array(std::size_t /*size*/) override { return open(Kind::List); }
@@ -64,7 +64,7 @@ public:
         JsonValue& object = *levels.back();
         if (!names.emplace(levels.size(), name).second)
             refuse(file, pointer(), "the member " + inQuotes(name) + " stands twice");
-        object.parts.emplace_back(std::move(name), JsonValue{});
+        object.parts.emplace_back().name = std::move(name);
         return true;
     }
 
@@ -87,7 +87,7 @@ public:
 private:
     bool addNumber(double value, std::string digits)
     {
-        return add({Kind::Number, false, value, std::move(digits), {}});
+        return add({Kind::Number, false, value, std::move(digits), {}, {}});
     }
 
     JsonValue& place()
@@ -97,11 +97,13 @@ private:
         JsonValue& above = *levels.back();
         if (above.kind == Kind::List)
             above.parts.emplace_back();
-        return above.parts.back().second;
+        return above.parts.back();
     }
     bool add(JsonValue value)
     {
-        place() = std::move(value);
+        JsonValue& to = place();
+        value.name.swap(to.name);
+        to = std::move(value);
         return true;
     }
     bool open(Kind kind)
@@ -126,7 +128,7 @@ private:
         std::string result;
         for (std::size_t level = 0; level + 1 < levels.size() && result.size() < 200; ++level)
             result = pointerTo(result, levels[level]->kind == Kind::Object
-                                           ? levels[level]->parts.back().first
+                                           ? levels[level]->parts.back().name
                                            : std::to_string(levels[level]->parts.size() - 1));
         return result;
     }
@@ -148,10 +150,10 @@ void append(std::string& text, JsonValue const& value)
     case Kind::List:
     case Kind::Object:
         text += value.kind == Kind::List ? '[' : '{';
-        for (auto const& [name, part] : value.parts) {
+        for (JsonValue const& part : value.parts) {
             text += std::exchange(separator, ",");
             if (value.kind == Kind::Object)
-                text += Json(name).dump() + ':';
+                text += Json(part.name).dump() + ':';
             append(text, part);
         }
         text += value.kind == Kind::List ? ']' : '}';
@@ -183,8 +185,8 @@ std::string JsonValue::json() const
 
 JsonPlace JsonPlace::part(std::size_t index) const
 {
-    auto const& [name, found] = value->parts[index];
-    return {&found, file, pointerTo(pointer, value->kind == Kind::Object ? name : std::to_string(index))};
+    JsonValue const& found = value->parts[index];
+    return {&found, file, pointerTo(pointer, value->kind == Kind::Object ? found.name : std::to_string(index))};
 }
 
 std::string const& JsonPlace::text() const

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace studio::commands::detail {
@@ -17,8 +16,9 @@ struct JsonValue {
     Kind kind = Kind::Null;
     bool logical = false;
     double number = 0;
-    std::string text;                                       // of a text; of a number, its digits
-    std::vector<std::pair<std::string, JsonValue>> parts;   // members in the order of the document; items without names
+    std::string text;               // of a text; of a number, its digits
+    std::string name;               // of a member
+    std::vector<JsonValue> parts;   // members in the order of the document, or items
 
     /// Returns the text of the value, on one line and without spaces.
     std::string json() const;
