@@ -165,6 +165,24 @@ KeyRule const* Keymap::State::find(std::size_t number) const noexcept
     return rule ? &rule->declared : nullptr;
 }
 
+std::string describe(KeyVerdict const& verdict)
+{
+    using Reason = KeyVerdict::Reason;
+    std::string text = "rule " + std::to_string(verdict.rule);
+    switch (verdict.reason) {
+    case Reason::Wins: text += " wins"; break;
+    case Reason::Pending: text += " decides: a longer sequence is pending"; break;
+    case Reason::ConditionFalse: text += " does not apply: its condition is false"; break;
+    case Reason::CommandDisabled: text += " runs nothing: its command is disabled"; break;
+    case Reason::Weaker: text += " is weaker than rule " + std::to_string(verdict.by); break;
+    case Reason::Removed: text += " was removed by rule " + std::to_string(verdict.by); break;
+    }
+    char const* separator = " (";
+    for (std::string const& sentence : verdict.sentences)
+        (text += std::exchange(separator, "; ")) += sentence;
+    return text += verdict.sentences.empty() ? "" : ")";
+}
+
 Keymap::Keymap(CommandTable& table, Disabled policy) : state{std::make_shared<State>(table.state, policy)}
 {
     table.state->follow(state);

@@ -64,6 +64,9 @@ struct KeyVerdict {
     std::vector<std::string> sentences;
 };
 
+/// Returns a verdict as a line for a log or a person: `rule 12 is weaker than rule 14`.
+STUDIO_COMMANDS_EXPORT std::string describe(KeyVerdict const& verdict);
+
 /// Which command a sequence of keys runs at present. Among the rules whose keys are the sequence, or begin with it, the
 /// strongest decides whose condition holds: its command runs, or the sequence is pending if the rule has more chords.
 ///

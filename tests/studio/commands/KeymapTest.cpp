@@ -88,6 +88,14 @@ TEST(Keymap, RunsTheStrongestRuleWhoseConditionHolds)
     EXPECT_EQ(f.match("ctrl+k"), "pending 3");
     EXPECT_EQ(f.verdicts("ctrl+k"),
               "4 condition, needs d; 1 disabled, needs b; 3 pending; 2 condition, needs d; 0 weaker 3");
+    std::string described;
+    for (KeyVerdict const& each : f.keymap.verdicts(parseKeys("ctrl+k")))
+        described += describe(each) + '\n';
+    EXPECT_EQ(described, "rule 4 does not apply: its condition is false (needs d)\n"
+                         "rule 1 runs nothing: its command is disabled (needs b)\n"
+                         "rule 3 decides: a longer sequence is pending\n"
+                         "rule 2 does not apply: its condition is false (needs d)\n"
+                         "rule 0 is weaker than rule 3\n");
     f.root->setPropertyValue("d", true);
     EXPECT_EQ(f.match("ctrl+k"), "runs 4 four");   // an unknown command counts as enabled
     f.root->setPropertyValue("d", false);
@@ -192,7 +200,9 @@ TEST(Keymap, RefusesBadRulesAndKeepsWhatItHas)
         EXPECT_EQ(f.verdicts("f1"), "0 wins");
     }
     CommandTable other{f.engine};
-    EXPECT_EQ(support::refusalOf([&] { Contribution{other, nullptr, &f.keymap, {}}; }),
+    EXPECT_EQ(support::refusalOf([&] {
+                  Contribution{other, nullptr, &f.keymap, {}};
+              }),
               "the key map of a contribution belongs to another command table");
     for (std::size_t skipped = 0;; ++skipped) {
         bool happened = false;

@@ -1,4 +1,5 @@
 #include "studio/commands/Manifest.h"
+#include "support/Random.h"
 #include "support/Refusals.h"
 
 #include <gtest/gtest.h>
@@ -85,6 +86,30 @@ TEST(Manifest, ErrorsNameFilePlaceAndReason)
         std::string const refusal = support::refusalOf<std::invalid_argument>([&] { readManifest(text, "a.json"); });
         EXPECT_TRUE(refusal.starts_with(std::string{"a.json: "} + reason)) << refusal;
         EXPECT_LT(refusal.size(), 500u);
+    }
+}
+
+TEST(Manifest, OfAnyBytesIsReadOrRefused)
+{
+    std::string const valid =
+        R"({"keys": [{"keys": "ctrl+k f1", "command": "x", "when": "a && !b", "arguments": [{}, 1e9]}],)"
+        R"("menus": {"a/b": [{"submenu": "c", "order": -1.5}]}, "definitions": {"x": "`a`"}})";
+    for (std::uint64_t const seed : support::seeds(2)) {
+        support::Random random{seed};
+        for (int round = 0; round != 2'000; ++round) {
+            std::string text = valid;
+            for (std::size_t changes = 1 + random.below(3); changes != 0; --changes)
+                if (std::size_t const at = random.below(text.size()); random.oneIn(3))
+                    text.erase(at, 1 + random.below(4));
+                else
+                    text[at] =
+                        static_cast<char>(random.oneIn(2) ? random.below(256) : valid[random.below(valid.size())]);
+            try {
+                readManifest(text, "a.json");
+            } catch (std::invalid_argument const& error) {
+                ASSERT_TRUE(std::string{error.what()}.starts_with("a.json: ")) << "seed " << seed << ": " << text;
+            }
+        }
     }
 }
 
