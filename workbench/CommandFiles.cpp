@@ -4,7 +4,9 @@
 #include "workbench/Text.h"
 
 #include <array>
-#include <optional>
+#include <cmath>
+#include <limits>
+#include <utility>
 
 namespace workbench {
 
@@ -111,6 +113,22 @@ std::vector<std::size_t> numbers(Node const& list, std::size_t end)
     return result;
 }
 
+int weightAt(Node const& node)
+{
+    studio::data::PropertyValue const weight = node.value();
+    if (!weight.isDouble() || weight.getDouble() != std::trunc(weight.getDouble()) ||
+        std::abs(weight.getDouble()) > std::numeric_limits<int>::max())
+        node.fail("expected a whole number of 31 bits");
+    return static_cast<int>(weight.getDouble());
+}
+
+bool logical(Node const& node)
+{
+    if (!node.value().isLogical())
+        node.fail("expected a logical");
+    return node.value().getBool();
+}
+
 /// A title without expressions.
 std::string plainTitle(std::string title)
 {
@@ -128,7 +146,7 @@ void readRules(Node const& document, CommandFiles& files)
             rule.keys = sequence.text();
         rule.command = node.member("command").text();
         rule.when = textAt(node, "when");
-        rule.weight = static_cast<int>(node.member("weight").value().getDouble());
+        rule.weight = weightAt(node.member("weight"));
         rule.source = node.member("source").text();
         if (node.has("removes"))
             files.removals.emplace_back(files.parts.rules.size(), numbers(node.member("removes"), list.size()));
@@ -186,9 +204,9 @@ CommandRow readRow(Node const& node, CommandFiles const& files, CommandAnswers c
                              numbers(item.item(2), entries), numbers(item.item(3), entries)});
     });
     each("commands", [&](Node const& item) {
-        studio::data::PropertyValue const checked = item.item(2).value();
-        row.commands.push_back({below(item.item(0), files.parts.commands.size()), item.item(1).value().getBool(),
-                                checked.isUndefined() ? std::optional<bool>() : checked.getBool()});
+        bool const hasMark = !item.item(2).value().isUndefined();
+        row.commands.push_back({below(item.item(0), files.parts.commands.size()), logical(item.item(1)),
+                                hasMark ? std::optional<bool>(logical(item.item(2))) : std::nullopt});
     });
     return row;
 }

@@ -94,6 +94,8 @@ Contribution::Contribution(CommandTable& table, Menus* menus, Keymap* keymap, Pa
         throw std::invalid_argument{"a contribution with key rules needs a key map"};
     if (menus && &menus->lists->of() != table.state.get())
         throw std::invalid_argument{"the menus of a contribution belong to another command table"};
+    if (keymap && &keymap->registry()->of() != table.state.get())
+        throw std::invalid_argument{"the key map of a contribution belongs to another command table"};
     // Complete before anything is called: a receiver that throws ends the contribution.
     auto made =
         std::make_unique<State>(table.state, menus ? menus->lists : nullptr, keymap ? keymap->registry() : nullptr);

@@ -16,7 +16,7 @@ struct KeyRule {
     std::string arguments{};
     /// A rule of greater weight is stronger; of equal weights, the one that was added later.
     int weight = 0;
-    /// Where the rule comes from. Removals take away nothing of their own source.
+    /// The origin of the rule, such as the name of a plugin. Removals take away nothing of their own source.
     std::string source{};
 };
 

@@ -16,18 +16,26 @@ using detail::inQuotes;
 using detail::Rule;
 using detail::TableState;
 
-class Keymap::State final : public detail::RuleRegistry {
+class Keymap::State final : public detail::RuleRegistry, public detail::Follower {
 public:
     State(std::shared_ptr<TableState> commands, Disabled disabled) : table{std::move(commands)}, policy{disabled} {}
     ~State() override { end(); }
 
     std::vector<std::size_t> add(std::vector<KeyRule> added) override;
     void remove(std::span<std::size_t const> numbers) noexcept override;
+    TableState const& of() const noexcept override { return *table; }
     KeyRule const* find(std::size_t number) const noexcept override;
     Rule const* ruleOf(std::size_t number) const noexcept;
 
-    /// Removes everything, at the end of the key map.
-    void end() noexcept;
+    // Follower: what was added joins with the next delivery, as commands do.
+    void note(std::span<detail::Conditions::Slot const> /*settled*/) noexcept override {}
+    bool isTouched() const noexcept override { return joined != nextNumber; }
+    void prepare(std::span<CommandChange const> /*changes*/) override {}
+    void apply() noexcept override { joined = nextNumber; }
+    void report() override {}
+    /// Removes everything, at the end of the key map or of the table.
+    void end() noexcept override;
+
     bool isEmpty() const noexcept { return hasEnded || !table->isAlive(); }
 
     bool isDisabled(Rule const& rule) const noexcept
@@ -35,10 +43,12 @@ public:
         CommandState const* const command = table->find(rule.command());
         return command && !command->isEnabled;
     }
+    bool hasJoined(Rule const& rule) const noexcept { return rule.number < joined; }
+    bool isRemoved(Rule const& rule) const noexcept { return rule.removal && hasJoined(*rule.removal); }
     /// True if a rule decides, unless a stronger one does.
     bool decides(Rule const& rule) const noexcept
     {
-        return !rule.removal && table->conditions.holds(rule.slot) &&
+        return hasJoined(rule) && !isRemoved(rule) && table->conditions.holds(rule.slot) &&
                (policy == Disabled::Swallowed || !isDisabled(rule));
     }
 
@@ -56,6 +66,7 @@ private:
 
     std::map<std::size_t, Rule> rules;   // by number
     std::size_t nextNumber = 0;
+    std::size_t joined = 0;   // rules below this number were there at the last delivery
     bool hasEnded = false;
 };
 
@@ -101,6 +112,7 @@ std::vector<std::size_t> Keymap::State::add(std::vector<KeyRule> added)
             rule->nextGoing = std::exchange(going, rule);
         }
         removeAll(going);
+        nextNumber -= made.size();
         throw;
     }
     return numbers;
@@ -153,10 +165,14 @@ KeyRule const* Keymap::State::find(std::size_t number) const noexcept
     return rule ? &rule->declared : nullptr;
 }
 
-Keymap::Keymap(CommandTable& table, Disabled policy) : state{std::make_shared<State>(table.state, policy)} {}
+Keymap::Keymap(CommandTable& table, Disabled policy) : state{std::make_shared<State>(table.state, policy)}
+{
+    table.state->follow(state);
+}
 
 Keymap::~Keymap()
 {
+    state->table->unfollow(*state);
     state->end();
 }
 
@@ -205,10 +221,12 @@ std::vector<KeyVerdict> Keymap::verdicts(std::span<Chord const> keys) const
     std::vector<KeyVerdict> all;
     Rule const* deciding = nullptr;
     for (Rule const* const rule : kept->tree.fitting(keys)) {
+        if (!kept->hasJoined(*rule))
+            continue;
         KeyVerdict& verdict = all.emplace_back();
         verdict.rule = verdict.by = rule->number;
         verdict.isLonger = rule->keys.size() > keys.size();
-        if (rule->removal) {
+        if (kept->isRemoved(*rule)) {
             verdict.reason = Reason::Removed;
             verdict.by = rule->removal->number;
         } else if (!kept->table->conditions.holds(rule->slot)) {
@@ -246,7 +264,8 @@ std::vector<std::size_t> Keymap::rulesOf(std::string_view command) const
         return {};
     std::vector<std::size_t> numbers;
     for (Rule const* const rule : state->removals.rulesOf(command))
-        numbers.push_back(rule->number);
+        if (state->hasJoined(*rule) && !state->isRemoved(*rule))
+            numbers.push_back(rule->number);
     return numbers;
 }
 

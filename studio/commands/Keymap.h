@@ -43,11 +43,11 @@ struct KeyMatch {
 struct KeyVerdict {
     /// The reason.
     enum class Reason : std::uint8_t {
-        Wins,              ///< its command runs
-        Pending,           ///< it decides, and has more chords
-        ConditionFalse,    ///< its condition does not hold
-        CommandDisabled,   ///< its command is disabled: the keys do nothing, or the next weaker rule is looked at
-        Weaker,            ///< it would decide, but for a stronger rule
+        Wins,              ///< the command of the rule runs
+        Pending,           ///< the rule decides, and has more chords
+        ConditionFalse,    ///< the condition of the rule does not hold
+        CommandDisabled,   ///< the keys do nothing, or the next weaker rule is looked at
+        Weaker,            ///< the rule would decide, but for a stronger one
         Removed            ///< a removal has taken it away
     };
 
@@ -68,9 +68,9 @@ struct KeyVerdict {
 /// strongest decides whose condition holds: its command runs, or the sequence is pending if the rule has more chords.
 ///
 /// All conditions are subscribed, so a key press evaluates nothing and allocates nothing. Conditions and commands are
-/// those of the last commit whose round has ended, as in the table. Rules are added by a `Contribution`, and are
-/// removed when it ends; a removal takes away what it takes away for as long as its own contribution lasts. Without its
-/// table a key map is empty. Used on one thread, that of the engine.
+/// as the table reported them last, and what was added since does not count yet. Rules are added by a `Contribution`,
+/// and are removed when it ends; a removal takes away what it takes away for as long as its own contribution lasts.
+/// Without its table a key map is empty. Used on one thread, that of the engine.
 class STUDIO_COMMANDS_EXPORT Keymap {
 public:
     /// What becomes of a sequence whose strongest rule runs a disabled command.

@@ -8,6 +8,8 @@
 
 namespace studio::commands::detail {
 
+class TableState;
+
 /// What contributions know of a key map: where they add and remove rules. Counted: contributions keep it, also after
 /// the end of its `Keymap`.
 class RuleRegistry {
@@ -22,6 +24,8 @@ public:
     virtual std::vector<std::size_t> add(std::vector<KeyRule> rules) = 0;
     /// Removes rules; ignores those that are gone, as after the end of the table or of the key map.
     virtual void remove(std::span<std::size_t const> numbers) noexcept = 0;
+    /// Returns the table of the key map.
+    virtual TableState const& of() const noexcept = 0;
     /// Returns a rule by its number; null for one that is gone.
     virtual KeyRule const* find(std::size_t number) const noexcept = 0;
 };

@@ -115,10 +115,15 @@ bool Removals::takes(Rule const& removal, Rule const& rule) const
 {
     if (removal.isGoing || removal.declared.source == rule.declared.source)
         return false;
+    if (removal.slot == Conditions::Always || removal.slot == rule.slot)
+        return true;
     auto const textOf = [&](Rule const& each) {
         return each.slot == Conditions::Always ? std::string{} : conditions.textOf(each.slot);
     };
-    return removal.slot == Conditions::Always || removal.slot == rule.slot || implies(textOf(rule), textOf(removal));
+    auto const known = implied.find({rule.slot, removal.slot});
+    return known != implied.end()
+               ? known->second
+               : implied.try_emplace({rule.slot, removal.slot}, implies(textOf(rule), textOf(removal))).first->second;
 }
 
 /// Returns a removal that takes a rule away; null if there is none.
@@ -179,6 +184,7 @@ void Removals::add(std::span<Rule* const> rules)
         else if (!rule->removal)
             rule->removal = removalOf(all, *rule);
     }
+    implied.clear();
 }
 
 void Removals::remove(Rule* firstGoing) noexcept
@@ -197,6 +203,7 @@ void Removals::remove(Rule* firstGoing) noexcept
         else
             searchAgain(place->second);
     }
+    implied.clear();
 }
 
 std::vector<Rule const*> Removals::rulesOf(std::string_view command) const
@@ -204,10 +211,7 @@ std::vector<Rule const*> Removals::rulesOf(std::string_view command) const
     auto const place = commands.find(command);
     if (place == commands.end())
         return {};
-    std::vector<Rule const*> rules;
-    for (Rule const* const rule : place->second.rules)
-        if (!rule->removal)
-            rules.push_back(rule);
+    std::vector<Rule const*> rules{place->second.rules.begin(), place->second.rules.end()};
     std::sort(rules.begin(), rules.end(), &isStronger);
     return rules;
 }

@@ -12,7 +12,7 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace studio::commands::detail {
@@ -77,7 +77,7 @@ public:
     void remove(Rule* firstGoing) noexcept;
     void clear() noexcept { commands.clear(); }
 
-    /// Returns the rules of a command.
+    /// Returns the rules of a command, strongest first, those that are taken away too.
     std::vector<Rule const*> rulesOf(std::string_view command) const;
 
 private:
@@ -103,6 +103,7 @@ private:
     void searchAgain(OfCommand const& all) const noexcept;
 
     Conditions const& conditions;
+    mutable std::map<std::pair<Conditions::Slot, Conditions::Slot>, bool> implied;   // within one call
     std::map<std::string, OfCommand, std::less<>> commands;
     std::size_t pass = 0;
 };

@@ -191,6 +191,9 @@ TEST(Keymap, RefusesBadRulesAndKeepsWhatItHas)
         EXPECT_EQ(support::refusalOf([&] { f.load({{"f1", "-one"}, {"f1 f2", "two"}, bad}); }), reason);
         EXPECT_EQ(f.verdicts("f1"), "0 wins");
     }
+    CommandTable other{f.engine};
+    EXPECT_EQ(support::refusalOf([&] { Contribution{other, nullptr, &f.keymap, {}}; }),
+              "the key map of a contribution belongs to another command table");
     for (std::size_t skipped = 0;; ++skipped) {
         bool happened = false;
         {
@@ -224,6 +227,23 @@ TEST(Keymap, OutlivesItsTableAndEngineAndContributionsOutliveIt)
     table.reset();
     EXPECT_EQ(shown(other.press(parseChord("f1"))), "none");
     EXPECT_TRUE(other.verdicts(parseKeys("f1")).empty() && other.rulesOf("one").empty() && !other.rule(0));
+}
+
+TEST(Keymap, GetsRulesTogetherWithTheirCommandsWhenTheRoundEnds)
+{
+    Fixture f;
+    Contribution const rules = f.load({{"f1", "one"}});
+    Contribution added;
+    std::string during;
+    auto const handle = f.engine.acquireExpression("c", [&](std::string const&, data::PropertyValue const& value) {
+        if (value.getBool())
+            return;
+        added = f.load({{"f1", "new"}, {"f1", "-one", {}, {}, 0, "user"}}, {{"new", "New", {}, "d"}});
+        during = f.verdicts("f1") + ", " + f.match("f1") + ", " + std::to_string(f.keymap.rulesOf("new").size());
+    });
+    f.root->setPropertyValue("c", false);
+    EXPECT_EQ(during, "0 wins, runs 0 one, 0");
+    EXPECT_EQ(f.verdicts("f1"), "1 disabled, needs d; 0 removed 2");
 }
 
 TEST(Keymap, APressAllocatesNothing)
