@@ -414,7 +414,6 @@ void MenuLists::dropRemoved() noexcept
         if (!entry->isPresent && entry->menu != last) {
             last = entry->menu;
             std::erase_if(entry->menu->entries, [](Entry const* other) { return !other->isPresent; });
-            entry->menu->isRanked = false;
         }
     for (Entry* const entry : touched)
         if (!entry->isPresent) {
