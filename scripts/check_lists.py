@@ -13,6 +13,7 @@ LISTS = {
     "studio/data": (["studio/data"], (".h", ".cpp")),
     "studio/host": (["studio/host"], (".h", ".cpp")),
     "studio/inspect": (["studio/inspect"], (".h", ".cpp")),
+    "studio/commands": (["studio/commands"], (".h", ".cpp")),
     "tests": (["tests/framework", "tests/studio", "tests/flows", "tests/shell"], (".cpp",)),
     "workbench": (["workbench"], (".h", ".cpp")),
     "shell": (["shell"], (".h", ".cpp")),

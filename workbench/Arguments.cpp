@@ -3,6 +3,7 @@
 #include <array>
 #include <charconv>
 #include <system_error>
+#include <utility>
 
 namespace workbench {
 
@@ -13,9 +14,11 @@ struct Flag {
     bool Arguments::*field;
 };
 constexpr std::array s_flags{
-    Flag{"--help", &Arguments::help},     Flag{"-h", &Arguments::help},           Flag{"--trace", &Arguments::trace},
-    Flag{"--check", &Arguments::check},   Flag{"--verify", &Arguments::verify},   Flag{"--quiet", &Arguments::quiet},
-    Flag{"--mirror", &Arguments::mirror}, Flag{"--version", &Arguments::version}, Flag{"--force", &Arguments::force},
+    Flag{"--help", &Arguments::help},     Flag{"-h", &Arguments::help},
+    Flag{"--trace", &Arguments::trace},   Flag{"--check", &Arguments::check},
+    Flag{"--verify", &Arguments::verify}, Flag{"--quiet", &Arguments::quiet},
+    Flag{"--mirror", &Arguments::mirror}, Flag{"--version", &Arguments::version},
+    Flag{"--force", &Arguments::force},   Flag{"--check-commands", &Arguments::checkCommands},
 };
 
 Flag const* flagOf(std::string const& word)
@@ -53,6 +56,12 @@ void expectEffect(Arguments const& arguments, bool files)
             if (arguments.*flag.field)
                 throw UsageError(std::string("--explain does not go with ") + flag.spelling);
     }
+    if (arguments.checkCommands)
+        for (Flag const& flag : s_flags)
+            if (arguments.*flag.field && flag.field != &Arguments::checkCommands && flag.field != &Arguments::quiet)
+                throw UsageError(std::string("--check-commands does not go with ") + flag.spelling);
+    if (!arguments.policy.empty() && !arguments.checkCommands)
+        throw UsageError("--policy goes with --check-commands only");
     if (arguments.force && !saves)
         throw UsageError("--force goes with --save-sample only");
     if (!saves)
@@ -68,6 +77,8 @@ void expectEffect(Arguments const& arguments, bool files)
 
 char const* const Arguments::HELP =
     R"(Usage: studio-workbench [OPTIONS] [EXPRESSIONS.json SESSION.json...]
+       studio-workbench --check-commands [--policy when|enabled] [--quiet]
+                        RULES.json MENUS.json SESSION.json ANSWERS.json
 
 Subscribes to every expression, replays each session step by step, each step in one
 transaction, and reports which results changed. Without files it replays a sample of
@@ -85,6 +96,11 @@ its own: a day at a small editor.
   --explain N@STEP   print why expression number N has its value after that step of the
                      session, and nothing else; 0 is the first expression, and the
                      state before the first step
+  --check-commands   replay the session under commands, menus and key rules, and compare
+                     what each sequence of keys runs, each menu and each command with the
+                     recorded answers, after every step
+  --policy when      a rule of a disabled command counts, and its keys do nothing
+  --policy enabled   it does not count. Without --policy both are compared
   --quiet            no summary: print differences, and with --trace the steps
   --save-sample DIR  write the sample as two files that can be edited and replayed; on a
                      terminal, prompts before files that exist are overwritten
@@ -122,6 +138,12 @@ Arguments Arguments::read(std::vector<std::string> const& words)
             if (++i == words.size() || words[i].empty() || isOption(words[i]))
                 throw UsageError("--save-sample needs a folder to write to");
             result.saveSample = words[i];
+        } else if (word == "--policy") {
+            if (!result.policy.empty())
+                throw UsageError("--policy is given twice");
+            if (++i == words.size() || (words[i] != "when" && words[i] != "enabled"))
+                throw UsageError("--policy is either when or enabled");
+            result.policy = words[i];
         } else if (word == "--explain") {
             if (result.explain)
                 throw UsageError("--explain is given twice");
@@ -133,6 +155,12 @@ Arguments Arguments::read(std::vector<std::string> const& words)
     if (result.help || result.version)
         return result;
     expectEffect(result, !files.empty());
+    if (result.checkCommands) {
+        if (files.size() != 4)
+            throw UsageError("--check-commands takes files of rules, menus, a session and answers");
+        result.commandFiles = std::move(files);
+        return result;
+    }
     if (files.size() == 1)
         throw UsageError("expected a file of expressions and at least one session, or neither; found 1 file");
     if (result.explain && files.size() > 2)

@@ -30,9 +30,12 @@ struct Arguments {
         std::size_t step;
     };
     std::optional<Place> explain;
-    std::string saveSample;                ///< a folder; empty when not requested
-    std::string expressions;               ///< a file; empty for the sample
-    std::vector<std::string> recordings;   ///< files; empty if and only if `expressions` is
+    bool checkCommands = false;
+    std::string policy;                      ///< `when`, `enabled`, or empty for both
+    std::vector<std::string> commandFiles;   ///< rules, menus, session and answers, with `checkCommands`
+    std::string saveSample;                  ///< a folder; empty when not requested
+    std::string expressions;                 ///< a file; empty for the sample
+    std::vector<std::string> recordings;     ///< files; empty if and only if `expressions` is
 
     /// Reads the arguments after the program's name. Options may stand anywhere; `--` ends them.
     /// Throws `UsageError` for an unknown option, for an option that would have no effect, and for an empty file name.

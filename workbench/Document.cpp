@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -224,7 +225,9 @@ std::vector<Expression> loadExpressions(std::string const& file)
     return expressions;
 }
 
-Recording loadRecording(std::string const& file, std::size_t expressions)
+namespace {
+
+Recording load(std::string const& file, std::optional<std::size_t> expressions)
 {
     nlohmann::json const json = readJson(file);
     Node const document(file, json);
@@ -234,8 +237,8 @@ Recording loadRecording(std::string const& file, std::size_t expressions)
     Recording recording;
     recording.contexts = document.member("contexts").number();
     recording.initial = reader.read(document.member("initial"));
-    if (document.has("initialValues"))
-        recording.initialValues = readInitialValues(document.member("initialValues"), expressions);
+    if (expressions && document.has("initialValues"))
+        recording.initialValues = readInitialValues(document.member("initialValues"), *expressions);
     Node const steps = document.member("steps");
     recording.steps.resize(steps.size());
     for (std::size_t i = 0; i < recording.steps.size(); ++i) {
@@ -245,11 +248,23 @@ Recording loadRecording(std::string const& file, std::size_t expressions)
         step.operations = reader.read(node.member("ops"));
         if (node.has("during"))
             step.during = node.member("during").text();
-        if (node.has("changed"))
-            step.changed = readAnswers(node.member("changed"), expressions);
+        if (expressions && node.has("changed"))
+            step.changed = readAnswers(node.member("changed"), *expressions);
     }
     reader.expectAllMade();
     return recording;
+}
+
+}   // namespace
+
+Recording loadRecording(std::string const& file, std::size_t expressions)
+{
+    return load(file, expressions);
+}
+
+Recording loadOperations(std::string const& file)
+{
+    return load(file, {});
 }
 
 }   // namespace workbench

@@ -59,5 +59,7 @@ std::vector<Expression> loadExpressions(std::string const& file);
 /// Loads the recording of a file, made over that many expressions. Throws `DocumentError` for an unusable file, for an
 /// unknown key, and for an operation that does not fit those before it, so that whatever is returned can be replayed.
 Recording loadRecording(std::string const& file, std::size_t expressions);
+/// Loads the operations of a recording, without its answers. Throws as `loadRecording`.
+Recording loadOperations(std::string const& file);
 
 }   // namespace workbench

@@ -1,5 +1,7 @@
 #include "studio/inspect/Explanation.h"
 #include "workbench/Arguments.h"
+#include "workbench/CommandCheck.h"
+#include "workbench/CommandFiles.h"
 #include "workbench/Document.h"
 #include "workbench/Json.h"
 #include "workbench/RecordedState.h"
@@ -114,6 +116,33 @@ void explainOne(Arguments const& arguments)
         studio::inspect::explain(expressions[number].text, RecordedState::idOf(0), RecordedState(recording, step)));
 }
 
+/// Replays a session under commands, menus and keys.
+ExitCode checkCommands(Arguments const& arguments)
+{
+    using Disabled = studio::commands::Keymap::Disabled;
+    std::vector<std::string> const& names = arguments.commandFiles;
+    CommandFiles const files = loadCommandFiles(names[0], names[1]);
+    Recording const recording = loadOperations(names[2]);
+    CommandAnswers const answers = loadCommandAnswers(names[3], files, recording.steps.size());
+    ExitCode result = GOOD;
+    for (char const* const policy : {"when", "enabled"}) {
+        if (!arguments.policy.empty() && arguments.policy != policy)
+            continue;
+        CommandCheck const check = checkCommands(
+            files, recording, answers, policy == std::string("when") ? Disabled::Swallowed : Disabled::PassedOver);
+        if (check.differences > 0)
+            result = DIFFERENT;
+        if (arguments.quiet && check.differences == 0)
+            continue;
+        std::cout << oneLine(names[3]) << ", --policy " << policy << ": " << counted(check.differences, "difference")
+                  << " in " << counted(check.keys) << " verdicts on keys, " << counted(check.menus) << " menus and "
+                  << counted(check.commands) << " states of commands over " << counted(check.steps, "step") << '\n';
+        for (std::string const& line : check.first)
+            std::cout << "  " << line << '\n';
+    }
+    return result;
+}
+
 ExitCode run(std::vector<std::string> const& words)
 {
     Arguments const arguments = Arguments::read(words);
@@ -126,6 +155,8 @@ ExitCode run(std::vector<std::string> const& words)
         saveSample(arguments.saveSample, arguments.force);
     else if (arguments.explain)
         explainOne(arguments);
+    else if (arguments.checkCommands)
+        result = checkCommands(arguments);
     else
         result = replayAll(arguments);
     expectWritten(std::cout);

@@ -44,8 +44,8 @@ public:
     virtual void engineEnds() noexcept;
     /// Called when the outermost round has ended, also by an exception, and no callback is running. May do anything:
     /// write, which starts rounds of their own and ends them for all observers before this call returns, acquire,
-    /// release, add and remove observers, destroy the engine. What it throws leaves the commit or the
-    /// `updateExpression` that began the round, unless that throws already; later observers are not called then.
+    /// release, add and remove observers, destroy the engine. Later observers are called even if it throws; the first
+    /// exception then leaves the commit or the `updateExpression` that began the round, unless that throws already.
     virtual void roundsEnded();
 };
 

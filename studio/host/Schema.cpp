@@ -1,6 +1,7 @@
 #include "studio/host/Schema.h"
 
 #include "gel/Tree.h"
+#include "studio/host/SimilarName.h"
 #include "studio/host/detail/Messages.h"
 
 #include <nlohmann/json.hpp>
@@ -8,7 +9,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <numeric>
 #include <stdexcept>
 
 namespace studio::host {
@@ -53,28 +53,6 @@ Kinds resultOf(std::string_view function) noexcept
     if (function == "defined" || std::count(TESTS.begin(), TESTS.end(), function) != 0)
         return LOGICAL;
     return (std::count(TEXTS.begin(), TEXTS.end(), function) != 0 ? TEXT : NUMBER) | UNDEFINED;
-}
-
-/// The number of insertions, removals, replacements and swaps of neighbours between two names, which are alike whatever
-/// the case of their letters.
-std::size_t distance(std::string_view left, std::string_view right)
-{
-    auto const lower = [](char letter) { return letter >= 'A' && letter <= 'Z' ? letter - 'A' + 'a' : letter; };
-    std::vector<std::size_t> above(right.size() + 1);
-    std::iota(above.begin(), above.end(), std::size_t{0});
-    std::vector<std::size_t> beforeAbove = above;
-    for (std::size_t i = 0; i != left.size(); ++i) {
-        std::vector<std::size_t> row{i + 1};
-        for (std::size_t j = 0; j != right.size(); ++j) {
-            bool const isSame = lower(left[i]) == lower(right[j]);
-            std::size_t least = std::min({above[j + 1] + 1, row[j] + 1, above[j] + (isSame ? 0 : 1)});
-            if (i != 0 && j != 0 && left[i] == right[j - 1] && left[i - 1] == right[j])
-                least = std::min(least, beforeAbove[j - 1] + 1);
-            row.push_back(least);
-        }
-        beforeAbove = std::exchange(above, std::move(row));
-    }
-    return above.back();
 }
 
 }   // namespace
@@ -153,9 +131,10 @@ private:
     {
         if (KeyDescription const* const key = schema.find(node.name))
             return host::kindsOf(key->kind);
-        std::string_view const similar = schema.similarTo(node.name);
-        report(node, "unknown name " + inQuotes(node.name) +
-                         (similar.empty() ? "" : "; did you mean " + inQuotes(similar) + '?'));
+        SimilarName similar{node.name};
+        for (auto const& entry : schema.keys)
+            similar.add(entry.first);
+        report(node, "unknown name " + inQuotes(node.name) + similar.question());
         return ANY;
     }
 
@@ -283,23 +262,6 @@ std::string Schema::json() const
             entry["allowed"].push_back(jsonOf(value));
     }
     return document.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
-}
-
-/// Returns the most similar known name, if a third of its letters or fewer differ; empty if there is none.
-std::string_view Schema::similarTo(std::string_view name) const
-{
-    std::string_view best;
-    std::size_t least = name.size() / 3 + 1;
-    for (auto const& entry : keys) {
-        std::size_t const longer = std::max(entry.first.size(), name.size());
-        if (longer - std::min(entry.first.size(), name.size()) >= least)
-            continue;
-        if (std::size_t const found = distance(name, entry.first); found < least) {
-            least = found;
-            best = entry.first;
-        }
-    }
-    return best;
 }
 
 }   // namespace studio::host

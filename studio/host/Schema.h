@@ -55,8 +55,6 @@ public:
 private:
     class Checker;
 
-    std::string_view similarTo(std::string_view name) const;
-
     std::map<std::string, KeyDescription, std::less<>> keys;   // by path
 };
 

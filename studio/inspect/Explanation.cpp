@@ -29,8 +29,8 @@ Explanation explain(std::string const& text, uuid const& root, host::ContextRead
     detail::ReaderSource const source{reader, root};
     Explanation explanation{tree, {}, tree.trace(source), {}, {}, true, {}};
     explanation.value = explanation.values.back().value();
-    detail::Normal meanings;
-    detail::Normal::Numbers const numbers = meanings.add(tree);
+    host::Meanings meanings;
+    host::Meanings::Numbers const numbers = meanings.add(tree);
     detail::Conditions const found{tree, explanation.values, source, numbers};
     explanation.conditions = found.list();
     explanation.deciding = found.outcomes().setsThatChange(explanation.value);

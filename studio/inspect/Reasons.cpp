@@ -1,10 +1,10 @@
 #include "studio/inspect/Reasons.h"
 
 #include "gel/Eval.h"
+#include "studio/host/Meanings.h"
 #include "studio/host/Subscriptions.h"
 #include "studio/inspect/Explanation.h"
 #include "studio/inspect/detail/Conditions.h"
-#include "studio/inspect/detail/Normal.h"
 #include "studio/inspect/detail/Values.h"
 
 #include <algorithm>
@@ -106,7 +106,7 @@ std::string withoutSentence(Reasons::Fallback const& fallback, Explanation const
 }   // namespace
 
 struct Reasons::Table {
-    detail::Normal meanings;
+    host::Meanings meanings;
     std::unordered_map<std::uint32_t, std::string> sentences;   // by the condition that has to hold
 };
 
@@ -145,8 +145,8 @@ std::vector<std::string> Reasons::reasonFor(std::string const& text) const
         return reasons;
     Tree const& tree = explanation.tree;
     auto const nodes = tree.nodes();
-    detail::Normal meanings{&table->meanings};
-    detail::Normal::Numbers const numbers = meanings.add(tree);
+    host::Meanings meanings{&table->meanings};
+    host::Meanings::Numbers const numbers = meanings.add(tree);
     host::ContextReader const reader;
     detail::ReaderSource const source{reader, root ? root->getId() : boost::uuids::uuid{}};
     auto const shown = [&](std::string const& expression) {

@@ -2,6 +2,7 @@
 // header that is missing, or a type that has two identities, shows here. Prints a line for each thing that went wrong.
 #include "gel/Eval.h"
 #include "gel/ParseError.h"
+#include "studio/commands/Contribution.h"
 #include "studio/data/ContextProvider.h"
 #include "studio/data/ContextView.h"
 #include "studio/data/ExpressionEngine.h"
@@ -123,6 +124,24 @@ void hostLayer()
     expect(studio::inspect::flipsOf("count > 2", root).at(0).result == gel::Value{true}, "flips are found");
 }
 
+void commands()
+{
+    auto const root = ContextProvider::create();
+    root->addProperty("dirty", false);
+    ExpressionEngine engine{root, ReleasePolicy::KeepsShared};
+    studio::commands::CommandTable table{engine};
+    studio::commands::Menus menus{table};
+    int calls = 0;
+    table.onChanged([&calls](auto const&) { ++calls; });
+    studio::commands::Contribution plugin{
+        table, &menus, nullptr, {{{"save", "Save", "", "dirty"}}, {{"file", "", 0, "save"}}}};
+    root->setPropertyValue("dirty", true);
+    expect(calls == 2 && table.find("save")->isEnabled, "a commit is one batch of changes");
+    plugin = {};
+    expect(calls == 3 && menus.items("file").empty(), "a contribution takes everything away");
+    expect(throws<gel::ParseError>([&] { table.define("isNew", "!"); }), "a bad definition is refused");
+}
+
 }   // namespace
 
 int main()
@@ -131,6 +150,7 @@ int main()
     views();
     types();
     hostLayer();
+    commands();
     std::cout << (s_failures == 0 ? "as it should be\n" : "");
     return s_failures;
 }

@@ -128,6 +128,10 @@ USAGE = [
     (["--save-sample", ".", "e.json", "s.json"], "--save-sample takes no files"),
     (["--check", "--save-sample", "."], "--save-sample does not go with --check"),
     (["--force", "--check"], "--force goes with --save-sample only"),
+    (["--policy", "when"], "--policy goes with --check-commands only"),
+    (["--policy"], "--policy is either when or enabled"),
+    (["--check-commands", "e.json", "s.json"], "--check-commands takes files of rules, menus, a session and answers"),
+    (["--check-commands", "--trace"], "--check-commands does not go with --trace"),
     (["--explain"], "--explain needs the numbers of an expression and a step, such as 2@10"),
     (["--explain", "1@x"], "--explain needs the numbers of an expression and a step, such as 2@10"),
     (["--explain", "1@2@3"], "--explain needs the numbers of an expression and a step, such as 2@10"),
@@ -339,6 +343,51 @@ def overwriting():
                file.read() == "mine" and len(os.listdir("saved")) == 2, f"{code} {out}{err}")
 
 
+# An editor's rules, menus and a session with recorded answers.
+COMMANDS = {
+    "r.json": """{"format":1,"rules":[
+{"id":0,"sequence":"ctrl+k","command":"one","weight":0,"source":"maker"},
+{"id":1,"sequence":"ctrl+k ctrl+s","command":"two","when":"a","weight":5,"source":"maker"},
+{"id":2,"sequence":"f1","command":"two","when":"a && b","weight":5,"source":"maker"},
+{"id":3,"sequence":null,"command":"-two","when":"b","weight":9,"source":"user","removes":[2],"by":"implied condition"}]}""",
+    "m.json": """{"format":1,"commands":[{"id":0,"command":"one","title":"One {1}","enabled":"!b"},
+{"id":1,"command":"two","title":"Two","checked":"a"}],"entries":[{"id":0,"menu":"more","command":0},
+{"id":1,"menu":"all","command":1,"when":"b"},{"id":2,"menu":"all","submenu":"more","when":"a"}]}""",
+    "s.json": """{"format":1,"contexts":1,"initial":[["set",0,"a",true]],"initialValues":[1],
+"steps":[{"ops":[["set",0,"b",true],["set",0,"a",null]],"changed":[]},{"ops":[]}]}""",
+    "a.json": """{"format":1,"sequences":[{"sequence":"ctrl+k","candidates":[0,1]},{"sequence":"f1","candidates":[]}],
+"shown":["all"],"initial":{"keys":[[0,"pending"],[1,"none"]],"menus":[[0,[2],[],[]]],
+"commands":[[0,true,null],[1,true,true]]},
+"steps":[{"keys":[[0,0,"none"]],"menus":[[0,[1],[],[]]],"commands":[[0,false,null],[1,true,false]]},{}]}""",
+}
+# A file, a text in it, what takes its place, the exit code and the last line.
+COMMANDS_CHANGED = [
+    ("a.json", "", "", 0, "a.json, --policy enabled: 0 differences in 6 verdicts on keys, 3 menus and 6 states of commands over 2 steps\n"),
+    ("a.json", '[1,"none"]', '[1,2]', 1, "step 2, f1: expected rule 2, found none\n"),
+    ("a.json", '[0,0,"none"]', '[0,0]', 1, "step 2, ctrl+k: expected rule 0, found none\n"),
+    ("a.json", '[0,[2],[],[]]', '[0,[2],[2],[]]', 1, "at the start, all, disabled: expected [2], found []\n"),
+    ("a.json", '{}]', '{"menus":[[0,[1],[],[1]]]}]', 1, "step 2, all, checked: expected [1], found []\n"),
+    ("a.json", '[1,true,false]', '[1,false,null]', 1, "step 2, two: expected disabled, found enabled, not checked\n"),
+    ("a.json", '"candidates":[]', '"candidates":[2]', 1, "at the start, candidates of f1: expected [2], found []\n"),
+    ("r.json", '[2]', '[1,2]', 1, "at the start, rules that rule 3 removes: expected [1, 2], found [2]\n"),
+    ("r.json", '"weight":9', '"weight":1.5', 2, "r.json: rules[3].weight: expected a whole number of 31 bits\n"),
+    ("r.json", '"f1"', '"f99"', 2, 'rule "f99" of "two", keys: column 1: unknown key "f99"; did you mean "f9"?\n'),
+    ("r.json", '"id":1', '"id":2', 2, "r.json: rules[1].id: expected 1: items stand in the order of their numbers\n"),
+    ("m.json", '"command":0', '"command":7', 2, "m.json: entries[0].command: expected a number below 2\n"),
+    ("a.json", ',{}]', ']', 2, "a.json: steps: recorded over 1 step, but the session has 2\n"),
+    ("a.json", '[1,true,true]', '[1,0,true]', 2, "a.json: initial.commands[1][1]: expected a logical\n"),
+]
+
+
+def commands():
+    for name, old, new, wanted, last in COMMANDS_CHANGED:
+        for file, text in COMMANDS.items():
+            with open(file, "w", encoding="utf-8") as written:
+                written.write(text.replace(old, new, 1) if file == name else text)
+        code, out, err = run("--check-commands", *COMMANDS)
+        expect(f"--check-commands, {old} -> {new}", code == wanted and (out + err).endswith(last), f"{code} {out}{err}")
+
+
 # A shell's command line, and what it prints: the exit code, after the errors.
 BROKEN = "studio-workbench: the output cannot be written: "
 OUTPUTS = [
@@ -386,6 +435,7 @@ with tempfile.TemporaryDirectory() as folder:
     usage()
     differences()
     several()
+    commands()
     terminals()
     overwriting()
     outputs()

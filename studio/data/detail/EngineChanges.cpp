@@ -1,6 +1,7 @@
 #include "studio/data/detail/EngineState.h"
 
 #include <algorithm>
+#include <exception>
 #include <optional>
 
 namespace studio::data::detail {
@@ -48,8 +49,19 @@ void EngineState::endRound(tarn::zero::ReportData const* report)
     if (observers.empty())
         return;
     observers.each([&](EngineObserver& observer) { observer.roundEnds(report); });
-    if (rounds == 0)
-        observers.each([](EngineObserver& observer) { observer.roundsEnded(); });
+    if (rounds != 0)
+        return;
+    std::exception_ptr first;
+    observers.each([&](EngineObserver& observer) {
+        try {
+            observer.roundsEnded();
+        } catch (...) {
+            if (!first)
+                first = std::current_exception();
+        }
+    });
+    if (first)
+        std::rethrow_exception(first);
 }
 
 void EngineState::evaluate(Expression& expression)

@@ -63,7 +63,7 @@ std::string overOperands(gel::Tree::Node const& node)
 }   // namespace
 
 Conditions::Conditions(gel::Tree const& parsed, std::span<std::optional<gel::Value> const> traced,
-                       gel::DataSource const& read, Normal::Numbers const& meanings)
+                       gel::DataSource const& read, host::Meanings::Numbers const& meanings)
     : tree{parsed}, values{traced}, known{traced.begin(), traced.end()}, source{read}, normal{meanings}
 {
     symbols.reserve(tree.nodes().size());

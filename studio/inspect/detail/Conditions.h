@@ -2,8 +2,8 @@
 
 #include "gel/DataSource.h"
 #include "gel/Tree.h"
+#include "studio/host/Meanings.h"
 #include "studio/inspect/Explanation.h"
-#include "studio/inspect/detail/Normal.h"
 #include "studio/inspect/detail/Outcomes.h"
 
 #include <cstdint>
@@ -18,7 +18,7 @@ class Conditions {
 public:
     /// `values` are those of a trace of `tree` over `source`. *Lifetime*: refers to all of them.
     Conditions(gel::Tree const& tree, std::span<std::optional<gel::Value> const> values, gel::DataSource const& source,
-               Normal::Numbers const& normal);
+               host::Meanings::Numbers const& normal);
 
     /// The sub-conditions, in order of their first places.
     std::vector<Explanation::Condition> const& list() const noexcept { return conditions; }
@@ -46,7 +46,7 @@ private:
     std::span<std::optional<gel::Value> const> values;
     std::vector<std::optional<gel::Value>> known;   // those, and the values of skipped nodes that were needed here
     gel::DataSource const& source;
-    Normal::Numbers const& normal;
+    host::Meanings::Numbers const& normal;
     std::vector<bool> symbols;            // by node: whether it reads a symbol
     std::vector<Role> roles;              // by node
     std::vector<std::uint32_t> numbers;   // by node: the number of its sub-condition

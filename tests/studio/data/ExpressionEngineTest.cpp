@@ -214,6 +214,10 @@ TEST_F(Expressions, ObserversSeeEachRoundInOrder)
     inside = [] { throw std::runtime_error{"out"}; };
     EXPECT_THROW(root->setPropertyValue("x", 9), std::runtime_error);
     EXPECT_EQ(first->take(), "[a.b + x:5>10 a.b + x! .]") << "rounds end by exceptions, too";
+    second->take();
+    first->atEnd = [&] { throw std::runtime_error{"at end"}; };
+    EXPECT_THROW(root->setPropertyValue("x", 10), std::runtime_error);
+    EXPECT_EQ(second->take().back(), ']') << "later observers are called all the same";
     first->atEnd = [&] { second.reset(); };
     root->setPropertyValue("x", 8);
     EXPECT_FALSE(second);

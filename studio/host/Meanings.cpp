@@ -1,12 +1,13 @@
-#include "studio/inspect/detail/Normal.h"
-
-#include "studio/inspect/detail/Values.h"
+#include "studio/host/Meanings.h"
 
 #include <algorithm>
-#include <initializer_list>
+#include <array>
+#include <charconv>
+#include <cstddef>
+#include <string_view>
 #include <utility>
 
-namespace studio::inspect::detail {
+namespace studio::host {
 
 using Kind = gel::Tree::Kind;
 
@@ -19,7 +20,7 @@ public:
     {
         text += static_cast<char>(kind);
         text += name;
-        text += '\0';   // no name holds one
+        text += '\0';   // names hold none, and nothing follows a constant
     }
     Key& add(std::uint32_t number)
     {
@@ -32,22 +33,35 @@ private:
     std::string text;
 };
 
+/// Returns a text that no other constant has.
+std::string constantKey(gel::Value const& value)
+{
+    if (value.isString())
+        return '\'' + value.getString();
+    if (value.isLogical())
+        return value.getBool() ? "true" : "false";
+    std::array<char, 32> digits{};
+    if (value.isDouble())   // the shortest digits that read back to the number
+        return {digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), value.getDouble()).ptr};
+    return {};
+}
+
 }   // namespace
 
-Normal::Normal(Normal const* known) noexcept
+Meanings::Meanings(Meanings const* known) noexcept
     : base{known}, first{known ? known->first + static_cast<std::uint32_t>(known->numbers.size()) : 0}
 {}
 
-std::uint32_t Normal::numberOf(std::string key)
+std::uint32_t Meanings::numberOf(std::string key)
 {
-    for (Normal const* table = base; table; table = table->base)
+    for (Meanings const* table = base; table; table = table->base)
         if (auto const found = table->numbers.find(key); found != table->numbers.end())
             return found->second;
     auto const next = first + static_cast<std::uint32_t>(numbers.size());
     return numbers.try_emplace(std::move(key), next).first->second;
 }
 
-Normal::Numbers Normal::add(gel::Tree const& tree)
+Meanings::Numbers Meanings::add(gel::Tree const& tree)
 {
     Numbers all;
     for (gel::Tree::Node const& node : tree.nodes()) {
@@ -96,7 +110,7 @@ Normal::Numbers Normal::add(gel::Tree const& tree)
             all.value.push_back(numberOf(Key{node.kind}.add(truth(0)).add(value(1)).add(value(2)).take()));
             all.truth.push_back(2 * numberOf(Key{node.kind, 't'}.add(truth(0)).add(truth(1)).add(truth(2)).take()));
             break;
-        case Kind::Constant: addValue(numberOf(Key{node.kind, 'v', literal(node.constant)}.take())); break;
+        case Kind::Constant: addValue(numberOf(Key{node.kind, 'v', constantKey(node.constant)}.take())); break;
         case Kind::Symbol:
         case Kind::Pattern:
         case Kind::Call:
@@ -112,4 +126,4 @@ Normal::Numbers Normal::add(gel::Tree const& tree)
     return all;
 }
 
-}   // namespace studio::inspect::detail
+}   // namespace studio::host
