@@ -94,9 +94,9 @@ public:
             if (removed[removal] != rules)
                 differs("at the start", "rules that rule " + std::to_string(removal) + " removes", listed(rules),
                         listed(removed[removal]));
-        for (std::size_t i = 0; i != sequences.size(); ++i)
-            if (textOf(sequences[i]) != answers.sequences[i].keys)
-                differs("at the start", "the text of keys", answers.sequences[i].keys, textOf(sequences[i]));
+        for (KeyRule const& rule : given.parts.rules)
+            if (!rule.keys.empty() && textOf(parseKeys(rule.keys)) != rule.keys)
+                differs("at the start", "the text of keys", rule.keys, textOf(parseKeys(rule.keys)));
     }
 
     void compare(std::string const& when, CommandRow const& row)

@@ -43,7 +43,8 @@ TEST(Keys, AreParsedAndPrintedInOneForm)
              Written{"\x01\n", "column 1: unknown key \"\\x01\\x0a\""},
          }) {
         std::string found;
-        std::string const refusal = support::refusalOf<std::invalid_argument>([&] { found = textOf(parseKeys(text)); });
+        std::string const refusal =
+            support::refusalOf<std::invalid_argument>([&, &keys = text] { found = textOf(parseKeys(keys)); });
         EXPECT_EQ(refusal == "accepted" ? found : refusal, printed);
     }
     std::string const refusal = support::refusalOf([] { parseKeys(std::string(1'000'000, 'x')); });

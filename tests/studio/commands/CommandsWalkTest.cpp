@@ -279,9 +279,9 @@ private:
             for (MenuEntry const& entry : plugin.parts.entries)
                 if (entry.menu == menu)
                     entries.push_back(&entry);
-        std::stable_sort(entries.begin(), entries.end(), [&](MenuEntry const* left, MenuEntry const* right) {
-            return std::tuple{rankOf(left->group), left->group, left->order} <
-                   std::tuple{rankOf(right->group), right->group, right->order};
+        std::stable_sort(entries.begin(), entries.end(), [&](MenuEntry const* one, MenuEntry const* other) {
+            return std::tuple{rankOf(one->group), one->group, one->order} <
+                   std::tuple{rankOf(other->group), other->group, other->order};
         });
         return entries;
     }

@@ -196,7 +196,7 @@ TEST(Keymap, RefusesBadRulesAndKeepsWhatItHas)
              {{"f1", "-"}, "rule \"f1\" of \"-\": a rule needs a command"},
              {{"f1", "x", "a &&"}, "gel:1:5: rule \"f1\" of \"x\", when: expected an operand, found end of text"},
          }) {
-        EXPECT_EQ(support::refusalOf([&] { f.load({{"f1", "-one"}, {"f1 f2", "two"}, bad}); }), reason);
+        EXPECT_EQ(support::refusalOf([&f, &last = bad] { f.load({{"f1", "-one"}, {"f1 f2", "two"}, last}); }), reason);
         EXPECT_EQ(f.verdicts("f1"), "0 wins");
     }
     CommandTable other{f.engine};

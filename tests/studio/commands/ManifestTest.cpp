@@ -83,7 +83,8 @@ TEST(Manifest, ErrorsNameFilePlaceAndReason)
                                            "ill-formed UTF-8 byte; last read: '\"\xff'"},
              Row{"{\"keys\": [" + std::string(100'000, '[') + "]}", "/keys/0/0/0"},
          }) {
-        std::string const refusal = support::refusalOf<std::invalid_argument>([&] { readManifest(text, "a.json"); });
+        std::string const refusal =
+            support::refusalOf<std::invalid_argument>([&manifest = text] { readManifest(manifest, "a.json"); });
         EXPECT_TRUE(refusal.starts_with(std::string{"a.json: "} + reason)) << refusal;
         EXPECT_LT(refusal.size(), 500u);
     }
@@ -102,8 +103,9 @@ TEST(Manifest, OfAnyBytesIsReadOrRefused)
                 if (std::size_t const at = random.below(text.size()); random.oneIn(3))
                     text.erase(at, 1 + random.below(4));
                 else
-                    text[at] =
-                        static_cast<char>(random.oneIn(2) ? random.below(256) : valid[random.below(valid.size())]);
+                    text[at] = static_cast<char>(random.oneIn(2)
+                                                     ? random.below(256)
+                                                     : static_cast<std::size_t>(valid[random.below(valid.size())]));
             try {
                 readManifest(text, "a.json");
             } catch (std::invalid_argument const& error) {
