@@ -14,11 +14,12 @@ struct Flag {
     bool Arguments::*field;
 };
 constexpr std::array s_flags{
-    Flag{"--help", &Arguments::help},     Flag{"-h", &Arguments::help},
-    Flag{"--trace", &Arguments::trace},   Flag{"--check", &Arguments::check},
-    Flag{"--verify", &Arguments::verify}, Flag{"--quiet", &Arguments::quiet},
-    Flag{"--mirror", &Arguments::mirror}, Flag{"--version", &Arguments::version},
-    Flag{"--force", &Arguments::force},   Flag{"--check-commands", &Arguments::checkCommands},
+    Flag{"--help", &Arguments::help},         Flag{"-h", &Arguments::help},
+    Flag{"--trace", &Arguments::trace},       Flag{"--check", &Arguments::check},
+    Flag{"--verify", &Arguments::verify},     Flag{"--quiet", &Arguments::quiet},
+    Flag{"--mirror", &Arguments::mirror},     Flag{"--version", &Arguments::version},
+    Flag{"--force", &Arguments::force},       Flag{"--check-commands", &Arguments::checkCommands},
+    Flag{"--commands", &Arguments::commands},
 };
 
 Flag const* flagOf(std::string const& word)
@@ -56,6 +57,12 @@ void expectEffect(Arguments const& arguments, bool files)
             if (arguments.*flag.field)
                 throw UsageError(std::string("--explain does not go with ") + flag.spelling);
     }
+    if (arguments.commands && files)
+        throw UsageError("--commands takes no files");
+    if (arguments.commands)
+        for (Flag const& flag : s_flags)
+            if (arguments.*flag.field && flag.field != &Arguments::commands)
+                throw UsageError(std::string("--commands does not go with ") + flag.spelling);
     if (arguments.checkCommands)
         for (Flag const& flag : s_flags)
             if (arguments.*flag.field && flag.field != &Arguments::checkCommands && flag.field != &Arguments::quiet)
@@ -96,6 +103,8 @@ its own: a day at a small editor.
   --explain N@STEP   print why expression number N has its value after that step of the
                      session, and nothing else; 0 is the first expression, and the
                      state before the first step
+  --commands         show commands, menus and keys over the sample: what a menu looked like
+                     at some steps, what keys ran, and why others did not
   --check-commands   replay the session under commands, menus and key rules, and compare
                      what each sequence of keys runs, each menu and each command with the
                      recorded answers, after every step

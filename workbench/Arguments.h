@@ -30,6 +30,7 @@ struct Arguments {
         std::size_t step;
     };
     std::optional<Place> explain;
+    bool commands = false;
     bool checkCommands = false;
     std::string policy;                      ///< `when`, `enabled`, or empty for both
     std::vector<std::string> commandFiles;   ///< rules, menus, session and answers, with `checkCommands`

@@ -2,6 +2,7 @@
 #include "workbench/Arguments.h"
 #include "workbench/CommandCheck.h"
 #include "workbench/CommandFiles.h"
+#include "workbench/CommandsDay.h"
 #include "workbench/Document.h"
 #include "workbench/Json.h"
 #include "workbench/RecordedState.h"
@@ -94,6 +95,10 @@ ExitCode replayAll(Arguments const& arguments)
             different.push_back(material.title);
     }
     bool const compared = arguments.check || arguments.verify || arguments.mirror;
+    if (isSample && !compared && !arguments.trace && !arguments.quiet) {
+        std::cout << '\n';
+        showCommandsDay(std::cout, Moments::InBrief, width);
+    }
     if (materials.size() > 1 && compared && (!arguments.quiet || !different.empty()))
         summarize(different, materials.size());
     return different.empty() ? GOOD : DIFFERENT;
@@ -155,6 +160,8 @@ ExitCode run(std::vector<std::string> const& words)
         saveSample(arguments.saveSample, arguments.force);
     else if (arguments.explain)
         explainOne(arguments);
+    else if (arguments.commands)
+        showCommandsDay(std::cout, Moments::All, terminalWidth());
     else if (arguments.checkCommands)
         result = checkCommands(arguments);
     else

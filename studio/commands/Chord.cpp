@@ -38,6 +38,29 @@ constexpr auto KEYS = [] {
 constexpr std::array<std::pair<std::string_view, Chord::Modifier>, 4> MODIFIERS{
     {{"ctrl", Chord::Ctrl}, {"shift", Chord::Shift}, {"alt", Chord::Alt}, {"meta", Chord::Meta}}};
 
+/// Names that other programs use, and the ones here.
+constexpr std::array<std::pair<std::string_view, std::string_view>, 17> OTHER_NAMES{{{"esc", "escape"},
+                                                                                     {"return", "enter"},
+                                                                                     {"del", "delete"},
+                                                                                     {"ins", "insert"},
+                                                                                     {"pgup", "pageup"},
+                                                                                     {"pgdn", "pagedown"},
+                                                                                     {"plus", "="},
+                                                                                     {"minus", "-"},
+                                                                                     {"comma", ","},
+                                                                                     {"period", "."},
+                                                                                     {"control", "ctrl"},
+                                                                                     {"cmd", "meta"},
+                                                                                     {"command", "meta"},
+                                                                                     {"super", "meta"},
+                                                                                     {"win", "meta"},
+                                                                                     {"option", "alt"},
+                                                                                     {"opt", "alt"}}};
+/// Signs that need shift, and their keys.
+constexpr std::string_view SHIFTED = "~!@#$%^&*()_{}|:\"<>?";
+constexpr std::string_view SHIFTED_KEYS = "`1234567890-[]\\;',./";
+static_assert(SHIFTED.size() == SHIFTED_KEYS.size());
+
 std::string lower(std::string_view text)
 {
     std::string result{text};
@@ -52,14 +75,30 @@ std::string lower(std::string_view text)
     throw std::invalid_argument{"column " + std::to_string(offset + 1) + ": " + reason};
 }
 
+[[noreturn]] void refuseMissingKey(std::size_t offset)
+{
+    refuse(offset, "a key is missing; the key of the plus sign is \"=\"");
+}
+
 [[noreturn]] void refuseUnknown(std::size_t offset, char const* kind, std::string_view name,
                                 host::SimilarName const& similar)
 {
-    refuse(offset, std::string{"unknown "} + kind + ' ' + inQuotes(name) + similar.question());
+    std::string hint = similar.question();
+    auto const other = std::find_if(OTHER_NAMES.begin(), OTHER_NAMES.end(),
+                                    [&, wanted = lower(name)](auto const& names) { return names.first == wanted; });
+    if (other != OTHER_NAMES.end())
+        hint = "; did you mean \"" + std::string{other->second} + "\"?";
+    else if (std::size_t const sign = SHIFTED.find(name); name.size() == 1 && sign != SHIFTED.npos)
+        hint = std::string{"; did you mean \"shift+"} + SHIFTED_KEYS[sign] + "\"?";
+    else if (name.ends_with(','))
+        hint = "; chords are separated by spaces";
+    refuse(offset, std::string{"unknown "} + kind + ' ' + inQuotes(name) + hint);
 }
 
 Chord::Modifier modifierOf(std::string_view name, std::size_t offset)
 {
+    if (name.empty())
+        refuseMissingKey(offset);
     std::string const wanted = lower(name);
     host::SimilarName similar{name};
     for (auto const& [known, modifier] : MODIFIERS) {
@@ -74,7 +113,7 @@ std::uint8_t keyOf(std::string_view name, std::size_t offset)
 {
     std::string const wanted = lower(name);
     if (name.empty())
-        refuse(offset, "a key is missing; the key of the plus sign is \"=\"");
+        refuseMissingKey(offset);
     for (auto const& modifier : MODIFIERS)
         if (wanted == modifier.first)
             refuse(offset, "a key is missing after the modifier " + inQuotes(name));

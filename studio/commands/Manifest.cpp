@@ -3,18 +3,22 @@
 #include "gel/ParseError.h"
 #include "gel/Tree.h"
 #include "studio/commands/Chord.h"
+#include "studio/commands/detail/Definitions.h"
 #include "studio/commands/detail/JsonDocument.h"
 #include "studio/commands/detail/Quoted.h"
+#include "studio/commands/detail/Title.h"
 #include "studio/host/SimilarName.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <exception>
 #include <limits>
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <unordered_set>
 #include <utility>
 
 namespace studio::commands {
@@ -78,6 +82,18 @@ std::string condition(JsonPlace const& place)
     return place.text();
 }
 
+std::string title(JsonPlace const& place)
+{
+    try {
+        for (auto const& [literal, expression] : detail::Title::split(place.text(), ""))
+            if (!expression.empty())
+                gel::Tree{expression};
+    } catch (std::exception const& error) {
+        place.fail(error.what());
+    }
+    return place.text();
+}
+
 std::string name(JsonPlace const& place)
 {
     if (place.text().empty())
@@ -108,7 +124,7 @@ using Place = JsonPlace const&;
 
 constexpr std::array COMMAND{
     Member<Command>{"id", [](Place at, Command& into) { into.id = name(at); }, true},
-    Member<Command>{"title", [](Place at, Command& into) { into.title = at.text(); }},
+    Member<Command>{"title", [](Place at, Command& into) { into.title = title(at); }},
     Member<Command>{"category", [](Place at, Command& into) { into.category = at.text(); }},
     Member<Command>{"enabled", [](Place at, Command& into) { into.enabled = condition(at); }},
     Member<Command>{"visible", [](Place at, Command& into) { into.visible = condition(at); }},
@@ -117,7 +133,7 @@ constexpr std::array COMMAND{
 constexpr std::array ENTRY{
     Member<MenuEntry>{"command", [](Place at, MenuEntry& into) { into.command = name(at); }},
     Member<MenuEntry>{"submenu", [](Place at, MenuEntry& into) { into.submenu = name(at); }},
-    Member<MenuEntry>{"title", [](Place at, MenuEntry& into) { into.title = at.text(); }},
+    Member<MenuEntry>{"title", [](Place at, MenuEntry& into) { into.title = title(at); }},
     Member<MenuEntry>{"group", [](Place at, MenuEntry& into) { into.group = at.text(); }},
     Member<MenuEntry>{"order", [](Place at, MenuEntry& into) { into.order = at.number(); }},
     Member<MenuEntry>{"when", [](Place at, MenuEntry& into) { into.when = condition(at); }},
@@ -144,6 +160,32 @@ void checkRule(Place place, KeyRule& rule)
         place.fail("the member \"keys\" is missing; a removal alone may leave it out");
 }
 
+std::vector<std::pair<std::string, std::string>> definitions(Place place)
+{
+    std::vector<std::pair<std::string, std::string>> result;
+    detail::Definitions known;   // refuses names that are not plain, and cycles
+    for (std::size_t i = 0; i != place.as(Kind::Object).value->parts.size(); ++i) {
+        JsonPlace const item = place.part(i);
+        result.emplace_back(item.value->name, condition(item));
+        try {
+            known.add(result.back().first, result.back().second);
+        } catch (std::exception const& error) {
+            item.fail(error.what());
+        }
+    }
+    return result;
+}
+
+std::vector<Command> commands(Place place)
+{
+    std::vector<Command> result = readList<Command>(place, COMMAND, [](Place, Command&) {});
+    std::unordered_set<std::string> ids;
+    for (std::size_t i = 0; i != result.size(); ++i)
+        if (!ids.insert(result[i].id).second)
+            place.part(i).fail("the command " + inQuotes(result[i].id) + " stands twice");
+    return result;
+}
+
 /// A manifest, and the source of its rules.
 struct Document {
     Parts parts;
@@ -152,14 +194,8 @@ struct Document {
 
 constexpr std::array DOCUMENT{
     Member<Document>{"source", [](Place at, Document& into) { into.source = at.text(); }},
-    Member<Document>{"definitions",
-                     [](Place at, Document& into) {
-                         for (std::size_t i = 0; i != at.as(Kind::Object).value->parts.size(); ++i)
-                             into.parts.definitions.emplace_back(at.value->parts[i].name, condition(at.part(i)));
-                     }},
-    Member<Document>{
-        "commands",
-        [](Place at, Document& into) { into.parts.commands = readList<Command>(at, COMMAND, [](Place, Command&) {}); }},
+    Member<Document>{"definitions", [](Place at, Document& into) { into.parts.definitions = definitions(at); }},
+    Member<Document>{"commands", [](Place at, Document& into) { into.parts.commands = commands(at); }},
     Member<Document>{"menus",
                      [](Place at, Document& into) {
                          for (std::size_t i = 0; i != at.as(Kind::Object).value->parts.size(); ++i)

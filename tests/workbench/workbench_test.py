@@ -16,6 +16,8 @@ import termios
 import threading
 
 PROGRAM, MANUAL = map(os.path.abspath, sys.argv[1:3])
+with open(os.path.join(os.path.dirname(os.path.abspath(__file__)), "commands.txt"), encoding="utf-8") as shown:
+    DAY = shown.read()   # what --commands prints
 FAILED = []
 
 EXPRESSIONS = '{"format":1,"expressions":[{"id":0,"expression":"a"},{"id":1,"expression":"!b.c"}]}'
@@ -132,6 +134,8 @@ USAGE = [
     (["--policy"], "--policy is either when or enabled"),
     (["--check-commands", "e.json", "s.json"], "--check-commands takes files of rules, menus, a session and answers"),
     (["--check-commands", "--trace"], "--check-commands does not go with --trace"),
+    (["--commands", "e.json", "s.json"], "--commands takes no files"),
+    (["--commands", "--trace"], "--commands does not go with --trace"),
     (["--explain"], "--explain needs the numbers of an expression and a step, such as 2@10"),
     (["--explain", "1@x"], "--explain needs the numbers of an expression and a step, such as 2@10"),
     (["--explain", "1@2@3"], "--explain needs the numbers of an expression and a step, such as 2@10"),
@@ -388,6 +392,18 @@ def commands():
         expect(f"--check-commands, {old} -> {new}", code == wanted and (out + err).endswith(last), f"{code} {out}{err}")
 
 
+def commands_day():
+    """Menus and keys over the sample: exactly, without control characters, and whole at any width."""
+    code, out, err = run("--commands")
+    expect("--commands", (code, out, err) == (0, DAY, ""), out + err)
+    for columns in (30, 200):
+        out = on_terminal("--commands", columns=columns)[1]
+        expect(f"--commands on {columns} columns", out.split() == DAY.split() and "\x1b" not in out and
+               max(map(len, out.splitlines())) <= min(columns, 80), out)
+    out, brief = run()[1], DAY.split("\n\n")
+    expect("the last screen of the sample", out.endswith("\n\n" + brief[4] + "\n\n" + brief[-1]), out)
+
+
 # A shell's command line, and what it prints: the exit code, after the errors.
 BROKEN = "studio-workbench: the output cannot be written: "
 OUTPUTS = [
@@ -436,6 +452,7 @@ with tempfile.TemporaryDirectory() as folder:
     differences()
     several()
     commands()
+    commands_day()
     terminals()
     overwriting()
     outputs()

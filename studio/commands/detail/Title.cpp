@@ -4,8 +4,7 @@
 
 namespace studio::commands::detail {
 
-/// Returns the literals of a title, each with the expression behind it.
-std::vector<std::pair<std::string, std::string>> Title::split(std::string const& text, std::string const& where)
+std::vector<std::pair<std::string, std::string>> Title::split(std::string const& text, std::string const& prefix)
 {
     std::vector<std::pair<std::string, std::string>> pieces;
     std::string literal;
@@ -18,9 +17,9 @@ std::vector<std::pair<std::string, std::string>> Title::split(std::string const&
         } else {
             std::size_t const end = text.find('}', at);
             if (end == std::string::npos)
-                throw std::invalid_argument{where + ": a brace is not closed: " + text};
+                throw std::invalid_argument{prefix + "a brace is not closed: " + text};
             if (text.find_first_not_of(" \t\r\n", at + 1) == end)
-                throw std::invalid_argument{where + ": there is no expression between the braces: " + text};
+                throw std::invalid_argument{prefix + "there is no expression between the braces: " + text};
             pieces.emplace_back(std::move(literal), text.substr(at + 1, end - at - 1));
             literal.clear();
             at = end + 1;

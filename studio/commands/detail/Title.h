@@ -21,7 +21,7 @@ public:
     template <class Uses>
     Title(std::string const& text, std::string const& where, Uses& uses)
     {
-        for (auto& [literal, expression] : split(text, where))
+        for (auto& [literal, expression] : split(text, where + ": "))
             pieces.push_back(
                 {std::move(literal), expression.empty() ? Conditions::Always : uses.addShown(expression, where)});
     }
@@ -37,13 +37,15 @@ public:
         return text;
     }
 
+    /// Returns the literals of a title, each with the expression behind it, if there is one. *Throws*
+    /// `std::invalid_argument` for braces that are not closed or have no expression; `prefix` begins its message.
+    static std::vector<std::pair<std::string, std::string>> split(std::string const& text, std::string const& prefix);
+
 private:
     struct Piece {
         std::string literal;
         Slot value;   // shown behind it
     };
-
-    static std::vector<std::pair<std::string, std::string>> split(std::string const& text, std::string const& where);
 
     std::vector<Piece> pieces;
 };

@@ -1,4 +1,5 @@
 #include "studio/commands/Contribution.h"
+#include "studio/commands/Focus.h"
 #include "studio/commands/Implication.h"
 #include "studio/commands/Keymap.h"
 #include "studio/commands/Manifest.h"
@@ -13,6 +14,7 @@
 #include <iterator>
 #include <regex>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -40,7 +42,8 @@ TEST(CommandsGuide, ShowsCommandsThatFollowTheFocus)
     auto const preview = window.make("preview");
     preview->addProperty("title", "notes.txt (preview)");
     preview->addProperty("readOnly", true);
-    window.root()->addProperty("focus", data::PropertyValue{editor});
+    EXPECT_EQ(commands::focus(window.root(), nullptr), host::Written::Same);
+    EXPECT_EQ(commands::focus(window.root(), editor), host::Written::Added);
 
     data::ExpressionEngine engine{window.root(), data::ReleasePolicy::KeepsShared};
     commands::CommandTable table{engine};
@@ -65,11 +68,15 @@ TEST(CommandsGuide, ShowsCommandsThatFollowTheFocus)
     };
     press();
     EXPECT_EQ(menus.items("edit").size(), 2u);
-    window.root()->setPropertyValue("focus", data::PropertyValue{preview});
+    commands::focus(window.root(), preview);
     press();
     EXPECT_EQ(menus.items("edit").size(), 0u);
     EXPECT_EQ(log, "save\nsave is disabled: Save notes.txt (preview)\ncut is disabled: Cut\n");
     EXPECT_EQ(own.warnings(), std::vector<std::string>{"a rule without keys refers to the unknown command \"zoom\""});
+    EXPECT_EQ(commands::focus(window.root(), preview), host::Written::Same);
+    EXPECT_EQ(commands::focus(window.root(), nullptr), host::Written::Changed);
+    EXPECT_TRUE(window.root()->getPropertyValue("focus").isUndefined());
+    EXPECT_THROW(commands::focus(nullptr, editor), std::invalid_argument);
 }
 
 TEST(CommandsGuide, HasATableOfRemovalsThatHolds)

@@ -78,6 +78,13 @@ TEST(Manifest, ErrorsNameFilePlaceAndReason)
                  "/menus/a~1b~0/0: an entry has a command or a submenu, and not both"},
              Row{R"({"menus": {"a": [{"title": "x"}]}})",
                  "/menus/a/0: an entry has a command or a submenu, and not both"},
+             Row{R"({"commands": [{"id": "x"}, {"id": "x"}]})", "/commands/1: the command \"x\" stands twice"},
+             Row{R"({"commands": [{"id": "x", "title": "Cut {a"}]})",
+                 "/commands/0/title: a brace is not closed: Cut {a"},
+             Row{R"({"menus": {"a": [{"submenu": "x", "title": "{a +}"}]}})", "/menus/a/0/title: gel:1:4: "},
+             Row{R"({"definitions": {"x.y": "a"}})", "/definitions/x.y: a definition needs a plain name"},
+             Row{R"({"definitions": {"x": "y", "y": "!x"}})",
+                 "/definitions/y: a definition leads back to itself: y -> x -> y"},
              Row{R"({"definitions": {"x": "("}})", "/definitions/x: gel:1:2: expected an operand, found end of text"},
              Row{"{\"source\": \"\xff\"}", "line 1, column 13: syntax error while parsing value - invalid string: "
                                            "ill-formed UTF-8 byte; last read: '\"\xff'"},
