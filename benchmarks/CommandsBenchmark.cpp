@@ -1,12 +1,12 @@
 #include "benchmarks/Allocations.h"
 #include "benchmarks/Peers.h"
 
+#include "gel/DataSource.h"
 #include "gel/Program.h"
 #include "studio/commands/CommandTable.h"
 #include "studio/commands/Contribution.h"
 #include "studio/commands/Keymap.h"
 #include "studio/commands/Menus.h"
-#include "studio/data/DataSource.h"
 #include "studio/data/EngineObserver.h"
 
 #include <array>
@@ -205,6 +205,20 @@ Task moveFocus()
             [=] { return window->changes == FOCUSED * window->moves; }};
 }
 
+/// Values of symbols, read from contexts.
+class Values final : public gel::DataSource {
+public:
+    explicit Values(ContextProvider const& root) : root{root} {}
+    gel::Value lookup(std::string const& symbol) const override
+    {
+        PropertyValue const value = root.getPropertyValue(symbol);
+        return value.isLogical() ? gel::Value{value.getBool()} : gel::Value{value.getDouble()};
+    }
+
+private:
+    ContextProvider const& root;
+};
+
 /// Moves the focus, and evaluates each condition, which was parsed before, to find what has changed.
 Task moveFocusByHand()
 {
@@ -216,7 +230,7 @@ Task moveFocusByHand()
     for (int i = 0; i < COMMANDS; ++i)
         window->conditions.emplace_back(Window::conditionOf(i));
     return {[=](std::uint64_t times) {
-                studio::data::DataSource const source{window->root};
+                Values const source{*window->root};
                 for (; times != 0; --times) {
                     window->moveFocus();
                     for (std::size_t i = 0; i != window->conditions.size(); ++i) {
