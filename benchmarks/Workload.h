@@ -63,5 +63,6 @@ void addViews(std::vector<Workload>& list, Sizes const& sizes);         // W8
 void addMemory(std::vector<Workload>& list, Sizes const& sizes);        // W9
 void addLanguage(std::vector<Workload>& list);                          // W10
 void addHost(std::vector<Workload>& list);                              // the host layer beside W1 and W2
+void addCommands(std::vector<Workload>& list, Sizes const& sizes);      // W12
 
 }   // namespace benchmarks

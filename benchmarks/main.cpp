@@ -81,6 +81,7 @@ std::vector<Workload> workloads(Arguments const& arguments)
     addMemory(list, sizes);
     addLanguage(list);
     addHost(list);
+    addCommands(list, sizes);
     std::erase_if(list, [&](Workload const& workload) { return !isNamed(workload.id, arguments.workloads); });
     for (Workload& workload : list) {
         if (arguments.peer == "baseline")

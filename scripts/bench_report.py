@@ -109,7 +109,8 @@ def table(figures, targets):
             elif target.against in ("baseline", "-"):
                 row[4:7] = must, aim, verdict
             else:
-                rows.append([f"  beside {target.against}", "", "", value, must, aim, verdict] + [""] * 5)
+                counted = ", instr" if target.metric == "ir" else ""
+                rows.append([f"  beside {target.against}{counted}", "", "", value, must, aim, verdict] + [""] * 5)
     widths = [max(len(row[column]) for row in rows) for column in range(len(rows[0]))]
     for row in rows:
         cells = [cell.ljust(width) if column in (0, 6) else cell.rjust(width)

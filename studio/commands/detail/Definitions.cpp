@@ -2,6 +2,7 @@
 
 #include "gel/Eval.h"
 #include "gel/ParseError.h"
+#include "gel/Program.h"
 #include "gel/Tree.h"
 
 #include <map>
@@ -122,8 +123,20 @@ void Definitions::remove(std::string const& name) noexcept
         all.erase(known);
 }
 
+/// True if a text names a definition. The program of the text stays in the cache for its subscription.
+bool Definitions::isUsedIn(std::string const& text) const
+{
+    gel::Program const program{text};
+    for (std::size_t symbol = 0; symbol != program.symbolCount(); ++symbol)
+        if (all.count(program.symbolAt(symbol)) != 0)
+            return true;
+    return false;
+}
+
 std::string Definitions::expanded(std::string const& text) const
 {
+    if (!isUsedIn(text))
+        return text;
     Expansion expansion{*this};
     expansion.append(text);
     if (expansion.result != text) {

@@ -27,6 +27,7 @@ private:
         std::size_t users;
     };
 
+    bool isUsedIn(std::string const& text) const;
     void refuseCycle(std::string const& name, std::string const& condition) const;
 
     std::unordered_map<std::string, Definition> all;

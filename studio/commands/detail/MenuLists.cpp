@@ -85,7 +85,7 @@ MenuLists::Entry& MenuLists::addOne(MenuEntry&& declared)
                              [this](Entry const* left, Entry const* right) { return isBefore(*left, *right); }) -
             menu.entries.begin();
         reserveFor(menu.entries, menu.entries.size() + 1);
-        readers.reserve(uses.list());
+        readers.reserve(uses.distinct());
         reserveFor(touched, entries.size() + 1);
         made->number = lastNumber;
         Entry& entry = *entries.emplace(lastNumber, std::move(made)).first->second;
@@ -98,7 +98,7 @@ MenuLists::Entry& MenuLists::addOne(MenuEntry&& declared)
             entry.submenu->openers.push_back(&entry);
         else
             readersOfCommand->push_back(&entry);
-        readers.add(entry.slots, entry);
+        readers.add(entry);
         touch(entry);
         return entry;
     } catch (...) {
@@ -126,9 +126,9 @@ void MenuLists::remove(std::span<std::size_t const> numbers) noexcept
             if (list->second.empty())
                 byCommand.erase(list);
         }
-        readers.remove(entry.slots, entry);
-        for (Slot const slot : std::exchange(entry.slots, {}))
-            table->conditions.remove(slot);
+        readers.remove(entry);
+        for (SlotUse const& use : std::exchange(entry.slots, {}))
+            table->conditions.remove(use.slot);
     }
 }
 
@@ -456,8 +456,8 @@ void MenuLists::end() noexcept
     isEnded = true;
     changed = nullptr;
     for (auto const& [number, entry] : entries)
-        for (Slot const slot : entry->slots)
-            table->conditions.remove(slot);
+        for (SlotUse const& use : entry->slots)
+            table->conditions.remove(use.slot);
     touched.clear();
     planned.clear();
     readers.clear();

@@ -57,7 +57,7 @@ private:
         Menu* submenu = nullptr;
         Slot when = Conditions::Always;
         Title title{};
-        std::vector<Slot> slots{};
+        std::vector<SlotUse> slots{};
         std::size_t rank = 0;     // in the menu
         bool isPresent = false;   // was added and not removed
         bool isTouched = false;   // listed in `touched`

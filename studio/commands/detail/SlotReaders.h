@@ -3,6 +3,7 @@
 #include "studio/commands/detail/Conditions.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <span>
 #include <vector>
 
@@ -16,49 +17,64 @@ void reserveFor(List& list, std::size_t count)
         list.reserve(std::max(count, 2 * list.capacity()));
 }
 
-/// What depends on each slot.
+/// A slot that a reader uses, and the place of the reader among those of the slot.
+struct SlotUse {
+    Conditions::Slot slot;
+    std::uint32_t place = 0;
+};
+
+/// What depends on each slot. A reader has its uses, of different slots, in a member `slots`.
 template <class Reader>
 class SlotReaders {
 public:
     using Slot = Conditions::Slot;
 
     /// Makes room for `add`.
-    void reserve(std::span<Slot const> slots)
+    void reserve(std::span<SlotUse const> uses)
     {
-        for (Slot const slot : slots) {
+        for (auto const& [slot, place] : uses) {
             if (slot >= bySlot.size())
                 bySlot.resize(std::max<std::size_t>(slot + 1, 2 * bySlot.size()));
             reserveFor(bySlot[slot], bySlot[slot].size() + 1);
         }
     }
-    /// Adds a reader of these slots, for which there is room.
-    void add(std::span<Slot const> slots, Reader& reader) noexcept
+    /// Adds a reader, for whose uses there is room.
+    void add(Reader& reader) noexcept
     {
-        for (Slot const slot : slots)
-            if (auto& list = bySlot[slot]; slot != Conditions::Always && (list.empty() || list.back() != &reader))
-                list.push_back(&reader);
-    }
-    /// Removes a reader of these slots. *Cost*: little for those that were added last.
-    void remove(std::span<Slot const> slots, Reader& reader) noexcept
-    {
-        for (Slot const slot : slots) {
-            auto& list = bySlot[slot];
-            if (auto const found = std::find(list.rbegin(), list.rend(), &reader); found != list.rend())
-                list.erase(found.base() - 1);
+        for (std::uint32_t use = 0; use != reader.slots.size(); ++use) {
+            auto& list = bySlot[reader.slots[use].slot];
+            reader.slots[use].place = static_cast<std::uint32_t>(list.size());
+            list.push_back({&reader, use});
         }
     }
-    /// Calls `call` with each reader of a slot.
+    /// Removes a reader. *Cost*: its uses, however many readers their slots have.
+    void remove(Reader const& reader) noexcept
+    {
+        for (auto const& [slot, place] : reader.slots) {
+            auto& list = bySlot[slot];
+            Reading const last = list.back();
+            list[place] = last;
+            last.reader->slots[last.use].place = place;
+            list.pop_back();
+        }
+    }
+    /// Calls `call` with each reader of a slot, in no particular order.
     template <class Call>
     void each(Slot slot, Call const& call) const
     {
         if (slot < bySlot.size())
-            for (Reader* const reader : bySlot[slot])
-                call(*reader);
+            for (Reading const& reading : bySlot[slot])
+                call(*reading.reader);
     }
     void clear() noexcept { bySlot.clear(); }
 
 private:
-    std::vector<std::vector<Reader*>> bySlot;
+    struct Reading {
+        Reader* reader;
+        std::uint32_t use;   // an index into `slots` of the reader
+    };
+
+    std::vector<std::vector<Reading>> bySlot;
 };
 
 }   // namespace studio::commands::detail

@@ -24,10 +24,10 @@ struct TableState::Row {
     Slot visible = Conditions::Always;
     Slot checked = Conditions::Always;
     Title title;
-    std::vector<Slot> slots;   // all of these
-    std::size_t number = 0;    // in the order in which commands were added
-    bool isPresent = false;    // was added and not removed
-    bool isTouched = false;    // listed in `touched`
+    std::vector<SlotUse> slots;   // all of these
+    std::size_t number = 0;       // in the order in which commands were added
+    bool isPresent = false;       // was added and not removed
+    bool isTouched = false;       // listed in `touched`
     std::optional<CommandState> reported;
     std::optional<CommandState> next;   // of a row that is touched, while a delivery is prepared
 };
@@ -84,7 +84,7 @@ TableState::Row& TableState::add(Command command)
     made.visible = uses.addCondition(command.visible, name + ", visible");
     made.checked = uses.addCondition(command.checked, name + ", checked");
     made.title = Title{command.title, name + ", title", uses};
-    readers.reserve(uses.list());
+    readers.reserve(uses.distinct());
     reserveFor(touched, rows.size() + 1);
     auto& place = rows[command.id];
     if (!place) {
@@ -103,7 +103,7 @@ TableState::Row& TableState::add(Command command)
     made.isTouched = row.isTouched;
     made.reported = std::move(row.reported);
     row = std::move(made);
-    readers.add(row.slots, row);
+    readers.add(row);
     touch(row);
     return row;
 }
@@ -112,9 +112,9 @@ void TableState::remove(Row& row) noexcept
 {
     row.isPresent = false;
     touch(row);
-    readers.remove(row.slots, row);
-    for (Slot const slot : std::exchange(row.slots, {}))
-        conditions.remove(slot);
+    readers.remove(row);
+    for (SlotUse const& use : std::exchange(row.slots, {}))
+        conditions.remove(use.slot);
 }
 
 TableState::Row* TableState::rowOf(std::string_view id) const noexcept
