@@ -30,10 +30,7 @@ public:
             lists->remove(entries);
         if (!table->isAlive())
             return;
-        while (!rows.empty()) {
-            table->remove(*rows.back());
-            rows.pop_back();
-        }
+        table->remove(rows);
         for (std::string const& name : definitions)
             table->definitions.remove(name);
         table->deliverAtEnd();
@@ -78,8 +75,8 @@ public:
 
 private:
     std::shared_ptr<TableState> const table;
-    std::shared_ptr<detail::MenuLists> const lists;         // null without entries
-    std::shared_ptr<detail::RuleRegistry> const registry;   // null without rules
+    std::shared_ptr<detail::MenuLists> const lists;         // null without menus
+    std::shared_ptr<detail::RuleRegistry> const registry;   // null without a key map
     std::vector<std::string> definitions;
     std::vector<TableState::Row*> rows;   // of a table that has not ended
     std::vector<std::size_t> entries;

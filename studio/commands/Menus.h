@@ -62,7 +62,8 @@ struct MenuChange {
     /// What happens to an item.
     enum class Kind : std::uint8_t {
         Removed,    ///< the item goes
-        Moved,      ///< another entry of the same command or submenu takes its place, elsewhere in the menu
+        Moved,      ///< another entry of the same command or submenu takes its place, elsewhere in the menu; after 100
+                    ///< moves in a menu, the others are reported as removals and insertions
         Inserted,   ///< an item comes; `index` is that in the list after the batch
         Changed     ///< the entry, group or state of an item changes; `index` is that in the list after the batch
     };

@@ -86,22 +86,34 @@ void Definitions::add(std::string const& name, std::string const& condition)
     if (known != all.end() && known->second.text != condition)
         throw std::invalid_argument{'"' + name + "\" is defined already, as " + known->second.text};
     if (known == all.end()) {
-        refuseCycle(name, condition);
-        all.emplace(name, Definition{condition, 1});
+        Definition made{condition, gel::symbols(condition), 1};
+        std::set<std::string> const& symbols = made.symbols;
+        refuseCycle(name, symbols);
+        try {
+            for (std::string const& symbol : symbols)
+                mentions.try_emplace(symbol);
+            for (std::string const& symbol : all.emplace(name, made).first->second.symbols)
+                ++mentions.find(symbol)->second;
+        } catch (...) {
+            forgetUnused(symbols);
+            throw;
+        }
     } else {
         ++known->second.users;
     }
 }
 
-/// *Throws* `std::invalid_argument` with the chain of names if `condition` leads to `name`.
-void Definitions::refuseCycle(std::string const& name, std::string const& condition) const
+/// *Throws* `std::invalid_argument` with the chain of names if one of `symbols` leads to `name`.
+void Definitions::refuseCycle(std::string const& name, std::set<std::string> const& symbols) const
 {
+    if (mentions.count(name) == 0 && symbols.count(name) == 0)
+        return;                                // no text leads to it
     std::map<std::string, std::string> ways;   // from a name to the one whose text names it
-    std::vector<std::pair<std::string, std::string const*>> open{{name, &condition}};
+    std::vector<std::pair<std::string, std::set<std::string> const*>> open{{name, &symbols}};
     while (!open.empty()) {
-        auto const [from, text] = std::move(open.back());
+        auto const [from, mentioned] = std::move(open.back());
         open.pop_back();
-        for (std::string const& symbol : gel::symbols(*text)) {
+        for (std::string const& symbol : *mentioned) {
             if (symbol == name) {
                 std::string chain;
                 for (std::string at = from; at != name; at = ways.at(at))
@@ -110,7 +122,7 @@ void Definitions::refuseCycle(std::string const& name, std::string const& condit
             }
             auto const used = all.find(symbol);
             if (used != all.end() && ways.emplace(symbol, from).second)
-                open.emplace_back(symbol, &used->second.text);
+                open.emplace_back(symbol, &used->second.symbols);
         }
     }
 }
@@ -118,8 +130,20 @@ void Definitions::refuseCycle(std::string const& name, std::string const& condit
 void Definitions::remove(std::string const& name) noexcept
 {
     auto const known = all.find(name);
-    if (known != all.end() && --known->second.users == 0)
-        all.erase(known);
+    if (known == all.end() || --known->second.users != 0)
+        return;
+    std::set<std::string> const symbols = std::move(known->second.symbols);
+    all.erase(known);
+    for (std::string const& symbol : symbols)
+        --mentions.find(symbol)->second;
+    forgetUnused(symbols);
+}
+
+void Definitions::forgetUnused(std::set<std::string> const& symbols) noexcept
+{
+    for (std::string const& symbol : symbols)
+        if (auto const place = mentions.find(symbol); place != mentions.end() && place->second == 0)
+            mentions.erase(place);
 }
 
 std::string Definitions::expanded(std::string const& text) const

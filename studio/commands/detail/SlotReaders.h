@@ -3,7 +3,9 @@
 #include "studio/commands/detail/Conditions.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace studio::commands::detail {
@@ -15,6 +17,20 @@ void reserveFor(List& list, std::size_t count)
     if (list.capacity() < count)
         list.reserve(std::max(count, 2 * list.capacity()));
 }
+
+/// What depends on one thing, in no order. Those of many that go are removed in one pass over the list.
+template <class Reader>
+struct Readers {
+    std::vector<Reader*> all{};
+    std::size_t pass = 0;   // the last one that has been here
+
+    /// Removes the readers that are no longer present, unless pass `current` has done so.
+    void removeGone(std::size_t current) noexcept
+    {
+        if (std::exchange(pass, current) != current)
+            std::erase_if(all, [](Reader const* reader) { return !reader->isPresent; });
+    }
+};
 
 /// What depends on each slot.
 template <class Reader>
@@ -28,37 +44,35 @@ public:
         for (Slot const slot : slots) {
             if (slot >= bySlot.size())
                 bySlot.resize(std::max<std::size_t>(slot + 1, 2 * bySlot.size()));
-            reserveFor(bySlot[slot], bySlot[slot].size() + 1);
+            reserveFor(bySlot[slot].all, bySlot[slot].all.size() + 1);
         }
     }
     /// Adds a reader of these slots, for which there is room.
     void add(std::span<Slot const> slots, Reader& reader) noexcept
     {
         for (Slot const slot : slots)
-            if (auto& list = bySlot[slot]; slot != Conditions::Always && (list.empty() || list.back() != &reader))
+            if (auto& list = bySlot[slot].all; slot != Conditions::Always && (list.empty() || list.back() != &reader))
                 list.push_back(&reader);
     }
-    /// Removes a reader of these slots. *Cost*: little for those that were added last.
-    void remove(std::span<Slot const> slots, Reader& reader) noexcept
+    /// Removes the readers of these slots that are no longer present. *Cost*: for each slot, its readers, once in a
+    /// pass.
+    void removeGone(std::span<Slot const> slots, std::size_t pass) noexcept
     {
-        for (Slot const slot : slots) {
-            auto& list = bySlot[slot];
-            if (auto const found = std::find(list.rbegin(), list.rend(), &reader); found != list.rend())
-                list.erase(found.base() - 1);
-        }
+        for (Slot const slot : slots)
+            bySlot[slot].removeGone(pass);
     }
     /// Calls `call` with each reader of a slot.
     template <class Call>
     void each(Slot slot, Call const& call) const
     {
         if (slot < bySlot.size())
-            for (Reader* const reader : bySlot[slot])
+            for (Reader* const reader : bySlot[slot].all)
                 call(*reader);
     }
     void clear() noexcept { bySlot.clear(); }
 
 private:
-    std::vector<std::vector<Reader*>> bySlot;
+    std::vector<Readers<Reader>> bySlot;
 };
 
 }   // namespace studio::commands::detail

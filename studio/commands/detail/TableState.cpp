@@ -108,13 +108,18 @@ TableState::Row& TableState::add(Command command)
     return row;
 }
 
-void TableState::remove(Row& row) noexcept
+void TableState::remove(std::span<Row* const> going) noexcept
 {
-    row.isPresent = false;
-    touch(row);
-    readers.remove(row.slots, row);
-    for (Slot const slot : std::exchange(row.slots, {}))
-        conditions.remove(slot);
+    ++pass;
+    for (Row* const row : going) {
+        row->isPresent = false;
+        touch(*row);
+    }
+    for (Row* const row : going)
+        readers.removeGone(row->slots, pass);
+    for (Row* const row : going)
+        for (Slot const slot : std::exchange(row->slots, {}))
+            conditions.remove(slot);
 }
 
 TableState::Row* TableState::rowOf(std::string_view id) const noexcept

@@ -65,8 +65,8 @@ public:
     void define(std::string const& name, std::string const& condition);
     /// Adds a command. It becomes visible with the next delivery. *Throws* as `Contribution`; nothing is added then.
     Row& add(Command command);
-    /// Removes a command that was added. It stays visible until the next delivery.
-    void remove(Row& row) noexcept;
+    /// Removes commands that were added. They stay visible until the next delivery.
+    void remove(std::span<Row* const> going) noexcept;
     /// Returns the state of a command as it was delivered last; null for an unknown one. Allocates nothing.
     CommandState const* find(std::string_view id) const noexcept;
     /// Returns the state that a command is about to have, while a delivery is prepared.
@@ -145,6 +145,7 @@ private:
     std::exception_ptr firstFailure;
     std::exception_ptr atBegin;   // being handled when the outermost round began
     std::size_t lastNumber = 0;
+    std::size_t pass = 0;     // of removals
     std::size_t rounds = 0;   // running, one inside the other
     bool hasThrown = false;   // a round of those
     bool isDelivering = false;
