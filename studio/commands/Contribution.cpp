@@ -2,6 +2,7 @@
 
 #include "studio/commands/Keymap.h"
 #include "studio/commands/detail/MenuLists.h"
+#include "studio/commands/detail/Quoted.h"
 #include "studio/commands/detail/RuleRegistry.h"
 #include "studio/commands/detail/TableState.h"
 
@@ -59,16 +60,16 @@ public:
         std::vector<std::string> found;
         auto const check = [&](std::string_view command, std::string const& part) {
             if (!command.empty() && !table->describe(command))
-                found.push_back(part + " refers to the unknown command \"" + std::string{command} + '"');
+                found.push_back(part + " refers to the unknown command " + detail::inQuotes(command));
         };
         for (std::size_t const number : entries)
             if (MenuEntry const* const entry = lists->find(number))
-                check(entry->command, "an entry of menu \"" + entry->menu + '"');
+                check(entry->command, "an entry of menu " + detail::inQuotes(entry->menu));
         for (std::size_t const number : rules)
             if (KeyRule const* const rule = registry->find(number)) {
                 std::string_view const command = rule->command;
                 check(command.starts_with('-') ? command.substr(1) : command,
-                      rule->keys.empty() ? "a rule without keys" : "the rule for \"" + rule->keys + '"');
+                      rule->keys.empty() ? "a rule without keys" : "the rule for " + detail::inQuotes(rule->keys));
             }
         return found;
     }

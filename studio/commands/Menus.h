@@ -88,7 +88,9 @@ public:
     /// Receives the changes of a batch, menu by menu, after `CommandTable::onChanged` has received those of the
     /// commands.
     using Changed = std::function<void(std::span<MenuChange const>)>;
-    /// True if a group comes before another one. *Requires* a strict weak ordering that stays the same.
+    /// True if a group comes before another one. *Requires* that it uses neither these menus nor their table, and a
+    /// strict weak ordering that stays the same; without one, entries stand in any order. What it throws leaves the
+    /// constructor of the `Contribution`, which adds nothing then.
     using GroupOrder = std::function<bool(std::string_view left, std::string_view right)>;
 
     /// Menus over `table`. Groups are ordered by `before`; without it, `navigation` comes first and no group last, and

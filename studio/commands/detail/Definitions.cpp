@@ -3,6 +3,7 @@
 #include "gel/Eval.h"
 #include "gel/ParseError.h"
 #include "gel/Tree.h"
+#include "studio/commands/detail/Quoted.h"
 
 #include <map>
 #include <stdexcept>
@@ -52,7 +53,7 @@ public:
             chain.push_back(&known->first);
             if (chain.size() > MOST_LEVELS)
                 throw std::length_error{"definitions refer to each other more than " + std::to_string(MOST_LEVELS) +
-                                        " levels deep, from \"" + *chain.front() + '"'};
+                                        " levels deep, from " + inQuotes(*chain.front())};
             add("(");
             append(known->second.text);
             add(")");
@@ -70,7 +71,7 @@ private:
         if (result.size() + text.size() > MOST_BYTES)
             throw std::length_error{"with all definitions in place the text is longer than " +
                                     std::to_string(MOST_BYTES) + " bytes" +
-                                    (chain.empty() ? "" : ", at \"" + *chain.back() + '"')};
+                                    (chain.empty() ? "" : ", at " + inQuotes(*chain.back()))};
         result += text;
     }
 
@@ -81,10 +82,10 @@ private:
 void Definitions::add(std::string const& name, std::string const& condition)
 {
     if (!isPlainName(name))
-        throw std::invalid_argument{"a definition needs a plain name, which \"" + name + "\" is not"};
+        throw std::invalid_argument{"a definition needs a plain name, which " + inQuotes(name) + " is not"};
     auto const known = all.find(name);
     if (known != all.end() && known->second.text != condition)
-        throw std::invalid_argument{'"' + name + "\" is defined already, as " + known->second.text};
+        throw std::invalid_argument{inQuotes(name) + " is defined already, as " + shown(known->second.text)};
     if (known == all.end()) {
         Definition made{condition, gel::symbols(condition), 1};
         std::set<std::string> const& symbols = made.symbols;
@@ -118,7 +119,8 @@ void Definitions::refuseCycle(std::string const& name, std::set<std::string> con
                 std::string chain;
                 for (std::string at = from; at != name; at = ways.at(at))
                     chain.insert(0, " -> " + at);
-                throw std::invalid_argument{"a definition leads back to itself: " + name + chain + " -> " + name};
+                throw std::invalid_argument{"a definition leads back to itself: " +
+                                            shown(name + chain + " -> " + name, 1'000)};
             }
             auto const used = all.find(symbol);
             if (used != all.end() && ways.emplace(symbol, from).second)

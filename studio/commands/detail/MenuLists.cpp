@@ -1,5 +1,6 @@
 #include "studio/commands/detail/MenuLists.h"
 
+#include "studio/commands/detail/Quoted.h"
 #include "studio/commands/detail/SlotUses.h"
 
 #include <algorithm>
@@ -57,8 +58,8 @@ std::vector<std::size_t> MenuLists::add(std::vector<MenuEntry> added)
 MenuLists::Entry& MenuLists::addOne(MenuEntry&& declared)
 {
     std::string const where =
-        "entry of menu \"" + declared.menu + "\" for " +
-        (declared.submenu.empty() ? "command \"" + declared.command : "submenu \"" + declared.submenu) + '"';
+        "entry of menu " + inQuotes(declared.menu) + " for " +
+        (declared.submenu.empty() ? "command " + inQuotes(declared.command) : "submenu " + inQuotes(declared.submenu));
     if (declared.menu.empty())
         throw std::invalid_argument{where + ": the menu has no name"};
     if (declared.command.empty() == declared.submenu.empty())
@@ -205,7 +206,7 @@ void MenuLists::refuseCycle(Menu const& menu, Menu const& submenu) const
         at = below.at(at);
         chain += " -> " + at->name;
     } while (at != &submenu);
-    throw std::invalid_argument{"a submenu leads back to itself: " + chain};
+    throw std::invalid_argument{"a submenu leads back to itself: " + shown(chain, 1'000)};
 }
 
 bool MenuLists::isBefore(Entry const& left, Entry const& right) const

@@ -1,6 +1,7 @@
 #include "studio/commands/detail/TableState.h"
 
 #include "gel/ParseError.h"
+#include "studio/commands/detail/Quoted.h"
 #include "studio/commands/detail/SlotUses.h"
 #include "studio/commands/detail/Title.h"
 
@@ -75,7 +76,7 @@ TableState::Row& TableState::add(Command command)
 {
     if (command.id.empty())
         throw std::invalid_argument{"a command needs an id"};
-    std::string const name = "command \"" + command.id + '"';
+    std::string const name = "command " + inQuotes(command.id);
     if (Row const* const known = rowOf(command.id); known && known->isPresent)
         throw std::invalid_argument{name + " exists already"};
     SlotUses uses{*this};
@@ -199,7 +200,7 @@ void TableState::define(std::string const& name, std::string const& condition)
     try {
         definitions.add(name, condition);
     } catch (gel::ParseError const& error) {
-        throw gel::ParseError{condition, error.offset(), "definition \"" + name + "\": " + error.reason()};
+        throw gel::ParseError{condition, error.offset(), "definition " + inQuotes(name) + ": " + error.reason()};
     }
 }
 
@@ -273,7 +274,7 @@ void TableState::refuseMore() const
 {
     throw std::runtime_error{"receivers of changes have written " + std::to_string(MOST_BATCHES) +
                              " times in a row; the last change was of " +
-                             (changes.empty() ? "menus" : '"' + changes.front().id + '"')};
+                             (changes.empty() ? "menus" : inQuotes(changes.front().id))};
 }
 
 void TableState::deliverAtEnd() noexcept
