@@ -109,7 +109,8 @@ Contribution::Contribution(Contribution&& other) noexcept = default;
 
 Contribution& Contribution::operator=(Contribution&& other) noexcept
 {
-    std::unique_ptr<State> const ended = std::exchange(state, std::move(other.state));   // last: it calls out
+    std::unique_ptr<State> const ended =
+        std::exchange(state, std::move(other.state));   // last: its end calls receivers
     return *this;
 }
 

@@ -57,13 +57,13 @@ struct MenuItem {
 };
 
 /// One step from the list of a menu before a batch to the list after it. Taken in their order, the steps of a menu lead
-/// from one list to the other: removals from the back, then moves, then insertions from the front, then changes.
+/// from one list to the other: removals from the back, then moves, then insertions from the front, then changes. At
+/// most 100 items of a menu move in a batch; others are removed and inserted instead.
 struct MenuChange {
     /// What happens to an item.
     enum class Kind : std::uint8_t {
         Removed,    ///< the item goes
-        Moved,      ///< another entry of the same command or submenu takes its place, elsewhere in the menu; after 100
-                    ///< moves in a menu, the others are reported as removals and insertions
+        Moved,      ///< another entry of the same command or submenu takes its place, elsewhere in the menu
         Inserted,   ///< an item comes; `index` is that in the list after the batch
         Changed     ///< the entry, group or state of an item changes; `index` is that in the list after the batch
     };
@@ -96,7 +96,7 @@ public:
     /// Menus over `table`. Groups are ordered by `before`; without it, `navigation` comes first and no group last, and
     /// the others stand in the order of their bytes.
     explicit Menus(CommandTable& table, GroupOrder before = {});
-    /// Removes all entries. Contributions that still exist do not miss them.
+    /// Removes all entries. Contributions that still exist stay valid.
     ~Menus();
     Menus(Menus const&) = delete;
     Menus& operator=(Menus const&) = delete;

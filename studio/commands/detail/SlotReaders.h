@@ -22,9 +22,9 @@ void reserveFor(List& list, std::size_t count)
 template <class Reader>
 struct Readers {
     std::vector<Reader*> all{};
-    std::size_t pass = 0;   // the last one that has been here
+    std::size_t pass = 0;   // the last one that visited the list
 
-    /// Removes the readers that are no longer present, unless pass `current` has done so.
+    /// Removes the readers that are no longer present, unless this was done in pass `current`.
     void removeGone(std::size_t current) noexcept
     {
         if (std::exchange(pass, current) != current)

@@ -36,7 +36,7 @@ public:
     virtual void prepare(std::span<CommandChange const> changes) = 0;
     /// Makes the new state visible.
     virtual void apply() noexcept = 0;
-    /// Calls out with the difference.
+    /// Calls the receiver with the difference.
     virtual void report() = 0;
     /// Forgets everything, at the end of the table.
     virtual void end() noexcept = 0;
