@@ -7,10 +7,11 @@ namespace studio::commands {
 
 /// A command, as a host declares it. Conditions are expressions; an empty one always holds.
 struct Command {
-    /// The name under which menus and keys refer to the command. Unique in a table.
+    /// The name under which menus and keys refer to the command. Not empty, of any bytes, and unique in a table. No
+    /// key rule can run a command whose id begins with `-`: such a rule is a removal.
     std::string id;
-    /// The title. Expressions in braces are replaced by their present values: `Undo {editor.undoName}`; `{{` stands for
-    /// a brace.
+    /// The title. Expressions in braces are replaced by their present values: `Undo {editor.undoName}`. An expression
+    /// ends at the first `}`; `{{` stands for a brace.
     std::string title{};
     /// The category, for lists of commands; may be empty.
     std::string category{};

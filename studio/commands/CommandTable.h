@@ -84,7 +84,7 @@ private:
     friend class Keymap;
     friend class Menus;
 
-    std::shared_ptr<detail::TableState> state;   // with the menus, key maps and contributions
+    std::shared_ptr<detail::TableState> state;   // shared with the menus, key maps and contributions
 };
 
 }   // namespace studio::commands

@@ -2,6 +2,7 @@
 
 #include "studio/commands/Keymap.h"
 #include "studio/commands/detail/MenuLists.h"
+#include "studio/commands/detail/Quoted.h"
 #include "studio/commands/detail/RuleRegistry.h"
 #include "studio/commands/detail/TableState.h"
 
@@ -30,10 +31,7 @@ public:
             lists->remove(entries);
         if (!table->isAlive())
             return;
-        while (!rows.empty()) {
-            table->remove(*rows.back());
-            rows.pop_back();
-        }
+        table->remove(rows);
         for (std::string const& name : definitions)
             table->definitions.remove(name);
         table->deliverAtEnd();
@@ -62,24 +60,24 @@ public:
         std::vector<std::string> found;
         auto const check = [&](std::string_view command, std::string const& part) {
             if (!command.empty() && !table->describe(command))
-                found.push_back(part + " refers to the unknown command \"" + std::string{command} + '"');
+                found.push_back(part + " refers to the unknown command " + detail::inQuotes(command));
         };
         for (std::size_t const number : entries)
             if (MenuEntry const* const entry = lists->find(number))
-                check(entry->command, "an entry of menu \"" + entry->menu + '"');
+                check(entry->command, "an entry of menu " + detail::inQuotes(entry->menu));
         for (std::size_t const number : rules)
             if (KeyRule const* const rule = registry->find(number)) {
                 std::string_view const command = rule->command;
                 check(command.starts_with('-') ? command.substr(1) : command,
-                      rule->keys.empty() ? "a rule without keys" : "the rule for \"" + rule->keys + '"');
+                      rule->keys.empty() ? "a rule without keys" : "the rule for " + detail::inQuotes(rule->keys));
             }
         return found;
     }
 
 private:
     std::shared_ptr<TableState> const table;
-    std::shared_ptr<detail::MenuLists> const lists;         // null without entries
-    std::shared_ptr<detail::RuleRegistry> const registry;   // null without rules
+    std::shared_ptr<detail::MenuLists> const lists;         // null without menus
+    std::shared_ptr<detail::RuleRegistry> const registry;   // null without a key map
     std::vector<std::string> definitions;
     std::vector<TableState::Row*> rows;   // of a table that has not ended
     std::vector<std::size_t> entries;
@@ -111,7 +109,8 @@ Contribution::Contribution(Contribution&& other) noexcept = default;
 
 Contribution& Contribution::operator=(Contribution&& other) noexcept
 {
-    std::unique_ptr<State> const ended = std::exchange(state, std::move(other.state));   // last: it calls out
+    std::unique_ptr<State> const ended =
+        std::exchange(state, std::move(other.state));   // last: its end calls receivers
     return *this;
 }
 

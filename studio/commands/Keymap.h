@@ -33,7 +33,8 @@ struct KeyMatch {
     Kind kind = Kind::None;
     /// The number of the rule that decides; meaningless for `None`.
     std::size_t rule = 0;
-    /// The command; empty unless one is to run. *Lifetime*: until rules are added or removed.
+    /// The command; empty unless one is to run. *Lifetime*: until rules are added or removed; copy it, and the
+    /// arguments, for a command that may end its own contribution.
     std::string_view command;
     /// The arguments of the rule. *Lifetime*: as of `command`.
     std::string_view arguments;

@@ -57,7 +57,8 @@ struct MenuItem {
 };
 
 /// One step from the list of a menu before a batch to the list after it. Taken in their order, the steps of a menu lead
-/// from one list to the other: removals from the back, then moves, then insertions from the front, then changes.
+/// from one list to the other: removals from the back, then moves, then insertions from the front, then changes. At
+/// most 100 items of a menu move in a batch; others are removed and inserted instead.
 struct MenuChange {
     /// What happens to an item.
     enum class Kind : std::uint8_t {
@@ -87,13 +88,15 @@ public:
     /// Receives the changes of a batch, menu by menu, after `CommandTable::onChanged` has received those of the
     /// commands.
     using Changed = std::function<void(std::span<MenuChange const>)>;
-    /// True if a group comes before another one. *Requires* a strict weak ordering that stays the same.
+    /// True if a group comes before another one. *Requires* that it uses neither these menus nor their table, and a
+    /// strict weak ordering that stays the same; without one, entries stand in any order. What it throws leaves the
+    /// constructor of the `Contribution`, which adds nothing then.
     using GroupOrder = std::function<bool(std::string_view left, std::string_view right)>;
 
     /// Menus over `table`. Groups are ordered by `before`; without it, `navigation` comes first and no group last, and
     /// the others stand in the order of their bytes.
     explicit Menus(CommandTable& table, GroupOrder before = {});
-    /// Removes all entries. Contributions that still exist do not miss them.
+    /// Removes all entries. Contributions that still exist stay valid.
     ~Menus();
     Menus(Menus const&) = delete;
     Menus& operator=(Menus const&) = delete;

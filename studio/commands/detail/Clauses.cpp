@@ -40,8 +40,9 @@ bool Clauses::areUnsatisfiable()
         if (!propagate()) {
             if (!backtrack())
                 return true;
-        } else if (!decide())
+        } else if (effort == 0 || !decide()) {   // without all that follows, a clause may have false literals alone
             return false;
+        }
     }
     return false;
 }

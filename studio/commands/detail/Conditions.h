@@ -15,7 +15,7 @@ namespace studio::commands::detail {
 /// The distinct texts that commands, menus and keys depend on. Each is subscribed once and has a slot, where its
 /// present truth, or its value as a text, is found without an evaluation.
 ///
-/// What the engine reports waits until `settle`: until then every slot answers as before. A slot that was added is
+/// What the engine reports waits until `settle`: until then every slot reads as before. A slot that was added is
 /// false and empty until then.
 class Conditions {
 public:

@@ -4,6 +4,7 @@
 #include "gel/ParseError.h"
 #include "gel/Program.h"
 #include "gel/Tree.h"
+#include "studio/commands/detail/Quoted.h"
 
 #include <map>
 #include <stdexcept>
@@ -53,7 +54,7 @@ public:
             chain.push_back(&known->first);
             if (chain.size() > MOST_LEVELS)
                 throw std::length_error{"definitions refer to each other more than " + std::to_string(MOST_LEVELS) +
-                                        " levels deep, from \"" + *chain.front() + '"'};
+                                        " levels deep, from " + inQuotes(*chain.front())};
             add("(");
             append(known->second.text);
             add(")");
@@ -71,7 +72,7 @@ private:
         if (result.size() + text.size() > MOST_BYTES)
             throw std::length_error{"with all definitions in place the text is longer than " +
                                     std::to_string(MOST_BYTES) + " bytes" +
-                                    (chain.empty() ? "" : ", at \"" + *chain.back() + '"')};
+                                    (chain.empty() ? "" : ", at " + inQuotes(*chain.back()))};
         result += text;
     }
 
@@ -82,36 +83,49 @@ private:
 void Definitions::add(std::string const& name, std::string const& condition)
 {
     if (!isPlainName(name))
-        throw std::invalid_argument{"a definition needs a plain name, which \"" + name + "\" is not"};
+        throw std::invalid_argument{"a definition needs a plain name, which " + inQuotes(name) + " is not"};
     auto const known = all.find(name);
     if (known != all.end() && known->second.text != condition)
-        throw std::invalid_argument{'"' + name + "\" is defined already, as " + known->second.text};
+        throw std::invalid_argument{inQuotes(name) + " is defined already, as " + shown(known->second.text)};
     if (known == all.end()) {
-        refuseCycle(name, condition);
-        all.emplace(name, Definition{condition, 1});
+        Definition made{condition, gel::symbols(condition), 1};
+        std::set<std::string> const& symbols = made.symbols;
+        refuseCycle(name, symbols);
+        try {
+            for (std::string const& symbol : symbols)
+                mentions.try_emplace(symbol);
+            for (std::string const& symbol : all.emplace(name, made).first->second.symbols)
+                ++mentions.find(symbol)->second;
+        } catch (...) {
+            forgetUnused(symbols);
+            throw;
+        }
     } else {
         ++known->second.users;
     }
 }
 
-/// *Throws* `std::invalid_argument` with the chain of names if `condition` leads to `name`.
-void Definitions::refuseCycle(std::string const& name, std::string const& condition) const
+/// *Throws* `std::invalid_argument` with the chain of names if one of `symbols` leads to `name`.
+void Definitions::refuseCycle(std::string const& name, std::set<std::string> const& symbols) const
 {
+    if (mentions.count(name) == 0 && symbols.count(name) == 0)
+        return;                                // no text leads to it
     std::map<std::string, std::string> ways;   // from a name to the one whose text names it
-    std::vector<std::pair<std::string, std::string const*>> open{{name, &condition}};
+    std::vector<std::pair<std::string, std::set<std::string> const*>> open{{name, &symbols}};
     while (!open.empty()) {
-        auto const [from, text] = std::move(open.back());
+        auto const [from, mentioned] = std::move(open.back());
         open.pop_back();
-        for (std::string const& symbol : gel::symbols(*text)) {
+        for (std::string const& symbol : *mentioned) {
             if (symbol == name) {
                 std::string chain;
                 for (std::string at = from; at != name; at = ways.at(at))
                     chain.insert(0, " -> " + at);
-                throw std::invalid_argument{"a definition leads back to itself: " + name + chain + " -> " + name};
+                throw std::invalid_argument{"a definition leads back to itself: " +
+                                            shown(name + chain + " -> " + name, 1'000)};
             }
             auto const used = all.find(symbol);
             if (used != all.end() && ways.emplace(symbol, from).second)
-                open.emplace_back(symbol, &used->second.text);
+                open.emplace_back(symbol, &used->second.symbols);
         }
     }
 }
@@ -119,8 +133,20 @@ void Definitions::refuseCycle(std::string const& name, std::string const& condit
 void Definitions::remove(std::string const& name) noexcept
 {
     auto const known = all.find(name);
-    if (known != all.end() && --known->second.users == 0)
-        all.erase(known);
+    if (known == all.end() || --known->second.users != 0)
+        return;
+    std::set<std::string> const symbols = std::move(known->second.symbols);
+    all.erase(known);
+    for (std::string const& symbol : symbols)
+        --mentions.find(symbol)->second;
+    forgetUnused(symbols);
+}
+
+void Definitions::forgetUnused(std::set<std::string> const& symbols) noexcept
+{
+    for (std::string const& symbol : symbols)
+        if (auto const place = mentions.find(symbol); place != mentions.end() && place->second == 0)
+            mentions.erase(place);
 }
 
 /// True if a text names a definition. The program of the text stays in the cache for its subscription.

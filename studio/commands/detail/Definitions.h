@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <set>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -24,13 +25,16 @@ private:
     class Expansion;
     struct Definition {
         std::string text;
+        std::set<std::string> symbols;   // of the text
         std::size_t users;
     };
 
     bool isUsedIn(std::string const& text) const;
-    void refuseCycle(std::string const& name, std::string const& condition) const;
+    void refuseCycle(std::string const& name, std::set<std::string> const& symbols) const;
+    void forgetUnused(std::set<std::string> const& symbols) noexcept;
 
     std::unordered_map<std::string, Definition> all;
+    std::unordered_map<std::string, std::size_t> mentions;   // of each symbol, the definitions whose texts have it
 };
 
 }   // namespace studio::commands::detail

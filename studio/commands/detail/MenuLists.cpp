@@ -1,15 +1,20 @@
 #include "studio/commands/detail/MenuLists.h"
 
+#include "studio/commands/detail/Quoted.h"
 #include "studio/commands/detail/SlotUses.h"
 
 #include <algorithm>
 #include <cmath>
 #include <map>
 #include <stdexcept>
+#include <unordered_map>
 
 namespace studio::commands::detail {
 
 namespace {
+
+// Of items in one menu and batch. A move takes time in proportion to the menu.
+constexpr std::size_t MOST_MOVES = 100;
 
 /// The default order of groups.
 bool isGroupBefore(std::string_view left, std::string_view right) noexcept
@@ -53,8 +58,8 @@ std::vector<std::size_t> MenuLists::add(std::vector<MenuEntry> added)
 MenuLists::Entry& MenuLists::addOne(MenuEntry&& declared)
 {
     std::string const where =
-        "entry of menu \"" + declared.menu + "\" for " +
-        (declared.submenu.empty() ? "command \"" + declared.command : "submenu \"" + declared.submenu) + '"';
+        "entry of menu " + inQuotes(declared.menu) + " for " +
+        (declared.submenu.empty() ? "command " + inQuotes(declared.command) : "submenu " + inQuotes(declared.submenu));
     if (declared.menu.empty())
         throw std::invalid_argument{where + ": the menu has no name"};
     if (declared.command.empty() == declared.submenu.empty())
@@ -68,17 +73,17 @@ MenuLists::Entry& MenuLists::addOne(MenuEntry&& declared)
         made->title = Title{declared.title, where + ", title", uses};
     made->declared = std::move(declared);
     MenuEntry const& its = made->declared;
-    std::vector<Entry*>* readersOfCommand = nullptr;
+    Readers<Entry>* readersOfCommand = nullptr;
     try {
         made->menu = &menuOf(its.menu);
         made->submenu = its.submenu.empty() ? nullptr : &menuOf(its.submenu);
         Menu& menu = *made->menu;
         if (made->submenu) {
             refuseCycle(menu, *made->submenu);
-            reserveFor(made->submenu->openers, made->submenu->openers.size() + 1);
+            reserveFor(made->submenu->openers.all, made->submenu->openers.all.size() + 1);
         } else {
             readersOfCommand = &byCommand[its.command];
-            reserveFor(*readersOfCommand, readersOfCommand->size() + 1);
+            reserveFor(readersOfCommand->all, readersOfCommand->all.size() + 1);
         }
         auto const place =
             std::upper_bound(menu.entries.begin(), menu.entries.end(), made.get(),
@@ -94,15 +99,17 @@ MenuLists::Entry& MenuLists::addOne(MenuEntry&& declared)
         entry.isPresent = true;
         menu.entries.insert(menu.entries.begin() + place, &entry);
         menu.isRanked = false;
-        if (entry.submenu)
-            entry.submenu->openers.push_back(&entry);
-        else
-            readersOfCommand->push_back(&entry);
+        if (entry.submenu) {
+            ++menu.opening;
+            entry.submenu->openers.all.push_back(&entry);
+        } else {
+            readersOfCommand->all.push_back(&entry);
+        }
         readers.add(entry);
         touch(entry);
         return entry;
     } catch (...) {
-        if (readersOfCommand && readersOfCommand->empty())
+        if (readersOfCommand && readersOfCommand->all.empty())
             byCommand.erase(its.command);
         dropIfUnused(its.menu);
         dropIfUnused(its.submenu);
@@ -112,24 +119,29 @@ MenuLists::Entry& MenuLists::addOne(MenuEntry&& declared)
 
 void MenuLists::remove(std::span<std::size_t const> numbers) noexcept
 {
-    for (std::size_t i = numbers.size(); i-- != 0;) {
-        auto const found = entries.find(numbers[i]);
-        if (found == entries.end() || !found->second->isPresent)
-            continue;
-        Entry& entry = *found->second;
-        entry.isPresent = false;
+    ++pass;
+    auto const each = [&](auto const& call) {
+        for (std::size_t const number : numbers)
+            if (auto const found = entries.find(number); found != entries.end())
+                call(*found->second);
+    };
+    each([&](Entry& entry) {
+        if (std::exchange(entry.isPresent, false) && entry.submenu)
+            --entry.menu->opening;
         touch(entry);
+    });
+    each([&](Entry& entry) {
         if (entry.submenu) {
-            std::erase(entry.submenu->openers, &entry);
+            entry.submenu->openers.removeGone(pass);
         } else if (auto const list = byCommand.find(entry.declared.command); list != byCommand.end()) {
-            std::erase(list->second, &entry);
-            if (list->second.empty())
+            list->second.removeGone(pass);
+            if (list->second.all.empty())
                 byCommand.erase(list);
         }
         readers.remove(entry);
         for (SlotUse const& use : std::exchange(entry.slots, {}))
             table->conditions.remove(use.slot);
-    }
+    });
 }
 
 MenuEntry const* MenuLists::find(std::size_t number) const noexcept
@@ -165,19 +177,22 @@ MenuLists::Menu& MenuLists::menuOf(std::string const& name)
 void MenuLists::dropIfUnused(std::string const& name) noexcept
 {
     auto const known = menus.find(name);
-    if (known != menus.end() && known->second->entries.empty() && known->second->openers.empty())
+    if (known != menus.end() && known->second->entries.empty() && known->second->openers.all.empty())
         menus.erase(known);
 }
 
 /// *Throws* `std::invalid_argument` with the chain of menus if `submenu` leads to `menu`.
 void MenuLists::refuseCycle(Menu const& menu, Menu const& submenu) const
 {
-    std::map<Menu const*, Menu const*> below{{&menu, &submenu}};   // for each menu above `menu`, the one on the way
+    if (&menu != &submenu && submenu.opening == 0)
+        return;   // the usual case: nothing leads on from the submenu
+    std::unordered_map<Menu const*, Menu const*> below{
+        {&menu, &submenu}};   // for each menu above `menu`, the one on the way
     std::vector<Menu const*> open{&menu};
     while (!open.empty() && below.count(&submenu) == 0) {
         Menu const& reached = *open.back();
         open.pop_back();
-        for (Entry const* const opener : reached.openers)
+        for (Entry const* const opener : reached.openers.all)
             if (below.emplace(opener->menu, &reached).second)
                 open.push_back(opener->menu);
     }
@@ -189,7 +204,7 @@ void MenuLists::refuseCycle(Menu const& menu, Menu const& submenu) const
         at = below.at(at);
         chain += " -> " + at->name;
     } while (at != &submenu);
-    throw std::invalid_argument{"a submenu leads back to itself: " + chain};
+    throw std::invalid_argument{"a submenu leads back to itself: " + shown(chain, 1'000)};
 }
 
 bool MenuLists::isBefore(Entry const& left, Entry const& right) const
@@ -233,19 +248,30 @@ bool MenuLists::shouldShow(Entry const& entry) const noexcept
 /// Ends because submenus form no cycle.
 void MenuLists::decide() noexcept
 {
-    for (bool again = true; again;) {
-        again = false;
-        for (std::size_t i = 0; i != touched.size(); ++i) {
-            Entry& entry = *touched[i];
-            Menu& menu = *entry.menu;
-            bool const shows = shouldShow(entry);
-            if (shows == std::exchange(entry.isNext, shows))
-                continue;
-            if (shows ? ++menu.nextCount != 1 : --menu.nextCount != 0)
-                continue;
-            again = true;
-            for (Entry* const opener : menu.openers)
-                touch(*opener);
+    Entry* first = nullptr;
+    Entry** last = &first;
+    auto const wait = [&](Entry& entry) {
+        if (std::exchange(entry.isWaiting, true))
+            return;
+        entry.nextWaiting = nullptr;
+        last = &(*last = &entry)->nextWaiting;
+    };
+    for (Entry* const entry : touched)
+        wait(*entry);
+    while (first) {
+        Entry& entry = *first;
+        if (!(first = entry.nextWaiting))
+            last = &first;
+        entry.isWaiting = false;
+        Menu& menu = *entry.menu;
+        bool const shows = shouldShow(entry);
+        if (shows == std::exchange(entry.isNext, shows))
+            continue;
+        if (shows ? ++menu.nextCount != 1 : --menu.nextCount != 0)
+            continue;
+        for (Entry* const opener : menu.openers.all) {
+            touch(*opener);
+            wait(*opener);
         }
     }
 }
@@ -264,7 +290,7 @@ void MenuLists::prepare(std::span<CommandChange const> commands)
     forgetPlans();
     for (CommandChange const& command : commands)
         if (auto const found = byCommand.find(command.id); found != byCommand.end())
-            for (Entry* const entry : found->second)
+            for (Entry* const entry : found->second.all)
                 touch(*entry);
     decide();
     for (Entry const* const entry : touched)
@@ -325,7 +351,7 @@ void MenuLists::plan(Menu& menu, std::span<Entry* const> concerned)
             leaving.emplace(Target{entry->declared.command, entry->declared.submenu}, entry);
         for (Entry* const entry : inserted)
             if (auto const found = leaving.find({entry->declared.command, entry->declared.submenu});
-                found != leaving.end()) {
+                found != leaving.end() && moved.size() != MOST_MOVES) {
                 moved.emplace_back(found->second, entry);
                 leaving.erase(found);
             }

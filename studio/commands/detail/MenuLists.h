@@ -63,13 +63,16 @@ private:
         bool isTouched = false;   // listed in `touched`
         bool isShown = false;     // visible
         bool isNext = false;      // visible after the delivery that is prepared
+        bool isWaiting = false;   // in the queue of `decide`
+        Entry* nextWaiting = nullptr;
     };
     struct Menu {
         std::string name;
         std::vector<Entry*> entries{};   // in order
         std::vector<Entry*> shown{};     // those that are visible
         std::vector<MenuItem> items{};   // of these
-        std::vector<Entry*> openers{};   // entries that open it
+        Readers<Entry> openers{};        // entries that open it
+        std::size_t opening = 0;         // of its entries, those that open a submenu
         std::size_t nextCount = 0;       // of entries that are visible after the delivery that is prepared
         bool isRanked = true;            // the ranks of its entries are in order
         // The next state, while a delivery is prepared.
@@ -102,13 +105,14 @@ private:
     std::shared_ptr<TableState> const table;
     Menus::GroupOrder const before;
     ByName<std::unique_ptr<Menu>> menus;
-    ByName<std::vector<Entry*>> byCommand;
+    ByName<Readers<Entry>> byCommand;
     std::unordered_map<std::size_t, std::unique_ptr<Entry>> entries;   // by number
     SlotReaders<Entry> readers;
     std::vector<Entry*> touched;   // has room for every entry
     std::vector<Menu*> planned;
     std::vector<MenuChange> changes;
     std::size_t lastNumber = 0;
+    std::size_t pass = 0;   // of removals
     bool isEnded = false;
 };
 

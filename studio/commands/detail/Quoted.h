@@ -6,9 +6,10 @@
 
 namespace studio::commands::detail {
 
-/// Returns a text of anyone's as messages show it: without control characters, and shortened to so many bytes.
+/// Returns a text of the host or of a plugin as messages show it: shortened to so many bytes, and with escapes for
+/// control characters and for bytes that are not UTF-8.
 std::string shown(std::string_view text, std::size_t mostBytes = 80);
-/// Returns it in quotes.
+/// Returns `shown` of a text, in quotes.
 std::string inQuotes(std::string_view text);
 
 }   // namespace studio::commands::detail

@@ -10,7 +10,7 @@ namespace studio::commands::detail {
 
 class TableState;
 
-/// What contributions know of a key map: where they add and remove rules. Counted: contributions keep it, also after
+/// The part of a key map that contributions use, to add and remove rules. Counted: contributions keep it, also after
 /// the end of its `Keymap`.
 class RuleRegistry {
 public:

@@ -126,19 +126,23 @@ bool Removals::takes(Rule const& removal, Rule const& rule) const
                : implied.try_emplace({rule.slot, removal.slot}, implies(textOf(rule), textOf(removal))).first->second;
 }
 
-/// Returns a removal that takes a rule away; null if there is none.
+/// Returns the first removal that takes a rule away; null if there is none. The first: one that is to join with the
+/// next delivery never stands in for one that counts already.
 Rule const* Removals::removalOf(OfCommand const& all, Rule const& rule) const
 {
+    Rule const* first = nullptr;
     for (std::size_t size = 0; !all.removals.empty() && size <= rule.keys.size(); ++size) {
         std::span<Chord const> const begin = beginOf(rule.keys, size);
         for (auto each = all.removals.lower_bound(ByKeys::Begin{begin});
-             each != all.removals.end() &&
+             each != all.removals.end() && (!first || (*each)->number < first->number) &&
              std::equal(begin.begin(), begin.end(), (*each)->keys.begin(), (*each)->keys.end());
              ++each)
-            if (takes(**each, rule))
-                return *each;
+            if (takes(**each, rule)) {
+                first = *each;
+                break;
+            }
     }
-    return nullptr;
+    return first;
 }
 
 /// Takes away the rules that begin with the keys of a removal.
@@ -195,12 +199,11 @@ void Removals::remove(Rule* firstGoing) noexcept
             (rule->isRemoval() ? place->second.removals : place->second.rules).erase(rule);
     for (Rule const* rule = firstGoing; rule; rule = rule->nextGoing) {
         auto const place = commands.find(rule->command());
-        if (place == commands.end() || place->second.pass == pass)
+        if (place == commands.end())
             continue;
-        place->second.pass = pass;
         if (place->second.rules.empty() && place->second.removals.empty())
             commands.erase(place);
-        else
+        else if (rule->isRemoval() && std::exchange(place->second.pass, pass) != pass)
             searchAgain(place->second);
     }
     implied.clear();

@@ -53,7 +53,7 @@ private:
         std::vector<Branch> branches;     // by chord
         std::vector<Rule const*> rules;   // of this node and all below, strongest first
         std::size_t sorted = 0;           // of the rules
-        std::size_t pass = 0;             // the last change that has been here
+        std::size_t pass = 0;             // the last change that visited it
     };
     struct Branch {
         Chord chord;
@@ -94,7 +94,7 @@ private:
     struct OfCommand {
         Sorted rules;
         Sorted removals;
-        std::size_t pass = 0;   // the last removal that has been here
+        std::size_t pass = 0;   // the last removal that visited it
     };
 
     bool takes(Rule const& removal, Rule const& rule) const;

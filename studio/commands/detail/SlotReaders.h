@@ -3,8 +3,10 @@
 #include "studio/commands/detail/Conditions.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace studio::commands::detail {
@@ -16,6 +18,20 @@ void reserveFor(List& list, std::size_t count)
     if (list.capacity() < count)
         list.reserve(std::max(count, 2 * list.capacity()));
 }
+
+/// What depends on one thing, in no order. Those of many that go are removed in one pass over the list.
+template <class Reader>
+struct Readers {
+    std::vector<Reader*> all{};
+    std::size_t pass = 0;   // the last one that visited the list
+
+    /// Removes the readers that are no longer present, unless this was done in pass `current`.
+    void removeGone(std::size_t current) noexcept
+    {
+        if (std::exchange(pass, current) != current)
+            std::erase_if(all, [](Reader const* reader) { return !reader->isPresent; });
+    }
+};
 
 /// A slot that a reader uses, and the place of the reader among those of the slot.
 struct SlotUse {

@@ -1,6 +1,7 @@
 #include "studio/commands/detail/TableState.h"
 
 #include "gel/ParseError.h"
+#include "studio/commands/detail/Quoted.h"
 #include "studio/commands/detail/SlotUses.h"
 #include "studio/commands/detail/Title.h"
 
@@ -75,7 +76,7 @@ TableState::Row& TableState::add(Command command)
 {
     if (command.id.empty())
         throw std::invalid_argument{"a command needs an id"};
-    std::string const name = "command \"" + command.id + '"';
+    std::string const name = "command " + inQuotes(command.id);
     if (Row const* const known = rowOf(command.id); known && known->isPresent)
         throw std::invalid_argument{name + " exists already"};
     SlotUses uses{*this};
@@ -108,13 +109,15 @@ TableState::Row& TableState::add(Command command)
     return row;
 }
 
-void TableState::remove(Row& row) noexcept
+void TableState::remove(std::span<Row* const> going) noexcept
 {
-    row.isPresent = false;
-    touch(row);
-    readers.remove(row);
-    for (SlotUse const& use : std::exchange(row.slots, {}))
-        conditions.remove(use.slot);
+    for (Row* const row : going) {
+        row->isPresent = false;
+        touch(*row);
+        readers.remove(*row);
+        for (SlotUse const& use : std::exchange(row->slots, {}))
+            conditions.remove(use.slot);
+    }
 }
 
 TableState::Row* TableState::rowOf(std::string_view id) const noexcept
@@ -194,7 +197,7 @@ void TableState::define(std::string const& name, std::string const& condition)
     try {
         definitions.add(name, condition);
     } catch (gel::ParseError const& error) {
-        throw gel::ParseError{condition, error.offset(), "definition \"" + name + "\": " + error.reason()};
+        throw gel::ParseError{condition, error.offset(), "definition " + inQuotes(name) + ": " + error.reason()};
     }
 }
 
@@ -268,7 +271,7 @@ void TableState::refuseMore() const
 {
     throw std::runtime_error{"receivers of changes have written " + std::to_string(MOST_BATCHES) +
                              " times in a row; the last change was of " +
-                             (changes.empty() ? "menus" : '"' + changes.front().id + '"')};
+                             (changes.empty() ? "menus" : inQuotes(changes.front().id))};
 }
 
 void TableState::deliverAtEnd() noexcept

@@ -36,7 +36,7 @@ public:
     virtual void prepare(std::span<CommandChange const> changes) = 0;
     /// Makes the new state visible.
     virtual void apply() noexcept = 0;
-    /// Calls out with the difference.
+    /// Calls the receiver with the difference.
     virtual void report() = 0;
     /// Forgets everything, at the end of the table.
     virtual void end() noexcept = 0;
@@ -65,8 +65,8 @@ public:
     void define(std::string const& name, std::string const& condition);
     /// Adds a command. It becomes visible with the next delivery. *Throws* as `Contribution`; nothing is added then.
     Row& add(Command command);
-    /// Removes a command that was added. It stays visible until the next delivery.
-    void remove(Row& row) noexcept;
+    /// Removes commands that were added. They stay visible until the next delivery.
+    void remove(std::span<Row* const> going) noexcept;
     /// Returns the state of a command as it was delivered last; null for an unknown one. Allocates nothing.
     CommandState const* find(std::string_view id) const noexcept;
     /// Returns the state that a command is about to have, while a delivery is prepared.

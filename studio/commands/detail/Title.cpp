@@ -1,5 +1,7 @@
 #include "studio/commands/detail/Title.h"
 
+#include "studio/commands/detail/Quoted.h"
+
 #include <stdexcept>
 
 namespace studio::commands::detail {
@@ -17,9 +19,10 @@ std::vector<std::pair<std::string, std::string>> Title::split(std::string const&
         } else {
             std::size_t const end = text.find('}', at);
             if (end == std::string::npos)
-                throw std::invalid_argument{prefix + "a brace is not closed: " + text};
+                throw std::invalid_argument{prefix + "a brace is not closed: " + detail::shown(text)};
             if (text.find_first_not_of(" \t\r\n", at + 1) == end)
-                throw std::invalid_argument{prefix + "there is no expression between the braces: " + text};
+                throw std::invalid_argument{prefix +
+                                            "there is no expression between the braces: " + detail::shown(text)};
             pieces.emplace_back(std::move(literal), text.substr(at + 1, end - at - 1));
             literal.clear();
             at = end + 1;

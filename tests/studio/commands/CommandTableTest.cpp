@@ -119,6 +119,9 @@ TEST_F(Table, RefusesWhatIsWrongAndAddsNothing)
     } const rows[] = {
         {"an id that exists", {{{"new"}, {"save"}}}, "command \"save\" exists already"},
         {"an id twice", {{{"new"}, {"new"}}}, "command \"new\" exists already"},
+        {"strange bytes",
+         {{{"\x01\xc3\xa4\xff"}, {"\x01\xc3\xa4\xff"}}},
+         "command \"\\x01\xc3\xa4\\xff\" exists already"},
         {"no id", {{{""}}}, "a command needs an id"},
         {"a condition", {{{"new", "", "", "", "a &&"}}}, "gel:1:5: command \"new\", visible: "},
         {"a title", {{{"new", "x {n"}}}, "command \"new\", title: a brace is not closed: x {n"},

@@ -1,5 +1,7 @@
 #include "gel/Eval.h"
 #include "studio/commands/Contribution.h"
+#include "studio/commands/Implication.h"
+#include "studio/commands/Keymap.h"
 #include "studio/host/PathEnd.h"
 #include "studio/host/Subscriptions.h"
 #include "support/Contexts.h"
@@ -19,10 +21,10 @@
 #include <utility>
 #include <vector>
 
-// Random steps over a table and menus, beside a list of what is loaded: writes, loads and unloads, also inside
-// callbacks of the engine and inside receivers, and callbacks and receivers that throw. Every report is replayed. At
-// any moment the table and the menus show what was replayed; after each step that is what an evaluation of everything
-// gives.
+// Random steps over a table, menus and a key map, beside a list of what is loaded: writes, loads and unloads, also
+// inside callbacks of the engine and inside receivers, and callbacks and receivers that throw. Every report is
+// replayed. At any moment the table and the menus show what was replayed; after each step that is what an evaluation of
+// everything gives, and the verdicts on keys are those of a scan of all rules.
 namespace studio::commands {
 namespace {
 
@@ -50,6 +52,9 @@ std::vector<Text> const CONDITIONS{{"", "true"},
 std::vector<std::string> const NAMES{"k0", "k1", "k2", "k3", "k4", "k5", "k6", "k7"};
 std::vector<std::string> const MENUS{"m0", "m1", "m2", "m3"};
 std::vector<std::string> const GROUPS{"", "navigation", "1_a", "2_b"};
+std::vector<std::string> const KEYS{"f1", "f1 f2", "f1 f2 f3", "f1 f3", "f2"};
+std::vector<std::string> const RULES{"k0", "k1", "k2", "-k0", "-k1"};
+constexpr char const* REASONS[] = {"wins", "pending", "condition", "disabled", "weaker", "removed"};
 
 struct Planned : std::runtime_error {
     Planned() : runtime_error{"planned"} {}
@@ -131,6 +136,8 @@ private:
     void act(std::size_t& failures)
     {
         verify();
+        KeyMatch const pressed = keymap->press(parseChord(random.oneIn(2) ? "f1" : "f2"));
+        EXPECT_TRUE(pressed.kind == KeyMatch::Kind::None || keymap->rule(pressed.rule));
         if (acts == 0)
             return;
         --acts;
@@ -168,16 +175,26 @@ private:
                                      opens ? std::string{} : random.pick(NAMES),
                                      opens ? random.pick(MENUS) : std::string{}, opens ? TITLE : "", condition()});
         }
+        for (std::size_t i = random.below(4); i != 0; --i) {
+            std::string const command = random.pick(RULES);
+            bool const isAnywhere = command[0] == '-' && random.oneIn(2);
+            parts.rules.push_back({isAnywhere ? std::string{} : random.pick(KEYS),
+                                   command,
+                                   condition(),
+                                   {},
+                                   static_cast<int>(random.below(3)),
+                                   random.oneIn(2) ? "maker" : "user"});
+        }
         if (random.oneIn(10))
             parts.entries.push_back({random.pick(MENUS), "", 0, "k0", "", "", "a &&"});
         if (!isValid(parts)) {
-            EXPECT_ANY_THROW(Contribution(*table, &*menus, nullptr, parts));
+            EXPECT_ANY_THROW(Contribution(*table, &*menus, &*keymap, parts));
             return;
         }
         Loaded& made = loaded.emplace_back(Loaded{parts});   // before it is reported
         ++isMaking;
         try {
-            Contribution contribution{*table, &*menus, nullptr, std::move(parts)};
+            Contribution contribution{*table, &*menus, &*keymap, std::move(parts)};
             made.contribution = std::move(contribution);
         } catch (Planned const&) {
             loaded.remove_if([&](Loaded const& other) { return &other == &made; });
@@ -259,11 +276,15 @@ private:
 
     // What an evaluation of everything gives
 
+    static char const* whole(std::string const& text)
+    {
+        return std::find_if(CONDITIONS.begin(), CONDITIONS.end(),
+                            [&](Text const& condition) { return condition.text == text; })
+            ->whole;
+    }
     bool holds(std::string const& text) const
     {
-        auto const known = std::find_if(CONDITIONS.begin(), CONDITIONS.end(),
-                                        [&](Text const& condition) { return condition.text == text; });
-        gel::Value const value = gel::eval(known->whole, Source{root});
+        gel::Value const value = gel::eval(whole(text), Source{root});
         return value.isLogical() ? value.getBool() : value.isDouble() && value.getDouble() != 0;
     }
     std::string shown(std::string const& title) const
@@ -327,6 +348,69 @@ private:
         return items;
     }
 
+    /// The verdicts by definition: a scan of all rules, each compared with each.
+    std::string verdicts(KeySequence const& keys, std::map<std::string, CommandState> const& commands) const
+    {
+        auto const begins = [](KeySequence const& all, KeySequence const& begin) {
+            return begin.size() <= all.size() && std::equal(begin.begin(), begin.end(), all.begin());
+        };
+        std::vector<KeyRule const*> rules;
+        for (Loaded const& plugin : loaded)
+            for (KeyRule const& rule : plugin.parts.rules)
+                rules.insert(rules.begin(), &rule);
+        auto const isRemoved = [&](KeyRule const& rule) {
+            return std::any_of(rules.begin(), rules.end(), [&](KeyRule const* removal) {
+                return removal->command == '-' + rule.command && removal->source != rule.source &&
+                       (removal->keys.empty() || begins(parseKeys(rule.keys), parseKeys(removal->keys))) &&
+                       implies(whole(rule.when), whole(removal->when));
+            });
+        };
+        std::vector<KeyRule const*> order = rules;
+        std::stable_sort(order.begin(), order.end(),
+                         [](KeyRule const* left, KeyRule const* right) { return left->weight > right->weight; });
+        std::string text;
+        bool isDecided = false;
+        for (KeyRule const* const rule : order) {
+            if (rule->command[0] == '-' || !begins(parseKeys(rule->keys), keys))
+                continue;
+            auto const command = commands.find(rule->command);
+            bool const isEnabled = command == commands.end() || command->second.isEnabled;
+            bool const counts = isEnabled || policy == Keymap::Disabled::Swallowed;
+            char const* const reason = isRemoved(*rule)                             ? "removed"
+                                       : !holds(rule->when)                         ? "condition"
+                                       : !counts                                    ? "disabled"
+                                       : std::exchange(isDecided, true)             ? "weaker"
+                                       : parseKeys(rule->keys).size() > keys.size() ? "pending"
+                                       : !isEnabled                                 ? "disabled"
+                                                                                    : "wins";
+            text += textOf(*rule) + reason + "; ";
+        }
+        return text;
+    }
+    static std::string textOf(KeyRule const& rule) { return rule.keys + ' ' + rule.command + ' ' + rule.when + ' '; }
+
+    void checkKeys(std::map<std::string, CommandState> const& commands)
+    {
+        for (std::string const& each : KEYS) {
+            KeySequence const keys = parseKeys(each);
+            std::string text;
+            std::optional<std::size_t> deciding;
+            for (KeyVerdict const& verdict : keymap->verdicts(keys)) {
+                using Reason = KeyVerdict::Reason;
+                text += textOf(*keymap->rule(verdict.rule)) + REASONS[static_cast<std::size_t>(verdict.reason)] + "; ";
+                if (verdict.reason == Reason::Wins || verdict.reason == Reason::Pending ||
+                    (verdict.reason == Reason::CommandDisabled && policy == Keymap::Disabled::Swallowed))
+                    deciding = verdict.rule;
+                if (verdict.reason == Reason::Weaker) {
+                    EXPECT_EQ(verdict.by, deciding);
+                }
+            }
+            EXPECT_EQ(text, verdicts(keys, commands)) << each;
+            KeyMatch const match = keymap->match(keys);
+            EXPECT_EQ(match.kind == KeyMatch::Kind::None ? std::nullopt : std::optional{match.rule}, deciding);
+        }
+    }
+
     void check()
     {
         areListsCurrent = true;
@@ -347,12 +431,13 @@ private:
                 item.entry = 0;
             EXPECT_EQ(items, itemsOf(menu, naive)) << menu;
         }
+        checkKeys(naive);
     }
 
     /// Ends everything, in any order.
     void end()
     {
-        std::vector<int> order{0, 1, 2, 3, 3, 3};
+        std::vector<int> order{0, 1, 2, 3, 4, 4, 4};
         for (std::size_t i = order.size(); i != 1; --i)
             std::swap(order[i - 1], order[random.below(i)]);
         for (int const what : order) {
@@ -360,10 +445,12 @@ private:
             case 0: engine.reset(); break;
             case 1: table.reset(); break;
             case 2: menus.reset(); break;
+            case 3: keymap.reset(); break;
             default: unload();
             }
             if (table && menus)
                 verify();
+            EXPECT_TRUE(table || !keymap || keymap->verdicts(parseKeys("f1")).empty());
             EXPECT_TRUE(table || !menus || (menus->list().empty() && menus->items("m0").empty()));
             if (table && !engine) {
                 EXPECT_THROW(Contribution(*table, nullptr, nullptr, {}), std::logic_error);
@@ -383,6 +470,8 @@ private:
     std::vector<std::unique_ptr<data::ExpressionHandle>> callbacks;
     std::optional<CommandTable> table{*engine};
     std::optional<Menus> menus{*table};
+    Keymap::Disabled const policy = random.oneIn(2) ? Keymap::Disabled::Swallowed : Keymap::Disabled::PassedOver;
+    std::optional<Keymap> keymap{std::in_place, *table, policy};
     std::list<Loaded> loaded;
     std::map<std::string, CommandState> states;
     std::map<std::string, std::vector<MenuItem>> lists;

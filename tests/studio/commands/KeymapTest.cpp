@@ -1,18 +1,14 @@
 #include "studio/commands/Keymap.h"
-#include "gel/Eval.h"
 #include "studio/commands/Contribution.h"
-#include "studio/commands/Implication.h"
 #include "studio/data/ExpressionEngine.h"
 #include "support/Allocations.h"
 #include "support/Contexts.h"
-#include "support/Random.h"
 #include "support/Refusals.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
-#include <map>
 #include <optional>
 #include <string>
 #include <utility>
@@ -256,6 +252,26 @@ TEST(Keymap, GetsRulesTogetherWithTheirCommandsWhenTheRoundEnds)
     EXPECT_EQ(f.verdicts("f1"), "1 disabled, needs d; 0 removed 2");
 }
 
+TEST(Keymap, ARemovalThatEndsIsReplacedByOneThatCounts)
+{
+    Fixture f;
+    KeyRule const narrow{"f1", "-one", {}, {}, 0, "user"};
+    Contribution const rules = f.load({{"f1", "one"}});
+    Contribution first = f.load({narrow});
+    Contribution const second = f.load({narrow});
+    Contribution third;
+    std::string during;
+    auto const handle = f.engine.acquireExpression("c", [&](std::string const&, data::PropertyValue const& value) {
+        if (value.getBool())
+            return;
+        third = f.load({{"", "-one", {}, {}, 0, "user"}});
+        first = {};
+        during = f.verdicts("f1");
+    });
+    f.root->setPropertyValue("c", false);
+    EXPECT_EQ(during, "0 removed 2");
+}
+
 TEST(Keymap, APressAllocatesNothing)
 {
     Fixture f;
@@ -284,123 +300,6 @@ TEST(Keymap, LoadsAndUnloadsManyRulesOnOneKeyInLinearMemory)
     EXPECT_EQ(f.keymap.verdicts(parseKeys("f1")).size(), 10'000u);
     all = {};
     EXPECT_EQ(f.match("f1"), "none");
-}
-
-/// Reads the logicals of a root.
-struct Logicals final : gel::DataSource {
-    explicit Logicals(data::ContextProvider const& provider) : root{provider} {}
-    gel::Value lookup(std::string const& symbol) const override { return root.getPropertyValue(symbol).getBool(); }
-    data::ContextProvider const& root;
-};
-
-using Rules = std::map<std::size_t, KeyRule>;
-
-/// The verdicts by definition: a scan of all rules, each compared with each.
-std::string naiveVerdicts(Fixture const& f, Rules const& rules, std::string const& sequence, Keymap::Disabled policy)
-{
-    KeySequence const keys = parseKeys(sequence);
-    auto const begins = [](KeySequence const& all, KeySequence const& begin) {
-        return begin.size() <= all.size() && std::equal(begin.begin(), begin.end(), all.begin());
-    };
-    auto const holds = [&](std::string const& condition) {
-        return condition.empty() || gel::eval(condition, Logicals{*f.root}).getBool();
-    };
-    auto const isRemoved = [&](KeyRule const& rule) {
-        return std::any_of(rules.begin(), rules.end(), [&](auto const& each) {
-            KeyRule const& removal = each.second;
-            return removal.command == '-' + rule.command && removal.source != rule.source &&
-                   (removal.keys.empty() || begins(parseKeys(rule.keys), parseKeys(removal.keys))) &&
-                   implies(rule.when, removal.when);
-        });
-    };
-    std::vector<std::pair<int, std::size_t>> order;
-    for (auto const& [number, rule] : rules)
-        if (rule.command[0] != '-' && begins(parseKeys(rule.keys), keys))
-            order.emplace_back(-rule.weight, ~number);
-    std::sort(order.begin(), order.end());
-    std::string text;
-    bool isDecided = false;
-    for (auto const& place : order) {
-        KeyRule const& rule = rules.at(~place.second);
-        bool const isLonger = parseKeys(rule.keys).size() > keys.size();
-        bool const isEnabled = holds(rule.command == "one" ? "a" : rule.command == "two" ? "b" : "");
-        bool const counts = isEnabled || policy == Keymap::Disabled::Swallowed;
-        bool const decides = !isRemoved(rule) && holds(rule.when) && counts && !isDecided;
-        text += std::to_string(~place.second) + ' ' +
-                (isRemoved(rule)     ? "removed"
-                 : !holds(rule.when) ? "condition"
-                 : !counts           ? "disabled"
-                 : isDecided         ? "weaker"
-                 : isLonger          ? "pending"
-                 : !isEnabled        ? "disabled"
-                                     : "wins") +
-                "; ";
-        isDecided |= decides;
-    }
-    return text;
-}
-
-TEST(Keymap, AnswersAsAScanOfAllRulesDoesWhileRulesComeAndGo)
-{
-    static constexpr std::array KEYS{"f1", "f1 f2", "f1 f2 f3", "f1 f3", "f2"};
-    static constexpr std::array COMMANDS{"one", "two", "x", "-one", "-x"};
-    static constexpr std::array CONDITIONS{"", "a", "c", "a && c", "d || a && c", "!d && c", "c && (a || b)", "d"};
-    static constexpr std::array SOURCES{"maker", "user"};
-    for (std::uint64_t const seed : support::seeds(4)) {
-        support::Random random{seed};
-        auto const policy = random.oneIn(2) ? Keymap::Disabled::Swallowed : Keymap::Disabled::PassedOver;
-        Fixture f{policy};
-        f.table.explainWith({});
-        std::vector<std::pair<Contribution, std::vector<std::size_t>>> loaded;
-        Rules rules;
-        std::size_t next = 0;
-        for (int step = 0; step != 150; ++step) {
-            if (random.oneIn(3)) {
-                std::string const name{"abcd"[random.below(4)]};
-                f.root->setPropertyValue(name, !f.root->getPropertyValue(name).getBool());
-            } else if (loaded.size() > 5 || (!loaded.empty() && random.oneIn(3))) {
-                auto const gone = loaded.begin() + static_cast<std::ptrdiff_t>(random.below(loaded.size()));
-                for (std::size_t const number : gone->second)
-                    rules.erase(number);
-                loaded.erase(gone);
-            } else {
-                std::vector<KeyRule> added(1 + random.below(4));
-                std::vector<std::size_t> numbers;
-                for (KeyRule& rule : added) {
-                    rule = {random.pick(KEYS),
-                            random.pick(COMMANDS),
-                            random.pick(CONDITIONS),
-                            {},
-                            static_cast<int>(random.below(3)),
-                            random.pick(SOURCES)};
-                    if (rule.command[0] == '-' && random.oneIn(2))
-                        rule.keys.clear();
-                    rules.emplace(next, rule);
-                    numbers.push_back(next++);
-                }
-                loaded.emplace_back(f.load(added), numbers);
-            }
-            for (char const* const keys : KEYS) {
-                std::string text;
-                std::string decided = "none";
-                for (KeyVerdict const& each : f.keymap.verdicts(parseKeys(keys))) {
-                    std::string const row =
-                        std::to_string(each.rule) + ' ' + REASONS[static_cast<std::size_t>(each.reason)];
-                    text += row + "; ";
-                    bool const isSwallowed =
-                        each.reason == Reason::CommandDisabled && policy == Keymap::Disabled::Swallowed;
-                    if (each.reason == Reason::Wins || each.reason == Reason::Pending || isSwallowed)
-                        decided = (isSwallowed     ? "swallowed "
-                                   : each.isLonger ? "pending "
-                                                   : "runs ") +
-                                  std::to_string(each.rule) +
-                                  (each.reason == Reason::Wins ? ' ' + f.keymap.rule(each.rule)->command : "");
-                }
-                ASSERT_EQ(text, naiveVerdicts(f, rules, keys, policy)) << "seed " << seed << ", step " << step;
-                ASSERT_EQ(f.match(keys), decided) << "seed " << seed << ", step " << step;
-            }
-        }
-    }
 }
 
 }   // namespace

@@ -87,7 +87,7 @@ TEST(Manifest, ErrorsNameFilePlaceAndReason)
                  "/definitions/y: a definition leads back to itself: y -> x -> y"},
              Row{R"({"definitions": {"x": "("}})", "/definitions/x: gel:1:2: expected an operand, found end of text"},
              Row{"{\"source\": \"\xff\"}", "line 1, column 13: syntax error while parsing value - invalid string: "
-                                           "ill-formed UTF-8 byte; last read: '\"\xff'"},
+                                           "ill-formed UTF-8 byte; last read: '\"\\xff'"},
              Row{"{\"keys\": [" + std::string(100'000, '[') + "]}", "/keys/0/0/0"},
          }) {
         std::string const refusal =
