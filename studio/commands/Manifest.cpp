@@ -25,7 +25,7 @@ namespace studio::commands {
 
 using detail::inQuotes;
 using detail::JsonPlace;
-using Kind = detail::JsonValue::Kind;
+using JsonKind = detail::JsonValue::Kind;
 
 namespace {
 
@@ -42,7 +42,7 @@ template <class T>
 T readObject(JsonPlace const& place, std::span<Member<T> const> members)
 {
     T result{};
-    auto const& parts = place.as(Kind::Object).value->parts;
+    auto const& parts = place.as(JsonKind::Object).value->parts;
     for (std::size_t i = 0; i != parts.size(); ++i) {
         host::SimilarName similar{parts[i].name};
         auto member = members.begin();
@@ -63,7 +63,7 @@ template <class T>
 std::vector<T> readList(JsonPlace const& place, std::span<Member<T> const> members, void (*check)(JsonPlace const&, T&))
 {
     std::vector<T> result;
-    for (std::size_t i = 0; i != place.as(Kind::List).value->parts.size(); ++i) {
+    for (std::size_t i = 0; i != place.as(JsonKind::List).value->parts.size(); ++i) {
         JsonPlace const item = place.part(i);
         result.push_back(readObject(item, members));
         check(item, result.back());
@@ -164,7 +164,7 @@ std::vector<std::pair<std::string, std::string>> definitions(Place place)
 {
     std::vector<std::pair<std::string, std::string>> result;
     detail::Definitions known;   // refuses names that are not plain, and cycles
-    for (std::size_t i = 0; i != place.as(Kind::Object).value->parts.size(); ++i) {
+    for (std::size_t i = 0; i != place.as(JsonKind::Object).value->parts.size(); ++i) {
         JsonPlace const item = place.part(i);
         result.emplace_back(item.value->name, condition(item));
         try {
@@ -198,7 +198,7 @@ constexpr std::array DOCUMENT{
     Member<Document>{"commands", [](Place at, Document& into) { into.parts.commands = commands(at); }},
     Member<Document>{"menus",
                      [](Place at, Document& into) {
-                         for (std::size_t i = 0; i != at.as(Kind::Object).value->parts.size(); ++i)
+                         for (std::size_t i = 0; i != at.as(JsonKind::Object).value->parts.size(); ++i)
                              for (MenuEntry& entry : readList<MenuEntry>(at.part(i), ENTRY, &checkEntry)) {
                                  entry.menu = at.value->parts[i].name;
                                  into.parts.entries.push_back(std::move(entry));

@@ -15,7 +15,7 @@ using Kind = JsonValue::Kind;
 
 namespace {
 
-constexpr std::size_t MOST_LEVELS = 100;
+constexpr std::size_t MOST_NESTED = 100;
 
 [[noreturn]] void refuse(std::string_view file, std::string const& place, std::string const& reason)
 {
@@ -108,8 +108,8 @@ private:
     }
     bool open(Kind kind)
     {
-        if (levels.size() == MOST_LEVELS)
-            refuse(file, pointer(), "nested deeper than " + std::to_string(MOST_LEVELS) + " levels");
+        if (levels.size() == MOST_NESTED)
+            refuse(file, pointer(), "nested deeper than " + std::to_string(MOST_NESTED) + " levels");
         JsonValue& opened = place();
         opened.kind = kind;
         levels.push_back(&opened);

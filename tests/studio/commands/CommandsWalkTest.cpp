@@ -366,8 +366,9 @@ private:
             });
         };
         std::vector<KeyRule const*> order = rules;
-        std::stable_sort(order.begin(), order.end(),
-                         [](KeyRule const* left, KeyRule const* right) { return left->weight > right->weight; });
+        std::stable_sort(order.begin(), order.end(), [](KeyRule const* stronger, KeyRule const* weaker) {
+            return stronger->weight > weaker->weight;
+        });
         std::string text;
         bool isDecided = false;
         for (KeyRule const* const rule : order) {
