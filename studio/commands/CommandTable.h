@@ -41,7 +41,9 @@ public:
     /// Returns the sentences that say why a condition does not hold, such as `inspect::Reasons::reasonFor`.
     using Reasons = std::function<std::vector<std::string>(std::string const& condition)>;
 
-    /// A table over the contexts of `engine`. *Throws* `std::invalid_argument` unless the engine keeps shared symbols.
+    /// A table over the contexts of `engine`. Made in a callback of the engine, it does not wait for the end of that
+    /// round: what is added there is reported at once. *Throws* `std::invalid_argument` unless the engine keeps shared
+    /// symbols.
     explicit CommandTable(data::ExpressionEngine& engine);
     /// Ends all subscriptions. Menus, key maps and contributions that still exist become empty; nothing is reported.
     ~CommandTable();

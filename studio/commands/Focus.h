@@ -13,8 +13,8 @@ namespace studio::commands {
 /// `focus` and all that is read through it are undefined then. What a part needs in conditions over `focus` are
 /// properties of its own context.
 ///
-/// *Notifies*: as the one write that it is, before it returns; conditions over the old and the new part change in one
-/// batch. Of nothing, and returns `Same`, if the part has the focus already. *Throws* `std::invalid_argument` for a
+/// *Notifies*: as one write, before it returns; conditions over the old and the new part change in one batch. If the
+/// part has the focus already, nothing is written and `Same` is returned. *Throws* `std::invalid_argument` for a
 /// null `root`, otherwise as `host::put`. *Lifetime*: keeps no context alive. Clear the focus before its part is
 /// destroyed: a reference to a context that is gone still counts as true.
 STUDIO_COMMANDS_EXPORT host::Written focus(std::shared_ptr<data::ContextProvider> const& root,

@@ -15,8 +15,7 @@ constexpr char const* EDITOR = R"json({
     {"id": "save", "title": "Save", "category": "File", "enabled": "editor.dirty && !editor.readOnly"},
     {"id": "saveAll", "title": "Save All", "category": "File", "enabled": "window.files > 1 && editor.dirty"},
     {"id": "reload", "title": "Reload", "category": "File", "enabled": "defined(editor.file) && !editor.dirty"},
-    {"id": "close", "title": "Close {editor.file ?? ''}", "category": "File", "enabled": "defined(editor.file)"
-},
+    {"id": "close", "title": "Close {editor.file ?? ''}", "category": "File", "enabled": "defined(editor.file)"},
     {"id": "undo", "title": "Undo{editor.undo > 0 ? ' (' + editor.undo + ')' : ''}", "category": "Edit",
      "enabled": "editor.undo > 0 && canEdit"},
     {"id": "redo", "title": "Redo{editor.redo > 0 ? ' (' + editor.redo + ')' : ''}", "category": "Edit",
@@ -93,9 +92,7 @@ constexpr char const* EDITOR = R"json({
 
 constexpr char const* VERSIONS = R"json({
   "source": "versions",
-  "definitions": {"isOpen": "defined(project.repository)"
-}
-,
+  "definitions": {"isOpen": "defined(project.repository)"},
   "commands": [
     {"id": "commit", "title": "Commit", "category": "Repository",
      "enabled": "isOpen && project.repository.staged > 0"},
