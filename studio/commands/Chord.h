@@ -22,6 +22,7 @@ struct Chord {
     /// The number of the key: an index into `keyNames()`.
     std::uint8_t key = 0;
 
+    /// Chords are ordered by their modifiers, then by the number of their key.
     friend auto operator<=>(Chord const&, Chord const&) = default;
 };
 
