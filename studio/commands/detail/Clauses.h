@@ -27,7 +27,7 @@ private:
     struct Clause {
         std::size_t begin;   // in `pool`; the first two literals are watched
         std::size_t size;
-        std::size_t next = 2;   // where the search for another literal to watch goes on
+        std::size_t next = 2;   // index of the literal that is tried next as a watched one
     };
     struct Decision {
         std::size_t trail;   // the length of the trail before
