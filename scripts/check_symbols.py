@@ -27,7 +27,7 @@ def alike(name):
     """The demangled name as every platform spells it: without the inline namespaces of the standard libraries, and with
     `long` for the 64-bit integers that Windows calls `long long`."""
     name = re.sub(r"std::(?:__cxx11|__1)::", "std::", name).replace("[abi:cxx11]", "")
-    return re.sub(r"\b(unsigned )?long long\b", r"\1long", name)
+    return re.sub(r"\b(unsigned )?long long\b", r"\1long", re.sub(r"(?<=\d)ull\b", "ul", name))
 
 
 def demangled(library):
@@ -36,7 +36,7 @@ def demangled(library):
         text = subprocess.run(["x86_64-w64-mingw32-objdump", "-p", library], capture_output=True, encoding="utf-8",
                               errors="replace", check=True).stdout
         mangled = "".join(line.split()[-1] + "\n" for line in DLL_NAMES.search(text)[1].splitlines())
-        names = subprocess.run(["c++filt"], input=mangled, capture_output=True, encoding="utf-8", check=True).stdout
+        names = subprocess.run(["c++filt", "--no-verbose"], input=mangled, capture_output=True, encoding="utf-8", check=True).stdout
         yield from (("T", alike(name)) for name in names.splitlines())
         return
     lines = subprocess.run(["nm", "-DC", "--defined-only", library], capture_output=True, encoding="utf-8", check=True)

@@ -33,7 +33,7 @@ def defined(nm, objects):
 def main(nm, list_path, objects, out):
     symbols = defined(nm, objects)
     text = "".join(symbol + "\n" for symbol in symbols)
-    names = subprocess.run(["c++filt"], input=text, capture_output=True, encoding="utf-8", check=True).stdout.splitlines()
+    names = subprocess.run(["c++filt", "--no-verbose"], input=text, capture_output=True, encoding="utf-8", check=True).stdout.splitlines()
     names = dict(zip(symbols, map(alike, names)))
     listed = read_list(list_path)
     missing = listed - set(names.values())
