@@ -9,7 +9,9 @@ set(CPACK_RESOURCE_FILE_LICENSE "${PROJECT_SOURCE_DIR}/LICENSE")
 set(CPACK_PACKAGE_FILE_NAME "${PROJECT_NAME}-${PROJECT_VERSION}-${CMAKE_SYSTEM_NAME}-${CMAKE_SYSTEM_PROCESSOR}")
 set(CPACK_GENERATOR TGZ)
 set(CPACK_SOURCE_GENERATOR TGZ)
-set(CPACK_SOURCE_IGNORE_FILES "/\\\\.git/" "/build/" "/\\\\.deps/" "/\\\\.cache/")
+# Of this tree only: what stands in its folders, wherever the tree itself is.
+string(REGEX REPLACE "([][+.*()^$?|])" "\\\\\\1" _tree "${PROJECT_SOURCE_DIR}")
+set(CPACK_SOURCE_IGNORE_FILES "^${_tree}/(\\.git|build|\\.deps|\\.cache)(/|$)" "/__pycache__/")
 set(CPACK_VERBATIM_VARIABLES ON)
 
 set(_library libstudio-data${PROJECT_VERSION_MAJOR})

@@ -1,0 +1,30 @@
+# cmake -DBUILD=... -DSTAGE=... -P Sources.cmake
+# Packs the sources as cpack does, in STAGE/studio_data.tar.gz. An archive that holds the same files is left as it is, so
+# that what was built from it is not built again.
+get_filename_component(bin "${CMAKE_COMMAND}" DIRECTORY)
+file(REMOVE_RECURSE "${STAGE}/packing")
+execute_process(COMMAND "${bin}/cpack" --config "${BUILD}/CPackSourceConfig.cmake" -G TGZ -B "${STAGE}/packing"
+    OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+file(GLOB archive "${STAGE}/packing/*.tar.gz")
+file(ARCHIVE_EXTRACT INPUT "${archive}" DESTINATION "${STAGE}/packing/unpacked")
+file(GLOB_RECURSE files RELATIVE "${STAGE}/packing/unpacked" "${STAGE}/packing/unpacked/*")
+list(FILTER files INCLUDE REGEX "/(\\.git|build|\\.deps)(/|$)")
+if(files)
+    message(FATAL_ERROR "not of the sources: ${files}")
+endif()
+
+file(GLOB_RECURSE files "${STAGE}/packing/unpacked/*")
+set(sums "")
+foreach(file IN LISTS files)
+    file(SHA256 "${file}" sum)
+    string(APPEND sums "${sum} ${file}\n")
+endforeach()
+set(before "")
+if(EXISTS "${STAGE}/studio_data.tar.gz" AND EXISTS "${STAGE}/sums")
+    file(READ "${STAGE}/sums" before)
+endif()
+if(NOT sums STREQUAL before)
+    file(RENAME "${archive}" "${STAGE}/studio_data.tar.gz")
+    file(WRITE "${STAGE}/sums" "${sums}")
+endif()
+file(REMOVE_RECURSE "${STAGE}/packing")
