@@ -14,7 +14,7 @@ int main(int count, char** folders)
         for (auto const& entry : std::filesystem::directory_iterator{folders[i]}) {
             std::ifstream file{entry.path(), std::ios::binary};
             std::string const bytes{std::istreambuf_iterator<char>{file}, {}};
-            std::fprintf(stderr, "%s\n", entry.path().c_str());
+            std::fprintf(stderr, "%s\n", entry.path().string().c_str());
             LLVMFuzzerTestOneInput(reinterpret_cast<std::uint8_t const*>(bytes.data()), bytes.size());
             ++inputs;
         }

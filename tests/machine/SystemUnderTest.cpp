@@ -239,20 +239,21 @@ void SystemUnderTest::bind(int number, Binding const& binding)
     Slot const& slot = m_slots[Store::index(binding.slot)];
     Provider const provider = slot.provider;
     boost::uuids::uuid const id = realValue(Ref{slot.last}).getUUID();
-    studio::data::ExpressionEngine::Leaf const leaf{binding.symbol, binding.offset};
-    std::string_view const rest = std::string_view{binding.symbol}.substr(binding.offset);
+    auto const offset = static_cast<unsigned long>(binding.offset);
+    studio::data::ExpressionEngine::Leaf const leaf{binding.symbol, offset};
+    std::string_view const rest = std::string_view{binding.symbol}.substr(offset);
     inSystem([&] {
         switch (binding.what) {
         case Binding::AcquireSymbol: return engine->acquireSymbol(binding.symbol, binding.text);
         case Binding::ReleaseSymbol: return engine->releaseSymbol(binding.symbol, binding.text);
-        case Binding::MoveLeaf: engine->releaseLeaf(binding.symbol, binding.offset); [[fallthrough]];
-        case Binding::AcquireLeaf: return engine->acquireLeaf(binding.symbol, binding.offset, provider);
-        case Binding::ReleaseLeaf: return engine->releaseLeaf(binding.symbol, binding.offset);
-        case Binding::ReleaseAlong: return engine->releaseLeaf(binding.symbol, binding.offset, provider);
-        case Binding::ReleaseAlongId: return engine->releaseLeaf(binding.symbol, binding.offset, id);
+        case Binding::MoveLeaf: engine->releaseLeaf(binding.symbol, offset); [[fallthrough]];
+        case Binding::AcquireLeaf: return engine->acquireLeaf(binding.symbol, offset, provider);
+        case Binding::ReleaseLeaf: return engine->releaseLeaf(binding.symbol, offset);
+        case Binding::ReleaseAlong: return engine->releaseLeaf(binding.symbol, offset, provider);
+        case Binding::ReleaseAlongId: return engine->releaseLeaf(binding.symbol, offset, id);
         case Binding::RemoveLeaf: return engine->removeLeaf(rest.substr(0, rest.find('.')), leaf, id);
         case Binding::CutOff:
-            return engine->processDestroyedImpl(id, {{binding.symbol, binding.offset}}, {binding.symbol});
+            return engine->processDestroyedImpl(id, {{binding.symbol, offset}}, {binding.symbol});
         default: return engine->updateExpression(binding.text);
         }
     });

@@ -147,7 +147,7 @@ bool EngineState::walk(Symbol const& symbol, unsigned long offset, std::shared_p
         step(provider->getId(), offset, name, property);
         if (isLast || !property || !property->getValue().isUUID())
             return !isHidden;
-        offset += name.size() + 1;
+        offset += static_cast<unsigned long>(name.size()) + 1;
         boost::uuids::uuid const next = property->getValue().getUUID();
         provider = data::model::getContextProvider(next);
         if (!provider) {
