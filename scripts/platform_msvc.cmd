@@ -1,6 +1,6 @@
 @echo off
 rem Builds everything with MSVC, by the preset msvc, and runs the tests. Packages come from the vcpkg that VCPKG_ROOT names,
-rem or VCPKG_INSTALLATION_ROOT as on hosted machines; vcpkg.json says which. Not yet run.
+rem or VCPKG_INSTALLATION_ROOT as on hosted machines; packaging/vcpkg/vcpkg.json says which. Not yet run.
 setlocal
 cd /d "%~dp0.." || exit /b 1
 
