@@ -6,6 +6,7 @@ include(GNUInstallDirs)
 set(_headers "${CMAKE_INSTALL_INCLUDEDIR}/studio_data")
 set(_package "${CMAKE_INSTALL_LIBDIR}/cmake/studio_data")
 install(TARGETS studio_data EXPORT studio_data-targets
+    RUNTIME COMPONENT runtime
     LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
     ARCHIVE COMPONENT development
     FILE_SET framework DESTINATION "${_headers}" COMPONENT development
@@ -19,6 +20,7 @@ get_property(_components GLOBAL PROPERTY studio_data_COMPONENTS)
 set(STUDIO_DATA_NEEDS "")
 foreach(_component IN LISTS _components)
     install(TARGETS studio_data_${_component} EXPORT studio_data-${_component}-targets
+        RUNTIME COMPONENT runtime
         LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
         ARCHIVE COMPONENT development
         FILE_SET headers DESTINATION "${_headers}" COMPONENT development)
@@ -69,5 +71,7 @@ if(NOT STUDIO_DATA_DEBIAN)
     # What is installed finds the library beside itself, wherever the whole is moved to.
     cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR BASE_DIRECTORY "${CMAKE_INSTALL_FULL_BINDIR}"
         OUTPUT_VARIABLE _libraries)
-    set(CMAKE_INSTALL_RPATH "$ORIGIN/${_libraries}")
+    if(STUDIO_DATA_ORIGIN)
+        set(CMAKE_INSTALL_RPATH "${STUDIO_DATA_ORIGIN}/${_libraries}")
+    endif()
 endif()

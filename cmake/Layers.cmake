@@ -1,3 +1,12 @@
+# How a loader names the folder of the file that it loads. Windows looks there in any case.
+if(APPLE)
+    set(STUDIO_DATA_ORIGIN "@loader_path")
+elseif(UNIX)
+    set(STUDIO_DATA_ORIGIN "$ORIGIN")
+else()
+    set(STUDIO_DATA_ORIGIN "")
+endif()
+
 # The library is built storey by storey: each layer is an object library, and studio_data joins their objects.
 # Linking the object libraries instead would make them part of what a static build has to export.
 
@@ -7,21 +16,55 @@ target_compile_features(studio_data_build INTERFACE cxx_std_20)
 target_include_directories(studio_data_build INTERFACE "${PROJECT_SOURCE_DIR}/framework" "${PROJECT_SOURCE_DIR}")
 target_link_libraries(studio_data_build INTERFACE Boost::headers studio_data_warnings studio_data_instrumentation)
 target_compile_definitions(studio_data_build INTERFACE ${STUDIO_DATA_UUID_DEFINITION})
+target_link_libraries(studio_data_build INTERFACE studio_data_arithmetic)
 if(BUILD_SHARED_LIBS)
-    target_compile_options(studio_data_build INTERFACE -fno-semantic-interposition)
+    # CMake defines this for the sources of the library itself, which are all in its layers.
+    target_compile_definitions(studio_data_build INTERFACE studio_data_EXPORTS)
+    if(UNIX AND NOT APPLE)
+        target_compile_options(studio_data_build INTERFACE -fno-semantic-interposition)
+    endif()
 else()
     target_compile_definitions(studio_data_build INTERFACE STUDIO_DATA_STATIC)
 endif()
 
 # The shared library is optimised as a whole when it is linked: a write passes a dozen small functions of as many sources,
 # and costs a fifth less. The objects keep their own code too, for who links them.
-if(BUILD_SHARED_LIBS AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_BUILD_TYPE STREQUAL "Release"
+if(BUILD_SHARED_LIBS AND UNIX AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_BUILD_TYPE STREQUAL "Release"
         AND NOT STUDIO_DATA_SANITIZE AND NOT STUDIO_DATA_COVERAGE)
     set(STUDIO_DATA_WHOLE_PROGRAM -flto=auto -ffat-lto-objects)
     target_link_options(studio_data_build INTERFACE -fno-lto)
 else()
     set(STUDIO_DATA_WHOLE_PROGRAM)
 endif()
+
+# studio_data_limit_exports(<target> <objects...>): a shared library exports what cmake/exports/<target>.txt lists, and no more.
+function(studio_data_limit_exports target)
+    if(NOT BUILD_SHARED_LIBS)
+        return()
+    endif()
+    if(WIN32 AND NOT MSVC)
+        # An exported class would export all of its members here, so the list itself says what is exported.
+        find_package(Python3 REQUIRED COMPONENTS Interpreter)
+        set(script "${PROJECT_SOURCE_DIR}/scripts/exports.py")
+        set(exports "${PROJECT_SOURCE_DIR}/cmake/exports/${target}.txt")
+        set(objects "${PROJECT_BINARY_DIR}/exports/${target}.objects")
+        set(definition "${PROJECT_BINARY_DIR}/exports/${target}.def")
+        file(GENERATE OUTPUT "${objects}" CONTENT "$<JOIN:${ARGN},\n>\n")
+        add_custom_command(TARGET ${target} PRE_LINK VERBATIM
+            COMMAND Python3::Interpreter "${script}" "${CMAKE_NM}" "${exports}" "${objects}" "${definition}")
+        target_link_options(${target} PRIVATE "${definition}")
+        set_target_properties(${target} PROPERTIES LINK_DEPENDS "${exports};${script}")
+    elseif(UNIX AND NOT APPLE)
+        # Names of the library's own namespaces, as far as they are visible; the test `symbols` compares them with the list.
+        set(exports "${PROJECT_SOURCE_DIR}/cmake/${target}.map")
+        target_link_options(${target} PRIVATE "LINKER:--version-script=${exports}")
+        # A sanitized library takes its runtime from the program that loads it.
+        if(NOT STUDIO_DATA_SANITIZE)
+            target_link_options(${target} PRIVATE "LINKER:--no-undefined")
+        endif()
+        set_target_properties(${target} PROPERTIES LINK_DEPENDS "${exports}")
+    endif()
+endfunction()
 
 # studio_data_layer(<name> [LINK <private libraries>] [PUBLIC_HEADERS ...] [PRIVATE_HEADERS ...] [SOURCES ...])
 #   Files are named from the current folder. Public headers are installed, private ones only checked.
@@ -80,14 +123,11 @@ macro(studio_data_library)
         SOVERSION ${PROJECT_VERSION_MAJOR}
         VERIFY_INTERFACE_HEADER_SETS ${PROJECT_IS_TOP_LEVEL})
     if(BUILD_SHARED_LIBS)
-        set(_exports "${PROJECT_SOURCE_DIR}/cmake/studio_data.map")
-        target_link_options(studio_data PRIVATE "LINKER:--version-script=${_exports}" LINKER:-Bsymbolic-functions
-            ${STUDIO_DATA_WHOLE_PROGRAM})
-        # A sanitized library takes its runtime from the program that loads it.
-        if(NOT STUDIO_DATA_SANITIZE)
-            target_link_options(studio_data PRIVATE "LINKER:--no-undefined")
+        studio_data_limit_exports(studio_data ${STUDIO_DATA_OBJECTS})
+        target_link_options(studio_data PRIVATE ${STUDIO_DATA_WHOLE_PROGRAM})
+        if(UNIX AND NOT APPLE)
+            target_link_options(studio_data PRIVATE LINKER:-Bsymbolic-functions)
         endif()
-        set_target_properties(studio_data PROPERTIES LINK_DEPENDS "${_exports}")
     else()
         target_compile_definitions(studio_data PUBLIC STUDIO_DATA_STATIC)
     endif()
@@ -127,23 +167,17 @@ function(studio_data_component name)
         BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${part_PUBLIC_HEADERS})
     target_link_libraries(${target}
         PUBLIC studio_data ${part_libraries}
-        PRIVATE $<BUILD_INTERFACE:studio_data_warnings> $<BUILD_INTERFACE:studio_data_instrumentation>)
+        PRIVATE $<BUILD_INTERFACE:studio_data_warnings> $<BUILD_INTERFACE:studio_data_instrumentation>
+            $<BUILD_INTERFACE:studio_data_arithmetic>)
     set_target_properties(${target} PROPERTIES
         EXPORT_NAME ${name}
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR}
         POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON
         VERIFY_INTERFACE_HEADER_SETS ${PROJECT_IS_TOP_LEVEL})
-    if(BUILD_SHARED_LIBS)
-        set(exports "${PROJECT_SOURCE_DIR}/cmake/${target}.map")
-        target_link_options(${target} PRIVATE "LINKER:--version-script=${exports}")
-        if(NOT STUDIO_DATA_SANITIZE)
-            target_link_options(${target} PRIVATE "LINKER:--no-undefined")
-        endif()
-        set_target_properties(${target} PROPERTIES LINK_DEPENDS "${exports}")
-    endif()
+    studio_data_limit_exports(${target} $<TARGET_OBJECTS:${target}>)
     if(NOT STUDIO_DATA_DEBIAN)   # where every library is on the loader's path
-        set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN")
+        set_target_properties(${target} PROPERTIES INSTALL_RPATH "${STUDIO_DATA_ORIGIN}")
     endif()
     list(TRANSFORM part_PUBLIC_HEADERS PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/")
     set_property(GLOBAL APPEND PROPERTY studio_data_COMPONENT_HEADERS ${part_PUBLIC_HEADERS})

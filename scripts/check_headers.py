@@ -8,6 +8,7 @@ include them; the flags say where they are. Prints a line for each thing that is
   it.
 - None brings a header that HEAVY names, however deep below it.
 - All compile where Qt's keywords are macros, and none uses one of those words.
+- All compile where `min` and `max` are macros, and after windows.h where there is one.
 - A Boost that aligns UUIDs differently is refused with the reason.
 With --renew it writes the grants anew from what is measured.
 """
@@ -25,6 +26,14 @@ HEAVY = re.compile(r"/(nlohmann/.*|boost/(lexical_cast|regex|container|container
                    r"|pcre2\.h|regex|iostream|fstream|sstream|filesystem|thread|future)$")
 QT = ["-Dsignals=public", "-Dslots=", "-Demit=", "-Dforeach=Q_FOREACH", "-Dforever=for(;;)", "-DQ_SIGNALS=public"]
 WORDS = ("signals", "slots", "emit", "foreach", "forever")
+WINDOWS = """#if __has_include(<windows.h>)
+#include <windows.h>
+#endif
+#undef min
+#undef max
+#define min(a, b) (((a) < (b)) ? (a) : (b))
+#define max(a, b) (((a) > (b)) ? (a) : (b))
+"""
 OTHER_UUID = """#pragma once
 namespace boost::uuids { struct alignas(8) uuid { unsigned char data[16]; }; }
 """
@@ -89,6 +98,19 @@ def check_words(compiler, headers):
             yield f"does not stand beside Qt's keywords:\n{done.stderr}"
 
 
+def check_macros(compiler, headers, files):
+    """What the headers include of others comes first: whether that bears the macros is not theirs to say."""
+    others = set()
+    for file in files:
+        if file.endswith(tuple("/" + header for header in headers)):
+            with open(file, encoding="utf-8") as opened:
+                others.update(re.findall(r"^#include <(.+)>", opened.read(), re.MULTILINE))
+    others = [other for other in sorted(others) if other != "intrin.h"]
+    done = run(compiler, including(others) + WINDOWS + including(headers), "-fsyntax-only")
+    if done.returncode != 0:
+        yield f"does not stand beside the macros of windows.h:\n{done.stderr}"
+
+
 def check_layout(compiler, headers):
     with tempfile.TemporaryDirectory() as folder:
         os.makedirs(os.path.join(folder, "boost", "uuid"))
@@ -114,6 +136,7 @@ def main(arguments):
              for name, (_, files) in brought.items() for file in sorted(files) if HEAVY.search(file)]
     found += check_costs(costs, granted())
     found += check_words(compiler, headers)
+    found += check_macros(compiler, headers, set().union(*(files for _, files in brought.values())))
     for header in ("studio/data/PropertyValue.h", "tarn/zero/ModelElement.h"):
         found += check_layout(compiler, [header])
     if found:

@@ -8,7 +8,7 @@ import re
 import sys
 
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
-FOLDERS = ("framework", "studio", "tests", "examples", "workbench", "benchmarks", "fuzz")
+FOLDERS = ("framework", "studio", "tests", "examples", "workbench", "benchmarks", "fuzz", "shell")
 
 
 class Table:

@@ -1,13 +1,13 @@
 #!/usr/bin/env python3
-"""Compares the exports of a shared library with its list: tests/install/symbols.txt, of a component symbols-NAME.txt.
+"""Compares the exports of a shared library with its list in cmake/exports.
 
 Usage: check_symbols.py [--renew] LIBRARY [ROOT]. Prints a line for each name that was added or removed; exit code 1 if there
 is one. With --renew it writes the list instead.
 
-Names are demangled, without address and version. Not listed is what a compiler emits wherever it is used, because compilers
-and linkers differ in what they keep: instances of templates, and the vtable and type information of a class. These, too,
-must belong to one of the library's own namespaces. Nothing that is exported may be in a namespace called detail or in an
-unnamed one.
+Names are demangled, without address and version, and spelled as `alike` says. Not listed is what a compiler emits wherever it
+is used, because compilers and linkers differ in what they keep: instances of templates, and the vtable and type information
+of a class. These, too, must belong to one of the library's own namespaces. Nothing that is exported may be in a namespace
+called detail or in an unnamed one.
 """
 import os
 import re
@@ -18,15 +18,32 @@ OWN = ("studio::data::", "tarn::zero::", "tarn0::messages::", "gel::", "rook::fa
        "foundation::core::except::")
 OF = re.compile(r"^(?:vtable|VTT|typeinfo|typeinfo name|guard variable|(?:non-)?virtual thunk|covariant return thunk)"
                 r" (?:for|to) ")
-COMPONENT = re.compile(r"libstudio_data_(\w+)\.so")
+LIBRARY = re.compile(r"(?:lib)?(studio_data(?:_(\w+))?)\.(?:so|dll)")
+# objdump -p prints the names that a DLL exports, one a line, behind this heading.
+DLL_NAMES = re.compile(r"^\[Ordinal/Name Pointer\] Table.*\n((?:\s+\[.*\n)*)", re.MULTILINE)
+
+
+def alike(name):
+    """The demangled name as every platform spells it: without the inline namespaces of the standard libraries, and with
+    `long` for the 64-bit integers that Windows calls `long long`."""
+    name = re.sub(r"std::(?:__cxx11|__1)::", "std::", name).replace("[abi:cxx11]", "")
+    return re.sub(r"\b(unsigned )?long long\b", r"\1long", re.sub(r"(?<=\d)ull\b", "ul", name))
 
 
 def demangled(library):
+    """The exports of the library: pairs of the kind, as nm names it, and the name."""
+    if library.endswith(".dll"):
+        text = subprocess.run(["x86_64-w64-mingw32-objdump", "-p", library], capture_output=True, encoding="utf-8",
+                              errors="replace", check=True).stdout
+        mangled = "".join(line.split()[-1] + "\n" for line in DLL_NAMES.search(text)[1].splitlines())
+        names = subprocess.run(["c++filt", "--no-verbose"], input=mangled, capture_output=True, encoding="utf-8", check=True).stdout
+        yield from (("T", alike(name)) for name in names.splitlines())
+        return
     lines = subprocess.run(["nm", "-DC", "--defined-only", library], capture_output=True, encoding="utf-8", check=True)
     for line in lines.stdout.splitlines():
         _, kind, name = line.split(maxsplit=2)
         if kind != "A":   # the version itself
-            yield kind, name.split("@")[0]
+            yield kind, alike(name.split("@")[0])
 
 
 def bare(name):
@@ -41,7 +58,7 @@ def listed(exported):
 
 
 def check(exported, kept, own):
-    for kind, name in exported:
+    for _, name in exported:
         place = bare(name).split("<")[0]
         if not place.startswith(own):
             yield f"not ours: {name}"
@@ -52,19 +69,23 @@ def check(exported, kept, own):
     yield from (f"gone: {name}" for name in sorted(kept - names))
 
 
+def read_list(path):
+    with open(path, encoding="utf-8") as file:
+        return set(file.read().splitlines())
+
+
 def main(arguments):
     renew = "--renew" in arguments
     arguments = [argument for argument in arguments if argument != "--renew"]
     root = arguments[1] if len(arguments) > 1 else os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
-    component = COMPONENT.match(os.path.basename(arguments[0]))
-    path = os.path.join(root, "tests", "install", f"symbols-{component[1]}.txt" if component else "symbols.txt")
-    own = f"studio::{component[1]}::" if component else OWN
+    library, component = LIBRARY.match(os.path.basename(arguments[0])).groups()
+    path = os.path.join(root, "cmake", "exports", library + ".txt")
+    own = f"studio::{component}::" if component else OWN
     exported = list(demangled(arguments[0]))
     if renew:
         with open(path, "w", encoding="utf-8") as file:
             file.writelines(name + "\n" for name in sorted(listed(exported)))
-    with open(path, encoding="utf-8") as file:
-        kept = set(file.read().splitlines())
+    kept = read_list(path)
     found = list(check(exported, kept, own))
     if found:
         print("\n".join(found))

@@ -1,7 +1,8 @@
 # Sourced by the other scripts. Finds what this machine lacks and installs only that.
 #
 #   set_up [PURPOSE...]     installs what a build needs, and what is needed for: tests, bench, docs, clang, tidy, clang19,
-#                           browser, valgrind, cppcheck, packages, bare; ends the script if something cannot be installed
+#                           browser, valgrind, cppcheck, packages, bare, abi, windows, arm64, i386, libcxx; ends the script if
+#                           something cannot be installed
 #
 # What is missing is found by compiling a header, running a tool or testing a file, never by the name of a package. So a
 # machine that has everything needs neither network nor root rights. apt-get is never allowed to remove a package: where Debian's
@@ -86,6 +87,23 @@ missing_packages() {
         packages)
             at_least 1.21 dpkg-shlibdeps --version || echo dpkg-dev
             at_least 2.116 lintian --version || echo lintian
+            ;;
+        abi)
+            at_least 2.2 abidw --version || echo abigail-tools
+            ;;
+        windows)
+            at_least 12 x86_64-w64-mingw32-g++-posix --version || echo g++-mingw-w64-x86-64-posix
+            command -v wine64 wine /usr/lib/wine/wine64 >/dev/null || echo wine64
+            ;;
+        arm64)
+            at_least 12 aarch64-linux-gnu-g++ --version || echo g++-aarch64-linux-gnu
+            at_least 7 qemu-aarch64 --version || echo qemu-user
+            ;;
+        # Debian's g++-multilib would remove every cross compiler; that of a fixed version stands beside them.
+        i386) printf 'int main() {}' | g++-12 -m32 -x c++ - -o /dev/null 2>/dev/null || echo g++-12-multilib ;;
+        libcxx)
+            at_least 19 clang++-19 --version || echo clang-19
+            [ -f /usr/lib/llvm-19/include/c++/v1/version ] || printf '%s\n' libc++-19-dev libc++abi-19-dev
             ;;
         bare) at_least 1.0 debootstrap --version || echo debootstrap ;;
         esac

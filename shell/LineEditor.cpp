@@ -3,6 +3,8 @@
 #include "shell/Text.h"
 #include "workbench/Text.h"
 
+#include <histedit.h>
+
 #include <cstdio>
 #include <new>
 #include <string_view>
@@ -15,7 +17,34 @@ constexpr int REMEMBERED = 1'000;   // lines
 
 }   // namespace
 
-LineEditor::LineEditor(Interpreter const& interpreter)
+class LineEditor::Impl {
+public:
+    explicit Impl(Interpreter const& interpreter);
+    Impl(Impl const&) = delete;
+    Impl& operator=(Impl const&) = delete;
+    ~Impl();
+
+    std::optional<std::string> read();
+
+private:
+    static char* prompt(EditLine* editor);
+    static unsigned char complete(EditLine* editor, int character);
+
+    Interpreter const& interpreter;
+    History* past;
+    EditLine* editor;
+};
+
+LineEditor::LineEditor(Interpreter const& interpreter) : impl{std::make_unique<Impl>(interpreter)} {}
+
+LineEditor::~LineEditor() = default;
+
+std::optional<std::string> LineEditor::read()
+{
+    return impl->read();
+}
+
+LineEditor::Impl::Impl(Interpreter const& interpreter)
     : interpreter{interpreter}, past{history_init()}, editor{el_init("studio-shell", stdin, stdout, stderr)}
 {
     if (!past || !editor)
@@ -24,16 +53,16 @@ LineEditor::LineEditor(Interpreter const& interpreter)
     history(past, &event, H_SETSIZE, REMEMBERED);
     history(past, &event, H_SETUNIQUE, 1);
     el_set(editor, EL_CLIENTDATA, this);
-    el_set(editor, EL_PROMPT, &LineEditor::prompt);
+    el_set(editor, EL_PROMPT, &Impl::prompt);
     el_set(editor, EL_EDITOR, "emacs");
     el_set(editor, EL_SIGNAL, 1);
     el_set(editor, EL_HIST, history, past);
-    el_set(editor, EL_ADDFN, "complete-word", "complete verbs, paths and texts", &LineEditor::complete);
+    el_set(editor, EL_ADDFN, "complete-word", "complete verbs, paths and texts", &Impl::complete);
     el_set(editor, EL_BIND, "^I", "complete-word", nullptr);
     el_set(editor, EL_BIND, "^R", "em-inc-search-prev", nullptr);
 }
 
-LineEditor::~LineEditor()
+LineEditor::Impl::~Impl()
 {
     if (editor)
         el_end(editor);
@@ -41,7 +70,7 @@ LineEditor::~LineEditor()
         history_end(past);
 }
 
-std::optional<std::string> LineEditor::read()
+std::optional<std::string> LineEditor::Impl::read()
 {
     int size = 0;
     char const* const line = el_gets(editor, &size);
@@ -56,20 +85,20 @@ std::optional<std::string> LineEditor::read()
     return std::string(text);
 }
 
-char* LineEditor::prompt(EditLine* /*editor*/)
+char* LineEditor::Impl::prompt(EditLine* /*editor*/)
 {
     static char text[] = "studio> ";
     return text;
 }
 
-unsigned char LineEditor::complete(EditLine* editor, int /*character*/)
+unsigned char LineEditor::Impl::complete(EditLine* editor, int /*character*/)
 {
     void* self = nullptr;
     el_get(editor, EL_CLIENTDATA, &self);
     LineInfo const* const line = el_line(editor);
     std::string_view const before(line->buffer, static_cast<std::size_t>(line->cursor - line->buffer));
     try {
-        Completion const completion = static_cast<LineEditor*>(self)->interpreter.complete(before);
+        Completion const completion = static_cast<Impl*>(self)->interpreter.complete(before);
         if (completion.words.empty())
             return CC_ERROR;
         std::string inserted = commonStart(completion.words).substr(before.size() - completion.begin);

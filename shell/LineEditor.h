@@ -2,16 +2,14 @@
 
 #include "shell/Interpreter.h"
 
-#include <histedit.h>
-
 #include <memory>
 #include <optional>
 #include <string>
 
 namespace shell {
 
-/// Reads lines from the terminal on the standard input, with editing, completion by the tabulator, and a history that
-/// lasts as long as the editor.
+/// Reads lines from the terminal on the standard input. Where libedit is available: with editing, completion by the
+/// tabulator, and a history that lasts as long as the editor. Elsewhere the terminal itself edits a line.
 class LineEditor {
 public:
     /// *Lifetime*: refers to `interpreter`.
@@ -24,12 +22,9 @@ public:
     std::optional<std::string> read();
 
 private:
-    static char* prompt(EditLine* editor);
-    static unsigned char complete(EditLine* editor, int character);
+    class Impl;
 
-    Interpreter const& interpreter;
-    History* past;
-    EditLine* editor;
+    std::unique_ptr<Impl> impl;
 };
 
 }   // namespace shell

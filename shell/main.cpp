@@ -1,11 +1,13 @@
 #include "shell/Interpreter.h"
 #include "shell/LineEditor.h"
 #include "workbench/Json.h"
+#include "workbench/System.h"
 #include "workbench/Terminal.h"
 #include "workbench/Text.h"
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cerrno>
 #include <clocale>
 #include <cstring>
@@ -16,9 +18,8 @@
 #include <new>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
-
-#include <unistd.h>
 
 namespace shell {
 
@@ -40,6 +41,7 @@ struct Arguments {
 
 void declare(CLI::App& app, Arguments& arguments)
 {
+    app.allow_windows_style_options(false);   // a word that begins with a slash is the name of a file
     app.add_option("EXPRESSIONS", arguments.expressions, "A file of expressions")->option_text(" ");
     app.add_option("SESSION", arguments.session, "A session that was recorded over them")->option_text(" ");
     app.add_flag("--sample", arguments.sample, "Begin with the built-in sample, a day at a small editor");
@@ -70,8 +72,9 @@ struct Input {
     std::function<std::optional<std::string>()> next;
 };
 
-/// Returns the lines of a stream. Of a line that is too long only a beginning is returned that is too long, as soon as
-/// it is read; the rest is skipped before the next one.
+/// Returns the lines of a stream, which end with a line feed or, in files of other systems, with a carriage return and
+/// a line feed. Of a line that is too long only a beginning is returned that is too long, as soon as it is read; the
+/// rest is skipped before the next one.
 Input linesOf(std::istream& stream, std::string const& name)
 {
     return {name,
@@ -85,8 +88,12 @@ Input linesOf(std::istream& stream, std::string const& name)
                 isInside = stream.fail() && !stream.bad() && !stream.eof() && size + 1 == buffer.size();
                 if (isInside)
                     stream.clear();
-                if (stream)   // a line feed that was read is counted
-                    return std::string(buffer.data(), isInside || stream.eof() ? size : size - 1);
+                if (stream) {   // a line feed that was read is counted
+                    std::string line(buffer.data(), isInside || stream.eof() ? size : size - 1);
+                    if (!isInside && line.ends_with('\r'))
+                        line.pop_back();
+                    return line;
+                }
                 if (stream.bad() || (&stream == &std::cin && std::ferror(stdin)))
                     throw workbench::DocumentError("the input", "cannot be read", std::strerror(errno));
                 return std::nullopt;
@@ -160,7 +167,7 @@ ExitCode run(Arguments const& arguments)
     DiskFiles files(arguments.force);
     std::ifstream script;
     if (!arguments.script.empty()) {
-        script.open(arguments.script);
+        script.open(workbench::system::pathOf(arguments.script), std::ios::binary);
         if (!script || script.peek() == std::ifstream::traits_type::eof())
             if (!script.eof())
                 throw workbench::DocumentError(arguments.script, "cannot be read", std::strerror(errno));
@@ -176,7 +183,7 @@ ExitCode run(Arguments const& arguments)
             session.run(linesOf(script, arguments.script + ':'));
         return session.finish(false);
     }
-    bool const isInteractive = isatty(STDIN_FILENO) == 1 && !arguments.json;
+    bool const isInteractive = workbench::system::isTerminal(workbench::system::Stream::Input) && !arguments.json;
     if (isInteractive) {
         LineEditor editor(session.commands());
         if (session.run({"", [&editor] { return editor.read(); }}))
@@ -194,7 +201,7 @@ ExitCode run(Arguments const& arguments)
 int main(int count, char** words)
 {
     using namespace shell;
-    workbench::protectStandardStreams();
+    workbench::system::prepareStreams();
     std::setlocale(LC_CTYPE, "");
     Arguments arguments;
     CLI::App app(
@@ -202,7 +209,9 @@ int main(int count, char** words)
         "studio-shell");
     declare(app, arguments);
     try {
-        app.parse(count, words);
+        std::vector<std::string> given = workbench::system::argumentsOf(count, words);
+        std::reverse(given.begin(), given.end());   // CLI11 takes them from the end
+        app.parse(std::move(given));
         if (arguments.expressions.empty() != arguments.session.empty())
             throw CLI::ValidationError("expected a file of expressions and a session, or neither");
         if (arguments.sample && !arguments.session.empty())

@@ -1,5 +1,6 @@
 #include "workbench/Json.h"
 
+#include "workbench/System.h"
 #include "workbench/Text.h"
 
 #include <algorithm>
@@ -25,7 +26,7 @@ constexpr std::size_t REASON_WIDTH = 300;
 
 std::string readFile(std::string const& name)
 {
-    std::unique_ptr<std::FILE, int (*)(std::FILE*)> const file(std::fopen(name.c_str(), "rb"), &std::fclose);
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> const file(system::openToRead(system::pathOf(name)), &std::fclose);
     if (!file)
         throw DocumentError(name, "cannot be opened", std::strerror(errno));
     std::string text;

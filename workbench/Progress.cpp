@@ -1,17 +1,19 @@
 #include "workbench/Progress.h"
 
+#include "workbench/System.h"
 #include "workbench/Terminal.h"
 
 #include <cstdio>
 #include <string>
 
-#include <unistd.h>
-
 namespace workbench {
+
+using system::isTerminal;
+using system::Stream;
 
 Progress::Progress(std::size_t total, bool wanted)
     : total{total},
-      visible{wanted && total > 0 && isatty(STDOUT_FILENO) != 0 && isatty(STDERR_FILENO) != 0},
+      visible{wanted && total > 0 && isTerminal(Stream::Output) && isTerminal(Stream::Errors)},
       due{std::chrono::steady_clock::now()}
 {}
 

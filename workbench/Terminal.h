@@ -17,10 +17,6 @@ bool canConfirm();
 /// Writes a question to the standard error. Returns true if the line read from the standard input is `y` or `yes`.
 bool confirm(std::string const& question);
 
-/// Opens each standard stream that was closed when the program started, so that no file opened later takes its place;
-/// writing to it fails. Makes writes to a broken pipe fail as well, instead of ending the program.
-void protectStandardStreams();
-
 /// Writes what is still buffered. Throws `std::runtime_error` when that, or anything written before, failed.
 void expectWritten(std::ostream& out);
 

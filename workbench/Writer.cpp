@@ -1,6 +1,7 @@
 #include "workbench/Writer.h"
 
 #include "workbench/Json.h"
+#include "workbench/System.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -8,8 +9,6 @@
 #include <filesystem>
 #include <system_error>
 #include <utility>
-
-#include <unistd.h>
 
 namespace workbench {
 
@@ -94,12 +93,15 @@ std::string lines(Items const& items, ToJson const& toJson)
 /// A complete file under a temporary name, removed unless it is renamed to its final one.
 class Draft {
 public:
-    explicit Draft(File const& file) : place{file.name}, name{file.name + "." + std::to_string(getpid()) + ".new"}
+    explicit Draft(File const& file)
+        : place{file.name},
+          target{system::pathOf(place)},
+          draft{system::pathOf(place + "." + std::to_string(system::processId()) + ".new")}
     {
         std::error_code ignored;
-        if (fs::exists(place, ignored) && !fs::is_regular_file(place, ignored))
+        if (fs::exists(target, ignored) && !fs::is_regular_file(target, ignored))
             throw DocumentError(place, "cannot be written", "it is no regular file");
-        std::FILE* const stream = std::fopen(name.c_str(), "wbx");
+        std::FILE* const stream = system::createNew(draft);
         if (stream == nullptr)
             failWrite(place, errno);
         made = true;
@@ -112,49 +114,32 @@ public:
         }
     }
     Draft(Draft&& other) noexcept
-        : place{std::move(other.place)}, name{std::move(other.name)}, made{std::exchange(other.made, false)}
+        : place{std::move(other.place)},
+          target{std::move(other.target)},
+          draft{std::move(other.draft)},
+          made{std::exchange(other.made, false)}
     {}
     Draft& operator=(Draft&&) = delete;
     ~Draft() { discard(); }
 
     void moveToPlace(Existing existing)
     {
-        if (existing == Existing::Keep)
-            return linkToPlace();
-        if (std::rename(name.c_str(), place.c_str()) != 0)
+        if (!(existing == Existing::Keep ? system::moveUnlessTaken : system::moveOver)(draft, target))
             failWrite(place, errno);
         made = false;
     }
 
 private:
-    /// Gives the file its name unless that is taken, in one step of the file system.
-    void linkToPlace()
-    {
-        if (::link(name.c_str(), place.c_str()) == 0)
-            return discard();
-        if (errno != EPERM && errno != ENOTSUP && errno != EOPNOTSUPP && errno != ENOSYS)
-            failWrite(place, errno);
-        // Without hard links, an empty file takes the name first.
-        std::FILE* const reserved = std::fopen(place.c_str(), "wbx");
-        if (reserved == nullptr)
-            failWrite(place, errno);
-        std::fclose(reserved);
-        if (std::rename(name.c_str(), place.c_str()) != 0) {
-            int const reason = errno;
-            std::remove(place.c_str());
-            failWrite(place, reason);
-        }
-        made = false;
-    }
-
     void discard() noexcept
     {
+        std::error_code ignored;
         if (std::exchange(made, false))
-            std::remove(name.c_str());
+            fs::remove(draft, ignored);
     }
 
     std::string place;
-    std::string name;
+    fs::path target;
+    fs::path draft;
     bool made = false;
 };
 
@@ -184,7 +169,7 @@ std::string presentAmong(std::vector<std::string> const& names)
 {
     for (std::string const& name : names) {
         std::error_code ignored;
-        if (fs::symlink_status(name, ignored).type() > fs::file_type::not_found)
+        if (fs::symlink_status(system::pathOf(name), ignored).type() > fs::file_type::not_found)
             return name;
     }
     return {};

@@ -9,6 +9,7 @@
 #include "workbench/Reference.h"
 #include "workbench/Replay.h"
 #include "workbench/Report.h"
+#include "workbench/System.h"
 #include "workbench/Terminal.h"
 #include "workbench/Text.h"
 #include "workbench/Writer.h"
@@ -177,9 +178,9 @@ ExitCode run(std::vector<std::string> const& words)
 int main(int count, char** words)
 {
     using namespace workbench;
-    protectStandardStreams();
+    system::prepareStreams();
     try {
-        return run({words + (count > 0 ? 1 : 0), words + count});
+        return run(system::argumentsOf(count, words));
     } catch (UsageError const& error) {
         std::cerr << "studio-workbench: " << oneLine(error.what()) << "; see --help\n";
     } catch (std::bad_alloc const&) {

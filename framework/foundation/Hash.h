@@ -5,6 +5,10 @@
 #include <cstring>
 #include <string_view>
 
+#if defined(_MSC_VER) && defined(_M_X64) && !defined(__SIZEOF_INT128__)
+#include <intrin.h>
+#endif
+
 namespace foundation {
 
 namespace detail {
@@ -17,12 +21,37 @@ std::uint64_t wordAt(char const* bytes) noexcept
     return word;
 }
 
+/// As `folded`, from four products of 32 bits.
+constexpr std::uint64_t foldedByHalves(std::uint64_t left, std::uint64_t right) noexcept
+{
+    constexpr std::uint64_t HALF = 0xffffffffu;
+    std::uint64_t const low = (left & HALF) * (right & HALF);
+    std::uint64_t const first = (left >> 32) * (right & HALF) + (low >> 32);
+    std::uint64_t const second = (left & HALF) * (right >> 32) + (first & HALF);
+    std::uint64_t const high = (left >> 32) * (right >> 32) + (first >> 32) + (second >> 32);
+    return high ^ (second << 32 | (low & HALF));
+}
+
+/// The upper half of the 128-bit product, combined with the lower half by exclusive or.
+inline std::uint64_t folded(std::uint64_t left, std::uint64_t right) noexcept
+{
+#if defined(__SIZEOF_INT128__)
+    __extension__ using Product = unsigned __int128;
+    Product const product = static_cast<Product>(left) * right;
+    return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
+#elif defined(_MSC_VER) && defined(_M_X64)
+    std::uint64_t high = 0;
+    std::uint64_t const low = _umul128(left, right, &high);
+    return low ^ high;
+#else
+    return foldedByHalves(left, right);
+#endif
+}
+
 /// Folds both halves of the product: each input bit affects each bit of the result.
 inline std::uint64_t mixed(std::uint64_t hash, std::uint64_t word) noexcept
 {
-    __extension__ using Product = unsigned __int128;
-    Product const product = static_cast<Product>(hash ^ word) * 0xd6e8feb86659fd93u;
-    return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
+    return folded(hash ^ word, 0xd6e8feb86659fd93u);
 }
 
 }   // namespace detail

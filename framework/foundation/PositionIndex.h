@@ -45,7 +45,7 @@ public:
         if (count + count / 4 < m_size)
             return;
         std::size_t const step = m_size < 64 ? m_size / 2 : m_size / 4;
-        PositionIndex larger{std::max({count + count / 4 + 1, m_size + step, std::size_t{5}})};
+        PositionIndex larger{(std::max)({count + count / 4 + 1, m_size + step, std::size_t{5}})};
         for (std::size_t at = 0; m_count != 0 && at != m_size; ++at)
             if (m_slots[at].position != 0)
                 larger.insert(m_slots[at].hash, m_slots[at].position - 1);

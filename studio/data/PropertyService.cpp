@@ -2,6 +2,17 @@
 
 #include <utility>
 
+// STUDIO_DATA_EARLY: marks a static object that is initialised before those of other sources.
+#if defined(_MSC_VER)
+#pragma warning(disable : 4073)   // for libraries only, which this is
+#pragma init_seg(lib)
+#define STUDIO_DATA_EARLY
+#elif defined(__APPLE__)
+#define STUDIO_DATA_EARLY   // Mach-O has no order beyond that of the linked files
+#else
+#define STUDIO_DATA_EARLY [[gnu::init_priority(1000)]]
+#endif
+
 namespace studio::data {
 
 struct PropertyService::Index {
@@ -16,8 +27,22 @@ PropertyService::Services::~Services()
         extract(begin());
 }
 
-// Before other statics: in a program that links the archive, their constructors may register services.
-[[gnu::init_priority(1000)]] PropertyService::Services PropertyService::s_services;
+PropertyService::Services& PropertyService::services()
+{
+    static Services s_services;
+    return s_services;
+}
+
+namespace {
+
+// Builds the registry before other statics, so that it is destroyed after them: in a program that links the archive,
+// their destructors may use it.
+struct RegistryBuilder {
+    RegistryBuilder() { PropertyService::get({}); }
+};
+STUDIO_DATA_EARLY RegistryBuilder const s_builder;
+
+}   // namespace
 
 PropertyService::PropertyService(std::string const& name) : name{name}, index{std::make_shared<Index>()} {}
 
@@ -29,19 +54,20 @@ PropertyService::~PropertyService()
 void PropertyService::add(std::unique_ptr<PropertyService> service)
 {
     if (service)
-        s_services.try_emplace(service->name, std::move(service));
+        services().try_emplace(service->name, std::move(service));
 }
 
 PropertyService* PropertyService::get(std::string const& name)
 {
-    auto const entry = s_services.find(name);
-    return entry == s_services.end() ? nullptr : entry->second.get();
+    Services const& all = services();
+    auto const entry = all.find(name);
+    return entry == all.end() ? nullptr : entry->second.get();
 }
 
 void PropertyService::remove(std::string const& name)
 {
     // Remove first: the service's destructor may use the registry.
-    auto const removed = s_services.extract(name);
+    auto const removed = services().extract(name);
 }
 
 void PropertyService::addSource(std::unique_ptr<PropertySource> source)

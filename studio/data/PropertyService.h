@@ -60,7 +60,7 @@ private:
         ~Services();
     };
 
-    STUDIO_DATA_LOCAL static Services s_services;
+    STUDIO_DATA_LOCAL static Services& services();
 
     std::string name;
     std::shared_ptr<Index> index;   // of sources; kept by a running `addSource`, which may destroy the service

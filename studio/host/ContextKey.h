@@ -164,7 +164,7 @@ private:
                 return value.getBool();
         } else if constexpr (std::integral<T>) {
             using Limits = std::numeric_limits<T>;
-            if (KeyFunctions::isInteger(value, static_cast<double>(Limits::min()), std::ldexp(1.0, Limits::digits)))
+            if (KeyFunctions::isInteger(value, static_cast<double>((Limits::min)()), std::ldexp(1.0, Limits::digits)))
                 return static_cast<T>(value.getDouble());
         } else if constexpr (std::floating_point<T>) {
             // An infinity is one in every type; a number beyond the range of the type is not.

@@ -210,6 +210,8 @@ TEST(SteadyStream, AllocatesNothing)
 
 // ---- growth
 
+#if defined(STUDIO_DATA_COUNTS_INSTRUCTIONS)
+
 Operation writeElsewhere(std::size_t size)
 {
     auto const world = std::make_shared<World>(size);
@@ -308,6 +310,8 @@ TEST(Cost, OfADottedNameGrowsWithItsLength)
     std::size_t const large = cost(200);
     EXPECT_LT(large, 12 * small) << small << " and " << large;
 }
+
+#endif
 
 }   // namespace
 }   // namespace studio::data

@@ -1,5 +1,6 @@
 #include "studio/data/ContextView.h"
 #include "support/Contexts.h"
+#include "support/Processes.h"
 
 #include <gtest/gtest.h>
 
@@ -7,6 +8,10 @@
 #include <memory>
 #include <stdexcept>
 #include <utility>
+
+#if defined(_WIN32)
+#include <process.h>
+#endif
 
 // The ends that no other test meets: of a process, by exit and by a callback that throws, and of what a callback owns.
 
@@ -18,7 +23,12 @@ using support::Provider;
 
 TEST(ExitOrder, OfStaticsMayBeAny)
 {
-    EXPECT_EQ(std::system(EXIT_ORDER), 0) << "a program that keeps all these in statics";
+#if defined(_WIN32)   // whose shell would take the slashes of the name for options
+    auto const result = _spawnl(_P_WAIT, EXIT_ORDER, EXIT_ORDER, nullptr);
+#else
+    auto const result = std::system(EXIT_ORDER);
+#endif
+    EXPECT_EQ(result, 0) << "a program that keeps all these in statics";
 }
 
 TEST(DestructionDeathTest, ThrowingDetachCallbackEndsTheProcess)
@@ -30,7 +40,7 @@ TEST(DestructionDeathTest, ThrowingDetachCallbackEndsTheProcess)
             view->acquire(provider->getId(), [](ContextData const&) { throw std::runtime_error{"out"}; });
         view.reset();
     };
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    support::useFreshProcesses();
     EXPECT_DEATH(end(), "");
 }
 

@@ -1,21 +1,25 @@
 // Clients keep things in statics, which go at exit in any order, before the library's own and after them. An order is
 // that in which the statics are made: of a provider (P), an engine (E), a handle of its (H), a view (V), a handle of
 // its (C); L is the first use of the library. Usage: exit_order [ORDER], without it every order in a process of its
-// own. Exit code 0: all went well.
+// own; where an emulator starts each process, every 23rd. Exit code 0: all went well.
 
 #include "studio/data/ContextProvider.h"
 #include "studio/data/ContextView.h"
 #include "studio/data/ExpressionEngine.h"
 #include "tarn/zero/ModelImpl.h"
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <string>
+
+#if defined(_WIN32)
+#include <process.h>
+#else
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
 
 using namespace studio::data;
 
@@ -69,16 +73,42 @@ struct Judge {
     std::exit(0);
 }
 
-bool exitsWell(std::string const& order)
+#if defined(_WIN32)
+
+int statusOf(char const* program, std::string const& order)
+{
+    return static_cast<int>(_spawnl(_P_WAIT, program, program, order.c_str(), nullptr));
+}
+
+int orderStep()
+{
+    return std::getenv("STUDIO_DATA_EMULATED") != nullptr ? 23 : 1;
+}
+
+#else
+
+int statusOf(char const* /*program*/, std::string const& order)
 {
     pid_t const child = fork();
     if (child == 0)
         exitInOrder(order);
     int status = -1;
-    bool const isWell = child > 0 && waitpid(child, &status, 0) == child && status == 0;
-    if (!isWell)
+    return child > 0 && waitpid(child, &status, 0) == child ? status : -1;
+}
+
+int orderStep()
+{
+    return 1;
+}
+
+#endif
+
+bool exitsWell(char const* program, std::string const& order)
+{
+    int const status = statusOf(program, order);
+    if (status != 0)
         std::fprintf(stderr, "%s: %d\n", order.c_str(), status);
-    return isWell;
+    return status == 0;
 }
 
 }   // namespace
@@ -89,8 +119,10 @@ int main(int count, char** arguments)
         exitInOrder(arguments[1]);
     std::string order = "CEHLPV";
     int failures = 0;
-    do
-        failures += !exitsWell(order);
-    while (std::next_permutation(order.begin(), order.end()));
+    int number = 0;
+    do {
+        if (number++ % orderStep() == 0)
+            failures += !exitsWell(arguments[0], order);
+    } while (std::next_permutation(order.begin(), order.end()));
     return std::min(failures, 1);
 }

@@ -74,7 +74,7 @@ TEST(Interpreter, NoFileThatAppearsMeanwhileIsOverwritten)
     std::filesystem::path const folder = std::filesystem::temp_directory_path() / "studio-shell-files";
     std::filesystem::remove_all(folder);
     std::filesystem::create_directory(folder);
-    std::string const name = folder / "report.html";
+    std::string const name = (folder / "report.html").string();
     auto const content = [&] {
         std::ifstream file{name};
         return std::string{std::istreambuf_iterator<char>{file}, {}};

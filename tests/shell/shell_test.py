@@ -5,12 +5,11 @@ Usage: shell_test.py PROGRAM MANUAL TRANSCRIPTS_FOLDER [--write]
 A transcript is a text file. A line `$ ARGUMENTS` begins a run of the program, with --echo, a line `studio> COMMAND`
 is a command on its standard input. What follows is the output, answers and errors. In it `<*>` stands for any text within a
 line, and a line `...` for any lines. Lines that begin with `##` are remarks, in front of a run. A last line `[N]` is the exit code if it is not 0. --write writes the present output
-of runs that differ into the transcripts.
+of runs that differ into the transcripts. The words of STUDIO_DATA_EMULATOR start a program that was built for another system.
 """
 import glob
 import json
 import os
-import pty
 import re
 import shlex
 import subprocess
@@ -18,6 +17,10 @@ import sys
 import tempfile
 
 PROGRAM, MANUAL, FOLDER = map(os.path.abspath, sys.argv[1:4])
+COMMAND = [*shlex.split(os.environ.get("STUDIO_DATA_EMULATOR", "")), PROGRAM]
+IS_WINDOWS = PROGRAM.endswith(".exe")
+if not IS_WINDOWS:
+    import pty
 FAILED = []
 
 
@@ -29,7 +32,7 @@ def expect(case, condition, shown=""):
 
 def run(*arguments, script=None):
     """Exit code and output, with the errors at their places; paths are relative to the current folder."""
-    done = subprocess.run([PROGRAM, *arguments], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=300,
+    done = subprocess.run([*COMMAND, *arguments], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=300,
                           input=(script or "").encode())
     return done.returncode, done.stdout.decode("utf-8", "replace")
 
@@ -69,8 +72,9 @@ def check_files():
     """Files that are there stay, those that cannot be used are named, and a report needs nothing else."""
     expressions = '{"format":1,"expressions":[{"id":0,"expression":"a > 1","source":"Big"}]}'
     session = '{"format":1,"contexts":1,"initial":[["set",0,"a",1]],"steps":[{"ops":[["set",0,"a",2]]}]}'
-    for name, text in (("e.json", expressions), ("s.json", session), ("cut.json", session[:60]), ("there", "kept")):
-        with open(name, "w", encoding="utf-8") as file:
+    for name, text in (("e.json", expressions), ("s.json", session), ("cut.json", session[:60]), ("there", "kept"),
+                       ("lines", "show 1\r\nshow 'a'\r\n")):
+        with open(name, "w", encoding="utf-8", newline="") as file:
             file.write(text)
     for arguments, wanted, message in [
             (("e.json", "cut.json"), 3, "cut.json: line 1, column 61"),
@@ -79,6 +83,7 @@ def check_files():
             (("--script", "."), 3, ".: cannot be read"),
             (("--script", ""), 2, "--script: the name of the file is empty"),
             (("--script", "/dev/zero"), 1, "/dev/zero:1: "),
+            (("--echo", "--script", "lines"), 0, "studio> show 1\n1\nstudio> show 'a'\n"),
             (("e.json", "s.json", "-c", "save there"), 3, "there: cannot be written: it is already there"),
             (("e.json", "s.json", "-c", "trace there"), 3, "there: cannot be written: it is already there"),
             (("e.json", "s.json", "-c", "save no/where"), 3, "no/where: cannot be written"),
@@ -128,7 +133,7 @@ def check_json():
 def check_terminal():
     """On a terminal, the tabulator completes verbs, labels and paths, and an error does not end the session."""
     master, slave = pty.openpty()
-    process = subprocess.Popen([PROGRAM, "--sample"], stdin=slave, stdout=slave, stderr=slave, close_fds=True,
+    process = subprocess.Popen([*COMMAND, "--sample"], stdin=slave, stdout=slave, stderr=slave, close_fds=True,
                                # Without the search for leaks: libedit keeps copies of its history's lines.
                                env=dict(os.environ, TERM="xterm", LC_ALL="C.UTF-8", ASAN_OPTIONS="detect_leaks=0"))
     os.close(slave)

@@ -1,5 +1,7 @@
 #include "support/Instructions.h"
 
+#if defined(STUDIO_DATA_COUNTS_INSTRUCTIONS)
+
 #include <csignal>
 
 #include <x86intrin.h>
@@ -50,3 +52,5 @@ std::size_t instructionsOf(std::function<void()> const& work)
 }
 
 }   // namespace support
+
+#endif

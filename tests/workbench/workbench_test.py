@@ -2,20 +2,26 @@
 and where none can be written, and its sample.
 
 Usage: workbench_test.py PROGRAM MANUAL
+
+The words of STUDIO_DATA_EMULATOR start a program that was built for another system.
 """
-import fcntl
 import json
 import os
-import pty
 import re
+import shlex
 import struct
 import subprocess
 import sys
 import tempfile
-import termios
 import threading
 
 PROGRAM, MANUAL = map(os.path.abspath, sys.argv[1:3])
+COMMAND = [*shlex.split(os.environ.get("STUDIO_DATA_EMULATOR", "")), PROGRAM]
+IS_WINDOWS = PROGRAM.endswith(".exe")
+if not IS_WINDOWS:
+    import fcntl
+    import pty
+    import termios
 with open(os.path.join(os.path.dirname(os.path.abspath(__file__)), "commands.txt"), encoding="utf-8") as shown:
     DAY = shown.read()   # what --commands prints
 FAILED = []
@@ -29,7 +35,8 @@ SESSION = """{"format":1,"contexts":2,"initial":[["set",0,"a",1]],"initialValues
 
 def run(*arguments):
     """Exit code, output and errors of the program; paths are relative to the current folder."""
-    done = subprocess.run([PROGRAM, *arguments], capture_output=True, text=True, stdin=subprocess.DEVNULL, timeout=120)
+    done = subprocess.run([*COMMAND, *arguments], capture_output=True, encoding="utf-8", stdin=subprocess.DEVNULL,
+                          timeout=120, check=False)
     return done.returncode, done.stdout, done.stderr
 
 
@@ -271,7 +278,7 @@ def on_terminal(*arguments, columns=0, answer="", **variables):
     reader = threading.Thread(target=read, daemon=True)
     reader.start()
     environment = {name: value for name, value in os.environ.items() if name != "COLUMNS"}
-    code = subprocess.run([PROGRAM, *arguments], stdin=own, stdout=own, stderr=own, env={**environment, **variables},
+    code = subprocess.run([*COMMAND, *arguments], stdin=own, stdout=own, stderr=own, env={**environment, **variables},
                           check=False).returncode
     # Some systems drop what has not been read when the last process closes the terminal. So it stays open here, and a
     # null byte marks the end.

@@ -1,5 +1,6 @@
 #include "gel/detail/Functions.h"
 
+#include "gel/detail/Power.h"
 #include "gel/detail/Utf8.h"
 
 #include <algorithm>
@@ -33,13 +34,13 @@ Operand ofNumber(Arguments arguments, Temporaries&)
     return Operand::computed(compute(number), std::isfinite(number));
 }
 
-Operand power(Arguments arguments, Temporaries&)
+Operand pow(Arguments arguments, Temporaries&)
 {
     if (!allNumeric(arguments))
         return Operand::undefined();
     double const base = arguments[0].numeric();
     double const exponent = arguments[1].numeric();
-    return Operand::computed(std::pow(base, exponent), std::isfinite(base) && std::isfinite(exponent));
+    return Operand::computed(power(base, exponent), std::isfinite(base) && std::isfinite(exponent));
 }
 
 template <auto const& isBetter>
@@ -227,7 +228,7 @@ constexpr std::array FUNCTIONS{
     Function{"round", 1, 1, ofNumber<rounded>},
     Function{"sqrt", 1, 1, ofNumber<squareRoot>},
     Function{"trunc", 1, 1, ofNumber<truncated>},
-    Function{"pow", 2, 2, power},
+    Function{"pow", 2, 2, pow},
     Function{"min", 1, MAX_ARGUMENTS, best<less>},
     Function{"max", 1, MAX_ARGUMENTS, best<greater>},
     Function{"length", 1, 1, length},

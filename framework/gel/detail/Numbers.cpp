@@ -1,8 +1,10 @@
 #include "gel/detail/Numbers.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cmath>
+#include <cstdlib>
 #include <limits>
 #include <system_error>
 
@@ -17,20 +19,43 @@ std::size_t skipDigits(std::string_view text, std::size_t from) noexcept
     return from;
 }
 
+/// The exponent that the text of a number gives, or 0; one out of range exceeds any number of digits.
+long long exponentIn(std::string_view text) noexcept
+{
+    constexpr long long BEYOND = 1LL << 48;
+    std::size_t const mark = text.find_first_of("eE");
+    if (mark == text.npos)
+        return 0;
+    bool const negative = text[mark + 1] == '-';
+    std::size_t const digits = std::min(text.find_first_of("0123456789", mark), text.size());
+    int exponent = 0;
+    if (std::from_chars(text.data() + digits, text.data() + text.size(), exponent).ec == std::errc::result_out_of_range)
+        return negative ? -BEYOND : BEYOND;
+    return negative ? -exponent : exponent;
+}
+
 /// True if a number out of range overflows, false if it underflows: decided by the position of its first significant
 /// digit.
-bool isLarge(std::string_view text) noexcept
+[[maybe_unused]] bool isLarge(std::string_view text) noexcept
 {
     std::size_t const mantissa = std::min(text.find_first_of("eE"), text.size());
     std::size_t const point = std::min(text.find('.'), mantissa);
     auto const first = static_cast<long long>(text.find_first_of("123456789"));
-    bool const negative = mantissa + 1 < text.size() && text[mantissa + 1] == '-';
-    std::size_t const digits = std::min(text.find_first_of("0123456789", mantissa), text.size());
+    return static_cast<long long>(point) + exponentIn(text) > first;
+}
 
-    int exponent = 0;
-    if (std::from_chars(text.data() + digits, text.data() + text.size(), exponent).ec == std::errc::result_out_of_range)
-        return !negative;   // exceeds any number of digits
-    return static_cast<long long>(point) + (negative ? -exponent : exponent) > first;
+/// As `numberByStrtod`, by the faster `from_chars` where the standard library has it for this type.
+template <class Number>
+Number readNumber(std::string_view text) noexcept
+{
+    if constexpr (requires(char const* at, Number& value) { std::from_chars(at, at, value); }) {
+        Number value = 0;
+        if (std::from_chars(text.data(), text.data() + text.size(), value).ec == std::errc{})
+            return value;
+        return isLarge(text) ? std::numeric_limits<Number>::infinity() : 0;
+    } else {
+        return numberByStrtod(text);
+    }
 }
 
 }   // namespace
@@ -60,10 +85,44 @@ double numberValue(std::string_view text) noexcept
 {
     if (text.substr(0, text.find_first_of("eE")).find_first_of("123456789") == text.npos)
         return 0;   // for any exponent
-    double value = 0;
-    if (std::from_chars(text.data(), text.data() + text.size(), value).ec == std::errc{})
-        return value;
-    return isLarge(text) ? std::numeric_limits<double>::infinity() : 0;
+    return readNumber<double>(text);
+}
+
+double numberByStrtod(std::string_view text) noexcept
+{
+    constexpr std::size_t MOST_DIGITS = 780;   // no two doubles have a middle with more than 768
+    constexpr long long FAR = 99'999;          // beyond all doubles, whatever the digits
+    std::array<char, MOST_DIGITS + 16> written;
+    std::size_t size = 0;
+    long long exponent = exponentIn(text);
+    bool isFraction = false;
+    bool hasMore = false;
+    for (char const byte : text.substr(0, text.find_first_of("eE"))) {
+        if (byte == '.') {
+            isFraction = true;
+            continue;
+        }
+        bool const isKept = size < MOST_DIGITS && (size != 0 || byte != '0');
+        if (isKept)
+            written[size++] = byte;
+        else if (size != 0 && byte != '0')
+            hasMore = true;
+        exponent += (isKept || size == 0 ? 0 : 1) - (isFraction ? 1 : 0);
+    }
+    if (size == 0)
+        return 0;
+    // Without a point the text means the same in every locale.
+    if (hasMore) {
+        written[size++] = '1';
+        --exponent;
+    }
+    written[size++] = 'e';
+    char* const begin = written.data() + size;
+    *std::to_chars(begin, written.data() + written.size() - 1, std::clamp(exponent, -FAR, FAR)).ptr = '\0';
+    int const error = errno;
+    double const value = std::strtod(written.data(), nullptr);
+    errno = error;
+    return value;
 }
 
 NumberText::NumberText(double number) noexcept

@@ -18,6 +18,10 @@ std::size_t numberLength(std::string_view text) noexcept;
 /// The double nearest to a text of that form; infinity on overflow, 0 on underflow.
 double numberValue(std::string_view text) noexcept;
 
+/// `numberValue` by `strtod`, for standard libraries without `std::from_chars` of doubles. Allocates nothing itself,
+/// keeps `errno`.
+double numberByStrtod(std::string_view text) noexcept;
+
 /// Text of a number: the shortest digits that read back as the same double, formatted as in ECMAScript.
 class NumberText {
 public:

@@ -43,7 +43,7 @@ void ProgramTable::swap(ProgramTable& other) noexcept
 void ProgramTable::put(std::vector<Slot>& slots, Slot const& slot) noexcept
 {
     std::size_t const mask = slots.size() - 1;
-    std::size_t index = slot.hash & mask;
+    std::size_t index = static_cast<std::size_t>(slot.hash) & mask;
     while (slots[index].program)
         index = (index + 1) & mask;
     slots[index] = slot;

@@ -52,7 +52,7 @@ inline Instructions const* ProgramTable::find(std::string_view text, std::uint64
     if (m_size == 0)
         return nullptr;
     std::size_t const mask = m_slots.size() - 1;
-    for (std::size_t index = hash & mask;; index = (index + 1) & mask) {
+    for (std::size_t index = static_cast<std::size_t>(hash) & mask;; index = (index + 1) & mask) {
         Slot const& slot = m_slots[index];
         if (!slot.program || (slot.hash == hash && slot.program->text() == text))
             return slot.program;

@@ -14,7 +14,7 @@ namespace tarn::zero {
 class STUDIO_DATA_EXPORT ElementImpl {
 public:
     /// The count while the object deletes itself: references taken and dropped meanwhile are ignored.
-    static constexpr std::int32_t REFCOUNT_DELETING = std::numeric_limits<std::int32_t>::min();
+    static constexpr std::int32_t REFCOUNT_DELETING = (std::numeric_limits<std::int32_t>::min)();
 
     /// Process-wide hook, null by default. An element being invalidated passes it each of its collections once, before
     /// its handles turn false. For scripting hosts that hand out collections. Must not throw.

@@ -51,7 +51,7 @@ std::size_t Value::hash() const
 bool Value::slotAccepts(std::type_info const& type) const
 {
     std::type_info const* const held = meta::MetaRegistry::getInstance().valueTypeOf(m_meta.type());
-    return !held || *held == type;
+    return !held || foundation::isSameType(*held, type);
 }
 
 bool Value::slotAccepts(ModelElement const& element) const

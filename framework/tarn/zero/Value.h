@@ -1,5 +1,6 @@
 #pragma once
 
+#include "foundation/SameType.h"
 #include "tarn/zero/ValueMeta.h"
 
 #include <boost/optional/optional.hpp>
@@ -103,7 +104,8 @@ public:
     template <class T>
     T const* peekValue() const noexcept
     {
-        return m_handlers && *m_handlers->type == typeid(T) ? static_cast<T const*>(m_payload) : nullptr;
+        return m_handlers && foundation::isSameType(*m_handlers->type, typeid(T)) ? static_cast<T const*>(m_payload)
+                                                                                  : nullptr;
     }
     /// *Throws* `CannotCastIncompatibleTypes`, which names the value's own type, if the value cannot be read as a `T`.
     template <class T>
@@ -117,7 +119,7 @@ public:
     template <class T>
     bool isCompatible() const
     {
-        if (m_handlers && *m_handlers->type != typeid(T))
+        if (m_handlers && !foundation::isSameType(*m_handlers->type, typeid(T)))
             return false;
         if constexpr (std::is_base_of_v<ModelElement, T>)
             if (m_payload && slotAccepts(*static_cast<T const*>(m_payload)))

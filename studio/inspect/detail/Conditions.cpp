@@ -104,7 +104,7 @@ void Conditions::assignRoles()
 
 void Conditions::findConditions()
 {
-    std::unordered_map<std::uint32_t, std::uint32_t> known;   // by meaning
+    std::unordered_map<std::uint32_t, std::uint32_t> byMeaning;
     numbers.resize(roles.size());
     for (std::uint32_t node = 0; node != roles.size(); ++node) {
         Kind const kind = at(node).kind;
@@ -112,7 +112,7 @@ void Conditions::findConditions()
         if (roles[node] != Role::Condition && !(roles[node] == Role::Truth && isNegated && hasSymbol(node)))
             continue;
         auto const [found, isNew] =
-            known.try_emplace(normal.truth[node] / 2, static_cast<std::uint32_t>(conditions.size()));
+            byMeaning.try_emplace(normal.truth[node] / 2, static_cast<std::uint32_t>(conditions.size()));
         numbers[node] = found->second;
         if (isNew)
             conditions.push_back({{}, truthOf(valueOf(node)) != isNegated, false});

@@ -3,6 +3,7 @@
 #include "studio/data/model/ContextDataImpl.h"
 #include "studio/data/model/PropertyImpl.h"
 #include "support/Allocations.h"
+#include "support/Processes.h"
 #include "tarn/zero/ModelImpl.h"
 #include "tarn/zero/meta/MetaRegistry.h"
 #include "tarn/zero/meta/PropertySerializerRegistry.h"
@@ -13,7 +14,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
@@ -335,13 +335,13 @@ void cleanUpBadly()
 
 TEST(MetaPackageProcess, EndsAsItShould)
 {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    support::useFreshProcesses();
     EXPECT_EXIT(replaceAStaleRoot(), ExitedWithCode(0), "");
     EXPECT_EXIT(failForWantOfAType(), ExitedWithCode(0), "");
     EXPECT_EXIT(failEveryAllocation(), ExitedWithCode(0), "");
     EXPECT_EXIT(exitInTheHardOrder(), ExitedWithCode(7), "");
     EXPECT_EXIT(cleanUp(), ExitedWithCode(7), "");
-    EXPECT_EXIT(cleanUpBadly(), testing::KilledBySignal(SIGABRT), "");
+    EXPECT_DEATH(cleanUpBadly(), "");
 }
 
 }   // namespace

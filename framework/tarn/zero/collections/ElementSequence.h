@@ -61,9 +61,9 @@ public:
     {
         ModelElement const element = Base::elementIn(value);
         if (std::size_t const from = indexOf(element); from != npos)
-            move(from, std::min(index, this->size() - 1));
+            move(from, (std::min)(index, this->size() - 1));
         else
-            this->addAt(std::min(index, this->size()), element);
+            this->addAt((std::min)(index, this->size()), element);
     }
     bool genericEmpty() const noexcept override { return this->empty(); }
 
@@ -121,7 +121,7 @@ protected:
 private:
     std::ptrdiff_t offset(std::size_t index) const noexcept
     {
-        return static_cast<std::ptrdiff_t>(std::min(index, this->size()));
+        return static_cast<std::ptrdiff_t>((std::min)(index, this->size()));
     }
     void move(std::size_t from, std::size_t to)
     {
@@ -132,8 +132,8 @@ private:
         E const element = at(from);
         announce(Kind::Remove, from, element);
         this->modifying(OCDChangeDescriptorOfModelElementSequence{Kind::Add, to, element});
-        auto const first = this->m_elements.begin() + static_cast<std::ptrdiff_t>(std::min(from, to));
-        auto const last = this->m_elements.begin() + static_cast<std::ptrdiff_t>(std::max(from, to)) + 1;
+        auto const first = this->m_elements.begin() + static_cast<std::ptrdiff_t>((std::min)(from, to));
+        auto const last = this->m_elements.begin() + static_cast<std::ptrdiff_t>((std::max)(from, to)) + 1;
         std::rotate(first, from < to ? first + 1 : last - 1, last);
         operation.commit();
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "foundation/SameType.h"
 #include "tarn/zero/ReportException.h"
 #include "tarn/zero/Value.h"
 #include "tarn/zero/collections/ReferenceCollection.h"
@@ -61,7 +62,10 @@ protected:
     using ReferenceCollection::ReferenceCollection;
 
     ModelElement elementClass() const override { return E::metaClass(); }
-    bool isAlike(ReferenceCollection const& other) const noexcept override { return typeid(other) == typeid(*this); }
+    bool isAlike(ReferenceCollection const& other) const noexcept override
+    {
+        return foundation::isSameType(typeid(other), typeid(*this));
+    }
     /// A handle of the collection's element class. *Requires* an accepted element.
     static E typed(ModelElement const& element) noexcept { return E{static_cast<typename E::Impl*>(element.get())}; }
 

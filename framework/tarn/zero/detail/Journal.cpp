@@ -1,5 +1,7 @@
 #include "tarn/zero/detail/Journal.h"
 
+#include "foundation/SameType.h"
+
 #include <algorithm>
 #include <stdexcept>
 #include <utility>
@@ -318,7 +320,7 @@ StoragePool& Journal::poolOf(Impl const& element)
         if (&pool->type == &type)
             return *pool;
     for (auto const& pool : m_pools)
-        if (pool->type == type)   // same class, type_info of another shared library
+        if (foundation::isSameType(pool->type, type))   // same class, type_info of another shared library
             return *pool;
     m_pools.push_back(std::unique_ptr<StoragePool>{new StoragePool{type, {}}});   // owned before the vector grows
     return *m_pools.back();

@@ -28,10 +28,17 @@ struct Row {
     std::unique_ptr<CollectionInstantiator> (*instantiator)();
 };
 
+/// The name of a class with its namespaces. Some compilers begin it with the keyword that declares the class.
+std::string scopedNameOf(std::type_info const& type)
+{
+    std::string const name = boost::core::demangle(type.name());
+    return name.substr(name.find(' ') + 1);
+}
+
 template <class H>
 constexpr Row rowOf()
 {
-    Row row{[] { return boost::core::demangle(typeid(H).name()); }, NO_SUPERCLASS, nullptr,
+    Row row{[] { return scopedNameOf(typeid(H)); }, NO_SUPERCLASS, nullptr,
             [] { return std::unique_ptr<CollectionInstantiator>{std::make_unique<CollectionInstantiatorOf<H>>()}; }};
     if constexpr (requires { typename H::Super; })
         row.superclass = kernelIndex<typename H::Super>;

@@ -216,8 +216,10 @@ def expression_handle(value):
 
 
 def context_handle(value):
-    detached = " detached" if is_set(value, "detached") else ""
-    return Line("ContextHandle (" + (uuid_of(member(value, "uuid")) or "?") + ")" + detached)
+    identity = uuid_of(member(value, "uuid"))
+    if identity is None:
+        return Line(f"ContextHandle at {int(value.address):#x}")
+    return Line(f"ContextHandle ({identity})" + (" detached" if is_set(value, "detached") else ""))
 
 
 PRINTERS = {

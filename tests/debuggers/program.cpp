@@ -1,7 +1,8 @@
-// What gdb_test.py looks at: one of everything that gdb is taught to show.
+// One object of each kind that the formatters show; shown.py says what debuggers show of them.
 
 #include "gel/Value.h"
 #include "studio/data/ContextProvider.h"
+#include "studio/data/ContextView.h"
 #include "studio/data/ExpressionEngine.h"
 #include "studio/data/ExpressionHandle.h"
 #include "studio/data/model/ContextDataImpl.h"
@@ -38,7 +39,8 @@ int main()
     boost::uuids::uuid const id = idEndingWith(0x2a);
     PropertyValue const nothing, number = 2.5, logical = true, text = "a \"b\"\nc", reference = id;
     std::array<PropertyValue, 2> const several{1, "two"};
-    gel::Value const result = "long enough to be kept apart";
+    [[maybe_unused]] undefined const undefinedTag;
+    gel::Value const noResult, result = "long enough to be kept apart";
 
     tarn::zero::Model const model = tarn::zero::Model::create(tarn::zero::ModelSpec{});
     ContextData const context = ContextData::create(model, idEndingWith(1));
@@ -58,6 +60,7 @@ int main()
     standIn->convertToProxy(tarn::zero::meta::Property{}, standIn->getProxyId(), tarn::zero::ModelElement{});
     tarn::zero::ModelElement const plain = title;
     [[maybe_unused]] Property::Impl const& element = *title.operator->();
+    [[maybe_unused]] ContextData::Impl const& contextElement = *context.operator->();
 
     auto const provider = ContextProvider::create();
     [[maybe_unused]] ContextProvider const& window = *provider;
@@ -66,6 +69,9 @@ int main()
     auto const open = engine->acquireExpression("open", [](std::string const&, PropertyValue const&) {});
     auto const detached = engine->acquireExpression("1 + 1", [](std::string const&, PropertyValue const&) {});
     [[maybe_unused]] ExpressionHandle const& subscription = *open;
+    auto view = ContextView::create(model);
+    auto const watched = view->acquire(provider->getId(), {});
+    [[maybe_unused]] ContextHandleImpl const& watch = *watched;
 
     // Variables that are not made yet look like this.
     alignas(ExpressionHandle) unsigned char noise[sizeof(ExpressionHandle)];
@@ -77,6 +83,8 @@ int main()
 
     lookHere();
     engine.reset();
+    view.reset();
     [[maybe_unused]] ExpressionHandle const& late = *detached;
+    [[maybe_unused]] ContextHandleImpl const& lateWatch = *watched;
     lookHere();
 }

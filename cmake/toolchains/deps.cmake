@@ -1,0 +1,7 @@
+# For the other toolchain files: libraries and headers are those that scripts/target_deps built for STUDIO_DATA_TARGET, and none
+# of this machine. CMake packages may stand elsewhere, too, as a package does that is installed to be tried.
+cmake_path(SET CMAKE_FIND_ROOT_PATH NORMALIZE "${CMAKE_CURRENT_LIST_DIR}/../../.deps/${STUDIO_DATA_TARGET}")
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE BOTH)
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
