@@ -38,6 +38,11 @@ boost_is_there() {
 # missing_packages PURPOSE...: the Debian packages, a line each, that would bring what is missing.
 missing_packages() {
     local compiler=there purpose
+    # CXX may name a compiler of another version, and CMake's launcher is a tool, too.
+    case ${CXX:-c++} in
+    clang++-* | g++-*) at_least 1 "$CXX" --version || echo "${CXX/clang++/clang}" ;;
+    esac
+    [ "${CMAKE_CXX_COMPILER_LAUNCHER:-}" != ccache ] || at_least 4 ccache --version || echo ccache
     compiles '#include <concepts>
 #include <span>' || { compiler=missing; echo g++; }
     at_least 3.25 cmake --version || echo cmake
@@ -63,6 +68,7 @@ missing_packages() {
             at_least 3.9 python3 --version || echo python3
             at_least 0.29 pkg-config --version || echo pkgconf
             at_least 12 gdb --version || echo gdb
+            python3 -c 'import yaml' 2>/dev/null || echo python3-yaml
             ;;
         docs)
             at_least 1.9.4 doxygen --version || echo doxygen
