@@ -11,4 +11,12 @@ if(Edit_FOUND AND NOT TARGET Edit::Edit)
     set_target_properties(Edit::Edit PROPERTIES
         IMPORTED_LOCATION "${Edit_LIBRARY}"
         INTERFACE_INCLUDE_DIRECTORIES "${Edit_INCLUDE_DIR}")
+    # An archive does not say what it needs itself.
+    if(Edit_LIBRARY MATCHES "\\.a$")
+        find_library(Edit_TERMINAL_LIBRARY NAMES tinfo ncursesw ncurses termcap)
+        mark_as_advanced(Edit_TERMINAL_LIBRARY)
+        if(Edit_TERMINAL_LIBRARY)
+            set_target_properties(Edit::Edit PROPERTIES INTERFACE_LINK_LIBRARIES "${Edit_TERMINAL_LIBRARY}")
+        endif()
+    endif()
 endif()
