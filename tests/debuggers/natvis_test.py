@@ -107,17 +107,17 @@ def handle_classes(sources):
     found |= {f"tarn::zero::meta::{name.strip()}" for name in listed.split(",")}
     for name in os.listdir(os.path.join(sources, "studio/data/model")):
         with open(os.path.join(sources, "studio/data/model", name), encoding="utf-8") as header:
-            found |= {f"studio::data::{name}" for name in
-                      re.findall(r"^class STUDIO_DATA_EXPORT (\w+) : public tarn::zero::ModelElement", header.read(), re.MULTILINE)}
+            names = re.findall(r"^class STUDIO_DATA_EXPORT (\w+) : public tarn::zero::ModelElement", header.read(), re.MULTILINE)
+            found |= {f"studio::data::{name}" for name in names}
     return found
 
 
 def handles_in_lldb(path):
     with open(path, encoding="utf-8") as file:
         code = file.read()
-    parts = re.search(r"^META = \(.*?\)$", code, re.MULTILINE | re.DOTALL)[0], re.search(r"^HANDLES = \[.*?\]$", code, re.MULTILINE | re.DOTALL)[0]
+    lists = re.findall(r"^(?:META = \(|HANDLES = \[).*?[)\]]$", code, re.MULTILINE | re.DOTALL)
     names = {}
-    exec("\n".join(parts), names)   # two lists of names: the rest of the file needs lldb
+    exec("\n".join(lists), names)   # the rest of the file needs lldb
     return set(names["HANDLES"])
 
 
@@ -132,7 +132,8 @@ def main(*arguments):
             wrong.append(f"{name}: no text of {shown.kind} can be {shown.text}")
     if not is_plain:
         wrong += unknown(gdb, program, kinds)
-    wrong += [f"lldb does not know the handle {name}, or it is none" for name in handle_classes(sources) ^ handles_in_lldb(formatters)]
+    different = handle_classes(sources) ^ handles_in_lldb(formatters)
+    wrong += [f"lldb does not know the handle {name}, or it is none" for name in sorted(different)]
     print("\n".join(wrong) or f"{len(kinds)} kinds, as in the table" + (", without their expressions" if is_plain else ""))
     return 1 if wrong else 0
 
