@@ -82,14 +82,26 @@ def bytes_at(value, address, size):
     return read if error.Success() and len(read) == size else None
 
 
+def text_in(value):
+    """Where a std::string or std::u16string has its characters, and how many; None and 0 if that cannot be read."""
+    first, size = member(value, "_M_dataplus", "_M_p"), member(value, "_M_string_length")
+    if size is None:   # libc++
+        inside = member(value, "__r_", "__value_") or member(value, "__rep_")
+        place = member(inside, "__l" if is_set(member(inside, "__s"), "__is_long_") else "__s")
+        first, size = member(place, "__data_"), member(place, "__size_")
+    return (first, size.GetValueAsUnsigned()) if first is not None and size is not None else (None, 0)
+
+
 def text_of(value):
     """What a std::string or std::u16string holds, quoted; None if it cannot be read."""
-    first, size = member(value, "_M_dataplus", "_M_p"), member(value, "_M_string_length")
-    if first is None or size is None:
-        return value.GetSummary() if value is not None else None   # as lldb shows it: of another standard library
-    wide = first.GetType().GetPointeeType().GetByteSize() == 2
-    size = size.GetValueAsUnsigned() * (2 if wide else 1)
-    read = bytes_at(first, first.GetValueAsUnsigned(), size) if size else b""
+    first, size = text_in(value)
+    if first is None:
+        return None
+    kind = first.GetType()
+    is_inside = kind.IsArrayType()
+    wide = (kind.GetArrayElementType() if is_inside else kind.GetPointeeType()).GetByteSize() == 2
+    address = first.GetLoadAddress() if is_inside else first.GetValueAsUnsigned()
+    read = bytes_at(first, address, size * (2 if wide else 1)) if size else b""
     if read is None:
         return None
     text = read.decode("utf-16-le" if wide else "utf-8", "replace")
@@ -151,7 +163,7 @@ def value_text(value):
     if held is None:
         return "<unreadable>"
     name = plain(held.GetType())
-    if name in ("studio::data::undefined", "std::monostate"):
+    if name == "studio::data::undefined" or name.endswith("::monostate"):
         return "undefined"
     if name == "boost::uuids::uuid":
         return uuid_of(held) or "<unreadable>"

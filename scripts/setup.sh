@@ -1,7 +1,7 @@
 # Sourced by the other scripts. Finds what this machine lacks and installs only that.
 #
 #   set_up [PURPOSE...]     installs what a build needs, and what is needed for: tests, bench, docs, clang, tidy, clang19,
-#                           browser, valgrind, cppcheck, packages, bare, abi, windows, arm64, i386, libcxx; ends the script if
+#                           browser, valgrind, cppcheck, packages, bare, abi, lldb, windows, arm64, i386, libcxx; ends the script if
 #                           something cannot be installed
 #
 # What is missing is found by compiling a header, running a tool or testing a file, never by the name of a package. So a
@@ -97,6 +97,7 @@ missing_packages() {
         abi)
             at_least 2.2 abidw --version || echo abigail-tools
             ;;
+        lldb) at_least 14 lldb --version || at_least 14 lldb-14 --version || echo lldb-14 ;;
         windows)
             at_least 12 x86_64-w64-mingw32-g++-posix --version || echo g++-mingw-w64-x86-64-posix
             command -v wine64 wine /usr/lib/wine/wine64 >/dev/null || echo wine64

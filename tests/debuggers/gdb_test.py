@@ -20,7 +20,7 @@ def line(shown):
     """How gdb writes it: Text = {name = value, value}."""
     if not shown.inside:
         return shown.text
-    inside = ", ".join(value if name.startswith("[") else f"{name} = {value}" for name, value in shown.inside.items())
+    inside = ", ".join(f"{name} = {value}" for name, value in shown.inside.items())
     return f"{shown.text} = {{{inside}}}" if shown.text else f"{{{inside}}}"
 
 
@@ -38,7 +38,7 @@ def shown(gdb, program, setup, environment=None):
     arguments = [word for line in script for word in ("-ex", line)]
     done = subprocess.run([gdb, "--batch", "-nx", *arguments, program], capture_output=True, encoding="utf-8",
                           env={**os.environ, **(environment or {})}, timeout=240, check=False)
-    found = dict(re.findall(r"^([\w.]+): \n(.*)$", done.stdout, re.MULTILINE))
+    found = dict(re.findall(r"^(\w+): \n(.*)$", done.stdout, re.MULTILINE))
     return found, done.stdout + done.stderr
 
 

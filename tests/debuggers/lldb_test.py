@@ -15,7 +15,7 @@ import sys
 from shown import ANY, FIRST, KINDS, ONLY_WITH_THE_LIBRARY, PLAIN, SECOND, UNMADE
 
 RANDOM = re.compile(r"\([0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}\)")
-VARIABLE = re.compile(r"^\((?:const )?(.*?)(?: &)?\) ([\w.]+) = (?:0x[0-9a-f]{16} )?(.*(?:\n[ }].*)*)", re.MULTILINE)
+VARIABLE = re.compile(r"^\((?:const )?(.*?)(?: &)?\) (\w+) = (?:0x[0-9a-f]{16} )?(.*(?:\n[ }].*)*)", re.MULTILINE)
 
 
 def line(shown):
@@ -66,7 +66,7 @@ def main(*arguments):
             got = RANDOM.sub(ANY, got)
         if got != expected:
             wrong.append(f"{name}\n    should be {expected}\n    lldb shows {got}")
-        if kind in KINDS and kind != {**FIRST, **SECOND}[name].kind:
+        if kind != {**FIRST, **SECOND}[name].kind and kind in KINDS:
             wrong.append(f"{name} is a {kind}")
     wrong += [f"no variable is a {kind}" for kind in KINDS - {kind for kind, _ in found.values()}]
     wrong += [f"{name} is not shown" for name in UNMADE if name not in found]

@@ -10,7 +10,6 @@
 #include "tarn/zero/Model.h"
 #include "tarn/zero/meta/Type.h"
 
-#include <array>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -18,6 +17,12 @@
 using namespace studio::data;
 
 namespace {
+
+/// Values inside something else.
+struct Two {
+    PropertyValue first;
+    PropertyValue second;
+};
 
 /// The debugger stops here.
 [[gnu::noinline]] void lookHere()
@@ -38,7 +43,7 @@ int main()
 {
     boost::uuids::uuid const id = idEndingWith(0x2a);
     PropertyValue const nothing, number = 2.5, logical = true, text = "a \"b\"\nc", reference = id;
-    std::array<PropertyValue, 2> const several{1, "two"};
+    [[maybe_unused]] Two const two{1, "two"};
     [[maybe_unused]] undefined const undefinedTag;
     gel::Value const noResult, result = "long enough to be kept apart";
 

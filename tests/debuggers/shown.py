@@ -27,7 +27,7 @@ FIRST = {
     "text": Shown(VALUE, r'"a \"b\"\nc"'),
     "reference": Shown(VALUE, f"{UUID}2a"),
     "id": Shown(IDENTITY, f"{UUID}2a"),
-    "several._M_elems": Shown(VALUE + " [2]", "", {"[0]": "1", "[1]": '"two"'}),
+    "two": Shown("", "", {"first": "1", "second": '"two"'}),   # a class that no formatter knows
     "result": Shown(RESULT, '"long enough to be kept apart"'),
     "noResult": Shown(RESULT, "undefined"),
     "title": Shown(PROPERTY, f'Property "title" = "notes.txt" ({UUID}02)'),
@@ -67,4 +67,4 @@ ONLY_WITH_THE_LIBRARY = ["element", "contextElement"]
 # What has no value yet is shown somehow, without a complaint of the formatters.
 UNMADE = ["noValue", "noProperty", "noHandle"]
 
-KINDS = {shown.kind for shown in (*FIRST.values(), *SECOND.values()) if not shown.kind.endswith("]")}
+KINDS = {shown.kind for shown in (*FIRST.values(), *SECOND.values()) if shown.kind}
