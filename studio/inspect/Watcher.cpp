@@ -65,7 +65,8 @@ private:
     {
         if (!record.isUpToDate() || !record.isWholeFrom(newest))
             return std::nullopt;
-        std::size_t const index = record.commits().size() - 1 - (record.commits().back().commit.number - newest);
+        auto const younger = static_cast<std::size_t>(record.commits().back().commit.number - newest);
+        std::size_t const index = record.commits().size() - 1 - younger;
         ChangedContexts contexts{present};
         record.goBack(index, contexts);
         if (!(detail::evaluate(program, record.rootId(), contexts) == after))
