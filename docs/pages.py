@@ -15,7 +15,11 @@ from xml.sax.saxutils import quoteattr
 
 # The reading order. Decisions follow, under one entry.
 ORDER = ["overview", "getting-started", "examples", "host", "host-threads", "contexts", "expressions", "views", "property-services",
+<<<<<<< HEAD
          "embedding", "when-an-expression-does-not-update", "explanations", "commands", "debugging", "guarantees", "performance", "architecture", "testing", "licences"]
+=======
+         "embedding", "when-an-expression-does-not-update", "explanations", "commands", "debugging", "guarantees", "performance", "architecture", "abi", "testing"]
+>>>>>>> debuggers
 EXAMPLE = re.compile(r"\.\./examples/(\d\d-[\w-]+)/main\.cpp$")
 LINK = re.compile(r"\[([^\]]+)\]\(([^)\s]+)\)")
 CODE = re.compile(r"(?<!`)(`+)(?!`)(.+?)(?<!`)\1(?!`)")

@@ -25,7 +25,7 @@ public:
     static constexpr std::uint32_t NOWHERE = ~std::uint32_t{0};
 
     /// Folds a 64-bit hash to 32 bits; both halves count.
-    static Hash fold(std::size_t hash) noexcept { return static_cast<Hash>(hash ^ hash >> 32); }
+    static Hash fold(std::uint64_t hash) noexcept { return static_cast<Hash>(hash ^ hash >> 32); }
 
     /// The first position with that hash for which `isWanted(position)` is true; `NOWHERE` if there is none.
     template <class Test>

@@ -1,4 +1,7 @@
-"""A recipe for Conan 2 that builds the tree it is part of: conan create packaging/conan"""
+"""A recipe for Conan 2 that builds the tree it is part of:
+
+    conan create packaging/conan -s compiler.cppstd=20
+"""
 import os
 import re
 

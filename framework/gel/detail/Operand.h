@@ -120,7 +120,7 @@ inline Operand Operand::computed(double result, bool fromFinite) noexcept
 inline std::string_view Operand::text() const noexcept
 {
     return m_sizeAndKind == TEMPORARY ? std::string_view(*m_temporary)
-                                      : std::string_view(m_bytes, m_sizeAndKind - TEXT);
+                                      : std::string_view(m_bytes, static_cast<std::size_t>(m_sizeAndKind - TEXT));
 }
 
 inline bool operator==(Operand const& left, Operand const& right) noexcept

@@ -1,4 +1,5 @@
-# An overlay port: builds the tree that it is part of. vcpkg install studio-data --overlay-ports=packaging/vcpkg/studio-data
+# An overlay port, which builds the tree that it is part of:
+#     vcpkg install "studio-data[tools]" --overlay-ports=packaging/vcpkg/studio-data
 # vcpkg takes a package from its binary cache when the files of the port are the same; after a change of the tree, pass
 # --no-binarycaching too. A copy of this port outside of the tree has to fetch the sources instead of the next line.
 cmake_path(SET SOURCE_PATH NORMALIZE "${CMAKE_CURRENT_LIST_DIR}/../../..")

@@ -122,8 +122,9 @@ private:
         using is_avalanching = void;
         std::size_t operator()(Key const& key) const noexcept
         {
+            auto const context = reinterpret_cast<std::uintptr_t>(key.context) * 0x9e3779b97f4a7c15u;
             return tarn::zero::services::hashers::TARN0Hasher<std::string_view>{}(key.name) ^
-                   reinterpret_cast<std::uintptr_t>(key.context) * 0x9e3779b97f4a7c15u;
+                   static_cast<std::size_t>(context);
         }
         std::size_t operator()(Binding const* binding) const noexcept
         {

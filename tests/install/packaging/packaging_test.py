@@ -113,8 +113,8 @@ def try_vcpkg(project, source, stage, options, shared, boost, installer):
         for name in names:
             project.expect_minimum(package, needs[name]["version>="], "vcpkg")
     own = {need if isinstance(need, str) else need["name"]
-           for need in json.loads(text_of(source, "vcpkg.json"))["dependencies"]}
-    expect(own == {name for name in needs if not needs[name].get("host")} | {"gtest"}, "vcpkg.json of the tree: other packages")
+           for need in json.loads(text_of(source, "packaging", "vcpkg", "vcpkg.json"))["dependencies"]}
+    expect(own == {name for name in needs if not needs[name].get("host")} | {"gtest"}, "packaging/vcpkg/vcpkg.json: other packages than the port")
     project.expect_options(re.findall(r"STUDIO_DATA_\w+", text_of(port, "portfile.cmake")), "vcpkg")
     usage = text_of(port, "usage")
     for name in [*project.needs, "json", "studio_data"]:

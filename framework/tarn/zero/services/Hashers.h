@@ -39,7 +39,10 @@ struct TARN0Hasher<boost::uuids::uuid> {
 /// `foundation::hashOf` of the text.
 template <>
 struct TARN0Hasher<std::string_view> {
-    std::size_t operator()(std::string_view key) const noexcept { return foundation::hashOf(key); }
+    std::size_t operator()(std::string_view key) const noexcept
+    {
+        return static_cast<std::size_t>(foundation::hashOf(key));
+    }
 };
 
 }   // namespace tarn::zero::services::hashers
