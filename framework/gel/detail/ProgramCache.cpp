@@ -1,6 +1,7 @@
 #include "gel/detail/ProgramCache.h"
 
 #include "gel/detail/Evaluator.h"
+#include "gel/detail/OfThread.h"
 #include "gel/detail/Parser.h"
 
 #include <utility>
@@ -18,7 +19,7 @@ constinit thread_local Thread s_thread;
 
 struct ThreadCache {
     ThreadCache() { s_thread = {&programs, true}; }
-    ~ThreadCache() { s_thread.cache = nullptr; }
+    ~ThreadCache() { s_thread = {nullptr, true}; }
 
     ProgramCache programs;
 };
@@ -27,10 +28,8 @@ struct ThreadCache {
 ProgramCache* threadCache()
 {
     Thread& thread = s_thread;
-    if (!thread.cache && !thread.hadCache) {
-        thread_local ThreadCache s_cache;
-        static_cast<void>(s_cache);
-    }
+    if (!thread.cache && !thread.hadCache)
+        makeForThread<ThreadCache>();
     return thread.cache;
 }
 

@@ -1,5 +1,7 @@
 #include "gel/detail/SpareMemory.h"
 
+#include "gel/detail/OfThread.h"
+
 #include <algorithm>
 #include <new>
 #include <utility>
@@ -19,39 +21,41 @@ struct alignas(std::max_align_t) SpareMemory::Block {
     Block* next;   // in the free list
 };
 
-/// Trivially destructible, hence readable at the end of the thread.
+/// The free list of a thread.
 struct SpareMemory::Spares {
+    /// Trivially destructible, hence readable at the end of the thread.
+    struct Slot {
+        Spares* spares = nullptr;
+        bool hadSpares = false;
+    };
+
+    Spares() noexcept { slot() = {this, true}; }
+    ~Spares()
+    {
+        slot() = {nullptr, true};
+        while (first)
+            ::operator delete(std::exchange(first, first->next));
+    }
+
+    static Slot& slot() noexcept
+    {
+        thread_local constinit Slot s_slot;
+        return s_slot;
+    }
+
     Block* first = nullptr;
     std::size_t count = 0;
-    bool areKept = false;   // while their owner lives
-
-    static Spares& ofThread() noexcept
-    {
-        thread_local constinit Spares s_spares;
-        return s_spares;
-    }
-};
-
-/// Frees the spares when the thread ends.
-struct SpareMemory::Owner {
-    Owner() { Spares::ofThread().areKept = true; }
-    ~Owner()
-    {
-        Spares& spares = Spares::ofThread();
-        spares.areKept = false;
-        while (spares.first)
-            ::operator delete(std::exchange(spares.first, spares.first->next));
-    }
 };
 
 SpareMemory::SpareMemory(std::size_t size)
 {
-    thread_local Owner s_owner;
-    static_cast<void>(s_owner);
-    Spares& spares = Spares::ofThread();
-    if (Block* const spare = spares.first) {
-        spares.first = spare->next;
-        --spares.count;
+    Spares::Slot& slot = Spares::slot();
+    if (!slot.spares && !slot.hadSpares)
+        makeForThread<Spares>();
+    Spares* const spares = slot.spares;
+    if (Block* const spare = spares ? spares->first : nullptr) {
+        spares->first = spare->next;
+        --spares->count;
         if (spare->size >= size) {
             m_block = spare;
             return;
@@ -63,13 +67,13 @@ SpareMemory::SpareMemory(std::size_t size)
 
 SpareMemory::~SpareMemory()
 {
-    Spares& spares = Spares::ofThread();
-    if (!spares.areKept || spares.count == MOST_SPARES || m_block->size > MOST_BYTES) {
+    Spares* const spares = Spares::slot().spares;
+    if (!spares || spares->count == MOST_SPARES || m_block->size > MOST_BYTES) {
         ::operator delete(m_block);
         return;
     }
-    m_block->next = std::exchange(spares.first, m_block);
-    ++spares.count;
+    m_block->next = std::exchange(spares->first, m_block);
+    ++spares->count;
 }
 
 void* SpareMemory::data() const noexcept

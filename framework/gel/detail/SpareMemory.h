@@ -20,7 +20,6 @@ public:
 private:
     struct Block;
     struct Spares;
-    struct Owner;
 
     Block* m_block;
 };
