@@ -24,8 +24,10 @@ TEST(Value, IsOfTheSameTypeInAProgramAndInTheLibrary)
 {
     auto const tag = ModelElement::Impl::PUBLIC_ACCESS;
     Model const model = Model::create(ModelSpec{});
-    ContextData const context = ContextData::create(model, {});
-    Property const property = Property::create(model, {});
+    ContextData const data = ContextData::create(model, {});
+    // As plain elements: the library's functions are called, not copies of them that the program makes.
+    ModelElement const property = Property::create(model, {});
+    ModelElement const context = data;
     meta::Property const name = Property::Impl::propertyAt(Property::Impl::NAME);
     meta::Property const active = ContextData::Impl::propertyAt(1);
 
@@ -35,7 +37,7 @@ TEST(Value, IsOfTheSameTypeInAProgramAndInTheLibrary)
     ASSERT_TRUE(made.peekValue<std::string>());
     EXPECT_FALSE(made.peekValue<Own>() || made.isCompatible<Own>() || made.isCompatible<std::u16string>());
 
-    context->getActiveContextsMutable().push_back("a");
+    data->getActiveContextsMutable().push_back("a");
     Value const texts = context->getPropertyValue(active, tag);
     EXPECT_EQ(texts.getValue<CollectionRef<ContextData::Impl::ActiveContexts>>()->size(), 1u);
     Value const list{ValueMeta{active}, std::vector<std::string>{"a", "b"}};
