@@ -155,12 +155,15 @@ USAGE = [
     (["--explain", "1@4", "e.json", "s.json"], "--explain: the session has 3 steps"),
     (["missing.json", "s.json"], "missing.json: cannot be opened: No such file or directory"),
     (["--check", "e.json", "s.json", "missing.json"], "missing.json: cannot be opened: No such file or directory"),
-    (["no\nsuch", "s.json"], "no such: cannot be opened: No such file or directory"),
     (["--save-sample", "missing"], "missing/expressions.json: cannot be written: No such file or directory"),
     (["--save-sample", "e.json"], "e.json/expressions.json: cannot be written: "),
-] + ([([".", "s.json"], ".: cannot be opened: Is a directory")] if IS_WINDOWS else [
+] + ([
+    ([".", "s.json"], ".: cannot be opened: Is a directory"),
+    (["no\nsuch", "s.json"], "no such: cannot be opened: Invalid argument"),
+] if IS_WINDOWS else [
     ([".", "s.json"], ".: cannot be read: Is a directory"),
     (["/dev/zero", "s.json"], "/dev/zero: cannot be read: larger than 256 MiB"),
+    (["no\nsuch", "s.json"], "no such: cannot be opened: No such file or directory"),
     ([b"\xff\x9b", "s.json"], "\ufffd\ufffd: cannot be opened: No such file or directory"),
 ])
 
