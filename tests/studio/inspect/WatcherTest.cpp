@@ -287,8 +287,9 @@ constexpr std::size_t EVERY = 4;
 TEST(Watcher, NamesTheChangesOfARecordedSession)
 {
     std::filesystem::path const corpus{CORPUS};
-    auto const expressions = workbench::loadExpressions(corpus / "when-expressions.json");
-    auto const recording = workbench::loadRecording(corpus / "when-recorded-session.json", expressions.size());
+    auto const expressions = workbench::loadExpressions((corpus / "when-expressions.json").string());
+    auto const recording =
+        workbench::loadRecording((corpus / "when-recorded-session.json").string(), expressions.size());
     History history;
     history.most = 2;
     workbench::Session session{expressions, recording};
