@@ -2,8 +2,8 @@
 """Writes the module definition file of a DLL: exactly the names that are listed for it, as its objects spell them.
 
 Usage: exports.py NM LIST OBJECTS OUT. LIST is one of cmake/exports; OBJECTS is a file that names an object a line. Beside a
-listed name go the vtable and the type information of its class, where an object has them. A listed name that no object
-defines is an error: the library would lack it.
+listed name go the vtable and the type information of its class, where an object has them, and those of every class that a
+header marks for export. A listed name that no object defines is an error: the library would lack it.
 """
 import os
 import re
@@ -14,6 +14,7 @@ from check_symbols import OF, alike, bare, read_list
 
 # What a class has without its source naming it: vtable, VTT, type information and its name.
 OF_A_CLASS = re.compile(r"_ZT[VTIS]")
+MARKED = re.compile(r"\b(?:class|struct) STUDIO_\w*EXPORT (?:\w+::)*(\w+)")
 
 
 def defined(nm, objects):
@@ -30,6 +31,17 @@ def defined(nm, objects):
     return symbols
 
 
+def marked(root):
+    """The names, without what they are in, of all classes that a header marks for export."""
+    found = set()
+    for folder in ("framework", "studio"):
+        for path, _, files in os.walk(os.path.join(root, folder)):
+            for header in (name for name in files if name.endswith(".h")):
+                with open(os.path.join(path, header), encoding="utf-8") as file:
+                    found.update(MARKED.findall(file.read()))
+    return found
+
+
 def main(nm, list_path, objects, out):
     symbols = defined(nm, objects)
     text = "".join(symbol + "\n" for symbol in symbols)
@@ -41,8 +53,15 @@ def main(nm, list_path, objects, out):
         print(f"{os.path.basename(list_path)} lists what no object defines:\n  " + "\n  ".join(sorted(missing)))
         return 1
     classes = {bare(name).rpartition("::")[0] for name in listed}
+    own = {name.split("::")[0] + "::" for name in listed}
+    marks = marked(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+
+    def is_exported(name):
+        return name in classes or (name.startswith(tuple(own)) and "detail::" not in name
+                                   and name.rpartition("::")[2] in marks)
+
     lines = [symbol + " DATA" * data for symbol, data in symbols.items()
-             if names[symbol] in listed or (OF_A_CLASS.match(symbol) and OF.sub("", names[symbol]) in classes)]
+             if names[symbol] in listed or (OF_A_CLASS.match(symbol) and is_exported(OF.sub("", names[symbol])))]
     with open(out, "w", encoding="utf-8") as file:
         file.writelines(["EXPORTS\n"] + [f"    {line}\n" for line in sorted(lines)])
     return 0
