@@ -8,9 +8,8 @@ if(MSVC)
 else()
     target_compile_options(studio_data_warnings INTERFACE
         -Wall -Wextra -Wpedantic -Wconversion
-        # gcc's -Wshadow also refuses a constructor parameter named like its field, which the conventions allow; that of newer
-        # clang a lambda's copy of a structured binding, which older ones need.
-        $<$<AND:$<CXX_COMPILER_ID:Clang>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,17>>:-Wshadow>
+        # gcc's -Wshadow also refuses a constructor parameter named like its field, which the conventions allow.
+        $<$<CXX_COMPILER_ID:Clang>:-Wshadow>
         # gcc 12 sees overlapping copies in plain concatenations of texts (its bug 105651).
         $<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>>:-Wno-restrict>
         # Sources that are joined look like headers, whose classes should have no members of an unnamed namespace.

@@ -314,7 +314,6 @@ void MenuLists::prepare(std::span<CommandChange const> commands)
 /// Computes the next list of a menu, and the steps to it. `concerned` are its touched entries, in order.
 void MenuLists::plan(Menu& menu, std::span<Entry* const> concerned)
 {
-    using Kind = MenuChange::Kind;
     std::vector<Entry*> removed, inserted, changedStates;
     for (Entry* const entry : concerned) {
         if (entry->isShown && entry->isNext) {
@@ -362,12 +361,12 @@ void MenuLists::plan(Menu& menu, std::span<Entry* const> concerned)
         }
     }
 
-    auto const add = [&](Kind kind, std::size_t index, std::size_t to) {
+    auto const add = [&](MenuChange::Kind kind, std::size_t index, std::size_t to) {
         changes.push_back({kind, menu.name, index, to});
     };
     for (std::size_t i = removed.size(); i-- != 0;) {
         std::size_t const index = indexIn(menu.shown, *removed[i]);
-        add(Kind::Removed, index, index);
+        add(MenuChange::Kind::Removed, index, index);
     }
     if (!moved.empty()) {
         std::vector<Entry*> list = menu.shown;
@@ -386,19 +385,19 @@ void MenuLists::plan(Menu& menu, std::span<Entry* const> concerned)
             auto const to = last.base() - list.begin();
             list.insert(list.begin() + to, entry);
             if (index != to)
-                add(Kind::Moved, static_cast<std::size_t>(index), static_cast<std::size_t>(to));
+                add(MenuChange::Kind::Moved, static_cast<std::size_t>(index), static_cast<std::size_t>(to));
         }
     }
     std::vector<Entry*> const& after = menu.isRebuilt ? next : menu.shown;
     for (Entry const* const entry : inserted) {
         std::size_t const index = indexIn(after, *entry);
-        add(Kind::Inserted, index, index);
+        add(MenuChange::Kind::Inserted, index, index);
     }
     std::sort(changedStates.begin(), changedStates.end(),
               [](Entry const* left, Entry const* right) { return left->rank < right->rank; });
     for (Entry const* const entry : changedStates) {
         std::size_t const index = indexIn(after, *entry);
-        add(Kind::Changed, index, index);
+        add(MenuChange::Kind::Changed, index, index);
     }
 }
 

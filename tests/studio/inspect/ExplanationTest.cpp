@@ -98,7 +98,7 @@ nobody: undefined, missing: the root (R) has no property "nobody"
 )");
     nlohmann::json const document = nlohmann::json::parse(json(explain(text, root)));
     EXPECT_EQ(document["symbols"][1]["steps"][1]["label"], "doc");
-    EXPECT_EQ(document["conditions"][document["deciding"][0][0].get<int>()]["holds"], true);
+    EXPECT_EQ(document["conditions"][document["deciding"][0][0].get<std::size_t>()]["holds"], true);
     EXPECT_EQ(explain("a", nullptr).symbols.at(0).walk.reason, host::PathEnd::Reason::NoContext);
     EXPECT_THROW(explain("a &&", root), gel::ParseError);
 }
