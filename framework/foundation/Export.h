@@ -8,8 +8,8 @@
 /// STUDIO_DATA_EXPORT marks what users of the shared library may link to; everything unmarked is hidden.
 /// STUDIO_DATA_LOCAL hides a member of an exported class: a private one that no inline function uses.
 /// A static build defines STUDIO_DATA_STATIC for itself and for everyone who links it: the macros are then empty.
-/// While the shared library itself is compiled, studio_data_EXPORTS is defined. It matters on Windows only, where a name has
-/// one mark in the library that defines it and another in everything that uses it.
+/// While the shared library itself is compiled, studio_data_EXPORTS is defined. It matters on Windows only, where a
+/// name has one mark in the library that defines it and another in everything that uses it.
 #if defined(STUDIO_DATA_STATIC)
 #define STUDIO_DATA_EXPORTED
 #define STUDIO_DATA_IMPORTED
@@ -18,7 +18,8 @@
 #if defined(_MSC_VER)
 #define STUDIO_DATA_EXPORTED __declspec(dllexport)
 #else
-// No mark: dllexport on a class exports each member, and nothing takes a member out again. What is exported is listed for the linker.
+// No mark: dllexport on a class exports each member, and nothing takes a member out again. What is exported is listed
+// for the linker.
 #define STUDIO_DATA_EXPORTED
 #endif
 #define STUDIO_DATA_IMPORTED __declspec(dllimport)

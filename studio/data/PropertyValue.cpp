@@ -30,6 +30,8 @@ std::string integralText(double number)
 
 std::string decimalText(double number)
 {
+    if (std::isnan(number))   // for which standard libraries have several texts
+        return std::signbit(number) ? "-nan" : "nan";
     // Only numbers below 2^52 have a fraction: 16 digits, the point, six decimals, a sign.
     std::array<char, 32> text;
     std::to_chars_result const end =
@@ -122,6 +124,11 @@ std::string PropertyValue::asString() const
     // The constructor may have been given a variant that a throwing assignment left valueless.
     require(isUndefined(), "Value cannot be represented as a string\n");
     return "undefined";
+}
+
+char const* PropertyValue::refuseNull()
+{
+    throw std::logic_error{"a text must not be null"};
 }
 
 bool PropertyValue::equalOfOneKind(PropertyValue const& left, PropertyValue const& right) noexcept

@@ -42,7 +42,7 @@ public:
     /// Makes a text of any bytes. The expression language reads them as UTF-8.
     PropertyValue(std::string text) noexcept : value{std::move(text)} {}
     /// Makes a text. *Throws* std::logic_error for a null pointer.
-    PropertyValue(char const* text) : PropertyValue{std::string(text)} {}
+    PropertyValue(char const* text) : PropertyValue{std::string(text ? text : refuseNull())} {}
     /// Makes a UUID, of a context or of anything else.
     PropertyValue(boost::uuids::uuid const& uuid) noexcept : value{uuid} {}
     /// Makes the UUID of the provider, undefined for null. *Lifetime*: the value does not keep the provider alive.
@@ -132,6 +132,7 @@ public:
     STUDIO_DATA_EXPORT friend std::ostream& operator<<(std::ostream& out, PropertyValue const& value);
 
 private:
+    [[noreturn]] static char const* refuseNull();
     static bool equalOfOneKind(PropertyValue const& left, PropertyValue const& right) noexcept;
 
     Variant value;

@@ -252,8 +252,7 @@ void SystemUnderTest::bind(int number, Binding const& binding)
         case Binding::ReleaseAlong: return engine->releaseLeaf(binding.symbol, offset, provider);
         case Binding::ReleaseAlongId: return engine->releaseLeaf(binding.symbol, offset, id);
         case Binding::RemoveLeaf: return engine->removeLeaf(rest.substr(0, rest.find('.')), leaf, id);
-        case Binding::CutOff:
-            return engine->processDestroyedImpl(id, {{binding.symbol, offset}}, {binding.symbol});
+        case Binding::CutOff: return engine->processDestroyedImpl(id, {{binding.symbol, offset}}, {binding.symbol});
         default: return engine->updateExpression(binding.text);
         }
     });

@@ -399,9 +399,13 @@ void Diary::stopDebugging()
 void Diary::edit(std::string const& name, int times)
 {
     show(name);
-    caretTo(1 + below(file().lines), 1 + below(40), below(2) ? "Report" : "total_count");
+    // One by one: the order in which arguments are evaluated differs between compilers.
+    char const* const word = below(2) ? "Report" : "total_count";
+    int const column = 1 + below(40);
+    caretTo(1 + below(file().lines), column, word);
     type(times);
-    select(1 + below(4), 5 + below(90));
+    int const characters = 5 + below(90);
+    select(1 + below(4), characters);
     if (below(2))
         undo(2);
     save();
