@@ -78,7 +78,7 @@ void prepareStreams() noexcept
 {
     _setmode(_fileno(stdout), _O_BINARY);
     _setmode(_fileno(stderr), _O_BINARY);
-    if (!isTerminal(Stream::Input))   // where Ctrl+Z ends the input
+    if (!isTerminal(Stream::Input))   // a terminal in text mode takes Ctrl+Z as the end of the input
         _setmode(_fileno(stdin), _O_BINARY);
     if (!isTerminal(Stream::Output) && !isTerminal(Stream::Errors))
         return;

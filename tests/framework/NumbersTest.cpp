@@ -11,7 +11,7 @@
 #include <random>
 #include <string>
 
-// Where platforms differ there are two ways to a result: each test compares them, whichever is in use here.
+// Some functions have one implementation for each kind of platform. Each test compares both, whichever is in use here.
 namespace {
 
 using namespace gel::detail;
