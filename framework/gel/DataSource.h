@@ -24,9 +24,4 @@ public:
     virtual Value fetch(std::size_t index, std::string const& symbol) const;
 };
 
-inline Value DataSource::fetch(std::size_t, std::string const& symbol) const
-{
-    return lookup(symbol);
-}
-
 }   // namespace gel

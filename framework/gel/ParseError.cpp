@@ -66,6 +66,8 @@ ParseError::ParseError(std::shared_ptr<Details const> details)
       m_details(std::move(details))
 {}
 
+ParseError::~ParseError() = default;
+
 std::string const& ParseError::reason() const noexcept
 {
     return m_details->reason;

@@ -15,6 +15,9 @@ class STUDIO_DATA_EXPORT ParseError : public std::runtime_error {
 public:
     /// An error at `offset` bytes into `text`, of which only `excerpt()` is kept.
     ParseError(std::string_view text, std::size_t offset, std::string const& reason);
+    ParseError(ParseError const&) = default;
+    ParseError& operator=(ParseError const&) = default;
+    ~ParseError() override;
 
     /// The reason, a phrase without the position.
     std::string const& reason() const noexcept;
