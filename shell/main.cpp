@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <clocale>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <iostream>
@@ -18,6 +19,7 @@
 #include <new>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -167,7 +169,11 @@ ExitCode run(Arguments const& arguments)
     DiskFiles files(arguments.force);
     std::ifstream script;
     if (!arguments.script.empty()) {
-        script.open(workbench::system::pathOf(arguments.script), std::ios::binary);
+        std::filesystem::path const name = workbench::system::pathOf(arguments.script);
+        std::error_code ignored;
+        if (std::filesystem::is_directory(name, ignored))   // some C++ libraries open it, as an empty file
+            throw workbench::DocumentError(arguments.script, "cannot be read", std::strerror(EISDIR));
+        script.open(name, std::ios::binary);
         if (!script || script.peek() == std::ifstream::traits_type::eof())
             if (!script.eof())
                 throw workbench::DocumentError(arguments.script, "cannot be read", std::strerror(errno));
