@@ -222,8 +222,8 @@ TEST(Watcher, NamesTheChangesThatMakeTheDifference)
             Provider& context = contexts[random.below(4)];
             std::string const& name = random.pick(names);
             if (mayDrop && random.oneIn(20) && context != contexts[0]) {
-                context.reset();   // its references dangle, or lead to the next one
-                context = ContextProvider::create();
+                // The references to the old one dangle. Callbacks of its end find the new one in its place.
+                Provider const old = std::exchange(context, ContextProvider::create());
             } else if (random.oneIn(4)) {
                 context->removeProperty(name);
             } else {
