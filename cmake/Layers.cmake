@@ -51,7 +51,7 @@ function(studio_data_limit_exports target)
         set(definition "${PROJECT_BINARY_DIR}/exports/${target}.def")
         file(GENERATE OUTPUT "${objects}" CONTENT "$<JOIN:${ARGN},\n>\n")
         add_custom_command(TARGET ${target} PRE_LINK VERBATIM
-            COMMAND Python3::Interpreter "${script}" "${CMAKE_NM}" "${exports}" "${objects}" "${definition}")
+            COMMAND "${Python3_EXECUTABLE}" "${script}" "${CMAKE_NM}" "${exports}" "${objects}" "${definition}")
         target_link_options(${target} PRIVATE "${definition}")
         set_target_properties(${target} PROPERTIES LINK_DEPENDS "${exports};${script}")
     elseif(UNIX AND NOT APPLE)

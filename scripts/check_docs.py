@@ -8,11 +8,13 @@ Usage: check_docs.py [--evaluate PROGRAM] [ROOT]. Prints `file:line: what is wro
 - Every docstring (///) can be read alone, as an editor shows it: it does not begin like a fragment or with a reference
   to its neighbour. The sentences that docs/conventions.py adds are checked, too.
 - With --evaluate, and instead of the above: for each row of a table "Text | Value" or "Text | Refused with", PROGRAM
-  prints that value or reason, given the texts as lines.
+  prints that value or reason, given the texts as lines. The words of STUDIO_DATA_EMULATOR start a program that was built
+  for another system.
 """
 import importlib.util
 import os
 import re
+import shlex
 import subprocess
 import sys
 import textwrap
@@ -173,7 +175,8 @@ def check_values(root, program):
     if not expected:
         yield "docs: no table of values"
     given = "".join(text + "\n" for _, text, _ in expected)
-    printed = subprocess.run([program], input=given, capture_output=True, encoding="utf-8", check=True).stdout
+    command = [*shlex.split(os.environ.get("STUDIO_DATA_EMULATOR", "")), program]
+    printed = subprocess.run(command, input=given, capture_output=True, encoding="utf-8", check=True).stdout
     answers = printed.splitlines()
     if len(answers) != len(expected):
         yield f"{program}: {len(answers)} answers to {len(expected)} texts"

@@ -19,7 +19,9 @@ import tempfile
 PROGRAM, MANUAL, FOLDER = map(os.path.abspath, sys.argv[1:4])
 COMMAND = [*shlex.split(os.environ.get("STUDIO_DATA_EMULATOR", "")), PROGRAM]
 IS_WINDOWS = PROGRAM.endswith(".exe")
-if not IS_WINDOWS:
+with open(PROGRAM, "rb") as file:
+    HAS_LINE_EDITOR = b"libedit" in file.read()   # what it links is named in it
+if HAS_LINE_EDITOR:
     import pty
 FAILED = []
 
@@ -183,7 +185,7 @@ with tempfile.TemporaryDirectory() as folder:
     os.chdir(folder)
     check_files()
     check_json()
-    if not IS_WINDOWS:
+    if HAS_LINE_EDITOR:
         check_terminal()
     check_readme()
     check_manual()
