@@ -34,6 +34,18 @@ def alike(name):
     return re.sub(r"\b(unsigned )?long long\b", r"\1long", re.sub(r"(?<=\d)ull\b", "ul", name))
 
 
+def widened(name):
+    """The name as a platform of 64 bits spells it whose sizes are `unsigned int`. Parameters that are one everywhere change,
+    too, so both sides of a comparison are widened."""
+    return re.sub(r"\bunsigned int\b", "unsigned long", name).replace("4294967295u", "18446744073709551615ul")
+
+
+def is_narrow(library):
+    """True for an ELF file of 32 bits."""
+    with open(library, "rb") as file:
+        return file.read(5) == b"\x7fELF\x01"
+
+
 def demangled(library):
     """The exports of the library: pairs of the kind, as nm names it, and the name."""
     if library.endswith(".dll"):
@@ -98,6 +110,9 @@ def main(arguments):
         with open(path, "w", encoding="utf-8") as file:
             file.writelines(name + "\n" for name in sorted(listed(exported)))
     kept = read_list(path)
+    if is_narrow(arguments[0]):
+        exported = [(kind, widened(name)) for kind, name in exported]
+        kept = {widened(name) for name in kept}
     found = list(check(exported, kept, own))
     if component and not arguments[0].endswith(".dll"):
         found += (f"copy: {name}" for name in copies(arguments[0]))
