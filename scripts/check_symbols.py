@@ -26,6 +26,12 @@ LIBRARY = re.compile(r"(?:lib)?(studio_data(?:_(\w+))?)\.(?:so|dll)")
 DLL_NAMES = re.compile(r"^\[Ordinal/Name Pointer\] Table.*\n((?:\s+\[.*\n)*)", re.MULTILINE)
 
 
+def namespaces(library):
+    """The namespaces of a library, given its name as in cmake/exports."""
+    component = library.removeprefix("studio_data").removeprefix("_")
+    return (f"studio::{component}::",) if component else OWN
+
+
 def alike(name):
     """The demangled name as every platform spells it: without the inline namespaces of the standard libraries, and with
     `long` for the 64-bit integers that Windows calls `long long`."""
@@ -104,7 +110,7 @@ def main(arguments):
     root = arguments[1] if len(arguments) > 1 else os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
     library, component = LIBRARY.match(os.path.basename(arguments[0])).groups()
     path = os.path.join(root, "cmake", "exports", library + ".txt")
-    own = (f"studio::{component}::",) if component else OWN
+    own = namespaces(library)
     exported = list(demangled(arguments[0]))
     if renew:
         with open(path, "w", encoding="utf-8") as file:

@@ -10,7 +10,7 @@ import re
 import subprocess
 import sys
 
-from check_symbols import OF, alike, bare, read_list
+from check_symbols import OF, alike, bare, namespaces, read_list
 
 # What a class has without its source naming it: vtable, VTT, type information and its name.
 OF_A_CLASS = re.compile(r"_ZT[VTIS]")
@@ -53,11 +53,11 @@ def main(nm, list_path, objects, out):
         print(f"{os.path.basename(list_path)} lists what no object defines:\n  " + "\n  ".join(sorted(missing)))
         return 1
     classes = {bare(name).rpartition("::")[0] for name in listed}
-    own = {name.split("::")[0] + "::" for name in listed}
+    own = namespaces(os.path.basename(list_path).removesuffix(".txt"))
     marks = marked(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 
     def is_exported(name):
-        return name in classes or (name.startswith(tuple(own)) and "detail::" not in name
+        return name in classes or (name.startswith(own) and "detail::" not in name
                                    and name.rpartition("::")[2] in marks)
 
     lines = [symbol + " DATA" * data for symbol, data in symbols.items()
